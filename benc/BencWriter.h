@@ -1,0 +1,15 @@
+// The bencode writer.
+#pragma once
+
+#include "benc/BencValue.h"
+#include "util/string/ByteBuilder.h"
+
+namespace veskard {
+
+/// Appends the bencoding of `value`: integers and booleans as i<decimal>e,
+/// strings as <length>:<bytes>, lists as l...e, dictionaries as d...e in
+/// ascending key order. None and Null write nothing at all, not even inside a
+/// dictionary, where their key still stands. Throws std::bad_alloc only.
+void WriteBencoded(ByteBuilder& out, const BencValue& value);
+
+}  // namespace veskard

@@ -1,0 +1,45 @@
+# One set of compiler and linker flags for every target of ours, as the
+# interface library "veskard_flags"; third-party code does not link to it.
+add_library(veskard_flags INTERFACE)
+target_include_directories(veskard_flags INTERFACE ${PROJECT_SOURCE_DIR})
+
+if(MSVC)
+  target_compile_options(veskard_flags INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
+else()
+  target_compile_options(veskard_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Werror
+    # File names inside the binaries do not depend on where the tree lies.
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build
+    -ffunction-sections -fdata-sections)
+endif()
+
+if(WIN32)
+  target_compile_definitions(veskard_flags INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 STRICT)
+  if(NOT MSVC)
+    # One file to deploy: the compiler's run-time libraries are linked in. The
+    # rest makes two builds byte-identical and keeps the unused out.
+    target_link_options(veskard_flags INTERFACE
+      -static -Wl,--no-insert-timestamp -Wl,--gc-sections
+      -Wl,--dynamicbase -Wl,--nxcompat)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+      target_link_options(veskard_flags INTERFACE -Wl,--high-entropy-va)
+    endif()
+    if(CMAKE_BUILD_TYPE STREQUAL "Release")
+      target_link_options(veskard_flags INTERFACE -s)
+    endif()
+  endif()
+endif()
+
+if(VESKARD_TRAPS)
+  target_compile_options(veskard_flags INTERFACE
+    -fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS)
+endif()
+if(VESKARD_SANITIZERS)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(VESKARD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

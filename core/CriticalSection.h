@@ -1,0 +1,41 @@
+// The library's only kind of lock.
+#pragma once
+
+#include <windows.h>
+
+namespace veskard {
+
+/// A recursive lock. A critical section and not a standard mutex: it may be
+/// taken while the process exits, when the threads that held it are gone.
+class CriticalSection {
+ public:
+  CriticalSection() noexcept { ::InitializeCriticalSection(&section_); }
+  ~CriticalSection() { ::DeleteCriticalSection(&section_); }
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+
+  void Enter() noexcept { ::EnterCriticalSection(&section_); }
+  void Leave() noexcept { ::LeaveCriticalSection(&section_); }
+
+ private:
+  CRITICAL_SECTION section_;
+};
+
+/// Holds a lock for a scope; a null lock holds nothing.
+class CriticalSectionHold {
+ public:
+  explicit CriticalSectionHold(CriticalSection& section) noexcept : CriticalSectionHold(&section) {}
+  explicit CriticalSectionHold(CriticalSection* section) noexcept : section_(section) {
+    if (section_ != nullptr) section_->Enter();
+  }
+  ~CriticalSectionHold() {
+    if (section_ != nullptr) section_->Leave();
+  }
+  CriticalSectionHold(const CriticalSectionHold&) = delete;
+  CriticalSectionHold& operator=(const CriticalSectionHold&) = delete;
+
+ private:
+  CriticalSection* section_;
+};
+
+}  // namespace veskard

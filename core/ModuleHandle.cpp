@@ -1,0 +1,25 @@
+#include "core/ModuleHandle.h"
+
+namespace veskard {
+namespace {
+
+constinit HINSTANCE moduleHandle = nullptr;
+
+}  // namespace
+
+void SetModuleHandle(HINSTANCE instance) noexcept {
+  moduleHandle = instance;
+}
+
+HINSTANCE ModuleHandle() noexcept {
+  return moduleHandle;
+}
+
+std::wstring ReadModulePath(HMODULE module) {
+  wchar_t buffer[MAX_PATH] = {};
+  const DWORD length = ::GetModuleFileNameW(module, buffer, MAX_PATH);
+  // A path that does not fit is cut to 259 characters and a terminator.
+  return std::wstring(buffer, length < MAX_PATH ? length : MAX_PATH - 1);
+}
+
+}  // namespace veskard

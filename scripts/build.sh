@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds a flavour by its preset, release for 64-bit Windows unless told
+# otherwise; the library and the tools end in build/PRESET/.
+#
+#   scripts/build.sh                 win64, and win32 (the library for 32-bit hosts)
+#   scripts/build.sh win64-traps     that flavour alone
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+"$root/scripts/install-deps.sh"
+presets=("$@")
+[ "${#presets[@]}" -gt 0 ] || presets=(win64 win32)
+cd "$root"
+for preset in "${presets[@]}"; do
+  say "building $preset"
+  [ -f "$build/$preset/build.ninja" ] || run "$build/logs/configure-$preset.log" cmake --preset "$preset"
+  run "$build/logs/build-$preset.log" cmake --build --preset "$preset"
+done

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Applies .clang-format to the whole tree; with --check only tells, and prints
+# the command that mends it.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+cd "$root"
+mapfile -t files < <(git ls-files -co --exclude-standard -- '*.h' '*.cpp')
+if [ "${1:-}" = --check ]; then
+  clang-format --dry-run --Werror "${files[@]}" || die "the formatting differs: run scripts/format.sh"
+else
+  clang-format -i "${files[@]}"
+fi

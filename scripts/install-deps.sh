@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs what building, testing and the demo need on Debian 12. Safe to
+# re-run: a machine that has everything is left alone, without a network call.
+#
+#   scripts/install-deps.sh            everything that the tests and the demo need
+#   scripts/install-deps.sh bench      the same and the peers of the benchmarks
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+packages=(
+  # Compilers: the library for 64 and 32 bits, the native sanitizer flavour.
+  cmake ninja-build g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
+  clang clang-format libclang-rt-14-dev llvm
+  # Linked into the library: zlib for the target; minizip comes as source, below.
+  libz-mingw-w64-dev dpkg-dev
+  # Tests: GoogleTest ships as source and is built for each flavour.
+  googletest wine wine64 util-linux
+  # Artwork from vector sources; pictures of real menus.
+  librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core
+  python3
+)
+[ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+done
+if [ "${#missing[@]}" -gt 0 ]; then
+  say "installing ${#missing[@]} packages: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  run "$build/logs/apt-update.log" as_root apt-get update
+  run "$build/logs/apt-install.log" as_root apt-get install -y --no-install-recommends "${missing[@]}"
+fi
+
+"$root/scripts/fetch-minizip.sh"

@@ -1,0 +1,51 @@
+# Shared by the scripts in this folder: source it, do not run it.
+# Where things are, how to say what happens, and how to run Wine.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build="$root/build"
+
+# The build of a debug or sanitizer flavour keeps its own prefix beside it; this
+# is the one of the release build, which the tests and the demo use.
+wine_prefix="$build/wine"
+
+say() { printf '%s\n' "==> $*"; }
+die() { printf '%s\n' "error: $*" >&2; exit 1; }
+
+# run LOG COMMAND...: runs the command quietly; shows its output only if it fails.
+run() {
+  local log=$1 rc=0
+  shift
+  mkdir -p "$(dirname "$log")"
+  "$@" >"$log" 2>&1 || rc=$?
+  if [ "$rc" -ne 0 ]; then
+    tail -n 60 "$log" >&2
+    die "'$*' failed with code $rc (the whole output is in ${log#"$root"/})"
+  fi
+}
+
+# Everything Wine needs to behave the same on every machine: its own prefix,
+# no debugger window on a crash, no download prompts, no chatter.
+wine_environment() {
+  export WINEPREFIX=${WINEPREFIX:-$wine_prefix}
+  export WINEARCH=win64
+  export WINEDEBUG=${WINEDEBUG:--all}
+  export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d;winemenubuilder.exe=d"
+}
+
+# Makes the prefix when it is missing or half made.
+wine_prefix_ready() {
+  wine_environment
+  [ -e "$WINEPREFIX/.ready" ] && return 0
+  say "making a Wine prefix (about ten seconds)"
+  rm -rf "$WINEPREFIX"
+  mkdir -p "$WINEPREFIX"
+  run "$build/logs/wineboot.log" env DISPLAY= timeout 180 wineboot -i
+  wine_stop
+  # Windows 10 answers to the version tests that choose between code paths.
+  run "$build/logs/winecfg.log" env DISPLAY= timeout 60 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f
+  wine_stop
+  touch "$WINEPREFIX/.ready"
+}
+
+# Ends the server of this prefix, and of no other.
+wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wineserver -w >/dev/null 2>&1 || true; }

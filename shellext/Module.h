@@ -1,0 +1,29 @@
+// The state that every object of the loaded library shares.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+namespace veskard {
+
+/// Live class factories, COM objects and sender threads. Kept for support to see
+/// in a dump; nothing decides by it, since the library exports no
+/// DllCanUnloadNow.
+uint32_t ModuleLockCount() noexcept;
+
+/// Counts its owner as a user of the module. Construction and destruction also
+/// re-read the log switch, so that it takes effect in a running host.
+class ModuleUse {
+ public:
+  ModuleUse() noexcept;
+  ~ModuleUse();
+  ModuleUse(const ModuleUse&) = delete;
+  ModuleUse& operator=(const ModuleUse&) = delete;
+};
+
+/// The library's own path as read by the first DllGetClassObject; empty before.
+const std::wstring& ModulePath() noexcept;
+
+}  // namespace veskard

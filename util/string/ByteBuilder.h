@@ -1,0 +1,54 @@
+// ByteBuilder: the growable byte buffer that values are serialised into.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "util/string/FormatArgs.h"
+
+namespace veskard {
+
+/// Owns one heap block that grows geometrically. Move-only; not thread-safe.
+/// Growth throws std::bad_alloc when memory runs out and leaves the contents
+/// as they were.
+class ByteBuilder {
+ public:
+  ByteBuilder() noexcept = default;
+  /// Starts with room for `capacity` bytes; `escapeStyle` is the dump's: 0 for
+  /// hexadecimal escapes, anything else for octal ones.
+  explicit ByteBuilder(size_t capacity, uint8_t escapeStyle = 0);
+  ~ByteBuilder();
+  ByteBuilder(ByteBuilder&& other) noexcept;
+  ByteBuilder& operator=(ByteBuilder&& other) noexcept;
+  ByteBuilder(const ByteBuilder&) = delete;
+  ByteBuilder& operator=(const ByteBuilder&) = delete;
+
+  /// Appends `count` elements of `elementSize` bytes each. When they do not fit,
+  /// the capacity becomes the larger of twice the old one and the size needed,
+  /// at least 16 elements.
+  void Append(const void* bytes, size_t count, size_t elementSize = 1);
+  void Append(std::string_view bytes) { Append(bytes.data(), bytes.size()); }
+
+  /// Formats (util/string/strfmt.h) and appends; a result of more than 32767
+  /// characters is cut there.
+  template <class... Args>
+  void AppendFormat(const char* format, const Args&... args) {
+    AppendFormatArgs(format, FormatArgPack<sizeof...(Args)>(args...));
+  }
+  void AppendFormatArgs(const char* format, FormatArgs args);
+
+  const char* Data() const noexcept { return data_; }
+  size_t Length() const noexcept { return length_; }
+  size_t Capacity() const noexcept { return capacity_; }
+  uint8_t EscapeStyle() const noexcept { return escapeStyle_; }
+  std::string_view View() const noexcept { return {data_, length_}; }
+
+ private:
+  char* data_ = nullptr;
+  size_t capacity_ = 0;  // in elements
+  size_t length_ = 0;    // in elements
+  uint8_t escapeStyle_ = 0;
+};
+
+}  // namespace veskard

@@ -1,0 +1,76 @@
+// The argument list of one formatting run: typed slots instead of C varargs, so
+// that a format that does not match its arguments prints a wrong text but never
+// reads what is not there.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+namespace veskard {
+
+/// One argument slot, 64 bits wide whatever the argument's type.
+struct FormatArg {
+  enum class Kind : uint8_t { kInteger, kDouble, kNarrowString, kWideString, kPointer };
+
+  FormatArg() noexcept = default;
+  template <class T>
+  requires std::is_integral_v<T> || std::is_enum_v<T> FormatArg(T value)
+  noexcept : word(Widen(value)), kind(Kind::kInteger) {}
+  FormatArg(double value) noexcept : real(value), kind(Kind::kDouble) {}
+  FormatArg(const char* text) noexcept : pointer(text), kind(Kind::kNarrowString) {}
+  FormatArg(const wchar_t* text) noexcept : pointer(text), kind(Kind::kWideString) {}
+  FormatArg(const std::string& text) noexcept : FormatArg(text.c_str()) {}
+  FormatArg(const std::wstring& text) noexcept : FormatArg(text.c_str()) {}
+  FormatArg(const void* address) noexcept : pointer(address), kind(Kind::kPointer) {}
+  FormatArg(std::nullptr_t) noexcept : pointer(nullptr), kind(Kind::kPointer) {}
+
+  union {
+    uint64_t word = 0;    // kInteger: signed types sign-extended, others zero-extended
+    double real;          // kDouble
+    const void* pointer;  // all others
+  };
+  Kind kind = Kind::kInteger;
+
+ private:
+  template <class T>
+  static uint64_t Widen(T value) noexcept {
+    if constexpr (std::is_enum_v<T>) {
+      return Widen(static_cast<std::underlying_type_t<T>>(value));
+    } else if constexpr (std::is_signed_v<T>) {
+      return static_cast<uint64_t>(static_cast<int64_t>(value));
+    } else {
+      return static_cast<uint64_t>(value);
+    }
+  }
+};
+
+/// A view of the slots of one run, read from the front. Owns nothing.
+class FormatArgs {
+ public:
+  FormatArgs() noexcept = default;
+  FormatArgs(const FormatArg* first, size_t count) noexcept : next_(first), end_(first + count) {}
+
+  /// The next slot, or null when the format asks for more than there are.
+  const FormatArg* Next() noexcept { return next_ == end_ ? nullptr : next_++; }
+
+ private:
+  const FormatArg* next_ = nullptr;
+  const FormatArg* end_ = nullptr;
+};
+
+/// Holds the slots while a run reads them.
+template <size_t kCount>
+class FormatArgPack {
+ public:
+  template <class... Args>
+  explicit FormatArgPack(const Args&... args) noexcept : slots_{FormatArg(args)...} {}
+  operator FormatArgs() const noexcept { return FormatArgs(slots_.data(), kCount); }
+
+ private:
+  std::array<FormatArg, kCount> slots_;
+};
+
+}  // namespace veskard
