@@ -25,6 +25,7 @@ and ends with status 1 when there are any, 2 when it could not run. The rules:
     built-in      english.txt holds every built-in text and no other
 """
 
+import functools
 import os
 import re
 import sys
@@ -244,6 +245,7 @@ def check_script(pair, language, glossary):
         yield f'the character "{character}" (U+{ord(character):04X})'
 
 
+@functools.lru_cache(maxsize=None)
 def term_pattern(english):
     """A term as a whole word, a plural s allowed."""
     start = r"(?<!\w)" if english[0].isalnum() else ""
