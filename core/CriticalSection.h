@@ -15,6 +15,8 @@ class CriticalSection {
   CriticalSection& operator=(const CriticalSection&) = delete;
 
   void Enter() noexcept { ::EnterCriticalSection(&section_); }
+  /// Enters unless another thread is inside, alive or not; tells whether it did.
+  [[nodiscard]] bool TryEnter() noexcept { return ::TryEnterCriticalSection(&section_) != FALSE; }
   void Leave() noexcept { ::LeaveCriticalSection(&section_); }
 
  private:

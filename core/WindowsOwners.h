@@ -56,6 +56,16 @@ struct FindHandleResource {
   }
 };
 
+/// Traits of the screen's device context, borrowed with `GetDC(nullptr)`.
+struct ScreenDcResource {
+  using Value = HDC;
+  static constexpr Value Invalid() noexcept { return nullptr; }
+  static void Close(Value value) noexcept {
+    const LastErrorKeeper keeper;
+    ::ReleaseDC(nullptr, value);
+  }
+};
+
 using UniqueFile = Owner<FileHandleResource>;
 using UniqueFind = Owner<FindHandleResource>;
 using UniqueHandle = Owner<NullableResource<HANDLE, &::CloseHandle>>;
@@ -65,6 +75,7 @@ using UniqueLocalMemory = Owner<NullableResource<HLOCAL, &::LocalFree>>;
 using UniqueIcon = Owner<NullableResource<HICON, &::DestroyIcon>>;
 using UniqueBitmap = Owner<NullableResource<HBITMAP, &::DeleteObject>>;
 using UniqueMemoryDc = Owner<NullableResource<HDC, &::DeleteDC>>;
+using UniqueScreenDc = Owner<ScreenDcResource>;
 using UniqueMenu = Owner<NullableResource<HMENU, &::DestroyMenu>>;
 
 }  // namespace veskard

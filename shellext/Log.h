@@ -1,12 +1,20 @@
 // Log: the one diagnostic call that every part of the extension may use.
 #pragma once
 
+#include <atomic>
+
 #include "util/string/FormatArgs.h"
 
 namespace veskard {
 
+/// Kept in step with the log object's own state under the log lock; read without
+/// it. Written by shellext/DiagnosticLog.cpp only.
+extern std::atomic<bool> logEnabled;
+
 /// True while lines are written; the cheap test in front of every line.
-bool IsLogEnabled() noexcept;
+inline bool IsLogEnabled() noexcept {
+  return logEnabled.load(std::memory_order_relaxed);
+}
 
 /// Re-reads the registry switch and opens or closes the log to match; returns
 /// whether it is on now. Never throws.

@@ -23,6 +23,11 @@ class ModuleUse {
   ModuleUse& operator=(const ModuleUse&) = delete;
 };
 
+/// Run by every DllGetClassObject; the first one reads the module's path and
+/// creates the log. A second thread waits until both are there. Throws
+/// std::bad_alloc only, and the next call then tries again.
+void PrepareModule();
+
 /// The library's own path as read by the first DllGetClassObject; empty before.
 const std::wstring& ModulePath() noexcept;
 

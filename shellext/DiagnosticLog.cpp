@@ -1,0 +1,166 @@
+#include "shellext/DiagnosticLog.h"
+
+#include <shlobj.h>
+
+#include <new>
+
+#include "core/ModuleHandle.h"
+#include "core/Product.h"
+#include "shellext/Log.h"
+#include "shellext/LogSwitch.h"
+#include "shellext/LogTime.h"
+#include "util/string/strfmt.h"
+
+namespace veskard {
+
+constinit std::atomic<bool> logEnabled = false;
+
+namespace {
+
+constexpr wchar_t kStartLine[] = L"=== start ===";
+constexpr wchar_t kEndLine[] = L"==== end ====";
+constexpr wchar_t kFileName[] = L"ShellExtCM.log";
+constexpr wchar_t kOldSuffix[] = L".old";
+
+CriticalSection logLock;
+constinit std::unique_ptr<DiagnosticLog> diagnosticLog;
+
+/// Raises a flag for a scope.
+class FlagScope {
+ public:
+  explicit FlagScope(bool& flag) noexcept : flag_(flag) { flag_ = true; }
+  ~FlagScope() { flag_ = false; }
+  FlagScope(const FlagScope&) = delete;
+  FlagScope& operator=(const FlagScope&) = delete;
+
+ private:
+  bool& flag_;
+};
+
+/// The log never reports its own failures, and running out of memory is one.
+template <class Body>
+void Swallowing(Body&& body) noexcept {
+  try {
+    body();
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+/// "explorer.exe:4412"
+std::wstring ProcessTag() {
+  const std::wstring path = ReadModulePath(nullptr);
+  const std::wstring name = path.substr(path.find_last_of(L"\\/") + 1);
+  return FormatString(L"%s:%d", name, ::GetCurrentProcessId());
+}
+
+/// The folder itself is the agent's; the extension never creates it.
+std::wstring LogPath() {
+  wchar_t folder[MAX_PATH] = {};
+  if (!::SHGetSpecialFolderPathW(nullptr, folder, CSIDL_APPDATA, FALSE)) return {};
+  return FormatString(L"%s\\%s\\%s", folder, kAgentName, kFileName);
+}
+
+}  // namespace
+
+DiagnosticLog::DiagnosticLog() : path_(LogPath()), processTag_(ProcessTag()) {}
+
+void DiagnosticLog::SetEnabled(bool enabled) noexcept {
+  enabled_ = enabled;
+  logEnabled.store(enabled, std::memory_order_relaxed);
+}
+
+bool DiagnosticLog::Switch(bool on) noexcept {
+  if (on == enabled_) return enabled_;
+  if (on) {
+    SetEnabled(true);  // first, or the start line would not be written
+    SetEnabled(Open());
+  } else {
+    Close();
+    SetEnabled(false);
+  }
+  return enabled_;
+}
+
+bool DiagnosticLog::Open() noexcept {
+  if (file_) return true;
+  if (path_.empty()) return false;
+  Swallowing([&] {
+    auto file = std::make_shared<LogFile>(path_);
+    if (file->Open()) file_ = std::move(file);
+  });
+  if (!file_) return false;
+  WriteLine(kStartLine, FormatArgs());
+  return true;
+}
+
+void DiagnosticLog::Close() noexcept {
+  if (!file_ || closing_) return;
+  const FlagScope closing(closing_);
+  WriteLine(kEndLine, FormatArgs());
+  file_.reset();
+}
+
+void DiagnosticLog::WriteLine(const wchar_t* format, FormatArgs args) noexcept {
+  if (!enabled_ || !file_) return;
+  Swallowing([&] {
+    if (file_->IsDeletePending()) return Close();
+    Append(format, args);
+    Rotate();
+  });
+}
+
+void DiagnosticLog::Append(const wchar_t* format, FormatArgs args) {
+  const std::wstring message = FormatStringArgs(format, args);
+  const std::string time = LogTimestamp(SecondsSince1970());
+  const std::wstring line = FormatString(L"%S (%s) %s\r\n", time, processTag_, message);
+  file_->Append(line.data(), line.size() * sizeof(wchar_t));
+}
+
+void DiagnosticLog::Rotate() {
+  if (!file_ || rotating_) return;
+  const FlagScope rotating(rotating_);
+  if (file_->Size() <= kLogRotationThreshold) return;
+  const std::wstring path = file_->Path();
+  const std::wstring old = path + kOldSuffix;
+  Close();
+  // An old log is not replaced: the move then fails and the current log goes
+  // instead, so that the first generation is the one that is kept.
+  if (!::MoveFileExW(path.c_str(), old.c_str(), MOVEFILE_WRITE_THROUGH)) ::DeleteFileW(path.c_str());
+  Open();
+}
+
+CriticalSection& LogLock() noexcept {
+  return logLock;
+}
+
+void CreateLog() noexcept {
+  const CriticalSectionHold hold(logLock);
+  if (diagnosticLog) return;
+  Swallowing([] {
+    diagnosticLog = std::make_unique<DiagnosticLog>();
+    diagnosticLog->Switch(ReadLogSwitch());
+  });
+}
+
+bool RefreshLogState() noexcept {
+  const CriticalSectionHold hold(logLock);
+  return diagnosticLog && diagnosticLog->Switch(ReadLogSwitch());
+}
+
+void WriteLogLine(const wchar_t* format, FormatArgs args) noexcept {
+  const CriticalSectionHold hold(logLock);
+  if (diagnosticLog) diagnosticLog->WriteLine(format, args);
+}
+
+void CloseLogAtDetach(Detach detach) noexcept {
+  if (detach == Detach::kUnload) {
+    logLock.Enter();
+  } else if (!logLock.TryEnter()) {
+    return;
+  }
+  if (diagnosticLog) diagnosticLog->Switch(false);
+  diagnosticLog.reset();
+  logLock.Leave();
+}
+
+}  // namespace veskard

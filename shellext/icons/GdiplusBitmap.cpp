@@ -1,0 +1,45 @@
+#include "shellext/icons/GdiplusBitmap.h"
+
+namespace veskard {
+
+namespace gdip = Gdiplus::DllExports;
+
+BitmapShape ShapeOf(Gdiplus::GpBitmap* bitmap) noexcept {
+  BitmapShape shape;
+  gdip::GdipGetImageWidth(bitmap, &shape.width);
+  gdip::GdipGetImageHeight(bitmap, &shape.height);
+  gdip::GdipGetImagePixelFormat(bitmap, &shape.format);
+  return shape;
+}
+
+UniqueGpBitmap NewBitmap(const BitmapShape& shape) noexcept {
+  UniqueGpBitmap bitmap;
+  gdip::GdipCreateBitmapFromScan0(static_cast<INT>(shape.width), static_cast<INT>(shape.height), 0,
+                                  shape.format, nullptr, bitmap.Out());
+  return bitmap;
+}
+
+UniqueGpGraphics GraphicsOn(Gdiplus::GpBitmap* bitmap) noexcept {
+  UniqueGpGraphics graphics;
+  gdip::GdipGetImageGraphicsContext(bitmap, graphics.Out());
+  return graphics;
+}
+
+LockedBits::LockedBits(Gdiplus::GpBitmap* bitmap, Gdiplus::PixelFormat format) noexcept : bitmap_(bitmap) {
+  const UINT readAndWrite = Gdiplus::ImageLockModeRead | Gdiplus::ImageLockModeWrite;
+  if (gdip::GdipBitmapLockBits(bitmap, nullptr, readAndWrite, format, &data_) != Gdiplus::Ok) {
+    bitmap_ = nullptr;
+    data_ = {};
+  }
+}
+
+LockedBits::~LockedBits() {
+  if (bitmap_ != nullptr) gdip::GdipBitmapUnlockBits(bitmap_, &data_);
+}
+
+uint32_t* LockedBits::Row(UINT y) const noexcept {
+  const ptrdiff_t offset = static_cast<ptrdiff_t>(y) * data_.Stride;
+  return reinterpret_cast<uint32_t*>(FirstRow() + offset);
+}
+
+}  // namespace veskard

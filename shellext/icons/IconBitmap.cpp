@@ -1,0 +1,136 @@
+#include "shellext/icons/IconBitmap.h"
+
+#include <cstring>
+
+#include "shellext/icons/GdiplusBitmap.h"
+
+namespace veskard {
+namespace {
+
+namespace gdip = Gdiplus::DllExports;
+
+struct IconBitmaps {
+  UniqueBitmap colours;
+  UniqueBitmap mask;
+};
+
+// Icons without colours (monochrome ones) have a mask alone.
+IconBitmaps BitmapsOf(HICON icon) noexcept {
+  ICONINFO info = {};
+  if (!::GetIconInfo(icon, &info)) return {};
+  return {UniqueBitmap(info.hbmColor), UniqueBitmap(info.hbmMask)};
+}
+
+// A view of the locked memory as pixels with alpha; valid while the lock is held.
+UniqueGpBitmap ViewWithAlpha(const LockedBits& bits) noexcept {
+  UniqueGpBitmap view;
+  gdip::GdipCreateBitmapFromScan0(static_cast<INT>(bits.Width()), static_cast<INT>(bits.Height()),
+                                  bits.Stride(), PixelFormat32bppARGB, bits.FirstRow(), view.Out());
+  return view;
+}
+
+UniqueGpBitmap CopyWithAlpha(Gdiplus::GpBitmap* image) noexcept {
+  BitmapShape shape = ShapeOf(image);
+  shape.format = PixelFormat32bppARGB;
+  UniqueGpBitmap copy = NewBitmap(shape);
+  const UniqueGpGraphics graphics = GraphicsOn(copy.Get());
+  if (gdip::GdipDrawImageI(graphics.Get(), image, 0, 0) != Gdiplus::Ok) copy.Reset();
+  return copy;
+}
+
+BITMAPV5HEADER BottomUpArgbHeader(const BitmapShape& shape) noexcept {
+  BITMAPV5HEADER header = {};
+  header.bV5Size = sizeof(header);
+  header.bV5Width = static_cast<LONG>(shape.width);
+  header.bV5Height = static_cast<LONG>(shape.height);  // positive: the bottom row comes first
+  header.bV5Planes = 1;
+  header.bV5BitCount = 32;
+  header.bV5Compression = BI_BITFIELDS;
+  header.bV5RedMask = 0x00FF0000;
+  header.bV5GreenMask = 0x0000FF00;
+  header.bV5BlueMask = 0x000000FF;
+  header.bV5AlphaMask = 0xFF000000;
+  return header;
+}
+
+// A DIB section and the memory that it keeps its pixels in.
+struct PixelBuffer {
+  UniqueBitmap bitmap;
+  uint32_t* pixels = nullptr;
+};
+
+PixelBuffer NewPixelBuffer(const BitmapShape& shape) noexcept {
+  const BITMAPV5HEADER header = BottomUpArgbHeader(shape);
+  const UniqueScreenDc screen(::GetDC(nullptr));
+  void* pixels = nullptr;
+  UniqueBitmap bitmap(::CreateDIBSection(screen.Get(), reinterpret_cast<const BITMAPINFO*>(&header),
+                                         DIB_RGB_COLORS, &pixels, nullptr, 0));
+  return {std::move(bitmap), static_cast<uint32_t*>(pixels)};
+}
+
+void FillWithWhite(HBITMAP bitmap, const BitmapShape& shape) noexcept {
+  const UniqueMemoryDc dc(::CreateCompatibleDC(nullptr));
+  const HGDIOBJ before = ::SelectObject(dc.Get(), bitmap);
+  ::PatBlt(dc.Get(), 0, 0, static_cast<int>(shape.width), static_cast<int>(shape.height), WHITENESS);
+  ::SelectObject(dc.Get(), before);
+  // GDI batches what it draws: the white must be there before the pixels are.
+  ::GdiFlush();
+}
+
+// Both have the same size; the row order is turned over.
+void CopyTurnedOver(const LockedBits& source, uint32_t* target) noexcept {
+  const size_t width = source.Width();
+  for (UINT y = 0; y < source.Height(); ++y) {
+    const size_t targetRow = source.Height() - 1 - y;
+    std::memcpy(target + targetRow * width, source.Row(y), width * sizeof(uint32_t));
+  }
+}
+
+PixelBuffer PixelsOf(Gdiplus::GpBitmap* bitmap, const BitmapShape& shape) noexcept {
+  PixelBuffer buffer = NewPixelBuffer(shape);
+  if (!buffer.bitmap) return {};
+  FillWithWhite(buffer.bitmap.Get(), shape);
+  // Any other format leaves the icon white: there is no alpha to bring over.
+  if (shape.format == PixelFormat32bppARGB) {
+    const LockedBits bits(bitmap, PixelFormat32bppARGB);
+    if (!bits) return {};
+    CopyTurnedOver(bits, buffer.pixels);
+  }
+  return buffer;
+}
+
+}  // namespace
+
+UniqueGpBitmap IconToBitmap(HICON icon) noexcept {
+  const IconBitmaps parts = BitmapsOf(icon);
+  UniqueGpBitmap colours;
+  gdip::GdipCreateBitmapFromHBITMAP(parts.colours.Get(), nullptr, colours.Out());
+  const Gdiplus::PixelFormat format = ShapeOf(colours.Get()).format;
+  // Fewer bits than 32 have no room for alpha, and their rows must not be read as
+  // if they had: such colours are taken as they are, opaque.
+  if (Gdiplus::GetPixelFormatSize(format) != 32) return CopyWithAlpha(colours.Get());
+
+  // GDI+ drops the alpha of an HBITMAP but leaves the bytes in place. Seen as
+  // pixels with alpha they are the icon's own; an icon without an alpha channel
+  // has zeros there, so that it comes out transparent.
+  const LockedBits bits(colours.Get(), format);
+  if (!bits) return {};
+  return CopyWithAlpha(ViewWithAlpha(bits).Get());
+}
+
+UniqueIcon BitmapToIcon(Gdiplus::GpBitmap* bitmap) noexcept {
+  if (bitmap == nullptr) return {};
+  const BitmapShape shape = ShapeOf(bitmap);
+  const PixelBuffer buffer = PixelsOf(bitmap, shape);
+  const UniqueBitmap mask(
+      ::CreateBitmap(static_cast<int>(shape.width), static_cast<int>(shape.height), 1, 1, nullptr));
+  if (!buffer.bitmap || !mask) return {};
+
+  ICONINFO info = {};
+  info.fIcon = TRUE;
+  info.hbmMask = mask.Get();
+  info.hbmColor = buffer.bitmap.Get();
+  return UniqueIcon(::CreateIconIndirect(&info));
+}
+
+}  // namespace veskard
