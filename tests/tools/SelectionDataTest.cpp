@@ -40,10 +40,6 @@ TEST(SelectionDataTest, OffersAThousandLongPaths) {
   EXPECT_EQ(RoundTrip(paths), paths);
 }
 
-TEST(SelectionDataTest, AnEmptySelectionIsAnEmptyList) {
-  EXPECT_TRUE(RoundTrip({}).empty());
-}
-
 TEST(SelectionDataTest, RefusesEveryOtherFormat) {
   const UniqueCom<IDataObject> data = MakeSelectionData({L"C:\\a"});
   STGMEDIUM medium = {};

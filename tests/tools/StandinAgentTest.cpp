@@ -17,8 +17,7 @@ using namespace std::chrono_literals;
 constexpr AgentKind kKind = AgentKind::kUser;
 
 UniqueFile Connect() {
-  UniqueFile pipe(
-      ::CreateFileW(kUserEndpoint.pipe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  UniqueFile pipe(::CreateFileW(kUserEndpoint.pipe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   DWORD mode = PIPE_READMODE_MESSAGE;
   EXPECT_TRUE(pipe);
   EXPECT_TRUE(::SetNamedPipeHandleState(pipe.Get(), &mode, nullptr, nullptr));
@@ -114,8 +113,8 @@ TEST(StandinAgentTest, CanLackItsPipe) {
 }
 
 TEST(StandinAgentTest, AClientOfOneThatNeverReadsWaitsUntilItGoes) {
-  auto agent = std::make_unique<StandinAgent>(
-      StandinAgent::Options{.kind = kKind, .faults = {.neverReads = true}});
+  auto agent =
+      std::make_unique<StandinAgent>(StandinAgent::Options{.kind = kKind, .faults = {.neverReads = true}});
   const UniqueFile client = Connect();
   std::future<bool> sent = std::async(std::launch::async, [&] {
     const std::string message(4096, 'x');
