@@ -51,12 +51,25 @@ uintptr_t UnexpectedCall() {
   return 0;
 }
 
-constexpr const char* kNotAtLoad[] = {
-    "CreateFileW",        "FindFirstFileExW", "GetFileAttributesW",       "GetModuleFileNameW",
-    "CreateProcessW",     "OpenMutexW",       "RegOpenKeyExW",            "RegCreateKeyExW",
-    "RegQueryValueExW",   "RegSetValueExW",   "RegDeleteKeyW",            "SHGetSpecialFolderPathW",
-    "SHGetFileInfoW",     "SHChangeNotify",   "LoadImageW",               "GdiplusStartup",
-    "FindResourceW",      "LoadResource",     "GetUserPreferredUILanguages"};
+constexpr const char* kNotAtLoad[] = {"CreateFileW",
+                                      "FindFirstFileExW",
+                                      "GetFileAttributesW",
+                                      "GetModuleFileNameW",
+                                      "CreateProcessW",
+                                      "OpenMutexW",
+                                      "RegOpenKeyExW",
+                                      "RegCreateKeyExW",
+                                      "RegQueryValueExW",
+                                      "RegSetValueExW",
+                                      "RegDeleteKeyW",
+                                      "SHGetSpecialFolderPathW",
+                                      "SHGetFileInfoW",
+                                      "SHChangeNotify",
+                                      "LoadImageW",
+                                      "GdiplusStartup",
+                                      "FindResourceW",
+                                      "LoadResource",
+                                      "GetUserPreferredUILanguages"};
 
 TEST_F(LibraryLifeTest, LoadingTouchesNeitherFilesNorRegistry) {
   unexpectedCalls = 0;
@@ -77,7 +90,8 @@ TEST_F(LibraryLifeTest, UnloadingAnUnusedLibraryTouchesNothing) {
   ExtensionLibrary library;
   unexpectedCalls = 0;
   for (const char* name : kNotAtLoad)  // never undone: the library goes first
-    static_cast<void>(new test::ImportPatch(library.Module(), name, reinterpret_cast<void*>(&UnexpectedCall)));
+    static_cast<void>(
+        new test::ImportPatch(library.Module(), name, reinterpret_cast<void*>(&UnexpectedCall)));
   library.Unload();
   EXPECT_EQ(unexpectedCalls, 0);
 }

@@ -1,15 +1,14 @@
 // Registration through DllInstall of the built library, in a registry of the
-// test's own, and once through the real client in the machine's.
+// test's own.
 #include <gmock/gmock.h>
 #include <shlobj.h>
 #include <wrl/client.h>
 
 #include <filesystem>
-#include <thread>
 
 #include "shellext/ClassIds.h"
 #include "tests/shellext/LogFixture.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySnapshot.h"
@@ -24,52 +23,6 @@ using test::RegistrySnapshot;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
-
-const std::wstring kMenuId = L"{8AF59405-CC05-0002-0702-AE6472CC92B2}";
-const std::wstring kIconId = L"{8AF59406-CC05-0002-0702-AE6472CC92B2}";
-const std::wstring kHandler = L"Nimbrel Veskard Agent Service 2.7.2";
-const std::wstring kClasses = L"Software\\Classes\\";
-const std::wstring kMenuClass = kClasses + L"CLSID\\" + kMenuId;
-const std::wstring kIconClass = kClasses + L"CLSID\\" + kIconId;
-const std::wstring kAllFiles = kClasses + L"*\\shellex\\ContextMenuHandlers\\" + kHandler;
-const std::wstring kShortcuts = kClasses + L"lnkfile\\shellex\\ContextMenuHandlers\\" + kHandler;
-const std::wstring kFolders = kClasses + L"Directory\\shellex\\ContextMenuHandlers\\" + kHandler;
-const std::wstring kIconHandler = kClasses + L"Nimbrel Veskard Agent\\shellex\\IconHandler";
-
-/// A key that registration makes, with the rows that write to it.
-struct WrittenKey {
-  std::wstring key;
-  std::wstring valueName;
-  std::wstring data;
-};
-
-std::vector<WrittenKey> TenRows(const std::wstring& server) {
-  return {
-      {kMenuClass, L"", kHandler},
-      {kMenuClass + L"\\InprocServer32", L"", server},
-      {kMenuClass + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
-      {kAllFiles, L"", kMenuId},
-      {kShortcuts, L"", kMenuId},
-      {kFolders, L"", kMenuId},
-      {kIconClass, L"", kHandler},
-      {kIconClass + L"\\InprocServer32", L"", server},
-      {kIconClass + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
-      {kIconHandler, L"", kIconId},
-  };
-}
-
-/// What the registry holds once the first `rows` are written: the values, their
-/// keys and the keys' parents.
-RegistrySnapshot Written(const std::vector<WrittenKey>& rows) {
-  RegistrySnapshot snapshot = {{L"", L""}};
-  for (const WrittenKey& row : rows) {
-    for (size_t end = row.key.find(L'\\'); end != std::wstring::npos; end = row.key.find(L'\\', end + 1))
-      snapshot[row.key.substr(0, end)] = L"";
-    snapshot[row.key] = L"";
-    snapshot[row.key + L"|" + row.valueName] = L"REG_SZ " + row.data;
-  }
-  return snapshot;
-}
 
 void MakeKey(const std::wstring& path) {
   test::WriteRegistryText(HKEY_LOCAL_MACHINE, path, L"", L"");
@@ -148,8 +101,9 @@ TEST_F(RegistrationTest, RemovingWhatWasNeverThereSucceeds) {
 }
 
 TEST_F(RegistrationTest, OtherVersionsAndStrangersStay) {
-  const std::wstring older = L"Software\\Classes\\*\\shellex\\ContextMenuHandlers\\"
-                             L"Nimbrel Veskard Agent Service 2.7.1";
+  const std::wstring older =
+      L"Software\\Classes\\*\\shellex\\ContextMenuHandlers\\"
+      L"Nimbrel Veskard Agent Service 2.7.1";
   const std::wstring olderClass = kClasses + L"CLSID\\{8AF59405-CC05-0002-0701-AE6472CC92B2}\\InprocServer32";
   const std::wstring unregistered = kClasses + L"CLSID\\{8AF59400-CC05-0002-0702-AE6472CC92B2}";
   for (const std::wstring& key : {older, olderClass, unregistered}) MakeKey(key);
@@ -195,10 +149,10 @@ class RegistrationCallsTest : public RegistrationTest {
 
   static constexpr int kNever = -1;
   int refusedCreation = kNever;  // counted from 0
+  int creations = 0;
   bool refuseValues = false;
   bool refuseRemoval = false;
   std::vector<std::wstring> calls;
-  std::vector<std::wstring> notifications;
 
  private:
   static std::wstring Root(HKEY root) { return root == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"elsewhere\\"; }
@@ -209,7 +163,7 @@ class RegistrationCallsTest : public RegistrationTest {
     const bool plain = reserved == 0 && className == nullptr && options == 0 && access == 0x20006 &&
                        security == nullptr && disposition == nullptr;
     self_->calls.push_back((plain ? L"create " : L"create in another way ") + Root(root) + path);
-    if (self_->refusedCreation == self_->creations_++) return ERROR_ACCESS_DENIED;
+    if (self_->refusedCreation == self_->creations++) return ERROR_ACCESS_DENIED;
     return self_->create_.CallOriginal(root, path, reserved, className, options, access, security, key,
                                        disposition);
   }
@@ -240,7 +194,6 @@ class RegistrationCallsTest : public RegistrationTest {
   }
 
   inline static RegistrationCallsTest* self_ = nullptr;
-  int creations_ = 0;
   test::FunctionPatch<decltype(Create)> create_;
   test::FunctionPatch<decltype(Set)> set_;
   test::FunctionPatch<decltype(Delete)> delete_;
@@ -285,7 +238,7 @@ TEST_F(RegistrationCallsTest, TheFirstRefusedKeyEndsItAndTheRowsBeforeStay) {
     library_.DllInstall(FALSE, L"S");
     const RegistrySnapshot before = LocalMachine();
     calls.clear();
-    creations_ = 0;
+    creations = 0;
     refusedCreation = static_cast<int>(refused);
     EXPECT_EQ(library_.DllInstall(TRUE, L"S"), HRESULT(0x80004005));
     EXPECT_THAT(calls, ElementsAreArray(InstallCalls(rows, refused)));
@@ -349,81 +302,6 @@ TEST_F(RegistrationTest, WithoutAClassObjectThereIsNoLogYet) {
   registry_.SetApplicationData(ApplicationData());
   library_.DllInstall(TRUE, L"S");
   EXPECT_THAT(Lines(), IsEmpty());
-}
-
-// ---- The real client, in the machine's own registry
-
-/// Runs regsvr32 quietly on the built library; the exit code is its own.
-DWORD RunRegsvr32(const std::wstring& switches) {
-  const test::ChildProcess client(L"regsvr32.exe", switches + L" \"" + test::ExtensionLibraryPath() + L"\"");
-  return client.Wait();
-}
-
-class RealClientTest : public ::testing::Test {
- protected:
-  ~RealClientTest() override { RunRegsvr32(L"/s /u /n /i:S"); }
-};
-
-TEST_F(RealClientTest, InstallsAndRemovesExactlyOurKeys) {
-  RunRegsvr32(L"/s /u /n /i:S");
-  const RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software");
-  EXPECT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
-  RegistrySnapshot expected = before;
-  RegistrySnapshot written = Written(TenRows(test::ExtensionLibraryPath()));
-  written.erase(L"");
-  for (const auto& [name, text] : written) expected[name] = text;
-  EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"), expected);
-
-  EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
-  RegistrySnapshot after = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software");
-  for (const auto& [name, text] : before) EXPECT_EQ(after.extract(name).mapped(), text);
-  for (const auto& [name, text] : after) EXPECT_EQ(text, L"") << "a value was left behind";
-}
-
-TEST_F(RealClientTest, WithoutInstallItRegistersNothing) {
-  const RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software");
-  EXPECT_EQ(RunRegsvr32(L"/s"), 0u);
-  EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"), before);
-}
-
-/// Whether an interface is the library's own, or a proxy for it.
-bool IsInLibrary(IUnknown* object) {
-  const void* const firstMethod = **reinterpret_cast<void***>(object);
-  HMODULE module = nullptr;
-  ::GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      static_cast<const wchar_t*>(firstMethod), &module);
-  return module != nullptr && module == ::GetModuleHandleW(L"VeskardShellExt.dll");
-}
-
-/// Activates both registered classes in an apartment of the given kind.
-void ActivateIn(DWORD apartment, bool expectDirect) {
-  std::thread([=] {
-    ASSERT_EQ(::CoInitializeEx(nullptr, apartment), S_OK);
-    for (const unsigned index : {kContextMenuClass, kFileIconClass}) {
-      ComPtr<IUnknown> object;
-      EXPECT_EQ(::CoCreateInstance(ClassId(index), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), S_OK);
-      if (object != nullptr) EXPECT_EQ(IsInLibrary(object.Get()), expectDirect) << index;
-    }
-    ::CoUninitialize();
-  }).join();
-}
-
-TEST_F(RealClientTest, RegisteredClassesActivateInAnApartmentOfTheirOwn) {
-  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
-  ActivateIn(COINIT_APARTMENTTHREADED, true);
-  ActivateIn(COINIT_MULTITHREADED, false);
-}
-
-TEST_F(RealClientTest, UnregisteredIndicesDoNotActivate) {
-  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
-  ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-  for (const unsigned index : {0u, 1u, 2u, 3u, 4u}) {
-    ComPtr<IUnknown> object;
-    EXPECT_EQ(::CoCreateInstance(ClassId(index), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)),
-              REGDB_E_CLASSNOTREG);
-  }
-  ::CoUninitialize();
 }
 
 }  // namespace

@@ -111,7 +111,7 @@ TEST_F(LibraryTest, EveryCallMakesAFactoryOfItsOwnWithOneReference) {
   for (const unsigned index : kServedIndices) {
     const ComPtr<IClassFactory> first = Factory(index);
     ComPtr<IClassFactory> second = Factory(index);
-    EXPECT_NE(first, second);
+    EXPECT_NE(first.Get(), second.Get());
     EXPECT_EQ(second->AddRef(), 2u);
     EXPECT_EQ(second->Release(), 1u);
     EXPECT_EQ(second.Detach()->Release(), 0u);
@@ -199,17 +199,16 @@ TEST_P(LibraryFacesTest, AnythingElseIsRefusedAndNulled) {
   EXPECT_EQ(object->Release(), 1u);
 }
 
-const std::vector<IID> kNoContextMenu = {IID_IPersistFile, IID_IExtractIconW, IID_IContextMenu2,
-                                         IID_IContextMenu3, IID_IMarshal, IID_IClassFactory};
-const std::vector<IID> kNoIconHandler = {IID_IPersist, IID_IContextMenu, IID_IShellExtInit,
-                                         IID_IExtractIconA, IID_IMarshal, IID_IClassFactory};
-INSTANTIATE_TEST_SUITE_P(
-    AllClasses, LibraryFacesTest,
-    ::testing::Values(Faces{0, IID_IContextMenu, IID_IShellExtInit, kNoContextMenu},
-                      Faces{1, IID_IPersistFile, IID_IExtractIconW, kNoIconHandler},
-                      Faces{5, IID_IContextMenu, IID_IShellExtInit, kNoContextMenu},
-                      Faces{6, IID_IPersistFile, IID_IExtractIconW, kNoIconHandler}),
-    [](const auto& info) { return "Index" + std::to_string(info.param.index); });
+const std::vector<IID> kNoContextMenu = {IID_IPersistFile,  IID_IExtractIconW, IID_IContextMenu2,
+                                         IID_IContextMenu3, IID_IMarshal,      IID_IClassFactory};
+const std::vector<IID> kNoIconHandler = {IID_IPersist,      IID_IContextMenu, IID_IShellExtInit,
+                                         IID_IExtractIconA, IID_IMarshal,     IID_IClassFactory};
+INSTANTIATE_TEST_SUITE_P(AllClasses, LibraryFacesTest,
+                         ::testing::Values(Faces{0, IID_IContextMenu, IID_IShellExtInit, kNoContextMenu},
+                                           Faces{1, IID_IPersistFile, IID_IExtractIconW, kNoIconHandler},
+                                           Faces{5, IID_IContextMenu, IID_IShellExtInit, kNoContextMenu},
+                                           Faces{6, IID_IPersistFile, IID_IExtractIconW, kNoIconHandler}),
+                         [](const auto& tested) { return "Index" + std::to_string(tested.param.index); });
 
 // ---- The other exports
 

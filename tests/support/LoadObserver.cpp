@@ -31,8 +31,7 @@ LoadObserver::LoadObserver(std::wstring name, std::function<void(HMODULE)> onLoa
   using Callback = void CALLBACK(ULONG, const Notification*, void*);
   using Register = NTSTATUS NTAPI(ULONG, Callback*, void*, void**);
   auto* const start = FindInNtdll<Register>("LdrRegisterDllNotification");
-  ASSERT_NE(start, nullptr);
-  EXPECT_EQ(start(0, &OnNotification, this, &cookie_), 0);
+  EXPECT_TRUE(start != nullptr && start(0, &OnNotification, this, &cookie_) == 0);
 }
 
 LoadObserver::~LoadObserver() {

@@ -30,7 +30,7 @@ size_t CountHandles() {
   size_t open = 0;
   DWORD flags = 0;
   for (size_t value = 4; value < kHandleLimit; value += 4)
-    open += ::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1 : 0;
+    open += ::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? size_t{1} : size_t{0};
   return open;
 }
 
