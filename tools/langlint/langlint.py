@@ -41,6 +41,7 @@ NAME_PLACEHOLDER = re.compile(r"%APPNAME%|%APPSHORTNAME%")
 VALUE_PLACEHOLDER = re.compile(r"%[sdZ]")
 PLACEHOLDER = re.compile(NAME_PLACEHOLDER.pattern + "|" + VALUE_PLACEHOLDER.pattern)
 ESCAPE = re.compile(r"\\r\\n")
+PER_SECOND = re.compile(r"/s\b")
 
 # The marks that a line may end with; a language's own form stands for the English one.
 END_MARKS = (("...", ("...",)), (":", (":", "：")), ("?", ("?", "？")), (".", (".", "。")))
@@ -234,7 +235,7 @@ def check_script(pair, language, glossary):
     elif language in OTHER_SCRIPTS:
         allowed = ASCII_WITHOUT_LETTERS + OTHER_SCRIPTS[language]
         known = abbreviations(pair.english) | glossary.accepted_words()
-        for word in latin_words(text):
+        for word in latin_words(PER_SECOND.sub("", text)):
             if word not in known:
                 yield f'the Latin word "{word}"'
         text = re.sub("[A-Za-z]", "", text)
