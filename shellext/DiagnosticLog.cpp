@@ -6,6 +6,7 @@
 
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
+#include "fs/util/Handle.h"
 #include "shellext/Log.h"
 #include "shellext/LogSwitch.h"
 #include "shellext/LogTime.h"
@@ -21,6 +22,12 @@ constexpr wchar_t kStartLine[] = L"=== start ===";
 constexpr wchar_t kEndLine[] = L"==== end ====";
 constexpr wchar_t kFileName[] = L"ShellExtCM.log";
 constexpr wchar_t kOldSuffix[] = L".old";
+
+/// The offset that stands for the end of the file as it is when the write
+/// happens. The system finds it and writes as one step, so that processes that
+/// share the log do not overwrite one another; a file position is each
+/// process's own and would.
+constexpr uint64_t kAtEndOfFile = ~uint64_t{0};
 
 CriticalSection logLock;
 constinit std::unique_ptr<DiagnosticLog> diagnosticLog;
@@ -85,8 +92,8 @@ bool DiagnosticLog::Open() noexcept {
   if (file_) return true;
   if (path_.empty()) return false;
   Swallowing([&] {
-    auto file = std::make_shared<LogFile>(path_);
-    if (file->Open()) file_ = std::move(file);
+    const std::shared_ptr<SyncHandle> file = MakeHandle(PathVector(path_), HandleKind::kFile);
+    if (file->Open(kModeAppend, 0, 0)) file_ = file;
   });
   if (!file_) return false;
   WriteLine(kStartLine, FormatArgs());
@@ -97,6 +104,7 @@ void DiagnosticLog::Close() noexcept {
   if (!file_ || closing_) return;
   const FlagScope closing(closing_);
   WriteLine(kEndLine, FormatArgs());
+  file_->Close();
   file_.reset();
 }
 
@@ -113,13 +121,14 @@ void DiagnosticLog::Append(const wchar_t* format, FormatArgs args) {
   const std::wstring message = FormatStringArgs(format, args);
   const std::string time = LogTimestamp(SecondsSince1970());
   const std::wstring line = FormatString(L"%S (%s) %s\r\n", time, processTag_, message);
-  file_->Append(line.data(), line.size() * sizeof(wchar_t));
+  file_->WriteAt(line.data(), static_cast<uint32_t>(line.size() * sizeof(wchar_t)), kAtEndOfFile);
+  file_->Flush(nullptr);
 }
 
 void DiagnosticLog::Rotate() {
   if (!file_ || rotating_) return;
   const FlagScope rotating(rotating_);
-  if (file_->Size() <= kLogRotationThreshold) return;
+  if (file_->GetSize(nullptr) <= kLogRotationThreshold) return;
   const std::wstring path = file_->Path();
   const std::wstring old = path + kOldSuffix;
   Close();

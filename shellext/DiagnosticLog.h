@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/CriticalSection.h"
-#include "shellext/LogFile.h"
+#include "fs/util/SyncHandle.h"
 #include "util/string/FormatArgs.h"
 
 namespace veskard {
@@ -50,7 +50,7 @@ class DiagnosticLog {
   bool enabled_ = false;
   bool rotating_ = false;  // true inside Rotate, which writes lines itself
   bool closing_ = false;   // true inside Close, likewise
-  std::shared_ptr<LogFile> file_;
+  std::shared_ptr<SyncHandle> file_;
 };
 
 /// Guards the log object and everything it does. May be taken inside the

@@ -33,7 +33,9 @@ class FileHandle : public SyncHandle {
   /// open handle keeps its old error, whatever the copy's outcome.
   /// From a stream (kind 5): opens this file by mode 2, which empties it, carries
   /// the stream's bytes over, flushes, and leaves the handle closed; the result is
-  /// true only when every byte arrived. Other kinds: false, and nothing happens.
+  /// true only when every byte arrived. A source that does not open leaves the file
+  /// as it was; so does a stream of this very file (ERROR_SHARING_VIOLATION), which
+  /// would vanish with the old contents. Other kinds: false, and nothing happens.
   bool CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) override;
 
   /// A read-only file is made writable and deleted all the same. The handle, if
@@ -55,8 +57,8 @@ class FileHandle : public SyncHandle {
   HandleKind GetKind() const override { return HandleKind::kFile; }
 
  private:
-  bool MakeWritable() noexcept;
-  bool CopyFile(const std::wstring& sourcePath);
+  bool CopyFileContents(const std::wstring& sourcePath);
+  bool CopyStreamContents(const std::wstring& sourcePath);
 };
 
 }  // namespace veskard

@@ -125,9 +125,11 @@ class FileInfoImpl : public FileInfoImplBase {
   enum class LookUp { kFilled, kFailed, kMustOpen };
 
   bool Fail(uint32_t error) noexcept;
-  LookUp FillFromDirectory(bool exactName);
+  LookUp FillFromDirectory(uint32_t flags);
   bool FillFromOpening(uint32_t flags);
   bool FillFromHandle(HANDLE file);
+  template <class Description>
+  void Fill(const Description& description) noexcept;
   bool CheckFinalPath(HANDLE file, uint32_t flags);
   bool ReadSecurity();
 

@@ -39,8 +39,9 @@ class StreamHandle : public SyncHandle {
 
   /// From a file (kinds 1 and 4) or a stream (kind 5): opens this stream by mode
   /// 2, which empties it, carries the source's bytes over, flushes, and leaves the
-  /// handle closed; the result is true only when every byte arrived. Other kinds:
-  /// false, and nothing happens.
+  /// handle closed; the result is true only when every byte arrived. A source that
+  /// does not open leaves the stream as it was, and so does the stream itself as
+  /// the source (ERROR_SHARING_VIOLATION). Other kinds: false, and nothing happens.
   bool CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) override;
 
   /// Deletes the stream; the file stays. No second try for a read-only file.

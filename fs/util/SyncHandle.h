@@ -89,7 +89,8 @@ class SyncHandle {
   virtual int64_t GetModificationTime(uint32_t* error);
 
   /// Size in bytes as the disk has it now, whether or not the handle is open; 0
-  /// on failure.
+  /// when it cannot be told. (A file found under a name that differs in letter case
+  /// has its size and ERROR_FILE_NOT_FOUND.)
   virtual uint64_t GetSize(uint32_t* error);
 
   /// Closes what is open and opens the object by an index into kOpenModes
@@ -178,6 +179,8 @@ class SyncHandle {
 
   /// The work that files and streams share, on the open system handle.
   bool OpenNamed(const std::wstring& osName, uint32_t mode, uint8_t flag, uint32_t extraFlags);
+  /// Another try in the mode and with the flag of the last.
+  bool OpenAgain(const std::wstring& osName, uint32_t extraFlags);
   bool SeekOpen(uint64_t offset);
   bool SetSizeOpen(uint64_t size);
   bool SetValidDataOpen(uint64_t size);
@@ -186,14 +189,15 @@ class SyncHandle {
   /// `offset` null: at the file position.
   uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset);
   uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset);
-  /// Opens this handle by kModeReplace, fills it with all that `source` holds,
-  /// flushes, and closes both. On failure what was written so far stays on disk,
-  /// the result is false and the error is recorded.
+  /// Opens `source` for reading and this handle by kModeReplace, carries all bytes
+  /// over, flushes, and closes this handle. False, with the error recorded, when
+  /// anything fails; a source that does not open leaves this object untouched,
+  /// later failures leave what was carried so far.
   bool FillFrom(SyncHandle& source);
 
  private:
-  uint32_t FillOpenFrom(SyncHandle& source);
-  uint32_t FinishTransfer(BOOL started, OVERLAPPED* overlapped, DWORD transferred);
+  uint32_t CarryFrom(SyncHandle& source);
+  uint32_t FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD transferred);
 
   std::wstring path_;
   UniqueFile osHandle_;

@@ -8,19 +8,27 @@
 
 namespace veskard {
 
-/// The non-empty runs of characters between separators, in order. A value type:
-/// it owns its strings. Throws std::bad_alloc only.
+/// The non-empty runs of characters between separators, in order:
+///
+///     separator   text         parts
+///     '/'         "/a//b/"     "a", "b"
+///     '/'         "./../x"     ".", "..", "x"   (dots are ordinary parts)
+///     '/'         "///", ""    none
+///     '/'         "a\b"        "a\b"
+///
+/// A value type: it owns its strings and belongs to one thread at a time.
+/// Throws std::bad_alloc only.
 class TokenVector {
  public:
-  explicit TokenVector(wchar_t separator) noexcept : separator_(separator) {}
+  /// Empties the list and fills it with the parts of `text`.
+  virtual void Assign(std::wstring_view text);
+
   virtual ~TokenVector() = default;
+  explicit TokenVector(wchar_t separator) noexcept : separator_(separator) {}
   TokenVector(const TokenVector&) = default;
   TokenVector(TokenVector&&) = default;
   TokenVector& operator=(const TokenVector&) = default;
   TokenVector& operator=(TokenVector&&) = default;
-
-  /// Empties the list and fills it with the parts of `text`.
-  virtual void Assign(std::wstring_view text);
 
   wchar_t Separator() const noexcept { return separator_; }
   size_t Count() const noexcept { return tokens_.size(); }

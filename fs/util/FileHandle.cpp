@@ -1,0 +1,143 @@
+#include "fs/util/FileHandle.h"
+
+#include "core/StdAfx.h"
+#include "fs/util/FileInfo.h"
+#include "fs/util/PathText.h"
+#include "fs/util/ReadOnlyFiles.h"
+#include "fs/util/StreamHandle.h"
+
+namespace veskard {
+namespace {
+
+bool WritesByMode(uint32_t mode) noexcept {
+  return mode < kOpenModes.size() && kOpenModes[mode].writes;
+}
+
+}  // namespace
+
+bool FileHandle::Seek(uint64_t offset) {
+  const auto hold = HoldLock();
+  return SeekOpen(offset);
+}
+
+bool FileHandle::SetSize(uint64_t size) {
+  const auto hold = HoldLock();
+  return SetSizeOpen(size);
+}
+
+int64_t FileHandle::GetModificationTime(uint32_t* error) {
+  const auto hold = HoldLock();
+  const auto info = MakeFileInfo(Path());
+  Record(info->Error(), error);
+  return info->GetLastWriteTime();
+}
+
+uint64_t FileHandle::GetSize(uint32_t* error) {
+  const auto hold = HoldLock();
+  const auto info = MakeFileInfo(Path());
+  Record(info->Error(), error);
+  return info->GetSize();
+}
+
+bool FileHandle::Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) {
+  const auto hold = HoldLock();
+  if (OpenNamed(Path(), mode, flag, extraFlags)) return true;
+  if (LastError() != ERROR_ACCESS_DENIED || !WritesByMode(mode) || !ClearReadOnly(Path().c_str()))
+    return false;
+  return OpenAgain(Path(), 0);
+}
+
+bool FileHandle::IsOpen() const {
+  const auto hold = HoldLock();
+  return HasOsHandle();
+}
+
+uint32_t FileHandle::Read(void* buffer, uint32_t count) {
+  const auto hold = HoldLock();
+  return ReadOpen(buffer, count, nullptr);
+}
+
+uint32_t FileHandle::ReadAt(void* buffer, uint32_t count, uint64_t offset) {
+  const auto hold = HoldLock();
+  return ReadOpen(buffer, count, &offset);
+}
+
+uint32_t FileHandle::Write(const void* buffer, uint32_t count) {
+  const auto hold = HoldLock();
+  return WriteOpen(buffer, count, nullptr);
+}
+
+uint32_t FileHandle::WriteAt(const void* buffer, uint32_t count, uint64_t offset) {
+  const auto hold = HoldLock();
+  return WriteOpen(buffer, count, &offset);
+}
+
+bool FileHandle::Flush(uint32_t* error) {
+  const auto hold = HoldLock();
+  return FlushOpen(error);
+}
+
+bool FileHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) {
+  const auto hold = HoldLock();
+  switch (sourceKind) {
+    case HandleKind::kFile:
+    case HandleKind::kFileSecondCode:
+      return CopyFileContents(sourcePath);
+    case HandleKind::kStream:
+      return CopyStreamContents(sourcePath);
+    default:
+      return false;
+  }
+}
+
+bool FileHandle::CopyFileContents(const std::wstring& sourcePath) {
+  const BOOL copied = ::CopyFileW(sourcePath.c_str(), Path().c_str(), FALSE);
+  // An open handle's error is about the open file; the copy does not touch it.
+  if (!HasOsHandle()) RecordCall(copied);
+  return copied != FALSE;
+}
+
+bool FileHandle::CopyStreamContents(const std::wstring& sourcePath) {
+  StreamHandle source{PathVector(sourcePath)};
+  // Emptying a file takes its streams away: this one would be gone before it is read.
+  if (SamePathText(source.FilePath(), Path())) return Record(ERROR_SHARING_VIOLATION);
+  return FillFrom(source);
+}
+
+bool FileHandle::Delete(bool, uint32_t* error) {
+  const auto hold = HoldLock();
+  return Record(DeleteEvenIfReadOnly(Path().c_str()), error);
+}
+
+std::optional<StreamHandleList> FileHandle::GetStreams() {
+  const auto hold = HoldLock();
+  const auto info = MakeFileInfo(Path());
+  const bool listed = info->ReadStreams();
+  Record(listed ? 0 : info->Error());
+  if (!listed) return std::nullopt;
+  StreamHandleList streams;
+  for (const StreamEntry& entry : info->GetStreams()) {
+    streams.push_back(std::shared_ptr<SyncHandle>(new StreamHandle(Path(), entry.name)));
+  }
+  return streams;
+}
+
+bool FileHandle::Create() {
+  const auto hold = HoldLock();
+  if (HasOsHandle()) AssertionFailed("fs\\util\\Handle", 576);
+  if (!Open(kModeReplace, OpenFlag(), 0)) return false;
+  Close();
+  return true;
+}
+
+bool FileHandle::IsDeletePending() {
+  const auto hold = HoldLock();
+  return IsDeletePendingOpen();
+}
+
+bool FileHandle::SetValidData(uint64_t size) {
+  const auto hold = HoldLock();
+  return SetSize(size) && SetValidDataOpen(size);
+}
+
+}  // namespace veskard

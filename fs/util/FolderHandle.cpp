@@ -1,0 +1,55 @@
+#include "fs/util/FolderHandle.h"
+
+#include "fs/util/Handle.h"
+
+namespace veskard {
+namespace {
+
+bool IsFolder(const std::wstring& path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// How many leading components name what no one can create: a drive, or a server
+// and its share.
+size_t RootComponents(const PathVector& path) noexcept {
+  if (path.Count() == 0) return 0;
+  const std::wstring& first = path.At(0);
+  if (first == L"\\" || first == L"\\\\?\\UNC") return 3;
+  return first.back() == L':' ? 1 : 0;
+}
+
+// Another process may make the same folder at the same time: then it exists, and
+// all is well.
+bool MakeOneFolder(const std::wstring& path) noexcept {
+  if (IsFolder(path) || ::CreateDirectoryW(path.c_str(), nullptr)) return true;
+  const LastErrorKeeper keeper;
+  return ::GetLastError() == ERROR_ALREADY_EXISTS && IsFolder(path);
+}
+
+bool MakeFolderChain(const PathVector& path) {
+  if (path.Count() == 0) {
+    ::SetLastError(ERROR_PATH_NOT_FOUND);
+    return false;
+  }
+  const size_t root = RootComponents(path);
+  if (path.Count() <= root) return IsFolder(path.ToString(path.Separator(), 0) + path.Separator());
+  for (size_t count = root + 1; count <= path.Count(); ++count) {
+    if (!MakeOneFolder(path.ToString(path.Separator(), count))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool FolderHandle::Delete(bool recursive, uint32_t* error) {
+  const auto hold = HoldLock();
+  return RecordCall(recursive ? DeleteTree(Path()) : ::RemoveDirectoryW(Path().c_str()), error);
+}
+
+bool FolderHandle::Create() {
+  const auto hold = HoldLock();
+  return RecordCall(MakeFolderChain(PathVector(Path())));
+}
+
+}  // namespace veskard

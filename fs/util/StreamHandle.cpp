@@ -1,0 +1,116 @@
+#include "fs/util/StreamHandle.h"
+
+#include "fs/util/FileHandle.h"
+#include "fs/util/Handle.h"
+#include "fs/util/PathText.h"
+
+namespace veskard {
+namespace {
+
+std::wstring StreamNameOf(const PathVector& path) {
+  return path.Count() == 0 ? std::wstring() : path.At(path.Count() - 1);
+}
+
+std::wstring FilePathOf(const PathVector& path) {
+  // Asked for the first 0 components, a path answers all of them.
+  return path.Count() < 2 ? std::wstring() : path.ToString(path.Separator(), path.Count() - 1);
+}
+
+}  // namespace
+
+StreamHandle::StreamHandle(const PathVector& path)
+    : SyncHandle(path), streamName_(StreamNameOf(path)), filePath_(FilePathOf(path)) {}
+
+StreamHandle::StreamHandle(const std::wstring& filePath, std::wstring streamName)
+    : SyncHandle(filePath + kPathSeparator + streamName),
+      streamName_(std::move(streamName)),
+      filePath_(filePath) {}
+
+bool StreamHandle::Seek(uint64_t offset) {
+  const auto hold = HoldLock();
+  return SeekOpen(offset);
+}
+
+bool StreamHandle::SetSize(uint64_t size) {
+  const auto hold = HoldLock();
+  return SetSizeOpen(size);
+}
+
+std::wstring StreamHandle::GetName() const {
+  const auto hold = HoldLock();
+  return streamName_;
+}
+
+uint64_t StreamHandle::GetSize(uint32_t* error) {
+  const auto hold = HoldLock();
+  const UniqueFile stream = OpenByMode(FullName(), kModeRead, 0);
+  LARGE_INTEGER size = {};
+  RecordCall(stream && ::GetFileSizeEx(stream.Get(), &size), error);
+  return static_cast<uint64_t>(size.QuadPart);
+}
+
+bool StreamHandle::Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) {
+  const auto hold = HoldLock();
+  return OpenNamed(FullName(), mode, flag, extraFlags);
+}
+
+bool StreamHandle::IsOpen() const {
+  const auto hold = HoldLock();
+  return HasOsHandle();
+}
+
+uint32_t StreamHandle::Read(void* buffer, uint32_t count) {
+  const auto hold = HoldLock();
+  return ReadOpen(buffer, count, nullptr);
+}
+
+uint32_t StreamHandle::ReadAt(void* buffer, uint32_t count, uint64_t offset) {
+  const auto hold = HoldLock();
+  return ReadOpen(buffer, count, &offset);
+}
+
+uint32_t StreamHandle::Write(const void* buffer, uint32_t count) {
+  const auto hold = HoldLock();
+  return WriteOpen(buffer, count, nullptr);
+}
+
+uint32_t StreamHandle::WriteAt(const void* buffer, uint32_t count, uint64_t offset) {
+  const auto hold = HoldLock();
+  return WriteOpen(buffer, count, &offset);
+}
+
+bool StreamHandle::Flush(uint32_t* error) {
+  const auto hold = HoldLock();
+  return FlushOpen(error);
+}
+
+bool StreamHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) {
+  const auto hold = HoldLock();
+  switch (sourceKind) {
+    case HandleKind::kFile:
+    case HandleKind::kFileSecondCode: {
+      FileHandle source{PathVector(sourcePath)};
+      return FillFrom(source);
+    }
+    case HandleKind::kStream: {
+      StreamHandle source{PathVector(sourcePath)};
+      // Emptied first, a stream has nothing left to give to itself.
+      if (SamePathText(source.FullName(), FullName())) return Record(ERROR_SHARING_VIOLATION);
+      return FillFrom(source);
+    }
+    default:
+      return false;
+  }
+}
+
+bool StreamHandle::Delete(bool, uint32_t* error) {
+  const auto hold = HoldLock();
+  return RecordCall(::DeleteFileW(FullName().c_str()), error);
+}
+
+bool StreamHandle::IsDeletePending() {
+  const auto hold = HoldLock();
+  return IsDeletePendingOpen();
+}
+
+}  // namespace veskard
