@@ -235,6 +235,10 @@ class LangLintTest(unittest.TestCase):
             self.assertEqual(self.script_findings(language, text), [])
         self.assertEqual(langlint.abbreviations("Limit to (kB/s), QR code, OK"), {"kB", "QR", "OK"})
 
+    def test_seconds_of_a_speed_are_known(self):
+        self.assertEqual(self.script_findings("ja", "上限 (kB/s):", "Limit (kB/s):"), [])
+        self.assertNotEqual(self.script_findings("ja", "上限 (s):", "Limit (s):"), [])
+
     def test_other_latin_words(self):
         for language, text in (("ru", "Aдpec"), ("ja", "address"), ("ko", "IPv 주소"), ("zh", "IP 地址 OK")):
             self.assertNotEqual(self.script_findings(language, text), [])

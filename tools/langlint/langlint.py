@@ -25,6 +25,7 @@ and ends with status 1 when there are any, 2 when it could not run. The rules:
     built-in      english.txt holds every built-in text and no other
 """
 
+import functools
 import os
 import re
 import sys
@@ -40,6 +41,7 @@ NAME_PLACEHOLDER = re.compile(r"%APPNAME%|%APPSHORTNAME%")
 VALUE_PLACEHOLDER = re.compile(r"%[sdZ]")
 PLACEHOLDER = re.compile(NAME_PLACEHOLDER.pattern + "|" + VALUE_PLACEHOLDER.pattern)
 ESCAPE = re.compile(r"\\r\\n")
+PER_SECOND = re.compile(r"/s\b")
 
 # The marks that a line may end with; a language's own form stands for the English one.
 END_MARKS = (("...", ("...",)), (":", (":", "：")), ("?", ("?", "？")), (".", (".", "。")))
@@ -233,7 +235,7 @@ def check_script(pair, language, glossary):
     elif language in OTHER_SCRIPTS:
         allowed = ASCII_WITHOUT_LETTERS + OTHER_SCRIPTS[language]
         known = abbreviations(pair.english) | glossary.accepted_words()
-        for word in latin_words(text):
+        for word in latin_words(PER_SECOND.sub("", text)):
             if word not in known:
                 yield f'the Latin word "{word}"'
         text = re.sub("[A-Za-z]", "", text)
@@ -244,6 +246,7 @@ def check_script(pair, language, glossary):
         yield f'the character "{character}" (U+{ord(character):04X})'
 
 
+@functools.lru_cache(maxsize=None)
 def term_pattern(english):
     """A term as a whole word, a plural s allowed."""
     start = r"(?<!\w)" if english[0].isalnum() else ""
