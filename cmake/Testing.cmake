@@ -11,6 +11,13 @@ if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh)
 endif()
 
+# Reading GoogleTest's headers is most of what compiling a test costs: they are
+# read once, and every test program reuses the result.
+add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/test_headers.cpp)
+target_link_libraries(test_headers PRIVATE veskard_flags gmock)
+target_precompile_headers(test_headers PRIVATE
+  <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>)
+
 function(veskard_test name)
   cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
@@ -18,6 +25,7 @@ function(veskard_test name)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE veskard_flags ${arg_LIBS} gmock gmock_main)
+  target_precompile_headers(${name} REUSE_FROM test_headers)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${test_runner} $<TARGET_FILE:${name}>)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
