@@ -21,29 +21,66 @@ enum class BencToken {
 class IBencParser {
  public:
   virtual ~IBencParser() = default;
-  /// The next token; its text starts at *text and is *length bytes long.
+  /// The next token; its text starts at *text and is *length bytes long. The
+  /// length is 0 for every token without a text, and for every error but one: a
+  /// string that claims more bytes than there are keeps its length, and after it
+  /// there is nothing but errors.
   virtual BencToken NextToken(const char** text, size_t* length) = 0;
+  /// The end of the bytes that token texts point into: the conversion of an
+  /// integer may look past its token, but not past this. Null when there is no
+  /// such place; the conversion then stays within the token.
+  virtual const char* InputEnd() const noexcept { return nullptr; }
 };
 
 /// Tokens of a buffer, which the parser does not own. The buffer must be
 /// writable (a malformed integer is repaired in place) and outlive the parser;
 /// nothing outside [begin, end) is read or written.
+///
+///     d 4:name 3:abc 4:size i 12 e e
+///     | |            |      |    | +-- TokEnd
+///     | TokString    ...    |    +---- belongs to the integer
+///     TokDictStart          TokInt, text "12"
+///
+/// What it forgives, deliberately:
+///
+///     05:abcde       leading zeros of a length: the string "abcde"
+///     ie             no digit at all: an integer token without text
+///     i-e            a lone sign: the text "-", converted as 0
+///     i42x           the token ends before the "x", which is read next
+///     i42:xxx        a ":" in place of the "e"; the input is repaired: when 13
+///                    bytes after the "i" (not counting it) lie beyond the end,
+///                    the ":" becomes "e" and reading goes on behind it; else
+///                    the byte 13 places after the token's start becomes "e",
+///                    whatever it was, and reading goes on behind that one
 class BencParser final : public IBencParser {
  public:
   BencParser(char* begin, char* end) noexcept : cursor_(begin), end_(end) {}
   BencToken NextToken(const char** text, size_t* length) noexcept override;
+  const char* InputEnd() const noexcept override { return end_; }
 
  private:
   BencToken StringToken(char first, const char** text, size_t* length) noexcept;
   BencToken IntegerToken(const char** text, size_t* length) noexcept;
+  void RepairInteger(const char* start, size_t* length) noexcept;
+  size_t Remaining() const noexcept { return static_cast<size_t>(end_ - cursor_); }
 
-  char* cursor_;
+  char* cursor_;  // null once it was moved past the end
   char* end_;
 };
 
 /// Parses one list or dictionary into `target`; what follows it is ignored.
 /// Returns false, with `target` None, when the input is malformed or starts with
-/// anything else. Nesting is bounded by memory only. Throws std::bad_alloc only.
+/// anything else. Nesting is bounded by memory only. Throws std::bad_alloc only,
+/// and then `target` is None too.
+///
+/// Dictionaries are strict: a key must be a string that is not there yet, a value
+/// must follow it, any error fails the parse. Lists forgive, deliberately:
+///
+///     l1:ax1:be      an error after a scalar is skipped: "a", "b"
+///     lx1:ae         an error as the first token of a list, or right after a
+///                    nested container, closes the list: empty
+///
+/// A string that runs past the end of the input always fails the parse.
 bool ParseBencoded(BencValue& target, IBencParser& parser);
 
 }  // namespace veskard

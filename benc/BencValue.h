@@ -2,38 +2,38 @@
 // metadata travel in.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <map>
+#include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace veskard {
 
-class BencValue;
-
-/// Order of dictionary keys: bytes as unsigned values up to the first difference
-/// or the first NUL, so two keys that agree up to a NUL are the same key.
-struct BencKeyLess {
-  using is_transparent = void;
-  bool operator()(std::string_view left, std::string_view right) const noexcept;
-};
-
-using BencString = std::string;
-using BencList = std::vector<BencValue>;
-using BencMap = std::map<std::string, BencValue, BencKeyLess>;
+struct BencBytes;
+struct BencArray;
+struct BencNode;
+struct BencKey;
+class BencEntries;
 
 /// A tagged value: one 64-bit word and an 8-bit kind.
 ///
-///     word (8 bytes)                         kind (1 byte)
-///     integer, sign-extended                 1 Int32, 2 Int64, 254 Bool
-///     pointer to an owned heap object        3 String, 4 List, 5 Dict
-///     not used                               0 None, 253 Null
+///     word (8 bytes)                             kind (1 byte)
+///     integer, sign-extended                     1 Int32, 2 Int64, 254 Bool
+///     pointer to the owned bytes, one block      3 String
+///     pointer to the owned array, one block      4 List
+///     pointer to the root of the owned tree,     5 Dict
+///       one block a node, key inside
+///     not used                                   0 None, 253 Null
+///
+/// The null pointer is the empty string, list or dictionary. The blocks are laid
+/// out in BencPayload.h.
 ///
 /// Owns its payload alone. Moving leaves the source None; copying is deep.
-/// Destroying and copying do not recurse, so any depth is safe. A value belongs
-/// to one thread at a time. Only std::bad_alloc is thrown, and then the value is
-/// as it was.
+/// Destroying and copying do not recurse, so any depth is safe, and destroying
+/// allocates nothing. A value belongs to one thread at a time. Only std::bad_alloc
+/// is thrown, and then the value is as it was.
 class BencValue {
  public:
   enum class Kind : uint8_t {
@@ -48,26 +48,26 @@ class BencValue {
   };
 
   BencValue() noexcept = default;
-  ~BencValue() { Reset(); }
-  BencValue(BencValue&& other) noexcept;
+  ~BencValue() { DestroyPayload(); }
+  BencValue(BencValue&& other) noexcept : payload_(other.payload_), kind_(other.kind_) { other.Forget(); }
   BencValue& operator=(BencValue&& other) noexcept;
   BencValue(const BencValue& other);
   BencValue& operator=(const BencValue& other);
 
-  static BencValue FromInt32(int32_t value) noexcept;
-  static BencValue FromInt64(int64_t value) noexcept;
-  static BencValue FromBool(bool value) noexcept;
+  static BencValue FromInt32(int32_t value) noexcept { return BencValue(Kind::Int32, value); }
+  static BencValue FromInt64(int64_t value) noexcept { return BencValue(Kind::Int64, value); }
+  static BencValue FromBool(bool value) noexcept { return BencValue(Kind::Bool, value ? 1 : 0); }
   static BencValue FromString(std::string_view bytes);
-  static BencValue MakeList();
-  static BencValue MakeDict();
-  static BencValue MakeNull() noexcept;
+  static BencValue MakeList() noexcept { return BencValue(Kind::List, 0); }
+  static BencValue MakeDict() noexcept { return BencValue(Kind::Dict, 0); }
+  static BencValue MakeNull() noexcept { return BencValue(Kind::Null, 0); }
 
   Kind GetKind() const noexcept { return kind_; }
 
   // Setters: each destroys the old content first.
   void Reset() noexcept;
-  void SetInt32(int32_t value) noexcept;
-  void SetInt64(int64_t value) noexcept;
+  void SetInt32(int32_t value) noexcept { *this = FromInt32(value); }
+  void SetInt64(int64_t value) noexcept { *this = FromInt64(value); }
 
   /// The word of an Int32, Int64 or Bool; 0 for every other kind.
   int64_t Word() const noexcept;
@@ -82,14 +82,16 @@ class BencValue {
   /// page where that yields nothing); empty for every other kind. Windows only.
   std::wstring AsWString() const;
 
-  /// The payloads themselves; null when the value is of another kind.
-  const BencList* AsList() const noexcept;
-  const BencMap* AsDict() const noexcept;
-  BencList* AsList() noexcept;
-  BencMap* AsDict() noexcept;
+  /// The elements of a List in input order; empty for every other kind.
+  std::span<const BencValue> Items() const noexcept;
+
+  /// The entries of a Dict in ascending key order; empty for every other kind.
+  BencEntries Entries() const noexcept;
 
   /// The value stored under a key; null when there is none or this is no Dict.
-  /// A null key is the empty key.
+  /// A null key is the empty key. Keys are compared byte by byte, as unsigned
+  /// values, up to the first difference or the first NUL: two keys that agree up
+  /// to a NUL are the same key.
   const BencValue* Find(const char* key) const noexcept;
   const BencValue* Find(std::string_view key) const noexcept;
 
@@ -97,23 +99,86 @@ class BencValue {
   int64_t FindInt(const char* key) const noexcept;
 
   /// Adds an entry to a Dict. When the key is there already, the stored value
-  /// stays and the offered one is destroyed. Does nothing on other kinds.
+  /// stays and the offered one is destroyed. Does nothing on other kinds. A null
+  /// key is the empty key.
   void Insert(const char* key, BencValue&& value);
   void InsertInt(const char* key, int32_t value);
 
-  /// Moves a value to the end of a List. Does nothing on other kinds.
+  /// Moves a value, which may not be an element of this list, to the end of a
+  /// List. Does nothing on other kinds.
   void Append(BencValue&& value);
 
  private:
-  int64_t word_ = 0;
+  friend class BencTree;
+  friend class BencBuilder;
+  friend class BencDemolition;
+
+  union Payload {
+    int64_t word;
+    BencBytes* bytes;
+    BencArray* array;
+    BencNode* root;
+  };
+
+  BencValue(Kind kind, int64_t word) noexcept : payload_{word}, kind_(kind) {}
+
+  bool OwnsPayload() const noexcept {
+    return kind_ >= Kind::String && kind_ <= Kind::Dict && payload_.word != 0;
+  }
+  void DestroyPayload() noexcept {
+    if (OwnsPayload()) FreePayload();
+  }
+  void FreePayload() noexcept;
+  void Forget() noexcept {
+    payload_.word = 0;
+    kind_ = Kind::None;
+  }
+
+  Payload payload_{0};
   Kind kind_ = Kind::None;
+};
+
+/// One entry of a Dict, as iteration shows it.
+struct BencEntry {
+  std::string_view key;
+  const BencValue& value;
+};
+
+/// The entries of a Dict, for a range-based loop. Valid until the Dict changes.
+class BencEntries {
+ public:
+  class Iterator {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = BencEntry;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = BencEntry;
+
+    Iterator() noexcept = default;
+    explicit Iterator(BencNode* node) noexcept : node_(node) {}
+    BencEntry operator*() const noexcept;
+    Iterator& operator++() noexcept;
+    Iterator operator++(int) noexcept;
+    bool operator==(const Iterator&) const noexcept = default;
+
+   private:
+    BencNode* node_ = nullptr;
+  };
+
+  explicit BencEntries(BencNode* first) noexcept : first_(first) {}
+  Iterator begin() const noexcept { return Iterator(first_); }
+  Iterator end() const noexcept { return Iterator(); }
+
+ private:
+  BencNode* first_;
 };
 
 /// The root of a command or metadata record.
 class BencodedDict : public BencValue {
  public:
   /// An empty dictionary.
-  BencodedDict() : BencValue(MakeDict()) {}
+  BencodedDict() noexcept : BencValue(MakeDict()) {}
 };
 
 }  // namespace veskard

@@ -66,6 +66,14 @@ struct ScreenDcResource {
   }
 };
 
+/// Traits of a reference to a COM object.
+template <class Interface>
+struct ComResource {
+  using Value = Interface*;
+  static constexpr Value Invalid() noexcept { return nullptr; }
+  static void Close(Value value) noexcept { value->Release(); }
+};
+
 using UniqueFile = Owner<FileHandleResource>;
 using UniqueFind = Owner<FindHandleResource>;
 using UniqueHandle = Owner<NullableResource<HANDLE, &::CloseHandle>>;
@@ -77,5 +85,7 @@ using UniqueBitmap = Owner<NullableResource<HBITMAP, &::DeleteObject>>;
 using UniqueMemoryDc = Owner<NullableResource<HDC, &::DeleteDC>>;
 using UniqueScreenDc = Owner<ScreenDcResource>;
 using UniqueMenu = Owner<NullableResource<HMENU, &::DestroyMenu>>;
+template <class Interface>
+using UniqueCom = Owner<ComResource<Interface>>;
 
 }  // namespace veskard

@@ -20,7 +20,9 @@ std::wstring JoinWithSlashes(const std::vector<std::wstring>& names) {
 
 }  // namespace
 
-bool IsCloudPath(std::wstring_view text) noexcept { return text.starts_with(kScheme); }
+bool IsCloudPath(std::wstring_view text) noexcept {
+  return text.starts_with(kScheme);
+}
 
 CloudPath ParseCloudPath(std::wstring_view text) {
   CloudPath address;

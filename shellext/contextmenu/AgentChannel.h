@@ -1,8 +1,9 @@
 // The channel to the agent: its presence, its pipe, and the commands sent to it.
 #pragma once
 
-#include <shellapi.h>
 #include <windows.h>
+// The shell's headers need the basic types first.
+#include <shellapi.h>
 
 #include <cstdint>
 #include <string>

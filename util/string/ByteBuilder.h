@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "util/string/FormatArgs.h"
@@ -24,14 +25,20 @@ class ByteBuilder {
   ByteBuilder(const ByteBuilder&) = delete;
   ByteBuilder& operator=(const ByteBuilder&) = delete;
 
-  /// Appends `count` elements of `elementSize` bytes each. When they do not fit,
-  /// the capacity becomes the larger of twice the old one and the size needed,
-  /// at least 16 elements.
-  void Append(const void* bytes, size_t count, size_t elementSize = 1);
+  /// Appends `count` elements of `elementSize` bytes each; one builder is used
+  /// with one element size. When they do not fit, the capacity becomes the larger
+  /// of twice the old one and the size needed, at least 16 elements. `bytes` may
+  /// not lie in the builder itself.
+  void Append(const void* bytes, size_t count, size_t elementSize = 1) {
+    if (count > capacity_ - length_) Grow(count, elementSize);
+    if (count == 0) return;
+    std::memcpy(data_ + length_ * elementSize, bytes, count * elementSize);
+    length_ += count;
+  }
   void Append(std::string_view bytes) { Append(bytes.data(), bytes.size()); }
 
   /// Formats (util/string/strfmt.h) and appends; a result of more than 32767
-  /// characters is cut there.
+  /// characters is cut there. The arguments may lie in the builder itself.
   template <class... Args>
   void AppendFormat(const char* format, const Args&... args) {
     AppendFormatArgs(format, FormatArgPack<sizeof...(Args)>(args...));
@@ -45,6 +52,8 @@ class ByteBuilder {
   std::string_view View() const noexcept { return {data_, length_}; }
 
  private:
+  void Grow(size_t count, size_t elementSize);
+
   char* data_ = nullptr;
   size_t capacity_ = 0;  // in elements
   size_t length_ = 0;    // in elements

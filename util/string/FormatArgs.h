@@ -8,12 +8,27 @@
 #include <cstdint>
 #include <string>
 #include <type_traits>
+#include <vector>
+
+#include "util/string/NetworkAddress.h"
 
 namespace veskard {
 
+class BencValue;
+
 /// One argument slot, 64 bits wide whatever the argument's type.
 struct FormatArg {
-  enum class Kind : uint8_t { kInteger, kDouble, kNarrowString, kWideString, kPointer };
+  enum class Kind : uint8_t {
+    kInteger,
+    kDouble,
+    kNarrowString,
+    kWideString,
+    kPointer,      // of any other type, and the null pointer
+    kByteVector,   // std::vector<uint8_t>*
+    kBencValue,    // BencValue*
+    kAddress,      // NetworkAddress*
+    kAddressList,  // NetworkAddressList*
+  };
 
   FormatArg() noexcept = default;
   template <class T>
@@ -26,6 +41,13 @@ struct FormatArg {
   FormatArg(const std::wstring& text) noexcept : FormatArg(text.c_str()) {}
   FormatArg(const void* address) noexcept : pointer(address), kind(Kind::kPointer) {}
   FormatArg(std::nullptr_t) noexcept : pointer(nullptr), kind(Kind::kPointer) {}
+  FormatArg(const std::vector<uint8_t>* bytes) noexcept : pointer(bytes), kind(Kind::kByteVector) {}
+  FormatArg(const BencValue* value) noexcept : pointer(value), kind(Kind::kBencValue) {}
+  FormatArg(const NetworkAddress* address) noexcept : pointer(address), kind(Kind::kAddress) {}
+  FormatArg(const NetworkAddressList* list) noexcept : pointer(list), kind(Kind::kAddressList) {}
+
+  bool IsPointer() const noexcept { return kind != Kind::kInteger && kind != Kind::kDouble; }
+  bool IsNull() const noexcept { return IsPointer() && pointer == nullptr; }
 
   union {
     uint64_t word = 0;    // kInteger: signed types sign-extended, others zero-extended

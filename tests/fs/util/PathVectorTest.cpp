@@ -117,7 +117,9 @@ TEST(PathVectorTest, HoldsPathsOfAnyLength) {
   EXPECT_THAT(PathVector(L"C:\\" + name).Tokens(), ElementsAre(L"C:", name));
 }
 
-TEST(PathVectorTest, IsNotRemote) { EXPECT_FALSE(PathVector(L"\\\\srv\\x").IsRemote()); }
+TEST(PathVectorTest, IsNotRemote) {
+  EXPECT_FALSE(PathVector(L"\\\\srv\\x").IsRemote());
+}
 
 TEST(TokenVectorTest, CutsAtItsSeparatorAndDropsEmptyParts) {
   TokenVector tokens(L'/');

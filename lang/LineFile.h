@@ -1,0 +1,36 @@
+// The line files of the language archive and of the translator's check file:
+// how a text falls into lines, and the escapes inside a line.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace veskard {
+
+/// Walks the lines of a text that must outlive it. Lines end with CR, LF or both;
+/// runs of these count as one end, so an empty line is never met:
+///
+///     "\n\none\r\n\rtwo"  ->  "one", "two"
+class LineWalker {
+ public:
+  explicit LineWalker(std::wstring_view text) noexcept : rest_(text) {}
+
+  /// Puts the next line, without its end, into `line` and returns true; returns
+  /// false, with `line` as it was, when the text has run out. `line` is a view
+  /// into the text.
+  bool Next(std::wstring_view& line) noexcept;
+
+ private:
+  std::wstring_view rest_;
+};
+
+/// Replaces the escapes of a line, from left to right:
+///
+///     \r  ->  carriage return      ||  ->  one NUL, which is part of the text
+///     \n  ->  line feed            everything else stays, a lone | or \ too
+std::wstring UnescapeLine(std::wstring_view line);
+
+/// Writes carriage returns and line feeds as \r and \n again; nothing else.
+std::wstring EscapeLineBreaks(std::wstring_view text);
+
+}  // namespace veskard

@@ -1,0 +1,54 @@
+#include "lang/StringTable.h"
+
+#include <algorithm>
+#include <bitset>
+
+#include "lang/BuiltInStrings.h"
+#include "lang/LineFile.h"
+
+namespace veskard {
+namespace {
+
+std::wstring EnglishText(size_t number) {
+  const std::string_view ascii = BuiltInString(number);
+  std::wstring text(ascii.begin(), ascii.end());
+  ExpandAppNames(text);
+  return text;
+}
+
+}  // namespace
+
+StringTable::StringTable() {
+  for (size_t number = 0; number < kStringCount; ++number) entries_[number] = EnglishText(number);
+}
+
+void StringTable::Translate(std::wstring_view translation, std::wstring_view english) {
+  std::bitset<kStringCount> matched;
+  LineWalker translatedLines(translation);
+  LineWalker englishLines(english);
+  std::wstring_view translatedLine;
+  std::wstring_view englishLine;
+  while (!matched.all() && translatedLines.Next(translatedLine) && englishLines.Next(englishLine)) {
+    std::wstring text = UnescapeLine(translatedLine);
+    ExpandAppNames(text);
+    const std::wstring original = UnescapeLine(englishLine);
+    for (size_t number = 0; number < kStringCount; ++number) {
+      if (matched[number] || !EqualsBuiltIn(original, number)) continue;
+      matched.set(number);
+      entries_[number] = text;
+    }
+  }
+}
+
+bool StringTable::IsEnglish(size_t number) const {
+  return entries_[number] == EnglishText(number);
+}
+
+bool EqualsBuiltIn(std::wstring_view line, size_t number) {
+  const std::string_view builtIn = BuiltInString(number);
+  return line.size() == builtIn.size() &&
+         std::equal(line.begin(), line.end(), builtIn.begin(),
+                    [](wchar_t wide, char ascii) { return wide == static_cast<wchar_t>(ascii); });
+}
+
+}  // namespace veskard

@@ -1,0 +1,33 @@
+// The messages that carry one command to the agent.
+#pragma once
+
+#include <windows.h>
+// The shell's headers need the basic types first.
+#include <shellapi.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+
+#include "benc/BencValue.h"
+#include "shellext/contextmenu/AgentChannel.h"
+
+namespace veskard {
+
+/// The messages of one command, in the order in which they are sent; it passes
+/// from the shell's thread to the sender's.
+///
+///     one for each item      {"action": 3..6, "path": bytes[, "last": 1]}
+///     one for the selection  {"action": 7, "files": [bytes, ...], "last": 1}
+///
+/// Only the last message of a batch has "last", so that the agent can act on the
+/// batch as a whole. Paths are UTF-8.
+using CommandBatch = std::deque<std::unique_ptr<BencodedDict>>;
+
+/// The batch for the first `itemCount` items of `drop`. Sharing makes one message
+/// also for no item at all; the other actions then make none. Throws
+/// std::bad_alloc only.
+CommandBatch BuildCommandBatch(HDROP drop, uint32_t itemCount, AgentAction action);
+
+}  // namespace veskard

@@ -1,0 +1,95 @@
+#include "shellext/contextmenu/AgentStarter.h"
+
+#include <cwchar>
+
+#include "core/Product.h"
+#include "core/WindowsOwners.h"
+#include "shellext/contextmenu/AgentChannel.h"
+
+namespace veskard {
+namespace {
+
+constexpr wchar_t kUninstallKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+constexpr REGSAM kRegistryViews[] = {KEY_READ | KEY_WOW64_64KEY, KEY_READ | KEY_WOW64_32KEY};
+constexpr DWORD kLocationSize = 130;  // characters, with the terminator: 260 bytes
+constexpr DWORD kPollMilliseconds = 100;
+constexpr int64_t kPatienceSeconds = 30;
+
+UniqueRegKey OpenInstallKey(const AgentStarterSystem& system) {
+  const std::wstring path = std::wstring(kUninstallKey) + kAgentName;
+  UniqueRegKey key;
+  for (const REGSAM view : kRegistryViews) {
+    if (system.openKey(HKEY_CURRENT_USER, path.c_str(), 0, view, key.Out()) == ERROR_SUCCESS) return key;
+    static_cast<void>(key.Release());  // whatever a failed call left there is no key
+  }
+  return key;
+}
+
+bool IsFile(const std::wstring& path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+// Starts the program and lets it go: nobody waits for its end.
+bool StartProgram(const std::wstring& program, const AgentStarterSystem& system) noexcept {
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  PROCESS_INFORMATION started = {};
+  if (!system.createProcess(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                            &started)) {
+    return false;
+  }
+  const UniqueHandle process(started.hProcess);
+  const UniqueHandle thread(started.hThread);
+  return true;
+}
+
+std::wstring WaitForUserPipe(const AgentStarterSystem& system) {
+  const int64_t start = system.seconds();
+  for (;;) {
+    system.sleep(kPollMilliseconds);
+    std::wstring pipeName = GetAgentPipeName(AgentScope::kUser);
+    if (!pipeName.empty() || system.seconds() - start >= kPatienceSeconds) return pipeName;
+  }
+}
+
+}  // namespace
+
+int64_t SystemSeconds() noexcept {
+  constexpr int64_t kTicksPerSecond = 10'000'000;
+  constexpr int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+  FILETIME now = {};
+  ::GetSystemTimeAsFileTime(&now);
+  const int64_t ticks = static_cast<int64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
+  return ticks / kTicksPerSecond - kSecondsFrom1601To1970;
+}
+
+std::wstring ReadAgentLocation(const AgentStarterSystem& system) {
+  const UniqueRegKey key = OpenInstallKey(system);
+  if (!key) return {};
+  wchar_t text[kLocationSize] = {};
+  DWORD type = REG_NONE;
+  DWORD size = sizeof(text);
+  if (::RegQueryValueExW(key.Get(), L"InstallLocation", nullptr, &type, reinterpret_cast<BYTE*>(text),
+                         &size) != ERROR_SUCCESS ||
+      type != REG_SZ) {
+    return {};
+  }
+  // The registry does not promise a terminator; a text that leaves no room for
+  // one is too long.
+  const size_t length = ::wcsnlen(text, kLocationSize);
+  return length < kLocationSize ? std::wstring(text, length) : std::wstring();
+}
+
+std::wstring StartUserAgent(const AgentStarterSystem& system) {
+  const std::wstring location = ReadAgentLocation(system);
+  // Without a folder the name would mean a program at the root of whatever drive
+  // the host stands on: not the agent.
+  if (location.empty()) return {};
+  // The separator is always added, also after a folder that ends with one.
+  const std::wstring program = location + L"\\" + kAgentName + L".exe";
+  if (!IsFile(program) || !StartProgram(program, system)) return {};
+  return WaitForUserPipe(system);
+}
+
+}  // namespace veskard

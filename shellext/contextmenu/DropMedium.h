@@ -1,0 +1,40 @@
+// DropMedium: the drop list as a data object hands it over.
+#pragma once
+
+#include <windows.h>
+// The shell's headers need the basic types first.
+#include <objidl.h>
+#include <shellapi.h>
+
+namespace veskard {
+
+/// Owns the storage medium that a data object gave for its list of files, and
+/// frees it by the medium's own rule: when it is fetched anew and in the
+/// destructor. In between the list stays readable. Nothing throws.
+class DropMedium {
+ public:
+  DropMedium() noexcept = default;
+  ~DropMedium() { Release(); }
+  DropMedium(const DropMedium&) = delete;
+  DropMedium& operator=(const DropMedium&) = delete;
+
+  /// Frees what is held, then asks `source` for its files as a block of memory.
+  /// Returns what the source answered; E_UNEXPECTED without a source. After a
+  /// failure nothing is owned.
+  HRESULT Fetch(IDataObject* source) noexcept;
+
+  /// Whether the last answer, good or bad, came with a handle.
+  bool CameWithHandle() const noexcept { return medium_.hGlobal != nullptr; }
+
+  /// The drop list; null when there is none or when the source answered with
+  /// something else than memory.
+  HDROP Drop() const noexcept;
+
+ private:
+  void Release() noexcept;
+
+  STGMEDIUM medium_ = {};
+  bool owned_ = false;
+};
+
+}  // namespace veskard

@@ -1,0 +1,69 @@
+#include "shellext/contextmenu/MenuSelection.h"
+
+#include <shlwapi.h>
+
+#include <cwchar>
+
+#include "shellext/contextmenu/SyncFolderInspection.h"
+
+namespace veskard {
+namespace {
+
+constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
+constexpr uint32_t kTypeRemovableEverywhere = 2;
+constexpr DWORD kUserNameSize = 256;
+
+bool IsOwnedByUser(const std::wstring& owner) {
+  return owner.empty() || owner == CurrentUserName();
+}
+
+void InspectFolderOf(const std::wstring& item, MenuSelection& selection) {
+  const std::wstring root = FindSyncFolderRoot(item);
+  if (root.empty()) return;
+  selection.inSyncFolder = true;
+
+  // The root of a nested folder stands for itself, not for the outer folder.
+  SyncFolderInfo info;
+  ReadSyncFolderInfo(IsSyncFolderRoot(item) ? item : root, info);
+  selection.isSelective = info.selective;
+  selection.removableEverywhere = info.type == kTypeRemovableEverywhere;
+  selection.removeAllDisabled = info.disableRemoveFromAllDevices;
+  selection.isOwner = IsOwnedByUser(info.owner);
+}
+
+void InspectContent(const std::wstring& item, MenuSelection& selection) {
+  if (::_wcsicmp(::PathFindExtensionW(item.c_str()), kPlaceholderExtension) != 0) {
+    selection.hasLocalFile = true;
+    return;
+  }
+  // As an unsigned number, so that every negative progress means "not started".
+  const bool received = static_cast<uint32_t>(ReadPlaceholderState(item).progress) <= 100;
+  (received ? selection.receiving : selection.needsDownload) = true;
+}
+
+}  // namespace
+
+MenuSelection InspectSelection(DropNames& names, uint32_t count) {
+  MenuSelection selection;
+  for (uint32_t i = 0; i < count; ++i) {
+    const std::wstring item = names.At(i);
+    const DWORD attributes = ::GetFileAttributesW(item.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) continue;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) selection.anyDirectory = true;
+    if (i == 0) {
+      InspectFolderOf(item, selection);
+      if (!selection.InOwnSelectiveFolder()) break;
+    }
+    InspectContent(item, selection);
+  }
+  return selection;
+}
+
+std::wstring CurrentUserName(UserNameQuery query) {
+  wchar_t buffer[kUserNameSize] = {};
+  DWORD size = kUserNameSize;
+  if (!query(buffer, &size)) return {};
+  return std::wstring(buffer, ::wcsnlen(buffer, kUserNameSize));
+}
+
+}  // namespace veskard

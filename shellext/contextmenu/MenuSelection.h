@@ -1,0 +1,42 @@
+// What the menu has to know about a selection.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+#include "shellext/contextmenu/DropNames.h"
+
+namespace veskard {
+
+/// The first item decides about the folder; every item adds to the rest.
+struct MenuSelection {
+  // About the folder that the first item lies in.
+  bool inSyncFolder = false;
+  bool isSelective = false;
+  bool isOwner = true;
+  bool removableEverywhere = false;  // its content may be removed from all devices
+  bool removeAllDisabled = false;    // and nobody may ask for that here
+
+  // About the items.
+  bool anyDirectory = false;
+  bool needsDownload = false;  // a placeholder that is not being received
+  bool receiving = false;      // a placeholder that is
+  bool hasLocalFile = false;   // anything that is no placeholder, folders included
+
+  bool InOwnSelectiveFolder() const noexcept { return inSyncFolder && isSelective && isOwner; }
+};
+
+/// Looks at the first `count` names on the disk: one attribute query an item, and
+/// for placeholders their marks. Stops after the first item when its folder rules
+/// the menu out; skips items that are gone. Throws std::bad_alloc only.
+MenuSelection InspectSelection(DropNames& names, uint32_t count);
+
+using UserNameQuery = BOOL(WINAPI*)(wchar_t* buffer, DWORD* size);
+
+/// The current user's name of up to 255 characters; empty when the system does
+/// not tell it. Throws std::bad_alloc only.
+std::wstring CurrentUserName(UserNameQuery query = &::GetUserNameW);
+
+}  // namespace veskard

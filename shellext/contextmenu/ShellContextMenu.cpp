@@ -1,0 +1,153 @@
+#include "shellext/contextmenu/ShellContextMenu.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "shellext/ComBoundary.h"
+#include "shellext/Log.h"
+#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/MenuBitmaps.h"
+#include "shellext/contextmenu/MenuCommands.h"
+#include "shellext/contextmenu/MenuSelection.h"
+
+namespace veskard {
+namespace {
+
+HRESULT CopyHelpText(const MenuCommand& command, UINT type, char* buffer, UINT size) noexcept {
+  const int room = static_cast<int>(std::min<UINT>(size, INT_MAX));
+  switch (type) {
+    case GCS_HELPTEXTA:
+      ::lstrcpynA(buffer, command.utf8Text.c_str(), room);
+      return S_OK;
+    case GCS_HELPTEXTW:
+      ::lstrcpynW(reinterpret_cast<wchar_t*>(buffer), command.wideText.c_str(), room);
+      return S_OK;
+    default:
+      return E_INVALIDARG;
+  }
+}
+
+void LogNoItems(const MenuSelection& selection) noexcept {
+  Log(L"Selective Sync: inSyncFolder(%d) isSelectiveFolder(%d) isOwner(%d)", selection.inSyncFolder,
+      selection.isSelective, selection.isOwner);
+}
+
+}  // namespace
+
+ShellContextMenu::ShellContextMenu() : bitmaps_(LoadMenuBitmaps()) {
+  LoadMenuTexts();
+  if (CurrentAgentScope() == AgentScope::kUnset) SetAgentScope(AgentScope::kService);
+}
+
+STDMETHODIMP ShellContextMenu::QueryInterface(REFIID riid, void** ppv) noexcept {
+  if (ppv == nullptr) return E_POINTER;
+  *ppv = nullptr;
+  if (IsEqualIID(riid, IID_IContextMenu)) {
+    *ppv = static_cast<IContextMenu*>(this);
+  } else if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IShellExtInit)) {
+    *ppv = static_cast<IShellExtInit*>(this);
+  } else {
+    return E_NOINTERFACE;
+  }
+  AddRef();
+  return S_OK;
+}
+
+STDMETHODIMP ShellContextMenu::Initialize(LPCITEMIDLIST, IDataObject* selection, HKEY) noexcept {
+  selection_ = HoldCom(selection);
+  return S_OK;
+}
+
+STDMETHODIMP ShellContextMenu::QueryContextMenu(HMENU menu, UINT index, UINT firstId, UINT,
+                                                UINT flags) noexcept {
+  return ComBoundary([&] { return BuildMenu(menu, index, firstId, flags); });
+}
+
+STDMETHODIMP ShellContextMenu::InvokeCommand(CMINVOKECOMMANDINFO* info) noexcept {
+  return ComBoundary([&]() -> HRESULT {
+    if (info == nullptr) return E_POINTER;
+    const MenuCommand* command = FindMenuCommand(MenuCommands(), reinterpret_cast<UINT_PTR>(info->lpVerb));
+    if (command == nullptr) return E_INVALIDARG;
+    return SendAgentCommand(medium_.Drop(), selectedCount_, command->action);
+  });
+}
+
+STDMETHODIMP ShellContextMenu::GetCommandString(UINT_PTR offset, UINT type, UINT*, char* buffer,
+                                                UINT size) noexcept {
+  return ComBoundary([&]() -> HRESULT {
+    // The answers come from a copy of their own, made by the first question.
+    static const MenuCommandTable commands = MenuCommands();
+    const MenuCommand* command = FindMenuCommand(commands, offset);
+    return command == nullptr ? E_INVALIDARG : CopyHelpText(*command, type, buffer, size);
+  });
+}
+
+HRESULT ShellContextMenu::BuildMenu(HMENU menu, UINT index, UINT firstId, UINT flags) {
+  Log(L"Called context menu");
+  if ((flags & CMF_VERBSONLY) != 0) {
+    Log(L"Skip shortcut target");
+    return E_NOTIMPL;
+  }
+  if (const HRESULT result = FetchSelection(); FAILED(result)) return result;
+
+  const AgentScope scope = CurrentAgentScope();
+  if (scope != AgentScope::kUser && GetAgentPipeName(scope).empty()) {
+    Log(L"Context menu: menu will not be shown. No pipe and scope isn't USER");
+    return E_NOTIMPL;
+  }
+
+  DropNames names(medium_.Drop(), MAX_PATH);
+  const MenuSelection selection = InspectSelection(names, selectedCount_);
+  if (!selection.InOwnSelectiveFolder()) LogNoItems(selection);
+  InsertItems(DecideMenuItems(selection), menu, index, firstId);
+  menu_ = menu;
+  Log(L"End of menu handler");
+  return MAKE_HRESULT(SEVERITY_SUCCESS, 0, kMenuIdsUsed);
+}
+
+HRESULT ShellContextMenu::FetchSelection() noexcept {
+  selectedCount_ = 0;  // whatever was counted goes with the old list
+  const HRESULT result = medium_.Fetch(selection_.Get());
+  if (FAILED(result) || !medium_.CameWithHandle()) {
+    Log(L"Context menu: GetData failed (%lx); mh : %d", result, medium_.CameWithHandle());
+    return E_NOTIMPL;
+  }
+  const HDROP drop = medium_.Drop();
+  if (drop == nullptr) {
+    Log(L"Context menu: memory handle is NULL");
+    return E_NOTIMPL;
+  }
+  selectedCount_ = CountDropNames(drop);
+  return S_OK;
+}
+
+void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT index,
+                                   UINT firstId) const noexcept {
+  for (const MenuItem& item : items) {
+    const MenuCommand& command = MenuCommandAt(item.command);
+    Log(command.addedLine);
+    const UINT flags = MF_BYPOSITION | (item.greyed ? UINT{MF_GRAYED} : 0u);
+    ::InsertMenuW(menu, index, flags, firstId + static_cast<uint32_t>(command.offset),
+                  command.wideText.c_str());
+    SetItemBitmap(menu, index, command.icon);
+    ++index;
+  }
+}
+
+void ShellContextMenu::SetItemBitmap(HMENU menu, UINT position, uint32_t icon) const noexcept {
+  if (icon >= bitmaps_.size()) return;
+  MENUITEMINFOW item = {};
+  item.cbSize = sizeof(item);
+  item.fMask = MIIM_BITMAP;
+  item.hbmpItem = bitmaps_[icon].Get();
+  ::SetMenuItemInfoW(menu, position, TRUE, &item);
+
+  // Bitmaps stand where the check marks are, so that all texts stay aligned.
+  MENUINFO info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = MIM_STYLE;
+  info.dwStyle = MNS_CHECKORBMP;
+  ::SetMenuInfo(menu, &info);
+}
+
+}  // namespace veskard

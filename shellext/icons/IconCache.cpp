@@ -1,0 +1,47 @@
+#include "shellext/icons/IconCache.h"
+
+namespace veskard {
+namespace {
+
+// Holds the cache without ever running its destructor.
+union CacheStorage {
+  CacheStorage() : cache() {}
+  ~CacheStorage() {}
+  IconCache cache;
+};
+
+CacheStorage storage;
+
+wchar_t SizeClassLetter(bool large) noexcept {
+  return large ? L'L' : L'S';
+}
+
+}  // namespace
+
+Gdiplus::GpBitmap* IconCache::Find(const std::wstring& key) const noexcept {
+  const auto found = bitmaps_.find(key);
+  return found == bitmaps_.end() ? nullptr : found->second.Get();
+}
+
+Gdiplus::GpBitmap* IconCache::Store(const std::wstring& key, UniqueGpBitmap bitmap) {
+  UniqueGpBitmap& entry = bitmaps_[key];
+  entry = std::move(bitmap);
+  return entry.Get();
+}
+
+IconCache& SharedIconCache() noexcept {
+  return storage.cache;
+}
+
+std::wstring TypeIconKey(const std::wstring& targetName, bool large) {
+  const size_t dot = targetName.rfind(L'.');
+  std::wstring key = dot == std::wstring::npos ? L"." : targetName.substr(dot);
+  key += SizeClassLetter(large);
+  return key;
+}
+
+std::wstring BadgeKey(int32_t progress, bool large) {
+  return std::to_wstring(progress) + SizeClassLetter(large);
+}
+
+}  // namespace veskard

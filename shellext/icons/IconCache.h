@@ -1,0 +1,55 @@
+// IconCache: the washed-out type icons and the badges that composing has made.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "core/CriticalSection.h"
+#include "shellext/icons/GdiplusOwners.h"
+
+namespace veskard {
+
+/// Bitmaps by key. Two kinds of key share the map, each ending in its size class,
+/// "L" for large and "S" for small:
+///
+///     .docxL  .S  .vlk2fldrL     a type's washed-out icon
+///     45L  0S                    the badge of a progress
+///
+/// Composition holds Lock() from its first look-up until its icon is done, since
+/// it goes on drawing from what the map owns; whoever calls one of the other
+/// functions holds it too.
+class IconCache {
+ public:
+  CriticalSection& Lock() noexcept { return lock_; }
+
+  /// Null when there is no such entry. Stays valid while the lock is held and the
+  /// key is not stored again.
+  Gdiplus::GpBitmap* Find(const std::wstring& key) const noexcept;
+
+  /// Keeps `bitmap`, in place of the key's old one, and gives it back as Find
+  /// would. Throws std::bad_alloc; the bitmap is then gone.
+  Gdiplus::GpBitmap* Store(const std::wstring& key, UniqueGpBitmap bitmap);
+
+  /// Destroys every bitmap. GDI+ must still be running.
+  void Clear() noexcept { bitmaps_.clear(); }
+
+  size_t Size() const noexcept { return bitmaps_.size(); }
+
+ private:
+  CriticalSection lock_;
+  std::map<std::wstring, UniqueGpBitmap> bitmaps_;
+};
+
+/// The extension's one cache. It is never destroyed: bitmaps that are left when
+/// the process ends must not be touched once GDI+ is gone.
+IconCache& SharedIconCache() noexcept;
+
+/// The key of the type icon for `targetName`: its last "." and what follows, or
+/// "." alone where it has none. The whole name is searched, so a name without an
+/// extension in a folder `a.b` has a key of its own, `.b\nameL`.
+std::wstring TypeIconKey(const std::wstring& targetName, bool large);
+
+std::wstring BadgeKey(int32_t progress, bool large);
+
+}  // namespace veskard

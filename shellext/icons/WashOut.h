@@ -1,0 +1,13 @@
+// WashOut: makes a picture read as something absent.
+#pragma once
+
+#include "shellext/icons/GdiplusOwners.h"
+
+namespace veskard {
+
+/// Blends every pixel with three quarters of white: a red, green or blue c becomes
+/// the integer part of c × 0.25 + 191.25; alpha stays. False, and nothing changed,
+/// when GDI+ refuses the pixels (a null bitmap among that).
+bool WashOut(Gdiplus::GpBitmap* bitmap) noexcept;
+
+}  // namespace veskard

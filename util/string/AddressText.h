@@ -1,0 +1,26 @@
+// AddressText: network addresses as text, without asking the network library,
+// which a library in other people's processes had better not load.
+#pragma once
+
+#include <cstddef>
+
+#include "util/string/NetworkAddress.h"
+
+namespace veskard {
+
+/// Room for "[ffff:...:ffff]:65535", the longest text, and to spare.
+inline constexpr size_t kMaxAddressText = 64;
+
+/// Writes an address without its port and returns the length (no terminator):
+/// IPv4 as "192.0.2.1"; IPv6 in lower case, with the longest run of at least two
+/// zero groups (the first of equals) as "::", addresses that map IPv4 as
+/// "::ffff:192.0.2.1".
+size_t WriteAddress(const NetworkAddress& address, char* text) noexcept;
+
+/// The same with the port: "192.0.2.1:443", "[2001:db8::1]:443".
+size_t WriteAddressAndPort(const NetworkAddress& address, char* text) noexcept;
+
+/// A 32-bit IPv4 address in host byte order: 0x7F000001 is "127.0.0.1".
+NetworkAddress AddressFromHostOrder(uint32_t address) noexcept;
+
+}  // namespace veskard

@@ -1,0 +1,102 @@
+// The sinks of strfmt.h's wrappers: bounded arrays and growing strings, each of
+// either width.
+#include <algorithm>
+#include <cstring>
+
+#include "util/string/FormatOutput.h"
+#include "util/string/strfmt.h"
+
+namespace veskard {
+namespace {
+
+template <class Char>
+using OtherWidth = typename OtherWidthOf<Char>::Type;
+
+// Wide to narrow keeps the low byte, narrow to wide gives one unit a byte.
+char ConvertUnit(wchar_t unit) noexcept {
+  return static_cast<char>(unit & 0xFF);
+}
+wchar_t ConvertUnit(char byte) noexcept {
+  return static_cast<wchar_t>(static_cast<unsigned char>(byte));
+}
+
+template <class Char>
+void ConvertUnits(Char* target, const void* characters, size_t count) noexcept {
+  const auto* source = static_cast<const OtherWidth<Char>*>(characters);
+  for (size_t i = 0; i < count; ++i) target[i] = ConvertUnit(source[i]);
+}
+
+template <class Char>
+struct BufferSink : FormatSink {
+  BufferSink(Char* target, size_t most) noexcept : FormatSink{&Copy, &Convert, 0, most}, buffer(target) {}
+
+  static void Copy(FormatSink& sink, const void* characters, size_t count) {
+    std::memcpy(static_cast<BufferSink&>(sink).Position(), characters, count * sizeof(Char));
+  }
+  static void Convert(FormatSink& sink, const void* characters, size_t count) {
+    ConvertUnits(static_cast<BufferSink&>(sink).Position(), characters, count);
+  }
+  Char* Position() const noexcept { return buffer + written; }
+
+  Char* buffer;
+};
+
+template <class Char>
+struct StringSink : FormatSink {
+  StringSink() noexcept : FormatSink{&Copy, &Convert, 0, 0} { limit = text.max_size(); }
+
+  static void Copy(FormatSink& sink, const void* characters, size_t count) {
+    static_cast<StringSink&>(sink).text.append(static_cast<const Char*>(characters), count);
+  }
+  static void Convert(FormatSink& sink, const void* characters, size_t count) {
+    auto& target = static_cast<StringSink&>(sink).text;
+    const size_t before = target.size();
+    target.append(count, Char());
+    ConvertUnits(target.data() + before, characters, count);
+  }
+
+  std::basic_string<Char> text;
+};
+
+void FormatRunOf(FormatSink& sink, const char* format, FormatArgs args) {
+  FormatNarrow(sink, format, args);
+}
+void FormatRunOf(FormatSink& sink, const wchar_t* format, FormatArgs args) {
+  FormatWide(sink, format, args);
+}
+
+template <class Char>
+size_t FormatIntoBuffer(Char* buffer, size_t size, const Char* format, FormatArgs args) {
+  if (size == 0) return 0;
+  BufferSink<Char> sink(buffer, size - 1);
+  FormatRunOf(sink, format, args);
+  buffer[sink.written] = Char();
+  return sink.written;
+}
+
+template <class Char>
+std::basic_string<Char> FormatIntoString(const Char* format, FormatArgs args) {
+  StringSink<Char> sink;
+  FormatRunOf(sink, format, args);
+  return std::move(sink.text);
+}
+
+}  // namespace
+
+size_t FormatBufferArgs(char* buffer, size_t size, const char* format, FormatArgs args) {
+  return FormatIntoBuffer(buffer, size, format, args);
+}
+
+size_t FormatBufferArgs(wchar_t* buffer, size_t size, const wchar_t* format, FormatArgs args) {
+  return FormatIntoBuffer(buffer, size, format, args);
+}
+
+std::string FormatStringArgs(const char* format, FormatArgs args) {
+  return FormatIntoString(format, args);
+}
+
+std::wstring FormatStringArgs(const wchar_t* format, FormatArgs args) {
+  return FormatIntoString(format, args);
+}
+
+}  // namespace veskard
