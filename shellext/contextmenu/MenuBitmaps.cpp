@@ -16,9 +16,8 @@ constexpr UINT kImageTypeOfFiles = 17;
 
 HMODULE ModuleOfThisCode() noexcept {
   HMODULE module = nullptr;
-  ::GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<const wchar_t*>(&ModuleOfThisCode), &module);
+  ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(&ModuleOfThisCode), &module);
   return module;
 }
 

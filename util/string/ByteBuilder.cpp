@@ -1,11 +1,11 @@
 #include "util/string/ByteBuilder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <new>
 #include <utility>
 
+#include "util/string/HeapBlock.h"
 #include "util/string/strfmt.h"
 
 namespace veskard {
@@ -28,13 +28,13 @@ size_t MultiplyOrThrow(size_t left, size_t right) {
 
 ByteBuilder::ByteBuilder(size_t capacity, uint8_t escapeStyle) : escapeStyle_(escapeStyle) {
   if (capacity == 0) return;
-  data_ = static_cast<char*>(std::malloc(capacity));
+  data_ = static_cast<char*>(ResizeHeapBlock(nullptr, capacity));
   if (data_ == nullptr) throw std::bad_alloc();
   capacity_ = capacity;
 }
 
 ByteBuilder::~ByteBuilder() {
-  std::free(data_);
+  FreeHeapBlock(data_);
 }
 
 ByteBuilder::ByteBuilder(ByteBuilder&& other) noexcept
@@ -45,7 +45,7 @@ ByteBuilder::ByteBuilder(ByteBuilder&& other) noexcept
 
 ByteBuilder& ByteBuilder::operator=(ByteBuilder&& other) noexcept {
   if (this == &other) return *this;
-  std::free(data_);
+  FreeHeapBlock(data_);
   data_ = std::exchange(other.data_, nullptr);
   capacity_ = std::exchange(other.capacity_, 0);
   length_ = std::exchange(other.length_, 0);
@@ -57,7 +57,7 @@ void ByteBuilder::Grow(size_t count, size_t elementSize) {
   const size_t needed = AddOrThrow(length_, count);
   const size_t doubled = capacity_ > std::numeric_limits<size_t>::max() / 2 ? needed : 2 * capacity_;
   const size_t capacity = std::max({doubled, needed, kSmallestCapacity});
-  void* const data = std::realloc(data_, MultiplyOrThrow(capacity, elementSize));
+  void* const data = ResizeHeapBlock(data_, MultiplyOrThrow(capacity, elementSize));
   if (data == nullptr) throw std::bad_alloc();
   data_ = static_cast<char*>(data);
   capacity_ = capacity;

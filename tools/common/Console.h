@@ -1,0 +1,17 @@
+// The standard streams of the tools, in UTF-8 whether a screen, a file or a
+// pipe is behind them.
+#pragma once
+
+#include <string_view>
+
+namespace veskard {
+
+/// Makes a console behind the streams show UTF-8; call once, at the start.
+void PrepareConsole() noexcept;
+
+/// Writes UTF-8 text at once, unbuffered, so that whoever waits for a line sees
+/// it. Failures are ignored: nobody is left to read.
+void Print(std::string_view text) noexcept;
+void PrintError(std::string_view text) noexcept;
+
+}  // namespace veskard

@@ -1,0 +1,117 @@
+#include "tools/shellprobe/ExtensionClasses.h"
+
+#include <objbase.h>
+
+#include <vector>
+
+#include "core/Product.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/ProbeExit.h"
+
+namespace veskard {
+namespace {
+
+// Identifiers that the library serves whether it is registered or not.
+constexpr CLSID kMenuHandlerClass = {
+    0x8AF59405, 0xCC05, 0x0002, {0x07, 0x02, 0xAE, 0x64, 0x72, 0xCC, 0x92, 0xB2}};
+constexpr CLSID kIconHandlerClass = {
+    0x8AF59406, 0xCC05, 0x0002, {0x07, 0x02, 0xAE, 0x64, 0x72, 0xCC, 0x92, 0xB2}};
+
+// Names, identifiers and paths fit; what is longer is none of ours.
+constexpr size_t kLongestText = 1024;
+
+std::wstring VersionText() {
+  return std::to_wstring(kVersionMajor) + L"." + std::to_wstring(kVersionMinor) + L"." +
+         std::to_wstring(kVersionPatch);
+}
+
+ToolError NotRegistered(const std::string& what) {
+  return ToolError(kNotRegistered, what + "; register it with: regsvr32 /n /i:S VeskardShellExt.dll");
+}
+
+CLSID ReadClassId(const std::wstring& key) {
+  const std::optional<std::wstring> text = ReadMachineText(key);
+  if (!text)
+    throw NotRegistered("the extension is not registered (no HKEY_LOCAL_MACHINE\\" + ToUtf8(key) + ")");
+  CLSID classId = {};
+  if (FAILED(::CLSIDFromString(text->c_str(), &classId))) {
+    throw NotRegistered("HKEY_LOCAL_MACHINE\\" + ToUtf8(key) + " holds no class identifier");
+  }
+  return classId;
+}
+
+UniqueCom<IUnknown> Activate(const CLSID& classId) {
+  UniqueCom<IUnknown> object;
+  const HRESULT result =
+      ::CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, OutVoid(object));
+  if (FAILED(result))
+    throw NotRegistered("the registered class cannot be activated (" + HexCode(result) + ")");
+  return object;
+}
+
+}  // namespace
+
+ExtensionClasses::ExtensionClasses(const std::wstring& library)
+    : library_(::LoadLibraryExW(library.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+  if (!library_) throw LastSystemError("cannot load " + ToUtf8(library));
+}
+
+UniqueCom<IUnknown> ExtensionClasses::NewMenuHandler(const std::wstring& path) const {
+  if (library_) return FromLibrary(kMenuHandlerClass);
+  return Activate(ReadClassId(MenuHandlerKey(FileClassOf(path))));
+}
+
+UniqueCom<IUnknown> ExtensionClasses::NewIconHandler() const {
+  return library_ ? FromLibrary(kIconHandlerClass) : Activate(ReadClassId(IconHandlerKey()));
+}
+
+UniqueCom<IUnknown> ExtensionClasses::FromLibrary(const CLSID& classId) const {
+  using GetClassObject = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
+  const FARPROC address = ::GetProcAddress(library_.Get(), "DllGetClassObject");
+  if (address == nullptr) throw LastSystemError("the library has no DllGetClassObject");
+  // Through void*: the two function types have nothing in common but their address.
+  const auto getClassObject = reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(address));
+  UniqueCom<IClassFactory> factory;
+  HRESULT result = getClassObject(classId, IID_IClassFactory, OutVoid(factory));
+  UniqueCom<IUnknown> object;
+  if (SUCCEEDED(result)) result = factory.Get()->CreateInstance(nullptr, IID_IUnknown, OutVoid(object));
+  if (FAILED(result)) {
+    throw ToolError(kNotRegistered, "the library does not give out the class (" + HexCode(result) + ")");
+  }
+  return object;
+}
+
+std::wstring FileClassOf(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  if (isFolder) return L"Directory";
+  const size_t dot = path.find_last_of(L".\\/");
+  const bool isLink = dot != std::wstring::npos && ::lstrcmpiW(path.c_str() + dot, L".lnk") == 0;
+  return isLink ? L"lnkfile" : L"*";
+}
+
+std::wstring MenuHandlerKey(const std::wstring& fileClass) {
+  return L"Software\\Classes\\" + fileClass + L"\\shellex\\ContextMenuHandlers\\" + kAgentName +
+         L" Service " + VersionText();
+}
+
+std::wstring IconHandlerKey() {
+  return std::wstring(L"Software\\Classes\\") + kAgentName + L"\\shellex\\IconHandler";
+}
+
+std::optional<std::wstring> ReadMachineText(const std::wstring& key, const wchar_t* value) {
+  UniqueRegKey opened;
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.Out()) !=
+      ERROR_SUCCESS) {
+    return std::nullopt;
+  }
+  std::vector<wchar_t> text(kLongestText);
+  auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+  const LSTATUS status =
+      ::RegGetValueW(opened.Get(), nullptr, value, RRF_RT_REG_SZ, nullptr, text.data(), &size);
+  if (status != ERROR_SUCCESS) return std::nullopt;
+  return std::wstring(text.data());
+}
+
+}  // namespace veskard

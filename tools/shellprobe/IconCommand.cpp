@@ -1,0 +1,54 @@
+// shellprobe icon: what a placeholder looks like.
+#include "tools/common/Console.h"
+#include "tools/common/FullPath.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/Commands.h"
+#include "tools/shellprobe/PlaceholderIcon.h"
+
+namespace veskard {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--png", "OUT", "save the icon as a picture"},
+    {"--size", "CLASS", "large (the default) or small"},
+    {"--background", "KIND", "light (the default), dark, or none: the icon's own pixels"},
+    kLibraryOption,
+};
+
+constexpr const char* kSizes[] = {"large", "small"};
+constexpr const char* kBackgrounds[] = {"light", "dark", "none"};
+constexpr uint32_t kColours[] = {0xFFFFFF, 0x202020};
+
+Picture Paint(HICON icon, size_t background) {
+  return background < std::size(kColours) ? PaintIcon(icon, kColours[background]) : IconPixels(icon);
+}
+
+}  // namespace
+
+const CommandSpec kIconSpec = {
+    .program = "shellprobe",
+    .name = "icon",
+    .arguments = "FILE",
+    .summary = "Asks the extension for a placeholder's icon and draws it.",
+    .minimumArguments = 1,
+    .maximumArguments = 1,
+    .options = kOptions,
+    .notes =
+        "Exit codes: 0 done; 1 the picture cannot be written; 2 wrong command line; 10 not\n"
+        "registered; 13 the handler has no icon for this file.\n",
+};
+
+int RunIcon(const Arguments& arguments) {
+  const bool small = arguments.Choice("--size", kSizes, 0) == 1;
+  const size_t background = arguments.Choice("--background", kBackgrounds, 0);
+  const std::wstring file = FullPath(arguments.Positional()[0]);
+  const ComApartment apartment;
+  const PlaceholderIcons icons = ExtractPlaceholderIcons(ClassesFor(arguments), file);
+  const Picture picture = Paint(small ? icons.small.Get() : icons.large.Get(), background);
+  Print(ToUtf8(file) + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + "\n");
+  if (arguments.Has("--png")) SavePng(picture, FullPath(arguments.Text("--png")));
+  return static_cast<int>(ExitCode::kDone);
+}
+
+}  // namespace veskard

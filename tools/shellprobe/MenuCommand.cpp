@@ -1,0 +1,106 @@
+// shellprobe menu: the menu that a selection gets.
+#include <algorithm>
+
+#include "tools/common/Console.h"
+#include "tools/common/FullPath.h"
+#include "tools/common/JsonWriter.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/Commands.h"
+#include "tools/shellprobe/MenuPicture.h"
+#include "tools/shellprobe/ProbeExit.h"
+#include "tools/shellprobe/ShellMenu.h"
+
+namespace veskard {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--png", "FILE", "show the menu on the screen and save a picture of it"},
+    {"--show", "SECONDS", "show the menu on the screen for so long"},
+    {"--among-others", nullptr, "put ordinary commands around the extension's, as a file manager does"},
+    {"--verbs-only", nullptr, "ask as Explorer asks for the target of a shortcut"},
+    {"--json", nullptr, "print one JSON object"},
+    kLibraryOption,
+};
+
+std::string BitmapText(const ShellMenuItem& item) {
+  if (!item.hasBitmap) return "none";
+  return std::to_string(item.bitmapSize.cx) + "x" + std::to_string(item.bitmapSize.cy);
+}
+
+std::string Column(std::string text, size_t width) {
+  text.resize(std::max(text.size(), width), ' ');
+  return text + "  ";
+}
+
+std::string Row(const std::string& position, const std::string& offset, const std::string& id,
+                const std::string& state, const std::string& bitmap, const std::string& text) {
+  return Column(position, 8) + Column(offset, 7) + Column(id, 4) + Column(state, 7) + Column(bitmap, 6) +
+         text + "\n";
+}
+
+std::string AsText(const ShellMenu& menu) {
+  if (menu.Items().empty()) return "the menu gets no commands\n";
+  std::string text = Row("Position", "Command", "Id", "State", "Icon", "Text");
+  for (const ShellMenuItem& item : menu.Items()) {
+    text += Row(std::to_string(item.position), std::to_string(item.offset), std::to_string(item.id),
+                item.greyed ? "greyed" : "enabled", BitmapText(item), ToUtf8(item.text));
+    if (item.help != item.text) text += "          help: " + ToUtf8(item.help) + "\n";
+  }
+  return text;
+}
+
+std::string AsJson(const ShellMenu& menu) {
+  JsonWriter json;
+  json.BeginObject().Field("answer", HexCode(menu.Answer())).Field("refused", menu.Refused());
+  json.Key("items").BeginArray();
+  for (const ShellMenuItem& item : menu.Items()) {
+    json.BeginObject().Field("position", item.position).Field("command", item.offset).Field("id", item.id);
+    json.Field("text", item.text).Field("help", item.help).Field("greyed", item.greyed);
+    json.Field("bitmap", item.hasBitmap);
+    json.Field("bitmapWidth", item.bitmapSize.cx).Field("bitmapHeight", item.bitmapSize.cy).EndObject();
+  }
+  return json.EndArray().EndObject().Text() + "\n";
+}
+
+}  // namespace
+
+const CommandSpec kMenuSpec = {
+    .program = "shellprobe",
+    .name = "menu",
+    .arguments = "PATH...",
+    .summary = "Right-clicks the paths and prints the commands that the extension adds.",
+    .minimumArguments = 1,
+    .maximumArguments = kAnyNumber,
+    .options = kOptions,
+    .notes =
+        "\"Command\" is the number that shellprobe invoke takes; the help text is printed where it\n"
+        "differs from the text.\n"
+        "\n"
+        "Exit codes: 0 the handler answered (also when it adds nothing); 1 the system refused, or no\n"
+        "screen; 2 wrong command line; 10 not registered; 11 the handler refuses to add to this\n"
+        "menu; 12 no such command to highlight.\n",
+};
+
+int RunMenu(const Arguments& arguments) {
+  const ComApartment apartment;
+  const ExtensionClasses classes = ClassesFor(arguments);
+  const ShellMenuOptions options = {
+      .flags = static_cast<DWORD>(arguments.Has("--verbs-only") ? CMF_VERBSONLY : CMF_NORMAL),
+      .amongOthers = arguments.Has("--among-others"),
+  };
+  const ShellMenu menu(classes, SelectedPaths(arguments), options);
+  if (arguments.Has("--json")) Print(AsJson(menu));
+  if (menu.Refused()) {
+    throw ToolError(kMenuRefused,
+                    "the extension refuses to add to this menu (" + HexCode(menu.Answer()) + ")");
+  }
+  if (!arguments.Has("--json")) Print(AsText(menu));
+  if (arguments.Has("--png") || arguments.Has("--show")) {
+    const Picture picture = PhotographMenu(menu.Menu(), arguments.Number("--show", 0) * 1000);
+    if (arguments.Has("--png")) SavePng(picture, FullPath(arguments.Text("--png")));
+  }
+  return static_cast<int>(ExitCode::kDone);
+}
+
+}  // namespace veskard

@@ -1,0 +1,18 @@
+// The selection of files that the Shell hands to its extensions.
+#pragma once
+
+#include <objidl.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/shellprobe/ComOwner.h"
+
+namespace veskard {
+
+/// A data object that offers the paths, in order, as CF_HDROP in global memory:
+/// what a window of Explorer gives for its selected items. Every GetData makes a
+/// new block, which the receiver frees. Throws std::bad_alloc.
+UniqueCom<IDataObject> MakeSelectionData(std::vector<std::wstring> paths);
+
+}  // namespace veskard

@@ -1,0 +1,25 @@
+// Where an agent is found: the names that agents and the Explorer extension
+// agree on. Written out here once more, not taken from the extension, so that
+// the two sides check one another.
+#pragma once
+
+namespace veskard {
+
+enum class AgentKind { kService, kUser };
+
+struct AgentEndpoint {
+  const char* title;
+  const wchar_t* mutex;  // held while the pipe is open: "an agent is there"
+  const wchar_t* pipe;   // message mode, clients only write
+};
+
+// clang-format off
+inline constexpr AgentEndpoint kServiceEndpoint = {"service agent",  L"Global\\pipesynccmd_SIT", LR"(\\.\pipe\syncsvccmd_SIT)"};
+inline constexpr AgentEndpoint kUserEndpoint    = {"per-user agent", L"Local\\pipesynccmd_SIT",  LR"(\\.\pipe\synccmd_SIT)"};
+// clang-format on
+
+constexpr const AgentEndpoint& EndpointOf(AgentKind kind) noexcept {
+  return kind == AgentKind::kUser ? kUserEndpoint : kServiceEndpoint;
+}
+
+}  // namespace veskard
