@@ -38,7 +38,7 @@ void** FindImport(HMODULE module, const char* function) {
 }  // namespace
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement)
-    : slot_(FindImport(module, function)) {
+    : slot_(FindImport(module != nullptr ? module : ::GetModuleHandleW(nullptr), function)) {
   EXPECT_NE(slot_, nullptr) << function << " is not imported";
   if (slot_ == nullptr) return;
   original_ = *slot_;

@@ -7,7 +7,8 @@
 namespace veskard::test {
 
 /// Replaces the import for as long as it lives. The test fails when the module
-/// does not import the function. Not while another thread is calling it.
+/// does not import the function; a null module is the test itself. Not while
+/// another thread is calling it.
 class ImportPatch {
  public:
   ImportPatch(HMODULE module, const char* function, void* replacement);

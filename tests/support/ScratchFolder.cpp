@@ -18,6 +18,7 @@ std::wstring NewPath() {
 }  // namespace
 
 ScratchFolder::ScratchFolder() : path_(NewPath()) {
+  std::filesystem::remove_all(path_);  // a crashed test of the same process id may have left one
   std::filesystem::create_directories(path_);
 }
 
