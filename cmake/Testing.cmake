@@ -1,6 +1,7 @@
 # GoogleTest, built from the distribution's source package for the flavour at
-# hand, and veskard_test(NAME SOURCES... [LIBS ...] [TIMEOUT seconds]): one test
-# program, one CTest entry.
+# hand, and veskard_test(NAME SOURCES... [LIBS ...] [TIMEOUT seconds] [RESTRICTED]):
+# one test program, one CTest entry; a restricted one runs without the right to
+# override permissions.
 set(INSTALL_GTEST OFF)
 set(BUILD_GMOCK ON)
 set(gtest_source /usr/src/googletest CACHE PATH "Where the package googletest puts its sources")
@@ -9,6 +10,7 @@ add_subdirectory(${gtest_source} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_A
 # Tests of the Windows flavours run under Wine, each in the prefix of its build tree.
 if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh)
+  set(restricted_test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run-restricted.sh)
 endif()
 
 # Reading GoogleTest's headers is most of what compiling a test costs: they are
@@ -19,7 +21,7 @@ target_precompile_headers(test_headers PRIVATE
   <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>)
 
 function(veskard_test name)
-  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(arg "RESTRICTED" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -31,6 +33,11 @@ function(veskard_test name)
     target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-restrict)
   endif()
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-  add_test(NAME ${name} COMMAND ${test_runner} $<TARGET_FILE:${name}>)
+  if(arg_RESTRICTED)
+    set(runner ${restricted_test_runner})
+  else()
+    set(runner ${test_runner})
+  endif()
+  add_test(NAME ${name} COMMAND ${runner} $<TARGET_FILE:${name}>)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
 endfunction()
