@@ -155,7 +155,7 @@ draw_overview() {
   framed "$demo/menu-placeholder.png" "An online-only file" "$work/2.png"
   framed "$demo/menu-receiving.png" "A file being received" "$work/3.png"
   draw "$work/1.png" "$work/2.png" "$work/3.png" -background "$backdrop" -gravity north +append \
-    -bordercolor "$backdrop" -border 16x4 "$demo/menus.png"
+    -bordercolor "$backdrop" -border 16x4 -strip "$demo/menus.png"
   rm -r "$work"
 }
 
