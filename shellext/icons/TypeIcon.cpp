@@ -14,6 +14,10 @@ namespace {
 
 constexpr int kStockFolderSize = 256;
 
+// IID_IImageList, {46EB5926-582E-4017-9FDF-E8998DAA0950}: not every import library
+// holds it.
+constexpr IID kImageListId = {0x46EB5926, 0x582E, 0x4017, {0x9F, 0xDF, 0xE8, 0x99, 0x8D, 0xAA, 0x09, 0x50}};
+
 bool IsSystemAtLeast(DWORD major, DWORD minor) noexcept {
   OSVERSIONINFOEXW wanted = {};
   wanted.dwOSVersionInfoSize = sizeof(wanted);
@@ -64,7 +68,7 @@ UniqueGpBitmap JumboIcon(const std::wstring& name, bool isFolder) noexcept {
   const TypeInfo type = AskShell(name, isFolder, SHGFI_SYSICONINDEX);
   if (!type.known) return {};
   UniqueCom<IImageList> list;
-  if (FAILED(::SHGetImageList(SHIL_JUMBO, IID_IImageList, reinterpret_cast<void**>(list.Out())))) return {};
+  if (FAILED(::SHGetImageList(SHIL_JUMBO, kImageListId, reinterpret_cast<void**>(list.Out())))) return {};
   UniqueIcon icon;
   if (FAILED(list.Get()->GetIcon(type.imageIndex, ILD_NORMAL, icon.Out()))) return {};
   return IconToBitmap(icon.Get());

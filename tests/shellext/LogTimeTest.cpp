@@ -1,0 +1,51 @@
+#include "shellext/LogTime.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdio>
+#include <ctime>
+
+namespace veskard {
+namespace {
+
+/// The local time of a second by the standard library's reckoning.
+std::string LocalText(std::time_t second) {
+  const std::tm parts = *std::localtime(&second);
+  char text[32];
+  std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S.000", &parts);
+  return text;
+}
+
+TEST(LogTimeTest, ClockIsInSecondsSince1970) {
+  const auto before = static_cast<uint64_t>(std::time(nullptr));
+  const uint64_t now = SecondsSince1970();
+  EXPECT_GE(now, before);
+  EXPECT_LE(now, before + 2);
+}
+
+TEST(LogTimeTest, NowIsShownInLocalTime) {
+  const uint64_t now = SecondsSince1970();
+  EXPECT_EQ(LogTimestamp(now), LocalText(static_cast<std::time_t>(now)));
+}
+
+TEST(LogTimeTest, SecondZeroIsTheStartOf1970InLocalTime) {
+  TIME_ZONE_INFORMATION zone = {};
+  const DWORD season = ::GetTimeZoneInformation(&zone);
+  const LONG bias = zone.Bias + (season == TIME_ZONE_ID_DAYLIGHT ? zone.DaylightBias : 0);
+  if (bias <= 0) {
+    char expected[32];
+    std::snprintf(expected, sizeof(expected), "1970-01-01 %02ld:%02ld:00.000", -bias / 60, -bias % 60);
+    EXPECT_EQ(LogTimestamp(0), expected);
+  } else {
+    EXPECT_EQ(LogTimestamp(0).substr(0, 10), "1969-12-31");
+  }
+}
+
+TEST(LogTimeTest, MillisecondsAreZero) {
+  for (const uint64_t second : {uint64_t{0}, uint64_t{1488377109}, uint64_t{4294967296}})
+    EXPECT_EQ(LogTimestamp(second).substr(19), ".000");
+}
+
+}  // namespace
+}  // namespace veskard

@@ -1,0 +1,46 @@
+// ExtensionLibrary: the built library, loaded as a host loads it and reached
+// through its exports only.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "core/WindowsOwners.h"
+
+namespace veskard::test {
+
+/// The path of the library that was built beside this test.
+std::wstring ExtensionLibraryPath();
+
+class ExtensionLibrary {
+ public:
+  /// Loads it; the test fails when that fails or when an export is missing.
+  ExtensionLibrary() : ExtensionLibrary(ExtensionLibraryPath()) {}
+  explicit ExtensionLibrary(const std::wstring& path);
+
+  HMODULE Module() const noexcept { return module_.Get(); }
+
+  HRESULT DllGetClassObject(REFCLSID classId, REFIID riid, void** ppv) const {
+    return getClassObject_(classId, riid, ppv);
+  }
+  HRESULT DllInstall(BOOL install, const wchar_t* commandLine) const {
+    return install_(install, commandLine);
+  }
+  HRESULT DllRegisterServer() const { return register_(); }
+  HRESULT DllUnregisterServer() const { return unregister_(); }
+  HRESULT GetExtVersion(DWORD* version) const { return getExtVersion_(version); }
+
+ private:
+  template <class Function>
+  void Resolve(Function*& function, const char* name);
+
+  UniqueModule module_;
+  HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
+  HRESULT(STDAPICALLTYPE* install_)(BOOL, const wchar_t*) = nullptr;
+  HRESULT(STDAPICALLTYPE* register_)() = nullptr;
+  HRESULT(STDAPICALLTYPE* unregister_)() = nullptr;
+  HRESULT(STDAPICALLTYPE* getExtVersion_)(DWORD*) = nullptr;
+};
+
+}  // namespace veskard::test
