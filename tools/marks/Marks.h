@@ -31,7 +31,7 @@ struct FolderRecord {
 enum class PlaceholderSource { kStream, kPredecessorStream, kDownloadStream };
 
 struct PlaceholderRecord {
-  std::optional<uint32_t> progress;  // percent; none: not being received
+  std::optional<uint32_t> progress = {};  // percent; none: not being received
   bool isFolder = false;             // kDownloadStream cannot say it
 };
 
