@@ -34,7 +34,8 @@ std::vector<std::wstring> LogReader::NewLines() {
   std::vector<std::wstring> lines;
   for (size_t end; (end = text.find(L"\r\n", position_)) != std::wstring::npos; position_ = end + 2) {
     const std::wstring line = text.substr(position_, end - position_);
-    if (const size_t at = line.find(tag); at != std::wstring::npos) lines.push_back(line.substr(at + tag.size()));
+    if (const size_t at = line.find(tag); at != std::wstring::npos)
+      lines.push_back(line.substr(at + tag.size()));
   }
   return lines;
 }
