@@ -17,6 +17,11 @@ class CriticalSection {
   void Enter() noexcept { ::EnterCriticalSection(&section_); }
   /// Enters unless another thread is inside, alive or not; tells whether it did.
   [[nodiscard]] bool TryEnter() noexcept { return ::TryEnterCriticalSection(&section_) != FALSE; }
+  /// Leaves, sleeps until the condition is woken, and enters again. May also wake
+  /// without a cause. Not while the lock is held twice.
+  void WaitFor(CONDITION_VARIABLE& condition) noexcept {
+    ::SleepConditionVariableCS(&condition, &section_, INFINITE);
+  }
   void Leave() noexcept { ::LeaveCriticalSection(&section_); }
 
  private:

@@ -1,10 +1,9 @@
 // What the compiler's run-time library keeps for as long as the process lives,
 // although this library may be unloaded long before: replaced or given back.
 //
-//   * Guards of function-local statics: the run-time library's take semaphores,
-//     a thread-local index and a block for every thread that waits or not, and
-//     have no end. Ours are one critical section, which also does not block a
-//     process that exits while a thread was inside.
+//   * Guards of function-local statics: the run-time library's take semaphores, a
+//     thread-local index and blocks of memory, and have no end. Ours are a
+//     critical section and a condition variable, which need nothing of the kind.
 //   * The spare memory for exceptions (73 KB, taken at load) is never freed.
 //
 // Without this every load and unload of the library costs its host 74 KB, two
@@ -16,49 +15,70 @@ void __freeres();  // the run-time library's own, declared in no header
 }
 
 namespace veskard {
-namespace {
 
-/// The first object of the module to be made and the last to go.
-struct StaticGuards {
-  StaticGuards() noexcept = default;
-  ~StaticGuards() { __gnu_cxx::__freeres(); }
+/// The compiler's record of one function-local static: the first byte tells
+/// whether it is initialised, the second whether a thread is at it.
+struct Guard {
+  unsigned char initialized;
+  unsigned char busy;
 
-  CriticalSection lock;
+  bool IsInitialized() const noexcept { return __atomic_load_n(&initialized, __ATOMIC_ACQUIRE) != 0; }
+  void SetInitialized() noexcept { __atomic_store_n(&initialized, 1, __ATOMIC_RELEASE); }
 };
 
+namespace {
+
+/// The three calls of the C++ ABI around an initialisation. The lock is not held
+/// meanwhile: only threads that need the same static wait.
+class StaticGuards {
+ public:
+  StaticGuards() noexcept = default;
+  ~StaticGuards() { __gnu_cxx::__freeres(); }
+  StaticGuards(const StaticGuards&) = delete;
+  StaticGuards& operator=(const StaticGuards&) = delete;
+
+  /// Whether the caller is to initialise the static now.
+  bool Acquire(Guard& guard) noexcept {
+    if (guard.IsInitialized()) return false;
+    const CriticalSectionHold hold(lock_);
+    while (guard.busy != 0) lock_.WaitFor(changed_);
+    if (guard.IsInitialized()) return false;
+    guard.busy = 1;
+    return true;
+  }
+
+  void Release(Guard& guard, bool succeeded) noexcept {
+    {
+      const CriticalSectionHold hold(lock_);
+      if (succeeded) guard.SetInitialized();
+      guard.busy = 0;
+    }
+    ::WakeAllConditionVariable(&changed_);
+  }
+
+ private:
+  CriticalSection lock_;
+  CONDITION_VARIABLE changed_ = CONDITION_VARIABLE_INIT;
+};
+
+// The first object of the module to be made, and the last to go.
 __attribute__((init_priority(101))) StaticGuards staticGuards;
-
-/// A guard's first byte tells whether its static is initialised.
-using Guard = unsigned char;
-
-bool IsInitialized(const Guard* guard) noexcept {
-  return __atomic_load_n(guard, __ATOMIC_ACQUIRE) != 0;
-}
 
 }  // namespace
 }  // namespace veskard
 
-// The C++ ABI's three calls around each initialisation. The lock is held from
-// acquire to release or abort; it is recursive, since one initialisation may need
-// another static.
 extern "C" {
 
 int __cxa_guard_acquire(veskard::Guard* guard) {
-  using namespace veskard;
-  if (IsInitialized(guard)) return 0;
-  staticGuards.lock.Enter();
-  if (!IsInitialized(guard)) return 1;
-  staticGuards.lock.Leave();
-  return 0;
+  return veskard::staticGuards.Acquire(*guard) ? 1 : 0;
 }
 
 void __cxa_guard_release(veskard::Guard* guard) {
-  __atomic_store_n(guard, veskard::Guard{1}, __ATOMIC_RELEASE);
-  veskard::staticGuards.lock.Leave();
+  veskard::staticGuards.Release(*guard, true);
 }
 
-void __cxa_guard_abort(veskard::Guard*) {
-  veskard::staticGuards.lock.Leave();
+void __cxa_guard_abort(veskard::Guard* guard) {
+  veskard::staticGuards.Release(*guard, false);
 }
 
 }  // extern "C"

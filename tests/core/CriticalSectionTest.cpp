@@ -29,6 +29,24 @@ TEST(CriticalSectionTest, ThreadsTakeTurns) {
   EXPECT_EQ(count, 20000);
 }
 
+TEST(CriticalSectionTest, TryingToEnterFailsWhileAnotherThreadIsInside) {
+  CriticalSection section;
+  bool entered = true;
+  const auto attempt = [&] {
+    entered = section.TryEnter();
+    if (entered) section.Leave();
+  };
+  {
+    const CriticalSectionHold hold(section);
+    std::thread(attempt).join();
+    EXPECT_FALSE(entered);
+    attempt();
+    EXPECT_TRUE(entered);  // the same thread may
+  }
+  std::thread(attempt).join();
+  EXPECT_TRUE(entered);
+}
+
 TEST(CriticalSectionTest, NoLockHoldsNothing) {
   const CriticalSectionHold hold(nullptr);
 }
