@@ -87,7 +87,6 @@ register_library() {
   run "$build/logs/demo-register.log" windows regsvr32 /s /n /i:S "$installed"
 }
 
-# "Wine" as a file's place: the marks of streams are files of their own there.
 lay_tree() {
   say "laying a synchronised tree: $tree"
   local folder="$WINEPREFIX/drive_c/Atlas"
@@ -141,22 +140,23 @@ selection() {
 draw() { convert-im6.q16 "$@"; }
 
 backdrop='#e4e9f0'
-# framed IN CAPTION OUT: the menu with its shadow, and what was selected below.
+letters=/usr/share/fonts/truetype/open-sans/OpenSans-Regular.ttf
+# framed IN CAPTION OUT: what was selected, and below it the menu with its shadow.
 framed() {
-  draw "$1" -bordercolor '#c4c9d0' -border 2 \
-    \( +clone -background '#1b2430' -shadow 45x14+0+10 \) +swap -background "$backdrop" -layers merge +repage \
-    -gravity center -background "$backdrop" -font DejaVu-Sans -pointsize 24 -fill '#3c4858' \
-    \( -background "$backdrop" label:"$2" \) -append -bordercolor "$backdrop" -border 24 "$3"
+  draw \( -background "$backdrop" -font "$letters" -pointsize 25 -fill '#2f3b4a' label:"$2" \) \
+    \( "$1" -bordercolor '#c4c9d0' -border 1 \
+      \( +clone -background '#1b2430' -shadow 45x14+0+10 \) +swap -background "$backdrop" -layers merge +repage \) \
+    -background "$backdrop" -gravity center -append -bordercolor "$backdrop" -border 8x20 "$3"
 }
 
 draw_overview() {
   local work="$demo/work"
   mkdir -p "$work"
-  framed "$demo/menu-folder.png" "a folder" "$work/1.png"
-  framed "$demo/menu-placeholder.png" "an online-only file" "$work/2.png"
-  framed "$demo/menu-receiving.png" "a file being received" "$work/3.png"
+  framed "$demo/menu-folder.png" "A folder" "$work/1.png"
+  framed "$demo/menu-placeholder.png" "An online-only file" "$work/2.png"
+  framed "$demo/menu-receiving.png" "A file being received" "$work/3.png"
   draw "$work/1.png" "$work/2.png" "$work/3.png" -background "$backdrop" -gravity north +append \
-    -bordercolor "$backdrop" -border 16 "$demo/menus.png"
+    -bordercolor "$backdrop" -border 16x4 -strip "$demo/menus.png"
   rm -r "$work"
 }
 

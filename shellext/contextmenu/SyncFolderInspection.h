@@ -39,8 +39,9 @@ bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info);
 
 PlaceholderState ReadPlaceholderState(std::wstring file);
 
-/// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and capped at
-/// 100, compared as a signed number (so 2^31 and more stay negative).
+/// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and then capped at
+/// 100, compared as a signed number, so that numbers far above 2^31 come out
+/// negative: 47 -> 45, 250 -> 100, 4294967294 -> -6.
 int32_t RoundProgress(uint32_t value) noexcept;
 
 }  // namespace veskard
