@@ -16,7 +16,7 @@ CommandState StateOf(CommandOffset command, const MenuSelection& selection) {
 
 // Rules about the folder hide every command.
 const char* FolderReason(const MenuSelection& s) {
-  if (!s.inSyncFolder) return "the first item lies in no synchronised folder";
+  if (!s.inSyncFolder) return "the first item is no content of a synchronised folder";
   if (!s.isSelective) return "the folder is synchronised whole, not selectively";
   if (!s.isOwner) return "the folder belongs to another user";
   return nullptr;

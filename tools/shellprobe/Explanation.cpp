@@ -76,8 +76,9 @@ void ReportRecord(Report& report, const std::wstring& folder) {
   ReportOwner(report, info.owner);
 }
 
-bool LiesInOwnFiles(const std::wstring& path) {
-  return path.find(L"\\.sync\\") != std::wstring::npos || path.ends_with(L"\\.sync");
+bool IsAgentsOwnFile(const std::wstring& path) {
+  const size_t end = (path + L"\\").find(L"\\.sync\\");
+  return end != std::wstring::npos && IsSyncFolderRoot(path.substr(0, end));
 }
 
 // The folder of the first item decides for all of them.
@@ -85,8 +86,8 @@ void ReportFolder(Report& report, const std::wstring& path) {
   report.Section("Synchronised folder of the first item");
   const std::wstring root = FindSyncFolderRoot(path);
   if (root.empty()) {
-    return report.Bad("root", LiesInOwnFiles(path) ? "the item is one of the agent's own files"
-                                                   : "no folder above the item holds the mark .sync\\ID");
+    return report.Bad("root", IsAgentsOwnFile(path) ? "the item is one of the agent's own files"
+                                                    : "no folder above the item holds the mark .sync\\ID");
   }
   report.Good("root", "the root is " + ToUtf8(root));
   const bool nested = root != path && IsSyncFolderRoot(path);

@@ -38,6 +38,25 @@ std::wstring TextOf(std::string_view bytes) {
   return text;
 }
 
+bool IsTag(std::wstring_view text) {
+  const size_t colon = text.rfind(L':');
+  const bool hasNumber = colon != std::wstring_view::npos && colon + 1 < text.size();
+  return hasNumber && text.find_first_not_of(L"0123456789", colon + 1) == std::wstring_view::npos;
+}
+
+// "explorer.exe:4412" out of "TIME (explorer.exe:4412) MESSAGE"; the program's own
+// name may have brackets too.
+std::wstring_view TagOf(std::wstring_view line) {
+  const size_t start = line.find(L'(') + 1;
+  if (start == 0) return {};
+  for (size_t end = line.find(L") ", start); end != std::wstring_view::npos;
+       end = line.find(L") ", end + 1)) {
+    const std::wstring_view tag = line.substr(start, end - start);
+    if (IsTag(tag)) return tag;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::vector<std::wstring> LogFollower::ReadNewLines() {
@@ -82,10 +101,8 @@ void LogFollower::TakeLines(std::vector<std::wstring>& lines) {
 }
 
 bool IsLineOfProcess(std::wstring_view line, std::wstring_view process) {
-  const size_t open = line.find(L'(');
-  const size_t close = line.find(L") ", open);
-  if (open == std::wstring_view::npos || close == std::wstring_view::npos) return false;
-  const std::wstring_view tag = line.substr(open + 1, close - open - 1);
+  const std::wstring_view tag = TagOf(line);
+  if (tag.empty()) return false;
   const size_t colon = tag.rfind(L':');
   return tag == process || tag.substr(0, colon) == process || tag.substr(colon + 1) == process;
 }
