@@ -16,7 +16,7 @@ packages=(
   # Tests: GoogleTest ships as source and is built for each flavour.
   googletest wine wine64 util-linux
   # Artwork from vector sources; pictures of real menus.
-  librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core
+  librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core fonts-open-sans
   python3
 )
 [ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)

@@ -40,6 +40,7 @@ T** OutAs(UniqueLocalMemory& memory) noexcept {
 std::wstring FullSid(const std::wstring& account) {
   UniqueLocalMemory sid;
   UniqueLocalMemory text;
+  if (account.empty()) return account;  // not every system refuses it
   if (!::ConvertStringSidToSidW(account.c_str(), OutAs<void>(sid))) return account;
   if (!::ConvertSidToStringSidW(sid.Get(), OutAs<wchar_t>(text))) return account;
   return static_cast<const wchar_t*>(text.Get());

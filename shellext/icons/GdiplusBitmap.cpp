@@ -6,10 +6,10 @@ namespace gdip = Gdiplus::DllExports;
 
 BitmapShape ShapeOf(Gdiplus::GpBitmap* bitmap) noexcept {
   BitmapShape shape;
-  gdip::GdipGetImageWidth(bitmap, &shape.width);
-  gdip::GdipGetImageHeight(bitmap, &shape.height);
-  gdip::GdipGetImagePixelFormat(bitmap, &shape.format);
-  return shape;
+  const bool known = gdip::GdipGetImageWidth(bitmap, &shape.width) == Gdiplus::Ok &&
+                     gdip::GdipGetImageHeight(bitmap, &shape.height) == Gdiplus::Ok &&
+                     gdip::GdipGetImagePixelFormat(bitmap, &shape.format) == Gdiplus::Ok;
+  return known ? shape : BitmapShape{};
 }
 
 UniqueGpBitmap NewBitmap(const BitmapShape& shape) noexcept {

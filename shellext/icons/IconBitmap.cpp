@@ -105,22 +105,23 @@ UniqueGpBitmap IconToBitmap(HICON icon) noexcept {
   const IconBitmaps parts = BitmapsOf(icon);
   UniqueGpBitmap colours;
   gdip::GdipCreateBitmapFromHBITMAP(parts.colours.Get(), nullptr, colours.Out());
-  const Gdiplus::PixelFormat format = ShapeOf(colours.Get()).format;
+  const BitmapShape shape = ShapeOf(colours.Get());
+  if (shape.IsEmpty()) return {};
   // Fewer bits than 32 have no room for alpha, and their rows must not be read as
   // if they had: such colours are taken as they are, opaque.
-  if (Gdiplus::GetPixelFormatSize(format) != 32) return CopyWithAlpha(colours.Get());
+  if (Gdiplus::GetPixelFormatSize(shape.format) != 32) return CopyWithAlpha(colours.Get());
 
   // GDI+ drops the alpha of an HBITMAP but leaves the bytes in place. Seen as
   // pixels with alpha they are the icon's own; an icon without an alpha channel
   // has zeros there, so that it comes out transparent.
-  const LockedBits bits(colours.Get(), format);
+  const LockedBits bits(colours.Get(), shape.format);
   if (!bits) return {};
   return CopyWithAlpha(ViewWithAlpha(bits).Get());
 }
 
 UniqueIcon BitmapToIcon(Gdiplus::GpBitmap* bitmap) noexcept {
-  if (bitmap == nullptr) return {};
   const BitmapShape shape = ShapeOf(bitmap);
+  if (shape.IsEmpty()) return {};
   const PixelBuffer buffer = PixelsOf(bitmap, shape);
   const UniqueBitmap mask(
       ::CreateBitmap(static_cast<int>(shape.width), static_cast<int>(shape.height), 1, 1, nullptr));

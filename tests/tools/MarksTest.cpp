@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/WindowsOwners.h"
 #include "tests/support/ScratchFolder.h"
 #include "tools/common/ToolError.h"
 
@@ -25,11 +26,11 @@ class MarksTest : public testing::Test {
 TEST_F(MarksTest, AFolderRecordInEachOfItsPlaces) {
   const std::wstring root = folder_ / L"Deep\\Root";
   const FolderRecord record = {
-      .type = 2, .mode = 1, .disableRemoveFromAllDevices = true, .owner = "Ad\xC3\xA9le"};
+      .type = 2, .mode = 1, .disableRemoveFromAllDevices = true, .owner = "Ad\xC3\xA8le"};
   LayFolderRecord(root, record, FolderRecordSource::kFile);
   LayFolderRecord(root, record, FolderRecordSource::kStream);
   LayFolderRecord(root, record, FolderRecordSource::kTypeStream);
-  const std::string bytes = "d31:disable_remove_from_all_devicesi1e4:modei1e5:owner6:Ad\xC3\xA9le4:typei2ee";
+  const std::string bytes = "d31:disable_remove_from_all_devicesi1e4:modei1e5:owner6:Ad\xC3\xA8le4:typei2ee";
   EXPECT_EQ(ReadBack(root + L"\\.sync\\FolderType"), bytes);
   EXPECT_EQ(ReadBack(root + L"\\.sync\\ID:com.nimbrel.VeskardAgent"), bytes);
   EXPECT_EQ(ReadBack(root + L"\\.sync\\ID:_TYPE"), bytes);

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/WindowsOwners.h"
-#include "tools/shellprobe/ComOwner.h"
+#include "tools/shellprobe/ComApartment.h"
 
 namespace veskard {
 

@@ -4,7 +4,7 @@
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/Commands.h"
-#include "tools/shellprobe/PlaceholderIcon.h"
+#include "tools/shellprobe/ExtractedIcons.h"
 
 namespace veskard {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/shellprobe/ComOwner.h"
+#include "tools/shellprobe/ComApartment.h"
 
 namespace veskard {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/WindowsOwners.h"
-#include "tools/shellprobe/ComOwner.h"
+#include "tools/shellprobe/ComApartment.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
 namespace veskard {

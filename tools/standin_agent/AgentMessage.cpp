@@ -13,10 +13,9 @@ namespace {
 std::vector<std::string> PathsOf(const BencValue& message) {
   std::vector<std::string> paths;
   if (const BencValue* path = message.Find("path")) paths.emplace_back(path->AsBytes());
-  const BencValue* files = message.Find("files");
-  const BencList* list = files != nullptr ? files->AsList() : nullptr;
-  if (list == nullptr) return paths;
-  for (const BencValue& file : *list) paths.emplace_back(file.AsBytes());
+  if (const BencValue* files = message.Find("files")) {
+    for (const BencValue& file : files->Items()) paths.emplace_back(file.AsBytes());
+  }
   return paths;
 }
 
@@ -32,7 +31,7 @@ AgentMessage DecodeMessage(std::string bytes) {
   AgentMessage message;
   BencParser parser(bytes.data(), bytes.data() + bytes.size());
   BencValue value;
-  if (!ParseBencoded(value, parser) || value.AsDict() == nullptr) return message;
+  if (!ParseBencoded(value, parser) || value.GetKind() != BencValue::Kind::Dict) return message;
   message.isDictionary = true;
   message.action = value.FindInt("action");
   message.last = value.FindInt("last") == 1;

@@ -9,15 +9,21 @@
 namespace veskard {
 namespace {
 
-constexpr size_t kSpareInstances = 8;
+// As many clients as may come before a thread of ours gets its turn; filled up
+// again when half of them are taken, so that a few clients cost nothing.
+constexpr size_t kSpareInstances = 64;
+constexpr size_t kFewInstances = kSpareInstances / 2;
 constexpr DWORD kPieceSize = 64 * 1024;
 // Writers of one message each should not wait for the reader; with a reader that
 // never reads they should, as soon as possible.
 constexpr DWORD kBufferSize = 256 * 1024;
 constexpr DWORD kSmallestBuffer = 1;
 
-UniqueFile CreateInstanceOf(const std::wstring& name, DWORD bufferSize) {
-  return UniqueFile(::CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED,
+UniqueFile CreateInstanceOf(const std::wstring& name, bool isFirst, DWORD bufferSize) {
+  // The first one must not join a pipe that another agent serves.
+  const DWORD access = PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED |
+                       (isFirst ? static_cast<DWORD>(FILE_FLAG_FIRST_PIPE_INSTANCE) : 0);
+  return UniqueFile(::CreateNamedPipeW(name.c_str(), access,
                                        PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
                                        PIPE_UNLIMITED_INSTANCES, 0, bufferSize, 0, nullptr));
 }
@@ -37,7 +43,8 @@ class PipeServer::Instance {
     OVERLAPPED overlapped = NewOverlapped();
     if (::ConnectNamedPipe(pipe_.Get(), &overlapped)) return Outcome::kDone;
     const DWORD error = ::GetLastError();
-    if (error == ERROR_PIPE_CONNECTED) return Outcome::kDone;
+    // A client that has come and gone already: what it wrote can still be read.
+    if (error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA) return Outcome::kDone;
     DWORD none = 0;
     return error == ERROR_IO_PENDING ? Finish(overlapped, none) : Outcome::kFailed;
   }
@@ -55,6 +62,7 @@ class PipeServer::Instance {
   void Disconnect() const { ::DisconnectNamedPipe(pipe_.Get()); }
 
   void WaitForStop() const { ::WaitForSingleObject(stop_, INFINITE); }
+  bool IsStopped() const { return ::WaitForSingleObject(stop_, 0) == WAIT_OBJECT_0; }
 
  private:
   OVERLAPPED NewOverlapped() const {
@@ -82,7 +90,8 @@ class PipeServer::Instance {
 PipeServer::PipeServer(PipeServerOptions options)
     : options_(std::move(options)), stop_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
   const std::lock_guard hold(lock_);
-  while (waiting_ < kSpareInstances) AddInstance();
+  if (!AddInstance()) throw LastSystemError("cannot serve the pipe " + ToUtf8(options_.pipeName));
+  FillUp();
 }
 
 PipeServer::~PipeServer() {
@@ -96,13 +105,20 @@ void PipeServer::StopServing() {
   ::SetEvent(stop_.Get());
 }
 
-// Called with the lock held, so that the number of waiting instances is exact.
-void PipeServer::AddInstance() {
-  UniqueFile pipe = CreateInstanceOf(options_.pipeName, options_.neverReads ? kSmallestBuffer : kBufferSize);
-  if (!pipe) throw LastSystemError("cannot serve the pipe " + ToUtf8(options_.pipeName));
+// Both are called with the lock held, so that the number of waiting instances is exact.
+bool PipeServer::AddInstance() {
+  UniqueFile pipe = CreateInstanceOf(options_.pipeName, threads_.empty(),
+                                     options_.neverReads ? kSmallestBuffer : kBufferSize);
+  if (!pipe) return false;
   threads_.emplace_back([this, handle = pipe.Get()] { Serve(handle); });
   static_cast<void>(pipe.Release());  // the thread owns it now
   ++waiting_;
+  return true;
+}
+
+void PipeServer::FillUp() {
+  while (waiting_ < kSpareInstances && AddInstance()) {
+  }
 }
 
 void PipeServer::Serve(HANDLE pipe) {
@@ -120,23 +136,18 @@ void PipeServer::Serve(HANDLE pipe) {
   }
 }
 
-// A client may come and go before it is seen, which fails the connection; the
-// instance then takes the next one.
 bool PipeServer::WaitForClient(const Instance& instance) {
-  for (;;) {
-    const Instance::Outcome outcome = instance.Connect();
-    if (outcome == Instance::Outcome::kDone) return true;
-    if (outcome == Instance::Outcome::kStopped) return false;
+  while (!instance.IsStopped()) {
+    if (instance.Connect() == Instance::Outcome::kDone) return true;
     instance.Disconnect();
   }
+  return false;
 }
 
 uint32_t PipeServer::ClientArrived() {
   const std::lock_guard hold(lock_);
   --waiting_;
-  if (!stopping_) {
-    while (waiting_ < kSpareInstances) AddInstance();
-  }
+  if (!stopping_ && waiting_ < kFewInstances) FillUp();
   return ++clients_;
 }
 

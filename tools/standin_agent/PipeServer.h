@@ -49,7 +49,8 @@ class PipeServer {
  private:
   class Instance;
 
-  void AddInstance();
+  bool AddInstance();
+  void FillUp();
   void Serve(HANDLE pipe);
   bool WaitForClient(const Instance& instance);
   void ReadMessages(const Instance& instance, uint32_t client);

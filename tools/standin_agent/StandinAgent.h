@@ -30,8 +30,8 @@ struct AgentFaults {
   bool neverReads = false;    // clients connect and wait for ever
   /// Dies, pipe and mutex at once, after so many whole messages, or after so
   /// many bytes of any clients' messages, in the middle of one if it falls there.
-  std::optional<uint64_t> diesAfterMessages;
-  std::optional<uint64_t> diesAfterBytes;
+  std::optional<uint64_t> diesAfterMessages = {};
+  std::optional<uint64_t> diesAfterBytes = {};
 };
 
 /// Serves the pipe, and holds the mutex that announces it, from construction to

@@ -64,14 +64,15 @@ AgentFaults FaultsFrom(const Arguments& arguments) {
 void PrintMessageAsText(uint32_t number, const ReceivedMessage& received) {
   const AgentMessage message = DecodeMessage(received.bytes);
   std::string text = "message " + std::to_string(number) + " from client " + std::to_string(received.client) +
-                     ", " + std::to_string(received.bytes.size()) + " bytes\n" + "  bytes   " +
+                     ", " + std::to_string(received.bytes.size()) + " bytes\n" + "  bytes  " +
                      EscapeBytes(received.bytes) + "\n";
-  if (!message.isDictionary) {
-    text += "  this is no bencoded dictionary\n";
+  if (message.isDictionary) {
+    text += "  dump   " + message.dump + "\n";
+    for (const std::string& path : message.paths) text += "  path   " + path + "\n";
+    text += std::string("  asks   ") + ActionTitle(message.action);
+    text += message.last ? "; end of the command\n" : "\n";
   } else {
-    text += "  says    " + message.dump + "\n" + "  means   " + ActionTitle(message.action) +
-            (message.last ? ", end of the command" : "") + "\n";
-    for (const std::string& path : message.paths) text += "          " + path + "\n";
+    text += "  this is no bencoded dictionary\n";
   }
   Print(text);
 }

@@ -1,4 +1,4 @@
-#include "tools/shellprobe/PlaceholderIcon.h"
+#include "tools/shellprobe/ExtractedIcons.h"
 
 #include <windows.h>
 // After windows.h, which it needs.

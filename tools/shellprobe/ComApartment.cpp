@@ -1,4 +1,4 @@
-#include "tools/shellprobe/ComOwner.h"
+#include "tools/shellprobe/ComApartment.h"
 
 #include <ole2.h>
 

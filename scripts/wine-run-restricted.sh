@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs one Windows program under Wine without the right to override permissions,
+# so that read-only files and forbidden folders refuse what they refuse on
+# Windows: wine-run-restricted.sh PROGRAM [ARGUMENT...]
+# A root shell gives the right up; another user never has it. The prefix is one of
+# its own, since its server must be without the right too.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+export WINEPREFIX="$build/wine-restricted"
+
+if [ "$(id -u)" -eq 0 ] && [ -z "${VESKARD_RESTRICTED:-}" ]; then
+  rights=-dac_override,-dac_read_search
+  export VESKARD_RESTRICTED=1
+  exec setpriv --bounding-set="$rights" --inh-caps="$rights" "$0" "$@"
+fi
+
+wine_prefix_ready
+trap wine_stop EXIT
+timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"

@@ -1,0 +1,465 @@
+#include "fs/util/FileInfo.h"
+
+#include <windows.h>
+
+#include <aclapi.h>
+#include <gtest/gtest.h>
+
+#include "fs/util/Handle.h"
+#include "fs/util/NtFunctions.h"
+#include "fs/util/Trace.h"
+#include "tests/support/FailingCalls.h"
+#include "tests/support/FileTools.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace veskard {
+namespace {
+
+using test::CallCounter;
+using test::Watch;
+using test::WriteBytes;
+
+constexpr uint32_t kAllFlags[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+class FileInfoTest : public testing::Test {
+ protected:
+  test::ScratchFolder folder_;
+  const std::wstring path_ = folder_ / L"File.txt";
+
+  void SetUp() override { WriteBytes(path_, "12345"); }
+  static bool Opens(uint32_t flags) { return (flags & (kRefreshByOpening | kRefreshPathOnDisk)) != 0; }
+};
+
+TEST_F(FileInfoTest, MakeFileInfoLooksThePathUp) {
+  const auto info = MakeFileInfo(path_);
+  EXPECT_EQ(info->Path(), path_);
+  EXPECT_EQ(info->Error(), 0u);
+  EXPECT_TRUE(info->Exists());
+  EXPECT_TRUE(info->IsFile());
+  EXPECT_FALSE(info->IsDirectory());
+  EXPECT_FALSE(info->IsReparsePoint());
+  EXPECT_FALSE(info->IsAttributeBit3());
+  EXPECT_EQ(info->GetSize(), 5u);
+  EXPECT_EQ(info->LinkCount(), 0u);
+  EXPECT_EQ(info->PathOnDisk(), L"");
+  EXPECT_EQ(info->GetOwner(), L"");
+}
+
+TEST_F(FileInfoTest, ANewRecordIsEmpty) {
+  const FileInfoImpl info(path_);
+  EXPECT_EQ(info.Error(), 0u);
+  EXPECT_TRUE(info.Exists());
+  EXPECT_EQ(info.GetSize(), 0u);
+  EXPECT_EQ(info.GetVolumeSerial(), 0);
+  EXPECT_TRUE(info.GetStreams().empty());
+  EXPECT_EQ(&info.GetStreams(), &FileInfoImpl(L"other").GetStreams());  // one empty list for all
+}
+
+TEST_F(FileInfoTest, EveryCombinationOfFlagsDescribesTheFile) {
+  for (const uint32_t flags : kAllFlags) {
+    FileInfoImpl info(path_);
+    ASSERT_TRUE(info.Refresh(flags)) << flags;
+    EXPECT_EQ(info.Error(), 0u) << flags;
+    EXPECT_TRUE(info.IsFile()) << flags;
+    EXPECT_EQ(info.GetSize(), 5u) << flags;
+    EXPECT_GT(info.GetLastWriteTime(), 1700000000u) << flags;
+    EXPECT_EQ(info.LinkCount(), Opens(flags) ? 1u : 0u) << flags;
+    const auto [high, low] = info.GetFileIndex();
+    EXPECT_EQ(high != 0 || low != 0, Opens(flags)) << flags;
+    EXPECT_EQ(info.PathOnDisk().empty(), (flags & kRefreshPathOnDisk) == 0) << flags;
+    EXPECT_EQ(info.GetAccessList().empty(), (flags & kRefreshSecurity) == 0) << flags;
+  }
+}
+
+TEST_F(FileInfoTest, EveryCombinationOfFlagsDescribesAFolder) {
+  for (const uint32_t flags : kAllFlags) {
+    FileInfoImpl info(folder_.Path());
+    ASSERT_TRUE(info.Refresh(flags)) << flags;
+    EXPECT_FALSE(info.IsFile());
+    EXPECT_TRUE(info.IsDirectory());
+  }
+}
+
+TEST_F(FileInfoTest, EveryCombinationOfFlagsMissesAMissingPath) {
+  for (const uint32_t flags : kAllFlags) {
+    FileInfoImpl info(folder_ / L"missing");
+    EXPECT_FALSE(info.Refresh(flags)) << flags;
+    EXPECT_EQ(info.Error(), 2u) << flags;
+    EXPECT_FALSE(info.Exists());
+    EXPECT_FALSE(info.IsFile());
+    EXPECT_EQ(info.GetVolumeSerial(), -1);
+    EXPECT_EQ(info.GetOwner(), L"");
+  }
+}
+
+TEST_F(FileInfoTest, OtherFlagBitsAreIgnored) {
+  FileInfoImpl info(path_);
+  EXPECT_TRUE(info.Refresh(0xFFFFFFF0));
+  EXPECT_EQ(info.LinkCount(), 0u);
+}
+
+TEST_F(FileInfoTest, AMissingFolderGivesError3) {
+  const auto info = MakeFileInfo(folder_ / L"missing\\file");
+  EXPECT_EQ(info->Error(), 3u);
+  EXPECT_FALSE(info->Exists());
+}
+
+TEST_F(FileInfoTest, AnInvalidNameGivesError123AndDoesNotExist) {
+  const auto info = MakeFileInfo(folder_ / L"in|valid\\file");
+  EXPECT_EQ(info->Error(), 123u);
+  EXPECT_FALSE(info->Exists());
+  FileInfoImpl opened(folder_ / L"in|valid");
+  EXPECT_FALSE(opened.Refresh(kRefreshByOpening));
+  EXPECT_EQ(opened.Error(), 123u);
+  EXPECT_FALSE(opened.Exists());
+}
+
+TEST_F(FileInfoTest, AnObjectThatMayNotBeSeenExists) {
+  test::FailingCalls calls{
+      Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
+  FileInfoImpl info(folder_ / L"missing");
+  CallCounter::Arm(1);
+  EXPECT_FALSE(info.Refresh(0));
+  CallCounter::Disarm();
+  EXPECT_EQ(info.Error(), 2u);  // the open's error follows the look-up's
+
+  test::FailingCalls opens{Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
+  FileInfoImpl denied(path_);
+  CallCounter::Arm(1);
+  EXPECT_FALSE(denied.Refresh(kRefreshByOpening));
+  CallCounter::Disarm();
+  EXPECT_EQ(denied.Error(), 5u);
+  EXPECT_TRUE(denied.Exists());
+  EXPECT_FALSE(denied.IsFile());
+}
+
+TEST_F(FileInfoTest, ALookUpThatIsDeniedIsFollowedByAnOpen) {
+  test::FailingCalls calls{
+      Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
+  FileInfoImpl info(folder_.Path());
+  CallCounter::Arm(1);
+  EXPECT_TRUE(info.Refresh(0));
+  CallCounter::Disarm();
+  EXPECT_TRUE(info.IsDirectory());
+  EXPECT_GE(info.LinkCount(), 1u);
+  EXPECT_EQ(info.Error(), 5u);  // success does not clear the look-up's error
+  EXPECT_TRUE(info.Exists());
+  EXPECT_EQ(info.GetVolumeSerial(), -1);
+}
+
+TEST_F(FileInfoTest, AnyOtherLookUpErrorFailsAtOnce) {
+  test::FailingCalls calls{Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, 21),
+                           Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE)};
+  FileInfoImpl info(path_);
+  CallCounter::Arm(1);
+  EXPECT_FALSE(info.Refresh(0));
+  CallCounter::Disarm();
+  EXPECT_EQ(CallCounter::Calls(), 1u);
+  EXPECT_EQ(info.Error(), 21u);
+  EXPECT_TRUE(info.Exists());
+}
+
+TEST_F(FileInfoTest, SuccessDoesNotClearAnOlderError) {
+  FileInfoImpl info(folder_ / L"later");
+  EXPECT_FALSE(info.Refresh(0));
+  WriteBytes(folder_ / L"later", "x");
+  EXPECT_TRUE(info.Refresh(0));
+  EXPECT_EQ(info.Error(), 2u);
+  EXPECT_EQ(info.GetSize(), 1u);
+}
+
+TEST_F(FileInfoTest, ANameThatDiffersInLetterCaseIsNotFoundUnderTheExactNameFlag) {
+  const std::wstring other = folder_ / L"file.TXT";
+  for (const uint32_t flags : kAllFlags) {
+    FileInfoImpl info(other);
+    const bool exact = (flags & kRefreshExactName) != 0;
+    EXPECT_EQ(info.Refresh(flags), !exact) << flags;
+    EXPECT_EQ(info.Error(), exact ? 2u : 0u) << flags;
+    EXPECT_EQ(info.Exists(), !exact) << flags;
+    EXPECT_EQ(info.PathOnDisk().empty(), exact || (flags & kRefreshPathOnDisk) == 0) << flags;
+    EXPECT_EQ(info.GetSize(), 5u);  // what was found is kept all the same
+  }
+}
+
+TEST_F(FileInfoTest, OnlyTheLastComponentIsComparedExactly) {
+  std::wstring path = path_;
+  path[path.find(L"users")] = L'U';
+  for (const uint32_t flags : {1u, 5u, 9u}) {
+    FileInfoImpl info(path);
+    EXPECT_TRUE(info.Refresh(flags)) << flags;
+  }
+}
+
+TEST_F(FileInfoTest, AWildcardMatchesNoNameExactly) {
+  FileInfoImpl info(folder_ / L"*");
+  EXPECT_FALSE(info.Refresh(kRefreshExactName));
+  EXPECT_EQ(info.Error(), 2u);
+}
+
+TEST_F(FileInfoTest, ThePathOnDiskIsTheFileSystemsSpellingWithTheLongPrefix) {
+  FileInfoImpl info(folder_ / L"fILE.tXT");
+  ASSERT_TRUE(info.Refresh(kRefreshPathOnDisk));
+  EXPECT_TRUE(info.PathOnDisk().starts_with(L"\\\\?\\"));
+  EXPECT_TRUE(info.PathOnDisk().ends_with(L"\\File.txt"));
+}
+
+TEST_F(FileInfoTest, VolumeSerialIs0AfterALookUpTheVolumesOwnAfterAnOpenAndMinus1AfterAFailure) {
+  FileInfoImpl info(path_);
+  ASSERT_TRUE(info.Refresh(0));
+  EXPECT_EQ(info.GetVolumeSerial(), 0);
+  ASSERT_TRUE(info.Refresh(kRefreshByOpening));
+  BY_HANDLE_FILE_INFORMATION real;
+  ASSERT_TRUE(::GetFileInformationByHandle(OpenByMode(path_, 3, 0).Get(), &real));
+  EXPECT_EQ(info.GetVolumeSerial(), int64_t{real.dwVolumeSerialNumber});
+  EXPECT_EQ(info.GetFileIndex(), std::make_pair(uint32_t{real.nFileIndexHigh}, uint32_t{real.nFileIndexLow}));
+  ASSERT_TRUE(info.Refresh(0));
+  EXPECT_EQ(info.GetVolumeSerial(), 0);
+  EXPECT_EQ(info.GetFileIndex(), std::make_pair(0u, 0u));
+  ::DeleteFileW(path_.c_str());
+  ASSERT_FALSE(info.Refresh(0));
+  EXPECT_EQ(info.GetVolumeSerial(), -1);
+}
+
+TEST_F(FileInfoTest, AnEmptyPathHasNoVolume) {
+  const FileInfoImpl info(L"");
+  EXPECT_EQ(info.Error(), 0u);
+  EXPECT_EQ(info.GetVolumeSerial(), -1);
+  EXPECT_NE(MakeFileInfo(L"")->Error(), 0u);
+}
+
+// ---- What a look-up answers, field by field.
+
+HANDLE WINAPI DescribeStrangely(LPCWSTR, FINDEX_INFO_LEVELS level, LPVOID answer, FINDEX_SEARCH_OPS operation,
+                                LPVOID filter, DWORD flags) {
+  EXPECT_EQ(level, FindExInfoBasic);
+  EXPECT_EQ(operation, FindExSearchNameMatch);
+  EXPECT_EQ(filter, nullptr);
+  EXPECT_EQ(flags, 0u);
+  auto* entry = static_cast<WIN32_FIND_DATAW*>(answer);
+  *entry = {};
+  entry->dwFileAttributes = FILE_ATTRIBUTE_REPARSE_POINT | 8;
+  entry->nFileSizeHigh = 0x80000001;
+  entry->nFileSizeLow = 0xFFFFFFFE;
+  const auto set = [](FILETIME& time, uint64_t seconds) {
+    const uint64_t ticks = (11644473600u + seconds) * 10000000u;
+    time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  };
+  set(entry->ftCreationTime, 0);
+  set(entry->ftLastAccessTime, 0xFFFFFFFF);
+  set(entry->ftLastWriteTime, 0x100000000);
+  return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+}
+
+bool searchClosed = false;
+
+BOOL WINAPI CloseSearch(HANDLE search) {
+  searchClosed = true;
+  return ::CloseHandle(search);
+}
+
+class StrangeLookUpTest : public testing::Test {
+ protected:
+  const test::ImportPatch find_{::GetModuleHandleW(nullptr), "FindFirstFileExW",
+                                reinterpret_cast<void*>(&DescribeStrangely)};
+  const test::ImportPatch close_{::GetModuleHandleW(nullptr), "FindClose",
+                                 reinterpret_cast<void*>(&CloseSearch)};
+  FileInfoImpl info_{L"C:\\any"};
+
+  void SetUp() override {
+    searchClosed = false;
+    ASSERT_TRUE(info_.Refresh(0));
+  }
+};
+
+TEST_F(StrangeLookUpTest, TheSearchIsClosedAtOnce) {
+  EXPECT_TRUE(searchClosed);
+}
+
+TEST_F(StrangeLookUpTest, SizeHasBothHalves) {
+  EXPECT_EQ(info_.GetSize(), 0x80000001FFFFFFFEu);
+}
+
+TEST_F(StrangeLookUpTest, AttributeBitsAreToldApart) {
+  EXPECT_TRUE(info_.IsReparsePoint());
+  EXPECT_TRUE(info_.IsAttributeBit3());
+  EXPECT_FALSE(info_.IsDirectory());
+  EXPECT_TRUE(info_.IsFile());
+}
+
+TEST_F(StrangeLookUpTest, TimesOutsideTheRangeAre0) {
+  EXPECT_EQ(info_.GetCreationTime(), 0u);
+  EXPECT_EQ(info_.GetLastAccessTime(), 0xFFFFFFFFu);
+  EXPECT_EQ(info_.GetLastWriteTime(), 0u);
+}
+
+TEST_F(StrangeLookUpTest, WithoutTheConversionTimesAre0) {
+  const auto convert = Nt().timeToSecondsSince1970;
+  Nt().timeToSecondsSince1970 = nullptr;
+  EXPECT_EQ(info_.GetLastAccessTime(), 0u);
+  Nt().timeToSecondsSince1970 = convert;
+}
+
+// ---- The final path.
+
+std::wstring finalPath;
+std::vector<DWORD> finalPathSizes;
+DWORD finalPathLie = 0;
+
+DWORD WINAPI AnswerFinalPath(HANDLE, LPWSTR buffer, DWORD size, DWORD flags) {
+  EXPECT_EQ(flags, 0u);
+  finalPathSizes.push_back(size);
+  if (finalPathLie != 0) return finalPathLie;
+  if (finalPath.size() >= size) return static_cast<DWORD>(finalPath.size() + 1);
+  std::copy_n(finalPath.c_str(), finalPath.size() + 1, buffer);
+  return static_cast<DWORD>(finalPath.size());
+}
+
+class FinalPathTest : public FileInfoTest {
+ protected:
+  const test::ImportPatch patch_{::GetModuleHandleW(nullptr), "GetFinalPathNameByHandleW",
+                                 reinterpret_cast<void*>(&AnswerFinalPath)};
+  FinalPathTest() {
+    finalPathSizes.clear();
+    finalPathLie = 0;
+  }
+};
+
+TEST_F(FinalPathTest, APathOf259CharactersTakesOneCallALongerOneTwo) {
+  for (const size_t length : {259u, 260u, 261u, 32767u}) {
+    finalPathSizes.clear();
+    finalPath = L"\\\\?\\C:\\" + std::wstring(length - 7, L'x');
+    FileInfoImpl info(path_);
+    EXPECT_TRUE(info.Refresh(kRefreshPathOnDisk));
+    EXPECT_EQ(info.PathOnDisk(), finalPath);
+    const auto needed = static_cast<DWORD>(length + 1);
+    EXPECT_EQ(finalPathSizes, length < 260 ? std::vector<DWORD>{260} : (std::vector<DWORD>{260, needed}));
+  }
+}
+
+TEST_F(FinalPathTest, APathThatGrowsBetweenTheCallsIsAFailure) {
+  finalPathLie = 300;
+  FileInfoImpl info(path_);
+  ::SetLastError(77);
+  EXPECT_FALSE(info.Refresh(kRefreshPathOnDisk));
+  EXPECT_EQ(info.PathOnDisk(), L"");
+}
+
+TEST_F(FinalPathTest, TheNameIsTheLastComponentOfTheFinalPath) {
+  finalPath = L"\\\\?\\UNC\\server\\share\\File.txt";
+  FileInfoImpl info(path_);
+  EXPECT_TRUE(info.Refresh(kRefreshExactName | kRefreshByOpening));
+  finalPath = L"\\\\?\\UNC\\server\\share\\file.txt";
+  EXPECT_FALSE(info.Refresh(kRefreshExactName | kRefreshByOpening));
+  EXPECT_EQ(info.Error(), 2u);
+}
+
+// ---- Failures after the open, and their trace messages.
+
+struct Traced {
+  std::wstring format;
+  std::wstring path;
+  uint32_t error = 0;
+};
+std::vector<Traced> traced;
+
+class FileInfoTraceTest : public FileInfoTest {
+ protected:
+  FileInfoTraceTest() {
+    traced.clear();
+    traceHook = [](const wchar_t* format, const std::wstring& path, uint32_t error) {
+      traced.push_back({format, path, error});
+      ::SetLastError(0);
+    };
+  }
+  ~FileInfoTraceTest() override { traceHook = &TraceNothing; }
+};
+
+TEST_F(FileInfoTraceTest, AFailedQueryIsRecordedAndTraced) {
+  test::FailingCalls calls{Watch<&::GetFileInformationByHandle>("GetFileInformationByHandle", FALSE, 31)};
+  FileInfoImpl info(path_);
+  CallCounter::Arm(1);
+  EXPECT_FALSE(info.Refresh(kRefreshByOpening));
+  CallCounter::Disarm();
+  EXPECT_EQ(info.Error(), 31u);
+  ASSERT_EQ(traced.size(), 1u);
+  EXPECT_EQ(traced[0].format, L"FILE_INFO[%s]: GetFileInformationByHandle failed, error - %u");
+  EXPECT_EQ(traced[0].path, path_);
+  EXPECT_EQ(traced[0].error, 31u);
+}
+
+TEST_F(FileInfoTraceTest, AFailedFinalPathIsRecordedAndTraced) {
+  test::FailingCalls calls{Watch<&::GetFinalPathNameByHandleW>("GetFinalPathNameByHandleW", 0, 31)};
+  for (const uint32_t flags : {5u, 8u, 9u, 12u}) {
+    traced.clear();
+    FileInfoImpl info(path_);
+    CallCounter::Arm(1);
+    EXPECT_FALSE(info.Refresh(flags));
+    CallCounter::Disarm();
+    EXPECT_EQ(info.Error(), 31u);
+    ASSERT_EQ(traced.size(), 1u);
+    EXPECT_EQ(traced[0].format, L"FILE_INFO[%s]: GetPathOnDiskByHandle failed, error - %u");
+    EXPECT_EQ(traced[0].path, path_);
+    EXPECT_EQ(traced[0].error, 31u);
+  }
+}
+
+TEST_F(FileInfoTraceTest, WithoutFlags1And8TheFinalPathIsNotAsked) {
+  test::FailingCalls calls{Watch<&::GetFinalPathNameByHandleW>("GetFinalPathNameByHandleW", 0, 31)};
+  FileInfoImpl info(path_);
+  CallCounter::Arm(1);
+  EXPECT_TRUE(info.Refresh(kRefreshByOpening));
+  CallCounter::Disarm();
+  EXPECT_EQ(CallCounter::Calls(), 0u);
+  EXPECT_TRUE(traced.empty());
+}
+
+TEST_F(FileInfoTest, TheOpenAsksForNoRightsAndForbidsNothing) {
+  static DWORD access, share, disposition, flags;
+  const auto see = +[](LPCWSTR, DWORD a, DWORD s, LPSECURITY_ATTRIBUTES, DWORD d, DWORD f, HANDLE) -> HANDLE {
+    access = a, share = s, disposition = d, flags = f;
+    return INVALID_HANDLE_VALUE;
+  };
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "CreateFileW", reinterpret_cast<void*>(see));
+  FileInfoImpl(path_).Refresh(kRefreshByOpening);
+  EXPECT_EQ(access, 0u);
+  EXPECT_EQ(share, 7u);
+  EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
+  EXPECT_EQ(flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
+}
+
+// ---- Security.
+
+TEST_F(FileInfoTest, SecurityIsReadInCanonicalForm) {
+  FileInfoImpl info(path_);
+  ASSERT_TRUE(info.Refresh(kRefreshSecurity));
+  EXPECT_TRUE(info.GetOwner().starts_with(L"O:S-1-")) << info.GetOwner().size();
+  EXPECT_TRUE(info.GetGroup().starts_with(L"G:S-1-"));
+  EXPECT_TRUE(info.GetAccessList().starts_with(L"D:"));
+  EXPECT_EQ(info.GetOwnerText(), info.GetOwner());
+  EXPECT_EQ(info.GetGroupText(), info.GetGroup());
+}
+
+TEST_F(FileInfoTest, AFailedSecurityReadKeepsTheOldStrings) {
+  FileInfoImpl info(path_);
+  ASSERT_TRUE(info.Refresh(kRefreshSecurity));
+  const std::wstring owner = info.GetOwner();
+  const std::wstring list = info.GetAccessList();
+  test::FailingCalls calls{
+      Watch<&::GetNamedSecurityInfoW>("GetNamedSecurityInfoW", DWORD{ERROR_ACCESS_DENIED})};
+  CallCounter::Arm(1);
+  EXPECT_FALSE(info.Refresh(kRefreshSecurity));
+  CallCounter::Disarm();
+  EXPECT_EQ(info.Error(), 5u);
+  EXPECT_EQ(info.GetOwner(), owner);
+  EXPECT_EQ(info.GetAccessList(), list);
+}
+
+TEST_F(FileInfoTest, StrippingRewritesTheRecordsOwnList) {
+  FileInfoImpl info(path_);
+  ASSERT_TRUE(info.Refresh(kRefreshSecurity));
+  EXPECT_TRUE(info.StripInheritedDuplicates());
+  EXPECT_TRUE(info.GetAccessList().starts_with(L"D:"));
+}
+
+}  // namespace
+}  // namespace veskard

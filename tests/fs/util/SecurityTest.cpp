@@ -1,0 +1,359 @@
+#include "fs/util/Security.h"
+
+#include <windows.h>
+
+#include <aclapi.h>
+#include <gtest/gtest.h>
+#include <sddl.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tests/support/FailingCalls.h"
+#include "tests/support/FileTools.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace veskard {
+namespace {
+
+using test::CallCounter;
+using test::FailedCall;
+using test::Watch;
+
+constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
+constexpr wchar_t kEveryone[] = L"S-1-1-0";
+constexpr wchar_t kSystem[] = L"S-1-5-18";
+
+std::wstring Expanded(std::wstring text) {
+  EXPECT_TRUE(ExpandAccountAliases(text));
+  return text;
+}
+
+std::wstring Stripped(std::wstring text) {
+  EXPECT_TRUE(StripInheritedDuplicates(text));
+  return text;
+}
+
+// ---- Aliases in access lists.
+
+TEST(ExpandAccountAliasesTest, AnAliasBecomesItsFullSid) {
+  EXPECT_EQ(Expanded(L"D:(A;;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)");
+}
+
+TEST(ExpandAccountAliasesTest, AFullSidStaysAsItIs) {
+  const std::wstring text = L"D:(A;;FA;;;S-1-5-21-1-2-3-1001)";
+  EXPECT_EQ(Expanded(text), text);
+}
+
+TEST(ExpandAccountAliasesTest, EveryEntryIsExpanded) {
+  EXPECT_EQ(Expanded(L"D:PAI(A;OICI;FA;;;SY)(D;;FX;;;WD)(A;OICIID;0x1200a9;;;BA)"),
+            L"D:PAI(A;OICI;FA;;;S-1-5-18)(D;;FX;;;S-1-1-0)(A;OICIID;0x1200a9;;;S-1-5-32-544)");
+}
+
+TEST(ExpandAccountAliasesTest, RepeatedAliasesAreExpandedFromTheFront) {
+  EXPECT_EQ(Expanded(L"D:(A;;FA;;;BA)(D;;FR;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(D;;FR;;;S-1-5-32-544)");
+}
+
+TEST(ExpandAccountAliasesTest, FullSidsBetweenAliasesCatchNothing) {
+  EXPECT_EQ(Expanded(L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;WD)"), L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;S-1-1-0)");
+}
+
+TEST(ExpandAccountAliasesTest, AnEmptyListIsValid) {
+  EXPECT_EQ(Expanded(L"D:"), L"D:");
+  EXPECT_EQ(Expanded(L"D:P"), L"D:P");
+}
+
+TEST(ExpandAccountAliasesTest, AnAliasInAnotherFieldIsReplacedFirstAndSpoilsTheText) {
+  // "RC" is both the right to read the descriptor and the account "restricted code".
+  std::wstring text = L"D:(A;;RC;;;RC)";
+  EXPECT_FALSE(ExpandAccountAliases(text));
+  EXPECT_EQ(text, L"D:(A;;RC;;;RC)");
+}
+
+TEST(ExpandAccountAliasesTest, TextThatIsNoDescriptorIsKept) {
+  for (const wchar_t* text : {L"nonsense", L"D:(A;;FA;;;QQ)", L"D:(A;;FA;;BA)", L"(A;;FA;;;BA"}) {
+    std::wstring kept = text;
+    EXPECT_FALSE(ExpandAccountAliases(kept)) << text;
+    EXPECT_EQ(kept, text);
+  }
+}
+
+TEST(ExpandAccountAliasesTest, AnUnknownAliasIsLeftAlone) {
+  std::wstring text = L"D:(A;;FA;;;ZZ)(A;;FA;;;BA)";
+  ExpandAccountAliases(text);
+  EXPECT_NE(text.find(L"ZZ"), std::wstring::npos);
+}
+
+TEST(ExpandAccountAliasesTest, TextLongerThanTheStackIsDeep) {
+  std::wstring text = L"D:(" + std::wstring(300000, L'x');
+  EXPECT_FALSE(ExpandAccountAliases(text));
+  std::wstring many = L"D:";
+  for (int i = 0; i < 1500; ++i) many += L"(A;;FA;;;WD)";
+  EXPECT_TRUE(ExpandAccountAliases(many));
+  EXPECT_EQ(many.find(L"WD"), std::wstring::npos);
+}
+
+// ---- Owner and group.
+
+TEST(ExpandOwnerAliasTest, AnAliasBecomesItsFullSid) {
+  EXPECT_EQ(ExpandOwnerAlias(L"O:BA"), std::wstring(L"O:") + kAdministrators);
+  EXPECT_EQ(ExpandOwnerAlias(L"G:SY"), std::wstring(L"G:") + kSystem);
+}
+
+TEST(ExpandOwnerAliasTest, WhatIsNoAliasStays) {
+  for (const wchar_t* text : {L"O:S-1-5-21-1-2-3-1001", L"G:S-1-5-18", L"O:QQ", L"O:", L"G:nonsense"}) {
+    EXPECT_EQ(ExpandOwnerAlias(text), text);
+  }
+}
+
+TEST(ExpandOwnerAliasTest, FewerThanTwoCharactersAreOutOfRange) {
+  EXPECT_THROW(ExpandOwnerAlias(L""), std::out_of_range);
+  EXPECT_THROW(ExpandOwnerAlias(L"O"), std::out_of_range);
+}
+
+// ---- Inherited duplicates.
+
+TEST(StripInheritedDuplicatesTest, AnInheritedCopyOfAnAllowEntryGoes) {
+  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, AnInheritedCopyOfADenyEntryGoes) {
+  EXPECT_EQ(Stripped(L"D:(D;;FA;;;BA)(D;ID;FA;;;BA)"), L"D:(D;;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, OfTwoNeighbouringCopiesTheSecondStaysUntouched) {
+  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)"),
+            L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, OfThreeNeighbouringCopiesTheMiddleOneStays) {
+  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)"),
+            L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, AnInheritedEntryWithoutATwinBecomesExplicit) {
+  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;SY)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-18)");
+}
+
+TEST(StripInheritedDuplicatesTest, ADifferenceInTypeFlagsMaskOrAccountIsNoTwin) {
+  for (const wchar_t* inherited :
+       {L"(D;ID;FA;;;BA)", L"(A;CIID;FA;;;BA)", L"(A;ID;FR;;;BA)", L"(A;ID;FA;;;SY)"}) {
+    const std::wstring result = Stripped(std::wstring(L"D:(A;;FA;;;BA)") + inherited);
+    EXPECT_EQ(std::count(result.begin(), result.end(), L'('), 2) << inherited;
+  }
+}
+
+TEST(StripInheritedDuplicatesTest, OtherFlagsMustAgreeOnceTheInheritedOneIsCleared) {
+  EXPECT_EQ(Stripped(L"D:(A;OICI;FA;;;WD)(A;OICIID;FA;;;WD)"), L"D:(A;OICI;FA;;;S-1-1-0)");
+}
+
+TEST(StripInheritedDuplicatesTest, AnExplicitEntryBehindItsCopyCountsAsWell) {
+  EXPECT_EQ(Stripped(L"D:(A;ID;FA;;;BA)(A;ID;FR;;;SY)(A;;FA;;;BA)"),
+            L"D:(A;ID;FR;;;S-1-5-18)(A;;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, TwoInheritedCopiesWithoutAnExplicitOneBothStay) {
+  EXPECT_EQ(Stripped(L"D:(A;ID;FA;;;BA)(A;ID;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, AListWithoutInheritedEntriesIsOnlyExpanded) {
+  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)");
+}
+
+TEST(StripInheritedDuplicatesTest, ADescriptorWithoutAListComesBackUnchanged) {
+  EXPECT_EQ(Stripped(L"O:BA"), L"O:BA");
+  EXPECT_EQ(Stripped(L""), L"");
+}
+
+TEST(StripInheritedDuplicatesTest, AnUnparsableTextIsRefusedAndKept) {
+  for (const wchar_t* text : {L"nonsense", L"D:(A;;FA", L"D:(A;ID;FA;;;QQ)"}) {
+    std::wstring kept = text;
+    EXPECT_FALSE(StripInheritedDuplicates(kept)) << text;
+    EXPECT_EQ(kept, text);
+  }
+}
+
+// What the descriptor's list is said to be.
+BOOL presentAnswer, defaultedAnswer;
+bool nullAnswer;
+decltype(&::GetSecurityDescriptorDacl) realGetDacl;
+
+BOOL WINAPI AnswerDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
+  const BOOL result = realGetDacl(descriptor, present, list, defaulted);
+  *present = presentAnswer;
+  *defaulted = defaultedAnswer;
+  if (nullAnswer) *list = nullptr;
+  return result;
+}
+
+TEST(StripInheritedDuplicatesTest, AnAbsentDefaultedOrNullListComesBackUnchanged) {
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetSecurityDescriptorDacl",
+                                reinterpret_cast<void*>(&AnswerDacl));
+  realGetDacl = reinterpret_cast<decltype(realGetDacl)>(patch.Original());
+  const std::wstring text = L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)";
+  struct Row {
+    BOOL present, defaulted;
+    bool null;
+  };
+  for (const Row& row : {Row{FALSE, FALSE, false}, Row{TRUE, TRUE, false}, Row{TRUE, FALSE, true}}) {
+    presentAnswer = row.present;
+    defaultedAnswer = row.defaulted;
+    nullAnswer = row.null;
+    EXPECT_EQ(Stripped(text), text);
+  }
+  presentAnswer = TRUE;
+  defaultedAnswer = FALSE;
+  nullAnswer = false;
+  EXPECT_NE(Stripped(text), text);
+}
+
+// An entry that is neither allow nor deny: type and flags alone make it a twin.
+class AuditEntries {
+ public:
+  AuditEntries() { real_ = reinterpret_cast<decltype(real_)>(patch_.Original()); }
+
+ private:
+  static BOOL WINAPI Get(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
+    const BOOL result = real_(descriptor, present, list, defaulted);
+    for (DWORD index = 0; index < (*list)->AceCount; ++index) {
+      void* entry = nullptr;
+      ::GetAce(*list, index, &entry);
+      static_cast<ACE_HEADER*>(entry)->AceType = SYSTEM_AUDIT_ACE_TYPE;
+    }
+    return result;
+  }
+  static inline decltype(&::GetSecurityDescriptorDacl) real_ = nullptr;
+  test::ImportPatch patch_{::GetModuleHandleW(nullptr), "GetSecurityDescriptorDacl",
+                           reinterpret_cast<void*>(&Get)};
+};
+
+TEST(StripInheritedDuplicatesTest, ForOtherEntryTypesTypeAndFlagsAloneDecide) {
+  const AuditEntries audit;
+  const std::wstring result = Stripped(L"D:(A;;FA;;;BA)(A;ID;FR;;;SY)(A;CIID;FR;;;SY)");
+  EXPECT_EQ(std::count(result.begin(), result.end(), L'('), 2) << result.size();
+}
+
+// ---- Reading.
+
+class ReadSecurityStringsTest : public testing::Test {
+ protected:
+  test::ScratchFolder folder_;
+  const std::wstring path_ = folder_ / L"file";
+  SecurityStrings strings_{L"old owner", L"old group", L"old list"};
+
+  void SetUp() override { test::WriteBytes(path_, "x"); }
+};
+
+TEST_F(ReadSecurityStringsTest, GivesCanonicalTexts) {
+  ASSERT_EQ(ReadSecurityStrings(path_, strings_), 0u);
+  EXPECT_TRUE(strings_.owner.starts_with(L"O:S-1-"));
+  EXPECT_TRUE(strings_.group.starts_with(L"G:S-1-"));
+  EXPECT_TRUE(strings_.accessList.starts_with(L"D:"));
+  EXPECT_NE(strings_.accessList.find(L";;;S-1-"), std::wstring::npos);
+}
+
+TEST_F(ReadSecurityStringsTest, AMissingPathGivesTheErrorAndFillsNothing) {
+  EXPECT_EQ(ReadSecurityStrings(folder_ / L"missing", strings_), 2u);
+  EXPECT_EQ(strings_.owner, L"old owner");
+  EXPECT_EQ(strings_.group, L"old group");
+  EXPECT_EQ(strings_.accessList, L"old list");
+}
+
+TEST_F(ReadSecurityStringsTest, AFailedConversionStopsTheChain) {
+  test::FailingCalls calls{Watch<&::ConvertSecurityDescriptorToStringSecurityDescriptorW>(
+      "ConvertSecurityDescriptorToStringSecurityDescriptorW", FALSE, 1337)};
+  for (const size_t failing : {1u, 2u, 3u}) {
+    strings_ = {L"old owner", L"old group", L"old list"};
+    CallCounter::Arm(failing);
+    EXPECT_EQ(ReadSecurityStrings(path_, strings_), 1337u);
+    CallCounter::Disarm();
+    EXPECT_EQ(CallCounter::Calls(), failing);
+    EXPECT_EQ(strings_.accessList.empty(), failing == 1);
+    EXPECT_EQ(strings_.owner.empty(), failing <= 2);
+    EXPECT_EQ(strings_.group, L"");
+  }
+}
+
+DWORD WINAPI GiveBareDescriptor(LPWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*,
+                                PSECURITY_DESCRIPTOR* descriptor) {
+  *descriptor = ::LocalAlloc(LMEM_ZEROINIT, SECURITY_DESCRIPTOR_MIN_LENGTH);
+  ::InitializeSecurityDescriptor(*descriptor, SECURITY_DESCRIPTOR_REVISION);
+  return 0;
+}
+
+TEST_F(ReadSecurityStringsTest, ADescriptorWithoutOwnerAndGroupGivesNoneOrAnError) {
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
+                                reinterpret_cast<void*>(&GiveBareDescriptor));
+  const uint32_t error = ReadSecurityStrings(path_, strings_);
+  EXPECT_TRUE(strings_.owner.empty());
+  EXPECT_TRUE(strings_.group.empty());
+  if (error == 0) {
+    EXPECT_TRUE(strings_.accessList == L"" || strings_.accessList == L"D:NO_ACCESS_CONTROL");
+  }
+}
+
+TEST_F(ReadSecurityStringsTest, AsksForOwnerGroupAndList) {
+  static SECURITY_INFORMATION asked;
+  static SE_OBJECT_TYPE type;
+  const auto see = +[](LPWSTR, SE_OBJECT_TYPE t, SECURITY_INFORMATION what, PSID*, PSID*, PACL*, PACL*,
+                       PSECURITY_DESCRIPTOR*) -> DWORD {
+    asked = what;
+    type = t;
+    return ERROR_ACCESS_DENIED;
+  };
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
+                                reinterpret_cast<void*>(see));
+  EXPECT_EQ(ReadSecurityStrings(path_, strings_), 5u);
+  EXPECT_EQ(asked, 7u);
+  EXPECT_EQ(type, SE_FILE_OBJECT);
+}
+
+// ---- Every call failing in turn.
+
+TEST(SecurityFailureTest, EveryRewriteSurvivesEveryFailingCall) {
+  test::FailingCalls calls{
+      Watch<&::ConvertStringSidToSidW>("ConvertStringSidToSidW", FALSE),
+      Watch<&::ConvertSidToStringSidW>("ConvertSidToStringSidW", FALSE),
+      Watch<&::ConvertStringSecurityDescriptorToSecurityDescriptorW>(
+          "ConvertStringSecurityDescriptorToSecurityDescriptorW", FALSE),
+      Watch<&::ConvertSecurityDescriptorToStringSecurityDescriptorW>(
+          "ConvertSecurityDescriptorToStringSecurityDescriptorW", FALSE),
+      Watch<&::GetSecurityDescriptorDacl>("GetSecurityDescriptorDacl", FALSE),
+      Watch<&::GetAce>("GetAce", FALSE),
+      Watch<&::DeleteAce>("DeleteAce", FALSE),
+      Watch<&::EqualSid>("EqualSid", FALSE),
+  };
+  const std::wstring original = L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FR;;;WD)";
+  std::wstring text;
+  bool done = false;
+
+  const size_t expandCalls =
+      calls.FailEach([&] { text = original; }, [&] { done = ExpandAccountAliases(text); },
+                     [&](const FailedCall& failed) {
+                       const bool parsing = failed.Is("ConvertStringSecurityDescriptorToSecurityDescriptorW");
+                       EXPECT_EQ(done, !parsing) << failed;
+                       if (parsing) {
+                         EXPECT_EQ(text, original) << failed;
+                       }
+                       // An account that cannot be told keeps its alias, and the text stays valid.
+                       if (failed.Is("ConvertStringSidToSidW")) {
+                         EXPECT_NE(text, original) << failed;
+                       }
+                     });
+  EXPECT_EQ(expandCalls, 7u);
+
+  const size_t stripCalls =
+      calls.FailEach([&] { text = original; }, [&] { done = StripInheritedDuplicates(text); },
+                     [&](const FailedCall& failed) {
+                       const bool keeps = failed.number == 1 ||
+                                          failed.Is("ConvertSecurityDescriptorToStringSecurityDescriptorW");
+                       EXPECT_EQ(done, !keeps) << failed;
+                       if (keeps || failed.Is("GetSecurityDescriptorDacl")) {
+                         EXPECT_EQ(text, original) << failed;
+                       }
+                     });
+  EXPECT_GE(stripCalls, 12u);
+}
+
+}  // namespace
+}  // namespace veskard

@@ -1,0 +1,548 @@
+#include "fs/util/WriteFileReplacing.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "core/WindowsOwners.h"
+#include "fs/util/Handle.h"
+#include "tests/support/FailingCalls.h"
+#include "tests/support/FileTools.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace veskard {
+namespace {
+
+using test::CallCounter;
+using test::Exists;
+using test::FailedCall;
+using test::NamesIn;
+using test::ReadBytes;
+using test::Watch;
+using test::WriteBytes;
+using Names = std::vector<std::wstring>;
+
+bool Write(const std::wstring& path, const std::string& bytes) {
+  return WriteFileReplacing(path.c_str(), bytes.data(), static_cast<uint32_t>(bytes.size()));
+}
+
+class WriteFileReplacingTest : public testing::Test {
+ protected:
+  test::ScratchFolder folder_;
+  const std::wstring path_ = folder_ / L"file";
+  const std::wstring side_ = path_ + L".new";
+
+  Names Left() const { return NamesIn(folder_.Path()); }
+};
+
+// ---- What it is for.
+
+TEST_F(WriteFileReplacingTest, AMissingFileIsWritten) {
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(WriteFileReplacingTest, AnExistingFileIsReplacedAndNothingElseIsLeft) {
+  WriteBytes(path_, "old and longer");
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(WriteFileReplacingTest, NothingIsWrittenAsWell) {
+  EXPECT_TRUE(Write(path_, ""));
+  EXPECT_EQ(ReadBytes(path_), "");
+  WriteBytes(path_, "old");
+  EXPECT_TRUE(Write(path_, ""));
+  EXPECT_EQ(ReadBytes(path_), "");
+}
+
+TEST_F(WriteFileReplacingTest, BytesAreWrittenAsTheyAre) {
+  std::string bytes;
+  for (int i = 0; i < 70000; ++i) bytes += static_cast<char>(i);
+  EXPECT_TRUE(Write(path_, bytes));
+  EXPECT_TRUE(Write(path_, bytes + "!"));
+  EXPECT_EQ(ReadBytes(path_), bytes + "!");
+}
+
+TEST_F(WriteFileReplacingTest, AFolderIsNotWritten) {
+  test::MakeFolder(path_);
+  EXPECT_FALSE(Write(path_, "new"));
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(WriteFileReplacingTest, AFileInAMissingFolderIsNotWritten) {
+  EXPECT_FALSE(Write(folder_ / L"missing\\file", "new"));
+  EXPECT_EQ(Left(), Names{});
+}
+
+TEST_F(WriteFileReplacingTest, AnOldSideFileIsOverwritten) {
+  WriteBytes(path_, "old");
+  WriteBytes(side_, "left behind by somebody");
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(WriteFileReplacingTest, ASideNameThatIsTakenByAFolderFailsAndKeepsTheFile) {
+  WriteBytes(path_, "old");
+  test::MakeFolder(side_);
+  EXPECT_FALSE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "old");
+}
+
+TEST_F(WriteFileReplacingTest, WorksOnPercentSignsUnicodeAndTheLongPrefix) {
+  for (const wchar_t* name : {L"100%s %u%n", L"\x00FC\x4E2D\xD83D\xDE00.txt", L"with space"}) {
+    for (const std::wstring& path : {folder_ / name, L"\\\\?\\" + (folder_ / name)}) {
+      EXPECT_TRUE(Write(path, "one"));
+      EXPECT_TRUE(Write(path, "two"));
+      EXPECT_EQ(ReadBytes(path), "two");
+      EXPECT_EQ(Left(), Names{name});
+      ::DeleteFileW(path.c_str());
+    }
+  }
+}
+
+// ---- The calls it makes.
+
+struct Seen {
+  std::wstring created, replaced, replacement, backup;
+  DWORD access, share, disposition, attributes, replaceFlags;
+  std::vector<std::wstring> copied, deleted;
+  int writes;
+};
+Seen seen;
+
+template <auto kFunction>
+struct Real;
+template <class R, class... Args, R(WINAPI* kFunction)(Args...)>
+struct Real<kFunction> {
+  static inline R(WINAPI* call)(Args...) = nullptr;
+};
+
+// Patches one import and remembers what stood there.
+template <auto kFunction>
+class Spy {
+ public:
+  Spy(const char* name, decltype(kFunction) replacement)
+      : patch_(::GetModuleHandleW(nullptr), name, reinterpret_cast<void*>(replacement)) {
+    Real<kFunction>::call = reinterpret_cast<decltype(kFunction)>(patch_.Original());
+  }
+
+ private:
+  test::ImportPatch patch_;
+};
+
+HANDLE WINAPI SeeCreate(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                        DWORD disposition, DWORD attributes, HANDLE templateFile) {
+  seen.created += path;
+  seen.access = access;
+  seen.share = share;
+  seen.disposition = disposition;
+  seen.attributes = attributes;
+  return Real<&::CreateFileW>::call(path, access, share, security, disposition, attributes, templateFile);
+}
+
+BOOL WINAPI SeeWrite(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, LPOVERLAPPED overlapped) {
+  ++seen.writes;
+  return Real<&::WriteFile>::call(file, bytes, count, written, overlapped);
+}
+
+BOOL WINAPI SeeCopy(LPCWSTR from, LPCWSTR to, BOOL keep) {
+  seen.copied.push_back(std::wstring(from) + L" > " + to + (keep ? L" (kept)" : L""));
+  return Real<&::CopyFileW>::call(from, to, keep);
+}
+
+BOOL WINAPI SeeDelete(LPCWSTR path) {
+  seen.deleted.push_back(path);
+  return Real<&::DeleteFileW>::call(path);
+}
+
+BOOL WINAPI SeeReplace(LPCWSTR replaced, LPCWSTR replacement, LPCWSTR backup, DWORD flags, LPVOID, LPVOID) {
+  seen.replaced = replaced;
+  seen.replacement = replacement;
+  seen.backup = backup;
+  seen.replaceFlags = flags;
+  return Real<&::ReplaceFileW>::call(replaced, replacement, backup, flags, nullptr, nullptr);
+}
+
+class WriteFileReplacingCallsTest : public WriteFileReplacingTest {
+ protected:
+  WriteFileReplacingCallsTest() { seen = {}; }
+
+  // From here on calls are seen.
+  struct Spies {
+    Spy<&::CreateFileW> create{"CreateFileW", &SeeCreate};
+    Spy<&::WriteFile> write{"WriteFile", &SeeWrite};
+    Spy<&::CopyFileW> copy{"CopyFileW", &SeeCopy};
+    Spy<&::DeleteFileW> remove{"DeleteFileW", &SeeDelete};
+    Spy<&::ReplaceFileW> replace{"ReplaceFileW", &SeeReplace};
+  };
+
+  std::wstring BackupName() const {
+    std::srand(1);
+    return path_ + L"." + std::to_wstring(std::rand()) + L".tmp";
+  }
+};
+
+TEST_F(WriteFileReplacingCallsTest, AMissingFileHasNoSideNames) {
+  const Spies spies;
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(seen.created, path_);
+  EXPECT_EQ(seen.access, GENERIC_READ | GENERIC_WRITE);
+  EXPECT_EQ(seen.share, 7u);
+  EXPECT_EQ(seen.disposition, DWORD{CREATE_ALWAYS});
+  EXPECT_EQ(seen.attributes, DWORD{FILE_ATTRIBUTE_NORMAL});
+  EXPECT_EQ(seen.writes, 1);
+  EXPECT_TRUE(seen.copied.empty());
+  EXPECT_TRUE(seen.deleted.empty());
+  EXPECT_EQ(seen.replaced, L"");
+}
+
+TEST_F(WriteFileReplacingCallsTest, AnExistingFileIsReplacedByItsSideFile) {
+  WriteBytes(path_, "old");
+  const std::wstring backup = BackupName();
+  {
+    const Spies spies;
+    EXPECT_TRUE(Write(path_, "new"));
+  }
+  EXPECT_EQ(seen.created, side_);
+  EXPECT_EQ(seen.writes, 1);
+  EXPECT_EQ(seen.copied, Names{side_ + L" > " + side_});
+  EXPECT_EQ(seen.replaced, path_);
+  EXPECT_EQ(seen.replacement, side_);
+  EXPECT_EQ(seen.backup, backup);
+  EXPECT_EQ(seen.replaceFlags, 2u);
+  EXPECT_EQ(seen.deleted, Names{backup});
+}
+
+TEST_F(WriteFileReplacingCallsTest, TheBackupNameIsTheSameEveryTime) {
+  Names backups;
+  for (int i = 0; i < 2; ++i) {
+    WriteBytes(path_, "old");
+    const Spies spies;
+    EXPECT_TRUE(Write(path_, "new"));
+    backups.push_back(seen.backup);
+  }
+  EXPECT_EQ(backups[0], backups[1]);
+}
+
+// ---- Outcomes of a replacement that fails.
+
+// ReplaceFileW as it fails, and what it does to the files before.
+enum class Breakage { kNothingMoved, kOldMovedToBackup };
+Breakage breakage;
+
+BOOL WINAPI BreakReplacement(LPCWSTR replaced, LPCWSTR, LPCWSTR backup, DWORD, LPVOID, LPVOID) {
+  if (breakage == Breakage::kNothingMoved) {
+    ::SetLastError(ERROR_UNABLE_TO_MOVE_REPLACEMENT);
+  } else {
+    EXPECT_TRUE(::MoveFileW(replaced, backup));
+    ::SetLastError(ERROR_UNABLE_TO_MOVE_REPLACEMENT_2);
+  }
+  return FALSE;
+}
+
+class BrokenReplacementTest : public WriteFileReplacingTest {
+ protected:
+  void Break(Breakage how) {
+    WriteBytes(path_, "old");
+    breakage = how;
+    spy_.reset();
+    spy_ = std::make_unique<Spy<&::ReplaceFileW>>("ReplaceFileW", &BreakReplacement);
+  }
+
+ private:
+  std::unique_ptr<Spy<&::ReplaceFileW>> spy_;
+};
+
+TEST_F(BrokenReplacementTest, TheOldContentsAreKeptAndThatCountsAsSuccess) {
+  Break(Breakage::kNothingMoved);
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "old");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(BrokenReplacementTest, WhenTheOldContentsCannotBeCopiedEitherItFails) {
+  Break(Breakage::kNothingMoved);
+  test::FailingCalls calls{Watch<&::CopyFileW>("CopyFileW", FALSE)};
+  CallCounter::Arm(2);  // the first copies a file onto itself
+  EXPECT_FALSE(Write(path_, "new"));
+  CallCounter::Disarm();
+  EXPECT_EQ(ReadBytes(path_), "old");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(BrokenReplacementTest, OldContentsThatWereMovedAsideComeBack) {
+  Break(Breakage::kOldMovedToBackup);
+  EXPECT_TRUE(Write(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "old");
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+TEST_F(BrokenReplacementTest, WhatCannotBeBroughtBackIsNotDeleted) {
+  Break(Breakage::kOldMovedToBackup);
+  test::FailingCalls calls{Watch<&::MoveFileExW>("MoveFileExW", FALSE)};
+  CallCounter::Arm(1);
+  EXPECT_FALSE(Write(path_, "new"));
+  CallCounter::Disarm();
+  ASSERT_EQ(Left().size(), 2u);
+  EXPECT_EQ(ReadBytes(folder_ / Left()[0]), "old");
+  EXPECT_EQ(ReadBytes(side_), "new");
+}
+
+// ---- Writes that fail.
+
+DWORD writeShortBy;
+BOOL writeResult;
+
+BOOL WINAPI WriteBadly(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, LPOVERLAPPED overlapped) {
+  Real<&::WriteFile>::call(file, bytes, count - writeShortBy, written, overlapped);
+  ::SetLastError(ERROR_WRITE_FAULT);
+  return writeResult;
+}
+
+class BadWriteTest : public WriteFileReplacingTest {
+ protected:
+  bool WriteWith(DWORD shortBy, BOOL result) {
+    writeShortBy = shortBy;
+    writeResult = result;
+    const Spy<&::WriteFile> spy("WriteFile", &WriteBadly);
+    return Write(path_, "new contents");
+  }
+};
+
+TEST_F(BadWriteTest, AShortWriteFailsAndKeepsTheOldContents) {
+  WriteBytes(path_, "old");
+  EXPECT_FALSE(WriteWith(1, TRUE));
+  EXPECT_EQ(ReadBytes(path_), "old");
+  EXPECT_EQ(ReadBytes(side_), "new content");  // left behind
+  EXPECT_EQ(Left(), (Names{L"file", L"file.new"}));
+}
+
+TEST_F(BadWriteTest, AFailedWriteFailsAndKeepsTheOldContents) {
+  WriteBytes(path_, "old");
+  EXPECT_FALSE(WriteWith(0, FALSE));
+  EXPECT_EQ(ReadBytes(path_), "old");
+  EXPECT_EQ(Left(), (Names{L"file", L"file.new"}));
+}
+
+TEST_F(BadWriteTest, AShortWriteOfANewFileFails) {
+  EXPECT_FALSE(WriteWith(5, TRUE));
+  EXPECT_EQ(Left(), Names{L"file"});
+}
+
+// ---- Every call failing, or being the last.
+
+struct Watches {
+  test::FailingCalls calls{
+      Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
+      Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
+      Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE),
+      Watch<&::WriteFile>("WriteFile", FALSE),
+      Watch<&::CopyFileW>("CopyFileW", FALSE),
+      Watch<&::ReplaceFileW>("ReplaceFileW", FALSE, ERROR_UNABLE_TO_REMOVE_REPLACED),
+      Watch<&::DeleteFileW>("DeleteFileW", FALSE, ERROR_ACCESS_DENIED),
+      Watch<&::MoveFileExW>("MoveFileExW", FALSE),
+  };
+};
+
+TEST_F(WriteFileReplacingTest, WhateverCallFailsTheOldOrTheNewContentsAreThereWhole) {
+  Watches watches;
+  bool done = false;
+  const size_t calls = watches.calls.FailEach(
+      [this] {
+        WriteBytes(path_, "old contents");
+        ::DeleteFileW(side_.c_str());
+      },
+      [&] { done = Write(path_, "new contents"); },
+      [&](const FailedCall& failed) {
+        const std::string contents = ReadBytes(path_);
+        EXPECT_TRUE(contents == "old contents" || contents == "new contents") << failed << ": " << contents;
+        const bool refused = failed.Is("CreateFileW") || failed.Is("WriteFile");
+        EXPECT_EQ(done, !refused) << failed;
+        EXPECT_EQ(contents == "new contents", !refused && !failed.Is("ReplaceFileW")) << failed;
+      });
+  EXPECT_EQ(calls, 6u);
+}
+
+TEST_F(BrokenReplacementTest, WhateverCallOfTheWayBackFailsTheOldContentsAreThereWhole) {
+  for (const Breakage how : {Breakage::kNothingMoved, Breakage::kOldMovedToBackup}) {
+    Break(how);
+    test::FailingCalls calls{
+        Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
+        Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
+        Watch<&::CopyFileW>("CopyFileW", FALSE),
+        Watch<&::DeleteFileW>("DeleteFileW", FALSE, ERROR_ACCESS_DENIED),
+        Watch<&::MoveFileExW>("MoveFileExW", FALSE),
+    };
+    const size_t count = calls.FailEach(
+        [this] {
+          for (const std::wstring& name : Left()) ::DeleteFileW((folder_ / name).c_str());
+          WriteBytes(path_, "old contents");
+        },
+        [&] { Write(path_, "new contents"); },
+        [&](const FailedCall& failed) {
+          if (failed.number == 1) return;  // not seen to exist: written directly
+          std::string found = ReadBytes(path_);
+          if (found == "(missing)") found = ReadBytes(folder_ / Left()[0]);
+          EXPECT_EQ(found, "old contents") << failed;
+        });
+    EXPECT_GE(count, 5u);
+  }
+}
+
+constexpr wchar_t kFolderVariable[] = L"VESKARD_TEST_FOLDER";
+constexpr UINT kInterrupted = 77;
+
+// In a process of its own: writes, and ends when call number `number` is made.
+void WriteUntilCall(size_t number) {
+  wchar_t path[MAX_PATH] = {};
+  ::GetEnvironmentVariableW(kFolderVariable, path, MAX_PATH);
+  Watches watches;
+  CallCounter::EndProcessInstead(kInterrupted);
+  CallCounter::Arm(number);
+  Write(path, "new contents");
+  CallCounter::Disarm();
+  std::exit(0);
+}
+
+TEST(WriteFileReplacingDeathTest, WhereverTheProcessEndsTheOldOrTheNewContentsAreThereWhole) {
+  const test::ScratchFolder folder;
+  const std::wstring path = folder / L"file";
+  // The other process runs this test as well, with a folder of its own.
+  if (::GetEnvironmentVariableW(kFolderVariable, nullptr, 0) == 0) {
+    ::SetEnvironmentVariableW(kFolderVariable, path.c_str());
+  }
+  for (size_t number = 1; number <= 6; ++number) {
+    WriteBytes(path, "old contents");
+    EXPECT_EXIT(WriteUntilCall(number), testing::ExitedWithCode(kInterrupted), "") << number;
+    const std::string contents = ReadBytes(path);
+    EXPECT_TRUE(contents == "old contents" || contents == "new contents") << number << ": " << contents;
+    EXPECT_EQ(contents == "new contents", number == 6) << number;  // only its cleaning up is left
+  }
+  WriteBytes(path, "old contents");
+  EXPECT_EXIT(WriteUntilCall(7), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(ReadBytes(path), "new contents");
+  ::SetEnvironmentVariableW(kFolderVariable, nullptr);
+}
+
+// ---- Names that do not fit their buffers.
+
+class LongNameTest : public WriteFileReplacingTest {
+ protected:
+  // A path of `length` characters whose folder exists.
+  std::wstring PathOfLength(size_t length, const std::wstring& prefix = L"") const {
+    constexpr size_t kNameLength = 20;
+    return test::FolderForLength(prefix + folder_.Path(), length, kNameLength) + L"\\" +
+           std::wstring(kNameLength, L'n');
+  }
+
+  ~LongNameTest() override { Empty(); }
+
+  void Empty() const {
+    DeleteTree(L"\\\\?\\" + folder_.Path());
+    test::MakeFolder(folder_.Path());
+  }
+};
+
+TEST_F(LongNameTest, UpTo251CharactersAllNamesFit) {
+  const std::wstring path = PathOfLength(249);
+  EXPECT_TRUE(Write(path, "old"));
+  EXPECT_TRUE(Write(path, "new"));
+  EXPECT_EQ(ReadBytes(path), "new");
+}
+
+TEST_F(LongNameTest, UpTo257CharactersTheNamesAreCutButStillDiffer) {
+  for (const size_t length : {250u, 255u, 256u, 257u}) {
+    const std::wstring path = PathOfLength(length);
+    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
+    EXPECT_TRUE(Write(path, "old")) << length;
+    EXPECT_TRUE(Write(path, "new")) << length;
+    EXPECT_EQ(ReadBytes(path), "new") << length;
+    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, FromThenOnAnExistingFileIsLeftAlone) {
+  for (const size_t length : {258u, 259u, 260u, 261u}) {
+    const std::wstring path = PathOfLength(length);
+    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
+    WriteBytes(path, "old");
+    EXPECT_FALSE(Write(path, "new")) << length;
+    EXPECT_EQ(ReadBytes(path), "old") << length;
+    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, APlainPathOf259CharactersIsStillWrittenWhenItIsNew) {
+  const std::wstring path = PathOfLength(259);
+  EXPECT_TRUE(Write(path, "new"));
+  EXPECT_EQ(ReadBytes(path), "new");
+}
+
+TEST_F(LongNameTest, ALongerPlainPathIsCutAt259Characters) {
+  for (const size_t length : {260u, 261u}) {
+    const std::wstring path = PathOfLength(length);
+    EXPECT_TRUE(Write(path, "new"));
+    EXPECT_FALSE(Exists(path));
+    EXPECT_EQ(ReadBytes(path.substr(0, 259)), "new");
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, ALongPrefixedPathIsWrittenWholeWhenItIsNew) {
+  for (const size_t length : {259u, 260u, 261u, 1000u}) {
+    const std::wstring path = PathOfLength(length, L"\\\\?\\");
+    EXPECT_TRUE(Write(path, "new")) << length;
+    EXPECT_EQ(ReadBytes(path), "new") << length;
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, APrefixedPathOf256Or257CharactersIsReplacedThroughACutName) {
+  for (const size_t length : {256u, 257u}) {
+    const std::wstring path = PathOfLength(length, L"\\\\?\\");
+    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
+    WriteBytes(path, "old");
+    EXPECT_TRUE(Write(path, "new")) << length;
+    EXPECT_EQ(ReadBytes(path), "new") << length;
+    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, ALongerPrefixedPathKeepsItsOldContents) {
+  for (const size_t length : {258u, 259u, 260u, 261u, 1000u}) {
+    const std::wstring path = PathOfLength(length, L"\\\\?\\");
+    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
+    WriteBytes(path, "old");
+    EXPECT_TRUE(Write(path, "new")) << length;
+    EXPECT_EQ(ReadBytes(path), "old") << length;
+    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
+    Empty();
+  }
+}
+
+TEST_F(LongNameTest, AFileWhoseNameIsTheFirstPartOfALongPathIsNotTouched) {
+  const std::wstring path = PathOfLength(270, L"\\\\?\\");
+  const std::wstring stranger = path.substr(0, 259);
+  WriteBytes(path, "old");
+  WriteBytes(stranger, "stranger");
+  EXPECT_TRUE(Write(path, "new"));
+  EXPECT_EQ(ReadBytes(path), "old");
+  EXPECT_EQ(ReadBytes(stranger), "stranger");
+}
+
+TEST_F(LongNameTest, NamesNearTheSystemsLimitDoNoHarm) {
+  for (const size_t length : {32762u, 32763u, 32766u, 32767u, 32768u, 40000u}) {
+    EXPECT_FALSE(Write(L"\\\\?\\C:\\" + std::wstring(length - 7, L'x'), "new")) << length;
+  }
+}
+
+}  // namespace
+}  // namespace veskard
