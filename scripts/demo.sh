@@ -28,7 +28,7 @@ case "${1:-}" in
 esac
 
 started=$SECONDS
-indent() { sed 's/^/    /'; }
+indent() { sed 's/^./    &/'; }
 
 # Runs a Windows program of this project, or of Wine, with a time limit.
 windows() { timeout --kill-after=10 120 wine "$@"; }
@@ -161,8 +161,11 @@ draw_overview() {
   rm -r "$work"
 }
 
-# What support asks for: is it installed well, why is there no menu, what was logged.
+# What support asks for: what was logged, is it installed well, why is there no menu.
 show_insight() {
+  printf '\n'
+  say "What does the diagnostic log say? shellprobe tail"
+  probe tail --no-follow --lines 9 | indent
   printf '\n'
   say "Is it installed as it should be? shellprobe doctor"
   probe doctor | indent
@@ -172,9 +175,6 @@ show_insight() {
   probe explain 'C:\Elsewhere\Notes.txt' >"$demo/explain.txt" || rc=$?
   [ "$rc" -eq 14 ] || die "shellprobe explain ended with $rc"
   indent <"$demo/explain.txt"
-  printf '\n'
-  say "What does the diagnostic log say? shellprobe tail"
-  probe tail --no-follow --lines 5 | indent
 }
 
 unregister_library() {
