@@ -18,6 +18,8 @@ packages=(
   # Artwork from vector sources; pictures of real menus.
   librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core fonts-open-sans
   python3
+  # The installation package, and its signature.
+  msitools gcab osslsigncode openssl
 )
 [ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
 
