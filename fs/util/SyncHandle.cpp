@@ -28,6 +28,7 @@ SyncHandle::SyncHandle(const PathVector& path) : SyncHandle(path.ToString(path.S
 SyncHandle::SyncHandle(std::wstring path) noexcept : path_(std::move(path)) {}
 
 std::wstring SyncHandle::GetName() const {
+  const auto hold = HoldLock();
   return std::wstring(LastComponent(path_));
 }
 

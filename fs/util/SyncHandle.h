@@ -115,6 +115,8 @@ class SyncHandle {
   /// system leaves it; reading from beyond the end fails with ERROR_HANDLE_EOF.
   virtual uint32_t ReadAt(void* buffer, uint32_t count, uint64_t offset) = 0;
   virtual uint32_t Write(const void* buffer, uint32_t count) = 0;
+  /// An offset of all ones is the end of the file as it is at that moment, so that
+  /// writers of several processes do not overwrite one another.
   virtual uint32_t WriteAt(const void* buffer, uint32_t count, uint64_t offset) = 0;
 
   /// Writes the system's buffers to the disk; ERROR_INVALID_PARAMETER when closed.

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "core/WindowsOwners.h"
+
 namespace veskard::test {
 namespace {
 
@@ -15,16 +17,30 @@ std::wstring NewPath() {
          std::to_wstring(++number);
 }
 
+// Read-only files and paths of any length as well, which the standard library leaves.
+void RemoveAll(const std::wstring& path) {
+  WIN32_FIND_DATAW entry;
+  const UniqueFind search(::FindFirstFileW((path + L"\\*").c_str(), &entry));  // "." comes first
+  while (search && ::FindNextFileW(search.Get(), &entry)) {
+    const std::wstring name = entry.cFileName;
+    const std::wstring inner = path + L"\\" + name;
+    const bool folder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    ::SetFileAttributesW(inner.c_str(), FILE_ATTRIBUTE_NORMAL);
+    if (!folder) ::DeleteFileW(inner.c_str());
+    if (folder && name != L"..") RemoveAll(inner);
+  }
+  ::RemoveDirectoryW(path.c_str());
+}
+
 }  // namespace
 
 ScratchFolder::ScratchFolder() : path_(NewPath()) {
-  std::filesystem::remove_all(path_);  // a crashed test of the same process id may have left one
+  RemoveAll(L"\\\\?\\" + path_);  // a crashed test of the same process id may have left one
   std::filesystem::create_directories(path_);
 }
 
 ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  RemoveAll(L"\\\\?\\" + path_);
 }
 
 }  // namespace veskard::test

@@ -24,7 +24,7 @@ void ExpectOneLineOfError(const ToolResult& result, DWORD exitCode, const std::s
 }
 
 TEST(ProgramsTest, EveryCommandExplainsItself) {
-  for (const wchar_t* command : {L"menu", L"invoke", L"icon"}) {
+  for (const wchar_t* command : {L"explain", L"doctor", L"tail", L"menu", L"invoke", L"icon"}) {
     const ToolResult result = RunTool(kProbe, {command, L"--help"});
     EXPECT_EQ(result.exitCode, 0u);
     EXPECT_THAT(result.output, HasSubstr("Usage: shellprobe "));
@@ -42,7 +42,7 @@ TEST(ProgramsTest, EveryCommandExplainsItself) {
 TEST(ProgramsTest, TheOverviewNamesTheCommands) {
   const ToolResult result = RunTool(kProbe, {L"--help"});
   EXPECT_EQ(result.exitCode, 0u);
-  for (const char* command : {"  menu ", "  invoke ", "  icon "})
+  for (const char* command : {"  explain ", "  doctor ", "  tail ", "  menu ", "  invoke ", "  icon "})
     EXPECT_THAT(result.output, HasSubstr(command));
 }
 

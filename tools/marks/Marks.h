@@ -32,7 +32,7 @@ enum class PlaceholderSource { kStream, kPredecessorStream, kDownloadStream };
 
 struct PlaceholderRecord {
   std::optional<uint32_t> progress = {};  // percent; none: not being received
-  bool isFolder = false;             // kDownloadStream cannot say it
+  bool isFolder = false;                  // kDownloadStream cannot say it
 };
 
 // All of these make the folders on the way, replace what is there, and throw

@@ -72,10 +72,4 @@ std::string LibraryMenuTest::MenuForFileIn(std::string_view record) {
   return MenuFor({tree_.MakeFile(L"folder\\a.txt")});
 }
 
-bool LibraryMenuTest::WaitUntilUnloaded() {
-  const auto loaded = [] { return ::GetModuleHandleW(L"VeskardShellExt.dll") != nullptr; };
-  for (int i = 0; i < 1000 && loaded(); ++i) ::Sleep(10);
-  return !loaded();
-}
-
 }  // namespace veskard::test

@@ -77,9 +77,6 @@ class LibraryMenuTest : public testing::Test {
   /// The same for one file in a folder with that record.
   std::string MenuForFileIn(std::string_view record);
 
-  /// Waits until nothing holds the library any more after the host let go of it.
-  static bool WaitUntilUnloaded();
-
   RegistrySandbox registry_;
   ScratchFolder applicationData_;
   LogReader log_;
