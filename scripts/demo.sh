@@ -9,6 +9,7 @@
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+. "$(dirname "$0")/demo-languages.sh"
 
 demo="$build/demo"
 programs="$build/win64"
@@ -28,7 +29,7 @@ case "${1:-}" in
 esac
 
 started=$SECONDS
-indent() { sed 's/^/    /'; }
+indent() { sed 's/^./    &/'; }
 
 # Runs a Windows program of this project, or of Wine, with a time limit.
 windows() { timeout --kill-after=10 120 wine "$@"; }
@@ -61,11 +62,11 @@ build_programs() {
 prepare_prefix() {
   mkdir -p "$demo"
   wine_prefix_ready
-  local looks="$root/scripts/demo-looks.reg"
-  cmp -s "$looks" "$WINEPREFIX/.looks" && return
-  run "$build/logs/demo-looks.log" windows reg import "$looks"
-  wine_stop # a running server keeps the old looks
-  cp "$looks" "$WINEPREFIX/.looks"
+  local settings="$root/scripts/demo-prefix.reg"
+  cmp -s "$settings" "$WINEPREFIX/.settings" && return
+  run "$build/logs/demo-prefix.log" windows reg import "$settings"
+  wine_stop # a running server keeps the old ones
+  cp "$settings" "$WINEPREFIX/.settings"
 }
 
 # A screen of its own for the menus. Xvfb writes the display's number once it
@@ -86,12 +87,13 @@ register_library() {
   run "$build/logs/demo-register.log" windows regsvr32 /s /n /i:S "$installed"
 }
 
-# "Wine" as a file's place: the marks of streams are files of their own there.
 lay_tree() {
   say "laying a synchronised tree: $tree"
   local folder="$WINEPREFIX/drive_c/Atlas"
   rm -rf "$folder"
   mkdir -p "$folder/Maps" "$WINEPREFIX/drive_c/Elsewhere"
+  # The agent's own folder; the extension writes its log there.
+  mkdir -p "$WINEPREFIX/drive_c/users/$(id -un)/AppData/Roaming/Nimbrel Veskard Agent"
   printf 'Two columns of numbers\n' >"$folder/Budget.xlsx"
   printf 'Not synchronised\n' >"$WINEPREFIX/drive_c/Elsewhere/Notes.txt"
   agent lay-root "$tree" --type 2 --mode 1 --owner "$(id -un)"
@@ -140,23 +142,40 @@ selection() {
 draw() { convert-im6.q16 "$@"; }
 
 backdrop='#e4e9f0'
-# framed IN CAPTION OUT: the menu with its shadow, and what was selected below.
+letters=/usr/share/fonts/truetype/open-sans/OpenSans-Regular.ttf
+# framed IN CAPTION OUT: what was selected, and below it the menu with its shadow.
 framed() {
-  draw "$1" -bordercolor '#c4c9d0' -border 2 \
-    \( +clone -background '#1b2430' -shadow 45x14+0+10 \) +swap -background "$backdrop" -layers merge +repage \
-    -gravity center -background "$backdrop" -font DejaVu-Sans -pointsize 24 -fill '#3c4858' \
-    \( -background "$backdrop" label:"$2" \) -append -bordercolor "$backdrop" -border 24 "$3"
+  draw \( -background "$backdrop" -font "$letters" -pointsize 25 -fill '#2f3b4a' label:"$2" \) \
+    \( "$1" -bordercolor '#c4c9d0' -border 1 \
+      \( +clone -background '#1b2430' -shadow 45x14+0+10 \) +swap -background "$backdrop" -layers merge +repage \) \
+    -background "$backdrop" -gravity center -append -bordercolor "$backdrop" -border 8x20 "$3"
 }
 
 draw_overview() {
   local work="$demo/work"
   mkdir -p "$work"
-  framed "$demo/menu-folder.png" "a folder" "$work/1.png"
-  framed "$demo/menu-placeholder.png" "an online-only file" "$work/2.png"
-  framed "$demo/menu-receiving.png" "a file being received" "$work/3.png"
+  framed "$demo/menu-folder.png" "A folder" "$work/1.png"
+  framed "$demo/menu-placeholder.png" "An online-only file" "$work/2.png"
+  framed "$demo/menu-receiving.png" "A file being received" "$work/3.png"
   draw "$work/1.png" "$work/2.png" "$work/3.png" -background "$backdrop" -gravity north +append \
-    -bordercolor "$backdrop" -border 16 "$demo/menus.png"
+    -bordercolor "$backdrop" -border 16x4 -strip "$demo/menus.png"
   rm -r "$work"
+}
+
+# What support asks for: what was logged, is it installed well, why is there no menu.
+show_insight() {
+  printf '\n'
+  say "What does the diagnostic log say? shellprobe tail"
+  probe tail --no-follow --lines 9 | indent
+  printf '\n'
+  say "Is it installed as it should be? shellprobe doctor"
+  probe doctor | indent
+  printf '\n'
+  say "Why has C:\\Elsewhere\\Notes.txt no menu? shellprobe explain"
+  local rc=0
+  probe explain 'C:\Elsewhere\Notes.txt' >"$demo/explain.txt" || rc=$?
+  [ "$rc" -eq 14 ] || die "shellprobe explain ended with $rc"
+  indent <"$demo/explain.txt"
 }
 
 unregister_library() {
@@ -188,11 +207,15 @@ selection receiving "A placeholder that is being received" "Cancel receiving" "$
 selection mixed "A mixed selection" "Remove from this device" \
   "$tree\\Maps" "$tree\\Budget.xlsx" "$tree\\Résumé.docx.ghpl" "$tree\\Photos.zip.ghpl"
 selection outside "A file outside every synchronised folder" "" 'C:\Elsewhere\Notes.txt'
+printf '\n'
+say "The menu in ten languages, and for users whose language it does not have"
+language_sheet "$demo/languages.png" "$tree\\Maps" "$tree\\Photos.zip.ghpl"
+show_insight
 unregister_library
 draw_overview
 if "$keep_pictures"; then
   mkdir -p "$pictures"
-  cp "$demo/menus.png" "$pictures/"
+  cp "$demo/menus.png" "$demo/languages.png" "$pictures/"
 fi
 
 printf '\n'

@@ -60,16 +60,15 @@ std::wstring ProcessTag() {
   return FormatString(L"%s:%d", name, ::GetCurrentProcessId());
 }
 
-/// The folder itself is the agent's; the extension never creates it.
-std::wstring LogPath() {
+}  // namespace
+
+std::wstring DiagnosticLogPath() {
   wchar_t folder[MAX_PATH] = {};
   if (!::SHGetSpecialFolderPathW(nullptr, folder, CSIDL_APPDATA, FALSE)) return {};
   return FormatString(L"%s\\%s\\%s", folder, kAgentName, kFileName);
 }
 
-}  // namespace
-
-DiagnosticLog::DiagnosticLog() : path_(LogPath()), processTag_(ProcessTag()) {}
+DiagnosticLog::DiagnosticLog() : path_(DiagnosticLogPath()), processTag_(ProcessTag()) {}
 
 void DiagnosticLog::SetEnabled(bool enabled) noexcept {
   enabled_ = enabled;

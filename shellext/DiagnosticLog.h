@@ -15,6 +15,11 @@ namespace veskard {
 /// A log file larger than this after a write is rotated.
 inline constexpr uint64_t kLogRotationThreshold = 100 * 1024 * 1024;
 
+/// Where the log file lies: in the user's application-data folder, in a folder that
+/// is the agent's and never created here. Empty when the system does not tell.
+/// Throws std::bad_alloc only.
+std::wstring DiagnosticLogPath();
+
 /// What the log does; every call is made under LogLock(). Nothing here reports a
 /// failure: the log then stays, or becomes, closed.
 ///

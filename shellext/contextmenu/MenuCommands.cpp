@@ -7,7 +7,7 @@ namespace veskard {
 namespace {
 
 // clang-format off
-constinit MenuCommandTable commands = {{
+MenuCommandTable commands = {{
     // offset                               icon  text                               agent action
     {CommandOffset::kShare,                 0, StringId::kShareWith,            AgentAction::kShare,
      nullptr, {}, {}},

@@ -121,7 +121,7 @@ std::wstring FindSyncFolderRoot(std::wstring path) {
 }
 
 bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info) {
-  const auto mark = OpenFirst(root, kFolderInfoSources);
+  const auto mark = OpenFolderMark(root);
   if (mark == nullptr) return false;
   const BencValue record = ParseMark(*mark);
   info.type = MarkInteger(record, "type");
@@ -135,6 +135,15 @@ PlaceholderState ReadPlaceholderState(std::wstring file) {
   if (const auto mark = OpenFirst(file, kPlaceholderSources)) return StateFrom(ParseMark(*mark));
   if (const auto mark = OpenFirst(file, kProgressSources)) return StateFromProgressMark(*mark);
   return {};
+}
+
+std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root) {
+  return OpenFirst(root, kFolderInfoSources);
+}
+
+std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file) {
+  auto mark = OpenFirst(file, kPlaceholderSources);
+  return mark != nullptr ? mark : OpenFirst(file, kProgressSources);
 }
 
 int32_t RoundProgress(uint32_t value) noexcept {

@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace veskard {
+
+class SyncHandle;
 
 /// What the agent has recorded about a synchronised folder.
 struct SyncFolderInfo {
@@ -39,8 +42,14 @@ bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info);
 
 PlaceholderState ReadPlaceholderState(std::wstring file);
 
-/// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and capped at
-/// 100, compared as a signed number (so 2^31 and more stay negative).
+/// The mark that the two calls above read: the first source that opens, open for
+/// reading; null when none does. For tools that show what stands there.
+std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root);
+std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file);
+
+/// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and then capped at
+/// 100, compared as a signed number, so that numbers far above 2^31 come out
+/// negative: 47 -> 45, 250 -> 100, 4294967294 -> -6.
 int32_t RoundProgress(uint32_t value) noexcept;
 
 }  // namespace veskard

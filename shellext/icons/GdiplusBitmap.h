@@ -12,12 +12,14 @@ struct BitmapShape {
   UINT width = 0;
   UINT height = 0;
   Gdiplus::PixelFormat format = PixelFormatUndefined;
+
+  bool IsEmpty() const noexcept { return width == 0 || height == 0; }
 };
 
 // As everywhere in GDI+'s flat interface, a null argument is an error that the
 // callee reports; here that means a default shape or an empty owner. Nothing throws.
 
-/// The bitmap's shape; what GDI+ refuses to tell stays at its default.
+/// The bitmap's shape, or the default one (no pixels) when GDI+ refuses any of it.
 BitmapShape ShapeOf(Gdiplus::GpBitmap* bitmap) noexcept;
 
 /// A new bitmap with all bytes zero (transparent, where the format has alpha).
@@ -48,6 +50,10 @@ class LockedBits {
 
   /// Row `y` of a bitmap locked in a format of 32 bits a pixel.
   uint32_t* Row(UINT y) const noexcept;
+
+  /// Copies such a bitmap's pixels with the row order turned over: the bottom row
+  /// comes first and the rows follow one another without gaps.
+  void CopyTurnedOver(uint32_t* target) const noexcept;
 
  private:
   Gdiplus::GpBitmap* bitmap_;

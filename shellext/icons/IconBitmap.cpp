@@ -1,7 +1,5 @@
 #include "shellext/icons/IconBitmap.h"
 
-#include <cstring>
-
 #include "shellext/icons/GdiplusBitmap.h"
 
 namespace veskard {
@@ -73,29 +71,20 @@ void FillWithWhite(HBITMAP bitmap, const BitmapShape& shape) noexcept {
   const HGDIOBJ before = ::SelectObject(dc.Get(), bitmap);
   ::PatBlt(dc.Get(), 0, 0, static_cast<int>(shape.width), static_cast<int>(shape.height), WHITENESS);
   ::SelectObject(dc.Get(), before);
-  // GDI batches what it draws: the white must be there before the pixels are.
-  ::GdiFlush();
 }
 
-// Both have the same size; the row order is turned over.
-void CopyTurnedOver(const LockedBits& source, uint32_t* target) noexcept {
-  const size_t width = source.Width();
-  for (UINT y = 0; y < source.Height(); ++y) {
-    const size_t targetRow = source.Height() - 1 - y;
-    std::memcpy(target + targetRow * width, source.Row(y), width * sizeof(uint32_t));
-  }
-}
-
+// White, and over it the bitmap's pixels where they have the format to be copied.
+// They then cover all of it, so that white is laid only where it stays.
 PixelBuffer PixelsOf(Gdiplus::GpBitmap* bitmap, const BitmapShape& shape) noexcept {
   PixelBuffer buffer = NewPixelBuffer(shape);
   if (!buffer.bitmap) return {};
-  FillWithWhite(buffer.bitmap.Get(), shape);
-  // Any other format leaves the icon white: there is no alpha to bring over.
-  if (shape.format == PixelFormat32bppARGB) {
-    const LockedBits bits(bitmap, PixelFormat32bppARGB);
-    if (!bits) return {};
-    CopyTurnedOver(bits, buffer.pixels);
+  if (shape.format != PixelFormat32bppARGB) {
+    FillWithWhite(buffer.bitmap.Get(), shape);
+    return buffer;
   }
+  const LockedBits bits(bitmap, PixelFormat32bppARGB);
+  if (!bits) return {};
+  bits.CopyTurnedOver(buffer.pixels);
   return buffer;
 }
 
@@ -105,22 +94,23 @@ UniqueGpBitmap IconToBitmap(HICON icon) noexcept {
   const IconBitmaps parts = BitmapsOf(icon);
   UniqueGpBitmap colours;
   gdip::GdipCreateBitmapFromHBITMAP(parts.colours.Get(), nullptr, colours.Out());
-  const Gdiplus::PixelFormat format = ShapeOf(colours.Get()).format;
+  const BitmapShape shape = ShapeOf(colours.Get());
+  if (shape.IsEmpty()) return {};
   // Fewer bits than 32 have no room for alpha, and their rows must not be read as
   // if they had: such colours are taken as they are, opaque.
-  if (Gdiplus::GetPixelFormatSize(format) != 32) return CopyWithAlpha(colours.Get());
+  if (Gdiplus::GetPixelFormatSize(shape.format) != 32) return CopyWithAlpha(colours.Get());
 
   // GDI+ drops the alpha of an HBITMAP but leaves the bytes in place. Seen as
   // pixels with alpha they are the icon's own; an icon without an alpha channel
   // has zeros there, so that it comes out transparent.
-  const LockedBits bits(colours.Get(), format);
+  const LockedBits bits(colours.Get(), shape.format);
   if (!bits) return {};
   return CopyWithAlpha(ViewWithAlpha(bits).Get());
 }
 
 UniqueIcon BitmapToIcon(Gdiplus::GpBitmap* bitmap) noexcept {
-  if (bitmap == nullptr) return {};
   const BitmapShape shape = ShapeOf(bitmap);
+  if (shape.IsEmpty()) return {};
   const PixelBuffer buffer = PixelsOf(bitmap, shape);
   const UniqueBitmap mask(
       ::CreateBitmap(static_cast<int>(shape.width), static_cast<int>(shape.height), 1, 1, nullptr));

@@ -3,20 +3,17 @@
 namespace veskard {
 namespace {
 
-// Holds the cache without ever running its destructor.
-union CacheStorage {
-  CacheStorage() : cache() {}
-  ~CacheStorage() {}
-  IconCache cache;
-};
-
-CacheStorage storage;
+IconCache sharedCache;
 
 wchar_t SizeClassLetter(bool large) noexcept {
   return large ? L'L' : L'S';
 }
 
 }  // namespace
+
+IconCache::~IconCache() {
+  for (auto& [key, bitmap] : bitmaps_) static_cast<void>(bitmap.Release());
+}
 
 Gdiplus::GpBitmap* IconCache::Find(const std::wstring& key) const noexcept {
   const auto found = bitmaps_.find(key);
@@ -30,7 +27,7 @@ Gdiplus::GpBitmap* IconCache::Store(const std::wstring& key, UniqueGpBitmap bitm
 }
 
 IconCache& SharedIconCache() noexcept {
-  return storage.cache;
+  return sharedCache;
 }
 
 std::wstring TypeIconKey(const std::wstring& targetName, bool large) {

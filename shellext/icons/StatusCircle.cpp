@@ -62,8 +62,8 @@ UniqueGpBrush NewBrush(Gdiplus::ARGB colour) noexcept {
 }  // namespace
 
 bool DrawStatusCircle(Gdiplus::GpBitmap* bitmap, int32_t progress) noexcept {
-  if (bitmap == nullptr) return false;
   const BitmapShape shape = ShapeOf(bitmap);
+  if (shape.IsEmpty()) return false;
   const auto [disc, ring, penWidth] = Measure(shape.width, shape.height);
   if (progress < 0) return true;
 

@@ -9,7 +9,7 @@ using testing::IsEmpty;
 
 class MenuTest : public RightClickTest {};
 
-constexpr FolderRecord kNotRemovable = {.type = 1};
+const FolderRecord kNotRemovable = {.type = 1};
 
 TEST_F(MenuTest, AFolderCanBeSyncedAndRemoved) {
   Root();

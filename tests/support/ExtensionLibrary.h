@@ -20,6 +20,8 @@ class ExtensionLibrary {
   explicit ExtensionLibrary(const std::wstring& path);
 
   HMODULE Module() const noexcept { return module_.Get(); }
+  /// Gives back the one reference; nothing may be called afterwards.
+  void Unload() noexcept { module_.Reset(); }
 
   HRESULT DllGetClassObject(REFCLSID classId, REFIID riid, void** ppv) const {
     return getClassObject_(classId, riid, ppv);

@@ -1,7 +1,5 @@
 #include "tests/support/ToolRun.h"
 
-#include <thread>
-
 #include "core/ModuleHandle.h"
 
 namespace veskard::test {
@@ -10,22 +8,35 @@ namespace {
 constexpr DWORD kLimit = 60'000;
 constexpr DWORD kTookTooLong = 0xFFFFFFFF;
 
-/// Both ends of a pipe, of which a child inherits the writing one.
-struct Pipe {
-  Pipe() {
+/// A file that a child writes to and that goes away with this object. No pipe:
+/// processes that the child leaves behind may keep its end open for ever.
+class OutputFile {
+ public:
+  OutputFile() {
+    wchar_t folder[MAX_PATH] = {};
+    wchar_t name[MAX_PATH] = {};
+    ::GetTempPathW(MAX_PATH, folder);
+    ::GetTempFileNameW(folder, L"out", 0, name);
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    ::CreatePipe(reading.Out(), writing.Out(), &inheritable, 0);
-    ::SetHandleInformation(reading.Get(), HANDLE_FLAG_INHERIT, 0);
+    file_.Reset(::CreateFileW(name, GENERIC_READ | GENERIC_WRITE | DELETE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
+                              CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
   }
-  UniqueHandle reading;
-  UniqueHandle writing;
-};
 
-void ReadToEnd(HANDLE pipe, std::string& text) {
-  char buffer[4096];
-  DWORD count = 0;
-  while (::ReadFile(pipe, buffer, sizeof buffer, &count, nullptr) && count != 0) text.append(buffer, count);
-}
+  HANDLE Handle() const noexcept { return file_.Get(); }
+
+  std::string Text() const {
+    ::SetFilePointer(file_.Get(), 0, nullptr, FILE_BEGIN);
+    std::string text(::GetFileSize(file_.Get(), nullptr), '\0');
+    DWORD count = 0;
+    ::ReadFile(file_.Get(), text.data(), static_cast<DWORD>(text.size()), &count, nullptr);
+    text.resize(count);
+    return text;
+  }
+
+ private:
+  UniqueFile file_;
+};
 
 // Quotes a word so that the program's runtime reads it back: backslashes count
 // only in front of a quotation mark.
@@ -55,34 +66,34 @@ std::wstring BuiltProgram(const std::wstring& name) {
   return path + L"\\" + name;
 }
 
+std::wstring SystemProgram(const std::wstring& name) {
+  wchar_t folder[MAX_PATH] = {};
+  ::GetSystemDirectoryW(folder, MAX_PATH);
+  return std::wstring(folder) + L"\\" + name;
+}
+
 ToolResult RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments) {
-  Pipe output;
-  Pipe errors;
+  const OutputFile output;
+  const OutputFile errors;
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = output.writing.Get();
-  startup.hStdError = errors.writing.Get();
-  PROCESS_INFORMATION process = {};
+  startup.hStdOutput = output.Handle();
+  startup.hStdError = errors.Handle();
+  PROCESS_INFORMATION information = {};
   std::wstring line = CommandLineOf(program, arguments);
-  ToolResult result;
   if (!::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &process)) {
+                        &information)) {
     return {::GetLastError(), {}, "the program cannot be started"};
   }
-  const UniqueHandle processHandle(process.hProcess);
-  const UniqueHandle threadHandle(process.hThread);
-  output.writing.Reset();
-  errors.writing.Reset();
-  {
-    const std::jthread reader([&] { ReadToEnd(output.reading.Get(), result.output); });
-    const std::jthread errorReader([&] { ReadToEnd(errors.reading.Get(), result.errors); });
-    if (::WaitForSingleObject(process.hProcess, kLimit) != WAIT_OBJECT_0) {
-      ::TerminateProcess(process.hProcess, kTookTooLong);
-    }
+  const UniqueHandle process(information.hProcess);
+  const UniqueHandle thread(information.hThread);
+  if (::WaitForSingleObject(process.Get(), kLimit) != WAIT_OBJECT_0) {
+    ::TerminateProcess(process.Get(), kTookTooLong);
+    ::WaitForSingleObject(process.Get(), kLimit);
   }
-  ::WaitForSingleObject(process.hProcess, kLimit);
-  ::GetExitCodeProcess(process.hProcess, &result.exitCode);
+  ToolResult result = {0, output.Text(), errors.Text()};
+  ::GetExitCodeProcess(process.Get(), &result.exitCode);
   return result;
 }
 

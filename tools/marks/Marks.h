@@ -20,7 +20,7 @@ struct FolderRecord {
   int32_t type = 2;  // 2: content may be removed from all devices
   int32_t mode = 1;  // not 0: a selective-sync folder
   bool disableRemoveFromAllDevices = false;
-  std::string owner;  // UTF-8; empty: everyone, and no entry
+  std::string owner = {};  // UTF-8; empty: everyone, and no entry
 };
 
 /// Where a placeholder's state lies:
@@ -32,7 +32,7 @@ enum class PlaceholderSource { kStream, kPredecessorStream, kDownloadStream };
 
 struct PlaceholderRecord {
   std::optional<uint32_t> progress = {};  // percent; none: not being received
-  bool isFolder = false;             // kDownloadStream cannot say it
+  bool isFolder = false;                  // kDownloadStream cannot say it
 };
 
 // All of these make the folders on the way, replace what is there, and throw

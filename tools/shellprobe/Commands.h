@@ -18,7 +18,16 @@ int RunInvoke(const Arguments& arguments);
 extern const CommandSpec kIconSpec;
 int RunIcon(const Arguments& arguments);
 
-/// The option that every one of them takes: the classes of a library file
+extern const CommandSpec kExplainSpec;
+int RunExplain(const Arguments& arguments);
+
+extern const CommandSpec kDoctorSpec;
+int RunDoctor(const Arguments& arguments);
+
+extern const CommandSpec kTailSpec;
+int RunTail(const Arguments& arguments);
+
+/// The option that the first three take: the classes of a library file
 /// instead of the registered ones.
 inline constexpr OptionSpec kLibraryOption = {
     "--dll", "FILE", "take the classes from this library instead of the registered one"};

@@ -21,9 +21,8 @@ std::vector<std::wstring> SelectedPaths(const Arguments& arguments, size_t first
 namespace {
 
 const Command kCommands[] = {
-    {kMenuSpec, RunMenu},
-    {kInvokeSpec, RunInvoke},
-    {kIconSpec, RunIcon},
+    {kExplainSpec, RunExplain}, {kDoctorSpec, RunDoctor}, {kTailSpec, RunTail},
+    {kMenuSpec, RunMenu},       {kInvokeSpec, RunInvoke}, {kIconSpec, RunIcon},
 };
 
 }  // namespace

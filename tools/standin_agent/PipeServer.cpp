@@ -9,8 +9,10 @@
 namespace veskard {
 namespace {
 
-// As many clients as may come before a thread of ours gets its turn.
+// As many clients as may come before a thread of ours gets its turn; filled up
+// again when half of them are taken, so that a few clients cost nothing.
 constexpr size_t kSpareInstances = 64;
+constexpr size_t kFewInstances = kSpareInstances / 2;
 constexpr DWORD kPieceSize = 64 * 1024;
 // Writers of one message each should not wait for the reader; with a reader that
 // never reads they should, as soon as possible.
@@ -145,7 +147,7 @@ bool PipeServer::WaitForClient(const Instance& instance) {
 uint32_t PipeServer::ClientArrived() {
   const std::lock_guard hold(lock_);
   --waiting_;
-  if (!stopping_) FillUp();
+  if (!stopping_ && waiting_ < kFewInstances) FillUp();
   return ++clients_;
 }
 

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Looks into built libraries without running them: what they import and export,
+# how they may be placed in memory, what the file says of itself.
+#
+#   scripts/check-library.sh FILE...
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+# Windows' own and nothing else: the library is one file to deploy.
+allowed_imports="advapi32 gdi32 gdiplus kernel32 mpr msvcrt ole32 shell32 shlwapi user32"
+expected_exports="DllGetClassObject DllInstall DllRegisterServer DllUnregisterServer GetExtVersion"
+expected_version="2.7.2"
+expected_product="Nimbrel Veskard Agent"
+
+failed=0
+complain() { printf '%s\n' "$file: $*" >&2; failed=1; }
+
+check_imports() {
+  local name
+  for name in $(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sed 's/\.dll$//'); do
+    case " $allowed_imports " in *" $name "*) ;; *) complain "imports $name" ;; esac
+  done
+}
+
+check_exports() {
+  local exports
+  exports=$(sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^\t\[ *[0-9]*\] //p' <<<"$headers" | tr '\n' ' ')
+  [ "$exports" = "$expected_exports " ] || complain "exports $exports"
+}
+
+check_placement() {
+  local wanted="DYNAMIC_BASE NX_COMPAT" flag
+  case "$headers" in *pei-x86-64*) wanted="$wanted HIGH_ENTROPY_VA" ;; esac
+  for flag in $wanted; do
+    grep -qw "$flag" <<<"$headers" || complain "$flag is not set"
+  done
+  # Without relocations the system cannot move the library at all.
+  objdump -h "$file" | grep -qw '\.reloc' || complain "has no relocations"
+}
+
+check_reproducible_fields() {
+  grep -q '^Time/Date.*Jan  1 00:00:00 1970' <<<"$headers" || complain "carries the time of its linking"
+  if grep -qaF "$root/" "$file"; then complain "carries the path of the tree that it was built in"; fi
+}
+
+check_version() {
+  local resource
+  # UTF-16 to something that grep reads; the resource is plain ASCII text in it.
+  resource=$(wrestool --extract --raw --type=16 "$file" | tr -d '\000')
+  grep -qa "ProductVersion.*$expected_version" <<<"$resource" || complain "is not version $expected_version"
+  grep -qa "ProductName.*$expected_product" <<<"$resource" || complain "does not name its product"
+}
+
+[ "$#" -gt 0 ] || die "usage: scripts/check-library.sh FILE..."
+for file in "$@"; do
+  [ -f "$file" ] || die "$file does not exist"
+  headers=$(objdump -p "$file")
+  check_imports
+  check_exports
+  check_placement
+  check_reproducible_fields
+  check_version
+done
+exit "$failed"

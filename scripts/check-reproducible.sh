@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds the library once more, in another folder with a name of another length,
+# and compares it with the one in build/win64, byte by byte. Nothing is taken from
+# a compiler cache.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+built="$build/win64/VeskardShellExt.dll"
+[ -f "$built" ] || die "build/win64/VeskardShellExt.dll is missing: run scripts/build.sh win64 first"
+
+copy=$(mktemp -d)/a/somewhat/longer/path/than/before
+trap 'rm -rf "${copy%/a/somewhat*}"' EXIT
+mkdir -p "$copy/build/deps"
+tar -C "$root" -c --exclude=./build --exclude=./.git . | tar -C "$copy" -x
+cp -r "$build/deps/minizip" "$copy/build/deps/"
+
+cd "$copy"
+export CCACHE_DISABLE=1
+run "$build/logs/reproducible-configure.log" cmake --preset win64 -DVESKARD_BUILD_TESTS=OFF
+run "$build/logs/reproducible-build.log" cmake --build --preset win64 --target VeskardShellExt
+cmp "$built" build/win64/VeskardShellExt.dll || die "two builds in two folders differ"

@@ -1,0 +1,178 @@
+// shellprobe explain, doctor and tail on the registered library.
+#include "tests/end_to_end/Registrar.h"
+#include "tests/end_to_end/RightClickTest.h"
+#include "tests/support/ExtensionLibrary.h"
+#include "tests/support/ToolRun.h"
+
+namespace veskard::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class InsightTest : public RightClickTest {
+ protected:
+  static ToolResult Probe(const std::vector<std::wstring>& words) {
+    return RunTool(L"shellprobe.exe", words);
+  }
+
+  static ToolResult Explain(const Paths& paths) {
+    Paths words = {L"explain"};
+    words.insert(words.end(), paths.begin(), paths.end());
+    return Probe(words);
+  }
+};
+
+TEST_F(InsightTest, ExplainTellsTheWholeChain) {
+  Root(L"Root", {.type = 1, .owner = UserName()});
+  const ToolResult result = Explain({Placeholder(L"Root\\a.ghpl", 45)});
+  EXPECT_EQ(result.exitCode, 0u);
+  EXPECT_EQ(result.errors, "");
+  for (const char* text :
+       {"the menu handler for \"*\" is {8AF59405-", "its version is 2.7.2", "\\Root\\.sync\\FolderType, ",
+        "\"mode\": 1", "selective sync: yes", "who is the current user", "being received, 45 %",
+        "takes commands", "Cancel receiving          shown: a placeholder is selected that is being received",
+        "Remove from all devices   greyed: the folder's type is not 2"}) {
+    EXPECT_THAT(result.output, HasSubstr(text));
+  }
+  EXPECT_THAT(result.output, Not(HasSubstr("BAD")));
+}
+
+TEST_F(InsightTest, ExplainNamesWhatIsWrong) {
+  const std::wstring outside = File(L"a.txt");
+  EXPECT_THAT(Explain({outside}).output,
+              HasSubstr("BAD   no folder above the item holds the mark .sync\\ID"));
+  const std::wstring root = Root(L"Root", {.owner = "somebody"});
+  const std::wstring inside = File(L"Root\\a.txt");
+  EXPECT_THAT(Explain({inside}).output, HasSubstr("BAD   it belongs to somebody; the current user is "));
+  EXPECT_THAT(Explain({root + L"\\.sync\\ID"}).output,
+              HasSubstr("BAD   the item is one of the agent's own files"));
+  LayFile(root + L"\\.sync\\FolderType", "d4:mode");
+  EXPECT_THAT(Explain({inside}).output, HasSubstr("BAD   it is damaged at byte 7; "));
+  RemoveAgent();
+  const ToolResult without = Explain({inside});
+  EXPECT_EQ(without.exitCode, 14u);
+  EXPECT_THAT(without.output, HasSubstr("BAD   no service agent announces itself"));
+}
+
+TEST_F(InsightTest, ExplainAgreesWithTheMenu) {
+  Root(L"Plain");
+  Root(L"Whole", {.mode = 0});
+  Root(L"Forbidden", {.disableRemoveFromAllDevices = true});
+  const Paths selections = {Folder(L"Plain\\Maps"),        File(L"Plain\\a.txt"),
+                            Placeholder(L"Plain\\b.ghpl"), Placeholder(L"Plain\\c.ghpl", 10),
+                            File(L"Whole\\a.txt"),         File(L"Forbidden\\a.txt"),
+                            File(L"outside.txt")};
+  for (const std::wstring& path : selections) {
+    const std::vector<std::string> menu = MenuOf({path});
+    const ToolResult result = Explain({path});
+    EXPECT_EQ(result.exitCode, menu.empty() ? 14u : 0u);
+    for (std::string title : {kSync, kCancel, kRemoveHere, kRemoveEverywhere}) {
+      const bool shown = std::find(menu.begin(), menu.end(), title) != menu.end();
+      const bool greyed = std::find(menu.begin(), menu.end(), title + " (greyed)") != menu.end();
+      title.resize(24, ' ');
+      EXPECT_THAT(result.output, HasSubstr(title + "  " +
+                                           (shown    ? "shown: "
+                                            : greyed ? "greyed: "
+                                                     : "hidden: ")));
+    }
+  }
+}
+
+TEST_F(InsightTest, ExplainAnswersPrograms) {
+  const ToolResult result = Probe({L"explain", L"--json", File(L"a.txt")});
+  EXPECT_EQ(result.exitCode, 14u);
+  EXPECT_THAT(result.output, HasSubstr("\"name\": \"root\", \"finding\": \"bad\""));
+  EXPECT_THAT(result.output, HasSubstr("\"menu\": false"));
+  EXPECT_THAT(result.output,
+              HasSubstr("\"command\": 5, \"text\": \"Remove from all devices\", \"state\": \"hidden\""));
+}
+
+/// The log and the placeholders' file type as the agent and its installer leave them.
+class InstalledTest : public InsightTest {
+ protected:
+  InstalledTest() {
+    ::CreateDirectoryW(AgentFolder().c_str(), nullptr);
+    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kTypeKey, nullptr, REG_SZ, L"Nimbrel Veskard Agent", 44);
+  }
+  ~InstalledTest() override {
+    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+    RegisterExtension();
+  }
+
+  static std::wstring AgentFolder() {
+    wchar_t folder[MAX_PATH] = {};
+    ::SHGetSpecialFolderPathW(nullptr, folder, CSIDL_APPDATA, FALSE);
+    return std::wstring(folder) + L"\\Nimbrel Veskard Agent";
+  }
+
+  static constexpr wchar_t kTypeKey[] = L"Software\\Classes\\.ghpl";
+};
+
+TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
+  const ToolResult result = Probe({L"doctor"});
+  EXPECT_EQ(result.exitCode, 0u) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("ok    the ten values are there"));
+  EXPECT_THAT(result.output, HasSubstr("ok    both classes can be activated"));
+  EXPECT_THAT(Probe({L"doctor", L"--json"}).output, HasSubstr("{\"healthy\": true, "));
+}
+
+TEST_F(InstalledTest, DoctorNamesAWrongValueAndRepairsIt) {
+  constexpr wchar_t kKey[] =
+      L"Software\\Classes\\Directory\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2";
+  ASSERT_EQ(::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, REG_SZ, L"wrong", 12), ERROR_SUCCESS);
+  const ToolResult before = Probe({L"doctor"});
+  EXPECT_EQ(before.exitCode, 20u);
+  EXPECT_THAT(before.output, HasSubstr("is \"wrong\"; it should be \"{8AF59405-"));
+  EXPECT_EQ(Probe({L"doctor", L"--repair"}).exitCode, 0u);
+  EXPECT_EQ(Probe({L"doctor"}).exitCode, 0u);
+}
+
+TEST_F(InstalledTest, DoctorRepairsAnInstallationThatIsNotThere) {
+  ASSERT_EQ(UnregisterExtension().exitCode, 0u);
+  EXPECT_EQ(Probe({L"doctor"}).exitCode, 20u);
+  EXPECT_EQ(Probe({L"doctor", L"--repair", L"--dll", ExtensionLibraryPath()}).exitCode, 0u);
+}
+
+TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {
+  const std::wstring key = L"Software\\Classes\\CLSID\\{8AF5940";
+  for (const wchar_t* index : {L"5", L"6"}) {
+    const std::wstring server = key + index + L"-CC05-0002-0702-AE6472CC92B2}\\InprocServer32";
+    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, server.c_str(), nullptr, REG_SZ, L"C:\\gone.dll", 24);
+  }
+  const ToolResult result = Probe({L"doctor"});
+  EXPECT_EQ(result.exitCode, 21u);
+  EXPECT_THAT(result.output, HasSubstr("a library that is not there: C:\\gone.dll"));
+}
+
+TEST_F(InstalledTest, DoctorMissesTheFileType) {
+  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+  EXPECT_EQ(Probe({L"doctor"}).exitCode, 22u);
+}
+
+TEST_F(InstalledTest, TailShowsWhatARightClickLogs) {
+  Root();
+  // In a program of its own, whose log is closed when it ends.
+  EXPECT_EQ(Probe({L"menu", File(L"Root\\a.txt")}).exitCode, 0u);
+  const ToolResult result =
+      Probe({L"tail", L"--no-follow", L"--process", L"shellprobe.exe", L"--lines", L"50"});
+  EXPECT_EQ(result.exitCode, 0u);
+  EXPECT_THAT(result.output, HasSubstr(") Called context menu\n"));
+  EXPECT_THAT(result.output, HasSubstr(") Added menu item - remove from this\n"));
+  EXPECT_EQ(Probe({L"tail", L"--no-follow", L"--process", L"nobody.exe"}).output, "");
+}
+
+TEST_F(InstalledTest, ExplainLogsNothing) {
+  Root();
+  const std::wstring file = File(L"Root\\a.txt");
+  const auto logged = [] {
+    return Probe({L"tail", L"--no-follow", L"--process", L"shellprobe.exe", L"--lines", L"100000"}).output;
+  };
+  EXPECT_EQ(Probe({L"menu", file}).exitCode, 0u);
+  const std::string before = logged();
+  EXPECT_EQ(Explain({file}).exitCode, 0u);
+  EXPECT_EQ(logged(), before);
+}
+
+}  // namespace
+}  // namespace veskard::test

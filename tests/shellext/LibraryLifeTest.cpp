@@ -1,0 +1,148 @@
+// Loading and unloading the built library, and what its objects leave behind.
+#include <gmock/gmock.h>
+#include <objbase.h>
+#include <wrl/client.h>
+
+#include <memory>
+#include <vector>
+
+#include "shellext/ClassIds.h"
+#include "tests/shellext/LogFixture.h"
+#include "tests/support/ExtensionLibrary.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/LoadObserver.h"
+#include "tests/support/ProcessResources.h"
+
+namespace veskard {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+using test::CountProcessResources;
+using test::ExtensionLibrary;
+using test::ProcessResources;
+
+class LibraryLifeTest : public test::LogFixture {
+ protected:
+  /// One round of everything that a host does with a class.
+  static void CreateAndRelease(const ExtensionLibrary& library, unsigned index) {
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(library.DllGetClassObject(ClassId(index), IID_PPV_ARGS(&factory)), S_OK);
+    ComPtr<IUnknown> object;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+  }
+
+  static void ExpectNoGrowth(const ProcessResources& before, const ProcessResources& after, size_t rounds) {
+    // A cache of the system's may still grow a little; a leak grows with each round.
+    EXPECT_LT(after.heapBlocks, before.heapBlocks + rounds / 10) << before << "; then " << after;
+    EXPECT_LT(after.heapBytes, before.heapBytes + rounds) << before << "; then " << after;
+    EXPECT_EQ(after.handles, before.handles);
+    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
+    EXPECT_EQ(after.tlsIndices, before.tlsIndices);
+  }
+};
+
+// ---- Loading
+
+int unexpectedCalls = 0;
+
+/// Takes the place of any function; what it gets and answers does not matter.
+uintptr_t UnexpectedCall() {
+  ++unexpectedCalls;
+  return 0;
+}
+
+constexpr const char* kNotAtLoad[] = {"CreateFileW",
+                                      "FindFirstFileExW",
+                                      "GetFileAttributesW",
+                                      "GetModuleFileNameW",
+                                      "CreateProcessW",
+                                      "OpenMutexW",
+                                      "RegOpenKeyExW",
+                                      "RegCreateKeyExW",
+                                      "RegQueryValueExW",
+                                      "RegSetValueExW",
+                                      "RegDeleteKeyW",
+                                      "SHGetSpecialFolderPathW",
+                                      "SHGetFileInfoW",
+                                      "SHChangeNotify",
+                                      "LoadImageW",
+                                      "GdiplusStartup",
+                                      "FindResourceW",
+                                      "LoadResource",
+                                      "GetUserPreferredUILanguages"};
+
+TEST_F(LibraryLifeTest, LoadingTouchesNeitherFilesNorRegistry) {
+  unexpectedCalls = 0;
+  std::vector<std::unique_ptr<test::ImportPatch>> patches;
+  const test::LoadObserver observer(L"VeskardShellExt.dll", [&](HMODULE library) {
+    for (const char* name : kNotAtLoad)
+      patches.push_back(
+          std::make_unique<test::ImportPatch>(library, name, reinterpret_cast<void*>(&UnexpectedCall)));
+  });
+  const ExtensionLibrary library;
+  EXPECT_EQ(patches.size(), std::size(kNotAtLoad));
+  EXPECT_EQ(unexpectedCalls, 0);
+  patches.clear();
+  EXPECT_EQ(Lines().size(), 0u);
+}
+
+TEST_F(LibraryLifeTest, UnloadingAnUnusedLibraryTouchesNothing) {
+  ExtensionLibrary library;
+  unexpectedCalls = 0;
+  for (const char* name : kNotAtLoad)  // never undone: the library goes first
+    static_cast<void>(
+        new test::ImportPatch(library.Module(), name, reinterpret_cast<void*>(&UnexpectedCall)));
+  library.Unload();
+  EXPECT_EQ(unexpectedCalls, 0);
+}
+
+// ---- Unloading
+
+TEST_F(LibraryLifeTest, UnloadingWhileObjectsLiveIsSurvived) {
+  for (int round = 0; round < 20; ++round) {
+    ExtensionLibrary library;
+    for (const unsigned index : {5u, 6u}) {
+      IClassFactory* factory = nullptr;
+      ASSERT_EQ(library.DllGetClassObject(ClassId(index), IID_PPV_ARGS(&factory)), S_OK);
+      IUnknown* object = nullptr;
+      ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+    }
+    library.Unload();
+    EXPECT_EQ(::GetModuleHandleW(L"VeskardShellExt.dll"), nullptr);
+  }
+  const std::vector<std::wstring> messages = Messages();
+  EXPECT_EQ(messages.size(), 40u);
+  EXPECT_EQ(messages.back(), L"==== end ====");
+}
+
+// ---- Growth
+
+TEST_F(LibraryLifeTest, TenThousandObjectsOfEachClassLeaveNothing) {
+  constexpr size_t kRounds = 10'000;
+  for (const DWORD log : {0u, 1u}) {
+    SetSwitch(log);
+    const ExtensionLibrary library;
+    for (const unsigned index : {5u, 6u}) {
+      for (int warm = 0; warm < 100; ++warm) CreateAndRelease(library, index);
+      const ProcessResources before = CountProcessResources();
+      for (size_t round = 0; round < kRounds; ++round) CreateAndRelease(library, index);
+      ExpectNoGrowth(before, CountProcessResources(), kRounds);
+    }
+  }
+}
+
+TEST_F(LibraryLifeTest, FiveHundredLoadsLeaveNothing) {
+  constexpr size_t kRounds = 500;
+  const auto round = [&] {
+    const ExtensionLibrary library;
+    CreateAndRelease(library, 5);
+    CreateAndRelease(library, 6);
+  };
+  for (int warm = 0; warm < 20; ++warm) round();
+  const ProcessResources before = CountProcessResources();
+  for (size_t i = 0; i < kRounds; ++i) round();
+  ExpectNoGrowth(before, CountProcessResources(), kRounds);
+}
+
+}  // namespace
+}  // namespace veskard

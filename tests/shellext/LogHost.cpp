@@ -1,0 +1,186 @@
+// log_host.exe: a host of the library, started by tests to live and to end in
+// different ways.
+//
+//   log_host SANDBOX SCENARIO [ARGUMENT...]
+//
+// It enters the test's registry, loads log_probe.dll from its own folder and lets
+// the first class object create the log. Scenarios:
+//
+//   write NAME COUNT    writes the lines "NAME 0" to "NAME COUNT-1", one half when
+//                       the event "first" is set, the other after "second"; sets
+//                       "NAME-ready" before and "NAME-half" between them
+//   write-whole NAME COUNT   the same, each append as one step (see below)
+//   exit                writes a line and returns from main
+//   unload              writes a line and unloads the library first
+//   exit-writing        exits while four threads write lines
+//   exit-inside         exits while a thread stays inside the log for ever
+//   wait                writes a line, sets "ready" and waits to be ended
+//
+// Events are named "SANDBOX-EVENT". The exit code is kLogHostExitCode.
+#include <unknwn.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/ModuleHandle.h"
+#include "core/WindowsOwners.h"
+#include "shellext/ClassIds.h"
+#include "tests/shellext/LogHost.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/RegistrySandbox.h"
+
+namespace veskard {
+namespace {
+
+using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
+using WriteProbeLine = void(const wchar_t*);
+using StayInsideLog = void();
+
+/// The loaded probe, with a log.
+class Probe {
+ public:
+  Probe() : module_(::LoadLibraryW(Path().c_str())) {
+    IClassFactory* factory = nullptr;
+    Find<GetClassObject>("DllGetClassObject")(ClassId(kContextMenuClass), IID_IClassFactory,
+                                              reinterpret_cast<void**>(&factory));
+    factory->Release();
+    write_ = Find<WriteProbeLine>("WriteProbeLine");
+  }
+
+  HMODULE Module() const noexcept { return module_; }
+  void Write(const std::wstring& line) const { write_(line.c_str()); }
+  void StayInside() const { Find<StayInsideLog>("StayInsideLog")(); }
+  void Unload() const { ::FreeLibrary(module_); }
+
+ private:
+  static std::wstring Path() {
+    return (std::filesystem::path(ReadModulePath(nullptr)).parent_path() / L"log_probe.dll").wstring();
+  }
+
+  template <class Function>
+  Function* Find(const char* name) const {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(module_, name)));
+  }
+
+  // Not an owner: most scenarios are about who unloads it, and when.
+  HMODULE module_;
+  WriteProbeLine* write_ = nullptr;
+};
+
+struct Run {
+  std::wstring sandbox;
+  std::vector<std::wstring> arguments;
+  const Probe& probe;
+
+  UniqueHandle Event(const std::wstring& name) const {
+    return UniqueHandle(::CreateEventW(nullptr, TRUE, FALSE, LogHostObject(sandbox, name).c_str()));
+  }
+  void Set(const std::wstring& name) const { ::SetEvent(Event(name).Get()); }
+  void WaitFor(const std::wstring& name) const { ::WaitForSingleObject(Event(name).Get(), INFINITE); }
+};
+
+// ---- Appends as Windows has them
+
+// Windows finds the end of the file and writes there as one step. Wine looks for
+// the end first and writes then, so that another process may come between. This
+// makes it one step for the hosts of one test, and changes nothing else: lines
+// that are written in two parts or at a remembered position still get mixed.
+HANDLE appendMutex = nullptr;
+test::FunctionPatch<decltype(::WriteFile)>* systemWrite = nullptr;
+
+BOOL WINAPI WriteInOneStep(HANDLE file, const void* bytes, DWORD count, DWORD* written, OVERLAPPED* at) {
+  ::WaitForSingleObject(appendMutex, INFINITE);
+  const BOOL result = systemWrite->CallOriginal(file, bytes, count, written, at);
+  ::ReleaseMutex(appendMutex);
+  return result;
+}
+
+// ---- Scenarios
+
+void Write(const Run& run) {
+  const std::wstring& name = run.arguments.at(0);
+  const int count = std::stoi(run.arguments.at(1));
+  const auto write = [&](int from, int to) {
+    for (int line = from; line < to; ++line) run.probe.Write(name + L" " + std::to_wstring(line));
+  };
+  run.Set(name + L"-ready");
+  run.WaitFor(L"first");
+  write(0, count / 2);
+  run.Set(name + L"-half");
+  run.WaitFor(L"second");
+  write(count / 2, count);
+}
+
+void WriteWhole(const Run& run) {
+  const UniqueHandle mutex(::CreateMutexW(nullptr, FALSE, LogHostObject(run.sandbox, L"append").c_str()));
+  appendMutex = mutex.Get();
+  test::FunctionPatch<decltype(::WriteFile)> patch(run.probe.Module(), "WriteFile", &WriteInOneStep);
+  systemWrite = &patch;
+  Write(run);
+}
+
+void Exit(const Run& run) {
+  run.probe.Write(L"last words");
+}
+
+void Unload(const Run& run) {
+  run.probe.Write(L"last words");
+  run.probe.Unload();
+}
+
+DWORD WINAPI WriteForever(void* probe) {
+  for (;;) static_cast<const Probe*>(probe)->Write(L"and another one");
+}
+
+DWORD WINAPI StayInside(void* probe) {
+  static_cast<const Probe*>(probe)->StayInside();
+  return 0;
+}
+
+void StartThread(LPTHREAD_START_ROUTINE start, const Run& run) {
+  const UniqueHandle thread(::CreateThread(nullptr, 0, start, const_cast<Probe*>(&run.probe), 0, nullptr));
+}
+
+[[noreturn]] void LeaveAtOnce() {
+  ::ExitProcess(kLogHostExitCode);
+}
+
+void ExitWriting(const Run& run) {
+  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, run);
+  ::Sleep(::GetTickCount() % 20);
+  LeaveAtOnce();
+}
+
+void ExitInside(const Run& run) {
+  run.probe.Write(L"last words");
+  StartThread(&StayInside, run);
+  ::Sleep(100);
+  LeaveAtOnce();
+}
+
+void Wait(const Run& run) {
+  run.probe.Write(L"last words");
+  run.Set(L"ready");
+  ::Sleep(INFINITE);
+}
+
+const std::map<std::wstring, void (*)(const Run&)> kScenarios = {
+    {L"write", &Write},   {L"write-whole", &WriteWhole},   {L"exit", &Exit},
+    {L"unload", &Unload}, {L"exit-writing", &ExitWriting}, {L"exit-inside", &ExitInside},
+    {L"wait", &Wait},
+};
+
+}  // namespace
+}  // namespace veskard
+
+int wmain(int count, wchar_t** arguments) {
+  using namespace veskard;
+  if (count < 3) return 1;
+  const test::RegistrySandbox registry{std::wstring(arguments[1])};
+  const Probe probe;
+  kScenarios.at(arguments[2])({arguments[1], {arguments + 3, arguments + count}, probe});
+  return kLogHostExitCode;
+}

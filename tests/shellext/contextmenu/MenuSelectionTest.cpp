@@ -1,0 +1,215 @@
+#include "shellext/contextmenu/MenuSelection.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/DropData.h"
+#include "tests/support/SyncTree.h"
+#include "util/string/CodePage.h"
+
+namespace veskard {
+namespace {
+
+using test::SyncTree;
+
+MenuSelection Inspect(const std::vector<std::wstring>& items) {
+  const test::DropListForTest drop(items);
+  DropNames names(drop.Get(), MAX_PATH);
+  return InspectSelection(names, static_cast<uint32_t>(items.size()));
+}
+
+TEST(MenuSelectionTest, NoItemAtAllLiesInNoFolder) {
+  const MenuSelection selection = Inspect({});
+  EXPECT_FALSE(selection.inSyncFolder);
+  EXPECT_FALSE(selection.isSelective);
+  EXPECT_TRUE(selection.isOwner);
+}
+
+TEST(MenuSelectionTest, AFolderCountsAsDirectoryAndAsLocal) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const MenuSelection selection = Inspect({tree.MakeFolder(L"root\\a")});
+  EXPECT_TRUE(selection.InOwnSelectiveFolder());
+  EXPECT_TRUE(selection.anyDirectory);
+  EXPECT_TRUE(selection.hasLocalFile);
+  EXPECT_FALSE(selection.needsDownload);
+  EXPECT_FALSE(selection.receiving);
+}
+
+TEST(MenuSelectionTest, AFolderNamedLikeAPlaceholderIsReadAsOne) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const MenuSelection selection = Inspect({tree.MakeFolder(L"root\\a.ghpl")});
+  EXPECT_TRUE(selection.anyDirectory);
+  EXPECT_TRUE(selection.needsDownload);
+  EXPECT_FALSE(selection.hasLocalFile);
+}
+
+TEST(MenuSelectionTest, PlaceholdersAreToldByTheirProgress) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const MenuSelection waiting = Inspect({tree.MakePlaceholder(L"root\\a.ghpl", test::kNotReceived)});
+  EXPECT_TRUE(waiting.needsDownload);
+  EXPECT_FALSE(waiting.receiving);
+  EXPECT_FALSE(waiting.hasLocalFile);
+  const MenuSelection receiving = Inspect({tree.MakePlaceholder(L"root\\b.ghpl", test::kReceiving)});
+  EXPECT_FALSE(receiving.needsDownload);
+  EXPECT_TRUE(receiving.receiving);
+  EXPECT_FALSE(receiving.hasLocalFile);
+}
+
+TEST(MenuSelectionTest, ProgressZeroAndAHundredAreBothBeingReceived) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\a.ghpl", "d10:vlk_statusi0ee")}).receiving);
+  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\b.ghpl", "d10:vlk_statusi100ee")}).receiving);
+}
+
+TEST(MenuSelectionTest, ANegativeProgressOfAnyKindNeedsADownload) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const MenuSelection selection =
+      Inspect({tree.MakePlaceholder(L"root\\a.ghpl", "d10:vlk_statusi2147483650ee")});
+  EXPECT_TRUE(selection.needsDownload);
+  EXPECT_FALSE(selection.receiving);
+}
+
+TEST(MenuSelectionTest, ThePlaceholdersExtensionMayBeInAnyCase) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\a.GhPl", test::kNotReceived)}).needsDownload);
+}
+
+TEST(MenuSelectionTest, ItemsThatAreGoneAreSkipped) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const MenuSelection selection =
+      Inspect({tree.MakePlaceholder(L"root\\a.ghpl", test::kNotReceived), tree.Path(L"root\\gone.txt")});
+  EXPECT_TRUE(selection.needsDownload);
+  EXPECT_FALSE(selection.hasLocalFile);
+}
+
+TEST(MenuSelectionTest, AFirstItemThatIsGoneLeavesTheFolderUnknown) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  EXPECT_FALSE(Inspect({tree.Path(L"root\\gone.txt"), tree.MakeFile(L"root\\a.txt")}).inSyncFolder);
+}
+
+TEST(MenuSelectionTest, OnlyTheFirstItemDecidesAboutTheFolder) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelectiveRemovable);
+  const MenuSelection selection = Inspect(
+      {tree.MakePlaceholder(L"root\\a.ghpl", test::kNotReceived), tree.MakeFile(L"elsewhere\\b.txt")});
+  EXPECT_TRUE(selection.InOwnSelectiveFolder());
+  EXPECT_TRUE(selection.removableEverywhere);
+  EXPECT_TRUE(selection.hasLocalFile);
+}
+
+TEST(MenuSelectionTest, OutsideASelectiveFolderTheOtherItemsAreNotLookedAt) {
+  SyncTree tree;
+  tree.MarkRoot(L"whole", test::kNotSelective);
+  const MenuSelection selection = Inspect({tree.MakeFile(L"whole\\a.txt"), tree.MakeFolder(L"whole\\b")});
+  EXPECT_TRUE(selection.inSyncFolder);
+  EXPECT_FALSE(selection.isSelective);
+  EXPECT_FALSE(selection.anyDirectory);
+  EXPECT_FALSE(selection.hasLocalFile);
+}
+
+TEST(MenuSelectionTest, TheFolderSaysWhatMayBeRemoved) {
+  SyncTree tree;
+  tree.MarkRoot(L"a", "d31:disable_remove_from_all_devicesi1e4:modei1e4:typei2ee");
+  tree.MarkRoot(L"b", "d4:modei1e4:typei3ee");
+  const MenuSelection a = Inspect({tree.MakeFile(L"a\\x")});
+  EXPECT_TRUE(a.removableEverywhere);
+  EXPECT_TRUE(a.removeAllDisabled);
+  const MenuSelection b = Inspect({tree.MakeFile(L"b\\x")});
+  EXPECT_FALSE(b.removableEverywhere);
+  EXPECT_FALSE(b.removeAllDisabled);
+}
+
+TEST(MenuSelectionTest, AnItemInANestedFolderIsJudgedByTheOuterOne) {
+  SyncTree tree;
+  tree.MarkRoot(L"outer", test::kNotSelective);
+  tree.MarkRoot(L"outer\\inner", test::kSelective);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"outer\\inner\\a.txt")}).isSelective);
+}
+
+TEST(MenuSelectionTest, TheRootOfANestedFolderIsJudgedByItself) {
+  SyncTree tree;
+  tree.MarkRoot(L"outer", test::kNotSelective);
+  EXPECT_TRUE(Inspect({tree.MarkRoot(L"outer\\inner", test::kSelective)}).isSelective);
+}
+
+TEST(MenuSelectionTest, ARootItselfIsJudgedByItself) {
+  SyncTree tree;
+  EXPECT_TRUE(Inspect({tree.MarkRoot(L"root", test::kSelective)}).InOwnSelectiveFolder());
+}
+
+TEST(MenuSelectionTest, TheAgentsMetadataIsInNoFolder) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  EXPECT_FALSE(Inspect({tree.Path(L"root\\.sync")}).inSyncFolder);
+  EXPECT_FALSE(Inspect({tree.Path(L"root\\.sync\\ID")}).inSyncFolder);
+}
+
+TEST(MenuSelectionTest, TheOwnerIsTheUserOnlyCharacterForCharacter) {
+  SyncTree tree;
+  const std::string user = Utf8FromWide(CurrentUserName());
+  ASSERT_FALSE(user.empty());
+  std::string otherCase = user;
+  otherCase[0] = static_cast<char>(otherCase[0] ^ 0x20);
+  tree.MarkRoot(L"own", test::SelectiveOwnedBy(user));
+  tree.MarkRoot(L"longer", test::SelectiveOwnedBy(user + "x"));
+  tree.MarkRoot(L"shorter", test::SelectiveOwnedBy(user.substr(1)));
+  tree.MarkRoot(L"case", test::SelectiveOwnedBy(otherCase));
+  EXPECT_TRUE(Inspect({tree.MakeFile(L"own\\x")}).isOwner);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"longer\\x")}).isOwner);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"shorter\\x")}).isOwner);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"case\\x")}).isOwner);
+}
+
+TEST(MenuSelectionTest, AnEmptyOwnerIsEverybody) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::SelectiveOwnedBy(""));
+  EXPECT_TRUE(Inspect({tree.MakeFile(L"root\\x")}).isOwner);
+}
+
+TEST(MenuSelectionTest, NamesOf259CharactersAreWholeAndLongerOnesAreCut) {
+  SyncTree tree;
+  tree.MarkRoot(L"root", test::kSelective);
+  const std::wstring prefix = tree.Path(L"root\\");
+  const std::wstring longest = tree.MakeFile(L"root\\" + std::wstring(259 - prefix.size(), L'x'));
+  ASSERT_EQ(longest.size(), 259u);
+  EXPECT_TRUE(Inspect({longest}).hasLocalFile);
+  // Cut by one character, the next name is the one that exists.
+  EXPECT_TRUE(Inspect({longest + L"y"}).hasLocalFile);
+  const std::wstring other = prefix + std::wstring(260 - prefix.size(), L'z');
+  EXPECT_FALSE(Inspect({other}).inSyncFolder);
+}
+
+BOOL WINAPI RefuseUserName(wchar_t* buffer, DWORD* size) {
+  EXPECT_EQ(*size, 256u);
+  buffer[0] = L'x';
+  return FALSE;
+}
+
+BOOL WINAPI AnswerLongestUserName(wchar_t* buffer, DWORD* size) {
+  std::fill_n(buffer, 255, L'u');
+  buffer[255] = L'\0';
+  *size = 256;
+  return TRUE;
+}
+
+TEST(CurrentUserNameTest, ARefusedQuestionGivesTheEmptyName) {
+  EXPECT_EQ(CurrentUserName(&RefuseUserName), L"");
+}
+
+TEST(CurrentUserNameTest, ANameOf255CharactersIsTakenWhole) {
+  EXPECT_EQ(CurrentUserName(&AnswerLongestUserName), std::wstring(255, L'u'));
+}
+
+}  // namespace
+}  // namespace veskard

@@ -1,0 +1,42 @@
+// IconHandler: a placeholder icon handler as Explorer has it, made by the factory
+// and reached through its interfaces.
+#pragma once
+
+#include <objidl.h>
+#include <shlobj.h>
+
+#include <string>
+
+#include "core/WindowsOwners.h"
+
+namespace veskard::test {
+
+/// What one Extract gave.
+struct ExtractedIcons {
+  HRESULT result = E_UNEXPECTED;
+  UniqueIcon large;
+  UniqueIcon small;
+};
+
+/// The sizes that Explorer asks for: two different ones, or one twice.
+inline constexpr UINT kTwoSizes = 0x00100020;
+inline constexpr UINT kOneSize = 0x00300030;
+
+class IconHandler {
+ public:
+  /// The test fails when the factory refuses.
+  IconHandler();
+  explicit IconHandler(const std::wstring& file) : IconHandler() { Load(file); }
+
+  IPersistFile& File() const noexcept { return *file_.Get(); }
+  IExtractIconW& Icons() const noexcept { return *icons_.Get(); }
+
+  void Load(const std::wstring& file) const;
+  ExtractedIcons Extract(UINT iconSize = kTwoSizes) const;
+
+ private:
+  UniqueCom<IPersistFile> file_;
+  UniqueCom<IExtractIconW> icons_;
+};
+
+}  // namespace veskard::test

@@ -1,0 +1,152 @@
+// Years in an Explorer that never closes, and many of its threads at once.
+#include <gtest/gtest.h>
+
+// The process's memory counters need Windows' own types first.
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <atomic>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "shellext/GdiplusUser.h"
+#include "shellext/Module.h"
+#include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/FakePlaceholders.h"
+#include "tests/shellext/icons/GoldenIcon.h"
+#include "tests/shellext/icons/IconFaults.h"
+#include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/GdiHandleCount.h"
+#include "tests/support/TestFileType.h"
+
+namespace veskard {
+namespace {
+
+using test::CountGdiHandles;
+using test::ExtractedIcons;
+using test::Golden;
+using test::IconHandler;
+using test::LooksLike;
+using test::PixelsOf;
+using test::SeeThroughPattern;
+using test::SolidPattern;
+
+std::wstring Placeholder(int progress) {
+  return L"C:\\sync\\file" + std::to_wstring(progress) + L".vks.ghpl";
+}
+
+size_t PrivateBytes() {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
+  return counters.PagefileUsage;
+}
+
+size_t CacheSize() {
+  const CriticalSectionHold hold(SharedIconCache().Lock());
+  return SharedIconCache().Size();
+}
+
+// The system keeps as many screen contexts as were once in use together.
+void FillDeviceContextCache() {
+  std::vector<UniqueScreenDc> contexts;
+  for (int i = 0; i < 8; ++i) contexts.emplace_back(::GetDC(nullptr));
+}
+
+class IconStressTest : public testing::Test {
+ protected:
+  IconStressTest() {
+    for (int progress = 0; progress <= 100; progress += 5) {
+      test::SetPlaceholder(Placeholder(progress), {{progress, false}, true});
+      large_.push_back(test::GoldenIcon(test::DrawnOnEmpty(SeeThroughPattern(256)), progress));
+      small_.push_back(test::GoldenIcon(test::DrawnOnEmpty(SolidPattern(16)), progress));
+    }
+    IconHandler(Placeholder(0)).Extract();  // fills the Shell's own caches
+    FillDeviceContextCache();
+  }
+  ~IconStressTest() override { test::ForgetPlaceholders(); }
+
+  void ExpectRightIcons(const ExtractedIcons& icons, int progress) const {
+    const size_t step = static_cast<size_t>(progress / 5);
+    EXPECT_TRUE(LooksLike(PixelsOf(icons.large.Get()), large_[step])) << progress;
+    EXPECT_TRUE(LooksLike(PixelsOf(icons.small.Get()), small_[step])) << progress;
+  }
+
+  const test::TestFileType type_{L"vks", {{SolidPattern(16)}, {SeeThroughPattern(256)}}};
+  std::vector<Golden> large_, small_;
+};
+
+TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
+  const size_t gdiHandles = CountGdiHandles();
+  {
+    const test::IconFaultHooks hooks;
+    size_t memoryAfterWarmUp = 0;
+    std::optional<IconHandler> handler;
+    for (int i = 0; i < 20000; ++i) {
+      // A new handler now and then, which empties the cache; now and then large icons.
+      if (i % 10 == 0) handler.emplace();
+      const int progress = i % 21 * 5;
+      handler->Load(Placeholder(progress));
+      const ExtractedIcons icons = handler->Extract(i % 25 == 0 ? test::kTwoSizes : test::kOneSize);
+      ASSERT_TRUE(icons.large && icons.small) << "at " << i;
+      ASSERT_EQ(test::faultPlan.Live(), static_cast<int>(CacheSize())) << "at " << i;
+      if (i == 1000) memoryAfterWarmUp = PrivateBytes();
+      if (i % 1000 == 0) ExpectRightIcons(icons, progress);
+    }
+    handler.reset();
+    EXPECT_EQ(test::faultPlan.Live(), 0);
+    EXPECT_LT(PrivateBytes(), memoryAfterWarmUp + 1024 * 1024);
+  }
+  EXPECT_EQ(CountGdiHandles(), gdiHandles);
+}
+
+TEST_F(IconStressTest, FourThreadsExtractingAtOnceEachGetTheirOwnIcon) {
+  const size_t gdiHandles = CountGdiHandles();
+  const uint32_t moduleUsers = ModuleLockCount();
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 4; ++number) {
+    threads.emplace_back([this, number] {
+      const IconHandler handler;
+      for (int i = 0; i < 200; ++i) {
+        const int progress = (i * 4 + number) % 21 * 5;
+        handler.Load(Placeholder(progress));
+        ExpectRightIcons(handler.Extract(), progress);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(CacheSize(), 0u);
+  EXPECT_EQ(CountGdiHandles(), gdiHandles);
+  EXPECT_EQ(ModuleLockCount(), moduleUsers);
+  EXPECT_EQ(GdiplusUserCount(), 0u);
+}
+
+// Every dying handler empties the cache that the others draw from, and the last
+// one of a moment stops GDI+.
+TEST_F(IconStressTest, HandlersMayDieWhileOthersDraw) {
+  const size_t gdiHandles = CountGdiHandles();
+  std::atomic<bool> stop = false;
+  std::thread reaper([&stop] {
+    while (!stop) IconHandler(Placeholder(0)).Extract(test::kOneSize);
+  });
+  std::vector<std::thread> drawers;
+  for (int number = 0; number < 3; ++number) {
+    drawers.emplace_back([this, number] {
+      for (int i = 0; i < 100; ++i) {
+        const int progress = (i * 3 + number) % 21 * 5;
+        ExpectRightIcons(IconHandler(Placeholder(progress)).Extract(), progress);
+      }
+    });
+  }
+  for (std::thread& drawer : drawers) drawer.join();
+  stop = true;
+  reaper.join();
+  EXPECT_EQ(CacheSize(), 0u);
+  EXPECT_EQ(CountGdiHandles(), gdiHandles);
+  EXPECT_EQ(GdiplusUserCount(), 0u);
+}
+
+}  // namespace
+}  // namespace veskard

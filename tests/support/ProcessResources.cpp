@@ -1,0 +1,65 @@
+#include "tests/support/ProcessResources.h"
+
+#include <windows.h>
+
+#include <array>
+#include <ostream>
+#include <vector>
+
+#include "tests/support/GdiHandleCount.h"
+
+namespace veskard::test {
+namespace {
+
+// Handles are multiples of four, given from the bottom: far more than a test opens.
+constexpr size_t kHandleLimit = 0x8000;
+constexpr size_t kTlsLimit = 1088;
+
+void AddHeap(ProcessResources& count, HANDLE heap) {
+  ::HeapLock(heap);
+  PROCESS_HEAP_ENTRY entry = {};
+  while (::HeapWalk(heap, &entry)) {
+    if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) == 0) continue;
+    ++count.heapBlocks;
+    count.heapBytes += entry.cbData;
+  }
+  ::HeapUnlock(heap);
+}
+
+size_t CountHandles() {
+  size_t open = 0;
+  DWORD flags = 0;
+  for (size_t value = 4; value < kHandleLimit; value += 4)
+    open += ::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? size_t{1} : size_t{0};
+  return open;
+}
+
+/// Takes every index that is left and gives them back.
+size_t CountTlsIndices() {
+  std::vector<DWORD> taken;
+  taken.reserve(kTlsLimit);
+  for (DWORD index = ::TlsAlloc(); index != TLS_OUT_OF_INDEXES; index = ::TlsAlloc()) taken.push_back(index);
+  for (const DWORD index : taken) ::TlsFree(index);
+  return kTlsLimit - taken.size();
+}
+
+}  // namespace
+
+ProcessResources CountProcessResources() {
+  ProcessResources count;
+  std::array<HANDLE, 64> heaps = {};
+  const DWORD heapCount = ::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+  for (DWORD i = 0; i < heapCount; ++i) AddHeap(count, heaps[i]);
+  count.handles = CountHandles();
+  count.gdiObjects = CountGdiHandles();
+  count.tlsIndices = CountTlsIndices();
+  return count;
+}
+
+std::ostream& operator<<(std::ostream& out, const ProcessResources& resources) {
+  return out << resources.heapBlocks << " blocks, " << resources.heapBytes << " bytes, " << resources.handles
+             << " handles, " << resources.gdiObjects << " GDI objects, " << resources.tlsIndices
+             << " TLS indices";
+}
+
+}  // namespace veskard::test

@@ -1,0 +1,24 @@
+// ProcessResources: what a process holds of the system, to compare before and after.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+
+namespace veskard::test {
+
+/// Counted without `GetProcessHandleCount` and `GetGuiResources`, which answer 0
+/// under Wine.
+struct ProcessResources {
+  size_t heapBlocks = 0;  // allocated blocks of all heaps
+  size_t heapBytes = 0;   // and their sizes
+  size_t handles = 0;     // kernel handles
+  size_t gdiObjects = 0;
+  size_t tlsIndices = 0;  // of the 1088 that a process has
+};
+
+ProcessResources CountProcessResources();
+
+/// "7 blocks, 512 bytes, ..." for a test's message.
+std::ostream& operator<<(std::ostream& out, const ProcessResources& resources);
+
+}  // namespace veskard::test

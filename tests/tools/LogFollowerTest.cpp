@@ -1,0 +1,88 @@
+#include "tools/shellprobe/LogFollower.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/support/ScratchFolder.h"
+
+namespace veskard {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class LogFollowerTest : public testing::Test {
+ protected:
+  void Append(const std::wstring& text) const {
+    const UniqueFile file(::CreateFileW(path_.c_str(), FILE_APPEND_DATA,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    DWORD written = 0;
+    ASSERT_TRUE(::WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size() * sizeof(wchar_t)),
+                            &written, nullptr));
+  }
+
+  test::ScratchFolder folder_;
+  std::wstring path_ = folder_ / L"ShellExtCM.log";
+  LogFollower log_{path_};
+};
+
+TEST_F(LogFollowerTest, ReadsWhatIsThereAndWhatComes) {
+  Append(L"one\r\ntwo\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"one", L"two"));
+  EXPECT_THAT(log_.ReadNewLines(), IsEmpty());
+  Append(L"three\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"three"));
+}
+
+TEST_F(LogFollowerTest, WaitsForAFileThatIsNotThere) {
+  EXPECT_THAT(log_.ReadNewLines(), IsEmpty());
+  Append(L"one\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"one"));
+}
+
+TEST_F(LogFollowerTest, KeepsAnUnfinishedLineUntilItIsWhole) {
+  Append(L"half ");
+  EXPECT_THAT(log_.ReadNewLines(), IsEmpty());
+  Append(L"and whole\r");
+  EXPECT_THAT(log_.ReadNewLines(), IsEmpty());
+  Append(L"\nnext\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"half and whole", L"next"));
+}
+
+TEST_F(LogFollowerTest, FollowsIntoTheFileThatARotationMakes) {
+  Append(L"one\r\n");
+  log_.ReadNewLines();
+  Append(L"last of the old\r\n");
+  ASSERT_TRUE(::MoveFileExW(path_.c_str(), (path_ + L".old").c_str(), 0));
+  Append(L"first of the new\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"last of the old", L"first of the new"));
+}
+
+TEST_F(LogFollowerTest, ALineEndIsNeverTakenFromHalvesOfCharacters) {
+  // U+0D00 U+0A00 hold a carriage return's and a line feed's bytes, one off.
+  Append(L"a\u0d00\u0a00b\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"a\u0d00\u0a00b"));
+}
+
+TEST_F(LogFollowerTest, ReadsManyLines) {
+  std::wstring text;
+  for (int i = 0; i < 20'000; ++i) text += L"line " + std::to_wstring(i) + L"\r\n";
+  Append(text);
+  const std::vector<std::wstring> lines = log_.ReadNewLines();
+  ASSERT_EQ(lines.size(), 20'000u);
+  EXPECT_EQ(lines.back(), L"line 19999");
+}
+
+TEST(LogLineTest, ProcessesAreToldByNameNumberOrBoth) {
+  constexpr wchar_t kLine[] = L"2017-03-01 14:05:09.000 (explorer.exe:4412) Called context menu";
+  EXPECT_TRUE(IsLineOfProcess(kLine, L"explorer.exe"));
+  EXPECT_TRUE(IsLineOfProcess(kLine, L"4412"));
+  EXPECT_TRUE(IsLineOfProcess(kLine, L"explorer.exe:4412"));
+  EXPECT_FALSE(IsLineOfProcess(kLine, L"412"));
+  EXPECT_FALSE(IsLineOfProcess(kLine, L"explorer"));
+  EXPECT_FALSE(IsLineOfProcess(L"no tag", L"explorer.exe"));
+  EXPECT_TRUE(IsLineOfProcess(L"t (my (own) tool.exe:7) x", L"my (own) tool.exe"));
+}
+
+}  // namespace
+}  // namespace veskard

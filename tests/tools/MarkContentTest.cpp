@@ -1,0 +1,54 @@
+#include "tools/shellprobe/MarkContent.h"
+
+#include <gtest/gtest.h>
+
+#include "fs/util/Handle.h"
+#include "shellext/contextmenu/SyncFolderInspection.h"
+#include "tests/support/ScratchFolder.h"
+#include "tools/marks/Marks.h"
+
+namespace veskard {
+namespace {
+
+class MarkContentTest : public testing::Test {
+ protected:
+  MarkContent Read(const std::string& bytes) {
+    LayRoot(folder_.Path());
+    LayFile(folder_ / L".sync\\FolderType", bytes);
+    return ReadMarkContent(*OpenFolderMark(folder_.Path()));
+  }
+
+  test::ScratchFolder folder_;
+};
+
+TEST_F(MarkContentTest, AGoodRecordIsDumped) {
+  const MarkContent content = Read("d4:modei1e4:typei2ee");
+  EXPECT_EQ(content.place, folder_ / L".sync\\FolderType");
+  EXPECT_EQ(content.size, 20u);
+  EXPECT_TRUE(content.bencoded);
+  EXPECT_EQ(content.dump, R"({ "mode": 1, "type": 2 })");
+}
+
+TEST_F(MarkContentTest, DamageIsFoundWhereItIs) {
+  EXPECT_EQ(Read("").goodBytes, 0u);
+  EXPECT_EQ(Read("hello").goodBytes, 0u);
+  EXPECT_EQ(Read("d4:modei1e4:type").goodBytes, 16u);
+  EXPECT_EQ(Read("d4:modei1ex4:typei2ee").goodBytes, 10u);
+  EXPECT_EQ(Read("d4:modei1e99:type").goodBytes, 10u);
+}
+
+TEST_F(MarkContentTest, AStreamIsNamedAsTheSystemNamesIt) {
+  const std::wstring file = folder_ / L"a.ghpl";
+  LayPlaceholder(file, {.progress = 45}, PlaceholderSource::kPredecessorStream);
+  const MarkContent content = ReadMarkContent(*OpenPlaceholderMark(file));
+  EXPECT_EQ(content.place, file + L":com.marlowgate.sync");
+  EXPECT_EQ(content.dump, R"({ "vlk_status": 45, "vlk_type": 1 })");
+}
+
+TEST_F(MarkContentTest, WithoutAMarkThereIsNothingToRead) {
+  EXPECT_EQ(OpenFolderMark(folder_.Path()), nullptr);
+  EXPECT_EQ(OpenPlaceholderMark(folder_ / L"a.ghpl"), nullptr);
+}
+
+}  // namespace
+}  // namespace veskard

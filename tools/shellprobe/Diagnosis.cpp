@@ -1,0 +1,156 @@
+#include "tools/shellprobe/Diagnosis.h"
+
+#include <windows.h>
+
+#include "core/ModuleHandle.h"
+#include "core/Product.h"
+#include "core/WindowsOwners.h"
+#include "lang/LanguageTable.h"
+#include "shellext/DiagnosticLog.h"
+#include "shellext/LogSwitch.h"
+#include "shellext/Registration.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/ExtensionClasses.h"
+#include "tools/shellprobe/RegisteredLibrary.h"
+#include "util/string/strfmt.h"
+
+namespace veskard {
+namespace {
+
+constexpr wchar_t kExtensionKey[] = L"Software\\Classes\\.ghpl";
+
+std::string ValueName(const RegistryEntry& row, const std::wstring& key) {
+  return "HKEY_LOCAL_MACHINE\\" + ToUtf8(key) + (row.valueName.empty() ? "" : ", " + ToUtf8(row.valueName));
+}
+
+bool CheckRow(Report& report, const RegistryEntry& row) {
+  const std::wstring key =
+      row.keyArgument.empty() ? row.keyPath : FormatString(row.keyPath.c_str(), row.keyArgument);
+  const auto value = ReadMachineText(key, row.valueName.empty() ? nullptr : row.valueName.c_str());
+  if (value == row.data) return true;
+  const std::string found = value ? "is \"" + ToUtf8(*value) + "\"" : "is missing";
+  const std::string wanted = row.data.empty() ? "" : "; it should be \"" + ToUtf8(row.data) + "\"";
+  report.Bad(kRegistrationFact, ValueName(row, key) + " " + found + wanted);
+  return false;
+}
+
+void CheckRegistration(Report& report, const std::wstring& library) {
+  report.Section("Registration");
+  bool complete = true;
+  for (const RegistryEntry& row : MakeRegistrationTable(MakeRegistrationNames(), library)) {
+    if (row.root != nullptr && !CheckRow(report, row)) complete = false;
+  }
+  if (complete) report.Good(kRegistrationFact, "the ten values are there");
+}
+
+void CheckActivation(Report& report) {
+  try {
+    const ExtensionClasses classes;
+    const UniqueCom<IUnknown> menu = classes.NewMenuHandler(L"C:\\");
+    const UniqueCom<IUnknown> icon = classes.NewIconHandler();
+    report.Good(kActivationFact, "both classes can be activated");
+  } catch (const ToolError& error) {
+    report.Bad(kActivationFact, error.what());
+  }
+}
+
+void CheckLibrary(Report& report, const std::wstring& library) {
+  report.Section("Library");
+  if (library.empty()) return report.Bad(kLibraryFact, "the registry names no library");
+  ReportLibraryFile(report, library);
+  CheckActivation(report);
+}
+
+// What the library leaves to an installer: without it placeholders keep a plain icon.
+void CheckFileType(Report& report) {
+  report.Section("Placeholder files");
+  const auto type = ReadMachineText(kExtensionKey);
+  if (type == kAgentName)
+    return report.Good(kFileTypeFact, "\".ghpl\" files have the type that the icons are for");
+  report.Bad(kFileTypeFact, type ? "\".ghpl\" files have the type \"" + ToUtf8(*type) + "\", not \"" +
+                                       ToUtf8(kAgentName) + "\": no placeholder icons"
+                                 : std::string("\".ghpl\" files have no type: no placeholder icons"));
+}
+
+bool CanAppend(const std::wstring& file) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return static_cast<bool>(UniqueFile(::CreateFileW(file.c_str(), FILE_APPEND_DATA, kShareAll, nullptr,
+                                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+}
+
+void CheckLogFile(Report& report, const std::wstring& file) {
+  if (CanAppend(file)) return report.Good(kLogFact, "it is written to " + ToUtf8(file));
+  const DWORD error = ::GetLastError();
+  if (error == ERROR_FILE_NOT_FOUND) return report.Good(kLogFact, "it will be written to " + ToUtf8(file));
+  if (error == ERROR_PATH_NOT_FOUND) {
+    return report.Bad(kLogFact, "nothing is written: the folder of " + ToUtf8(file) + " is missing");
+  }
+  report.Bad(kLogFact, SystemError("nothing is written to " + ToUtf8(file), error).what());
+}
+
+void CheckLog(Report& report) {
+  report.Section("Diagnostic log");
+  if (!ReadLogSwitch()) return report.Note(kLogFact, "it is switched off (ShellExtLog is 0)");
+  report.Note("logSwitch", "it is switched on");
+  CheckLogFile(report, DiagnosticLogPath());
+}
+
+/// The archive of texts lies in the library, not in this program.
+class TextsOfLibrary {
+ public:
+  explicit TextsOfLibrary(const std::wstring& file)
+      : library_(::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+    SetModuleHandle(library_.Get());
+    LoadLanguage(-1);
+  }
+  ~TextsOfLibrary() { SetModuleHandle(nullptr); }
+  TextsOfLibrary(const TextsOfLibrary&) = delete;
+  TextsOfLibrary& operator=(const TextsOfLibrary&) = delete;
+
+  explicit operator bool() const noexcept { return static_cast<bool>(library_); }
+
+ private:
+  UniqueModule library_;
+};
+
+void CheckLanguage(Report& report, const std::wstring& library) {
+  report.Section("Language");
+  const TextsOfLibrary texts(library);
+  if (!texts) return report.Note(kLanguageFact, "no library, no texts");
+  const LanguageStatus status = GetLanguageStatus();
+  if (status.archive != DataStatus::kReady)
+    return report.Bad(kLanguageFact, "the library's texts cannot be read");
+  for (const std::string& line : status.diagnostics) report.Bad(kLanguageFact, line);
+  report.Good(kLanguageFact,
+              status.member.empty() ? "texts are English" : "texts come from " + status.member);
+  report.Note("sample", "for example \"" + ToUtf8(GetString(StringId::kSyncToThisDevice)) + "\"");
+}
+
+}  // namespace
+
+Report DiagnoseInstallation() {
+  Report report;
+  const std::wstring library = RegisteredLibraryPath();
+  CheckRegistration(report, library);
+  CheckLibrary(report, library);
+  CheckFileType(report);
+  CheckLog(report);
+  CheckLanguage(report, library);
+  return report;
+}
+
+void RegisterLibrary(const std::wstring& file) {
+  using Install = HRESULT(WINAPI*)(BOOL, const wchar_t*);
+  const UniqueModule library(::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  if (!library) throw LastSystemError("cannot load " + ToUtf8(file));
+  const FARPROC address = ::GetProcAddress(library.Get(), "DllInstall");
+  if (address == nullptr) throw LastSystemError(ToUtf8(file) + " has no DllInstall");
+  const HRESULT result = reinterpret_cast<Install>(reinterpret_cast<void*>(address))(TRUE, L"S");
+  if (FAILED(result)) {
+    throw ToolError(ExitCode::kFailed,
+                    "registration failed (" + HexCode(result) + "): are you an administrator?");
+  }
+}
+
+}  // namespace veskard

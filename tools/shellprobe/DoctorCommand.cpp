@@ -1,0 +1,92 @@
+// shellprobe doctor: whether the extension is installed as it should be.
+#include <windows.h>
+
+#include "core/ModuleHandle.h"
+#include "tools/common/Console.h"
+#include "tools/common/FullPath.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/ComApartment.h"
+#include "tools/shellprobe/Commands.h"
+#include "tools/shellprobe/Diagnosis.h"
+#include "tools/shellprobe/ProbeExit.h"
+#include "tools/shellprobe/RegisteredLibrary.h"
+
+namespace veskard {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--repair", nullptr, "register the library anew, then check (as administrator)"},
+    {"--dll", "FILE", "the library to register; else the registered one, or the one beside this program"},
+    {"--json", nullptr, "print one JSON object"},
+};
+
+struct FactExit {
+  const char* fact;
+  int exitCode;
+};
+
+// The first that is bad decides.
+constexpr FactExit kExits[] = {
+    {kRegistrationFact, kRegistrationBad},
+    {kLibraryFact, kLibraryBad},
+    {kVersionFact, kLibraryBad},
+    {kExportsFact, kLibraryBad},
+    {kActivationFact, kLibraryBad},
+    {kFileTypeFact, kFileTypeBad},
+    {kLogFact, kLogBad},
+    {kLanguageFact, kLanguageBad},
+};
+
+int ExitFor(const Report& report) {
+  for (const FactExit& row : kExits) {
+    if (report.HasBad(row.fact)) return row.exitCode;
+  }
+  return static_cast<int>(ExitCode::kDone);
+}
+
+bool Exists(const std::wstring& file) {
+  return !file.empty() && ::GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::wstring LibraryToRegister(const Arguments& arguments) {
+  if (arguments.Has("--dll")) return FullPath(arguments.Text("--dll"));
+  const std::wstring registered = RegisteredLibraryPath();
+  if (Exists(registered)) return registered;
+  const std::wstring program = ReadModulePath(nullptr);
+  return program.substr(0, program.find_last_of(L'\\')) + L"\\VeskardShellExt.dll";
+}
+
+}  // namespace
+
+const CommandSpec kDoctorSpec = {
+    .program = "shellprobe",
+    .name = "doctor",
+    .arguments = "",
+    .summary = "Checks the installation: registration, library, file type, log, language.",
+    .minimumArguments = 0,
+    .maximumArguments = 0,
+    .options = kOptions,
+    .notes =
+        "Exit codes: 0 all well; 1 the repair failed; 2 wrong command line; otherwise the first of\n"
+        "these: 20 a registry value is wrong; 21 the library is missing, of another version or cannot\n"
+        "be used; 22 placeholder files have no type; 23 the log cannot be written; 24 the texts\n"
+        "cannot be read.\n",
+};
+
+int RunDoctor(const Arguments& arguments) {
+  const ComApartment apartment;
+  if (arguments.Has("--repair")) RegisterLibrary(LibraryToRegister(arguments));
+  const Report report = DiagnoseInstallation();
+  if (arguments.Has("--json")) {
+    JsonWriter json;
+    json.BeginObject().Field("healthy", !report.HasBad());
+    report.AppendTo(json);
+    Print(json.EndObject().Text() + "\n");
+  } else {
+    Print(report.AsText());
+  }
+  return ExitFor(report);
+}
+
+}  // namespace veskard

@@ -1,0 +1,73 @@
+// shellprobe explain: why the menu is as it is.
+#include "shellext/contextmenu/MenuCommands.h"
+#include "tools/common/Console.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/Commands.h"
+#include "tools/shellprobe/Explanation.h"
+#include "tools/shellprobe/ProbeExit.h"
+
+namespace veskard {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--json", nullptr, "print one JSON object"},
+};
+
+std::string TitleOf(CommandOffset command) {
+  return ToUtf8(GetString(MenuCommandAt(command).stringId));
+}
+
+std::string AsText(const Explanation& explanation) {
+  std::string text = explanation.report.AsText() + "\nCommands\n";
+  if (!explanation.agentFound) text += "  BAD   no agent, no commands; with an agent they would be:\n";
+  for (const CommandVerdict& verdict : explanation.commands) {
+    std::string title = TitleOf(verdict.command);
+    title.resize(std::max<size_t>(title.size(), 24), ' ');
+    text += "        " + title + "  " + StateName(verdict.state) + ": " + verdict.reason + "\n";
+  }
+  return text;
+}
+
+std::string AsJson(const Explanation& explanation, const std::vector<std::wstring>& paths) {
+  JsonWriter json;
+  json.BeginObject().Key("paths").BeginArray();
+  for (const std::wstring& path : paths) json.String(std::wstring_view(path));
+  json.EndArray();
+  explanation.report.AppendTo(json);
+  json.Field("agent", explanation.agentFound)
+      .Field("menu", explanation.HasMenu())
+      .Key("commands")
+      .BeginArray();
+  for (const CommandVerdict& verdict : explanation.commands) {
+    json.BeginObject().Field("command", static_cast<uint32_t>(verdict.command));
+    json.Field("text", TitleOf(verdict.command)).Field("state", StateName(verdict.state));
+    json.Field("reason", verdict.reason).EndObject();
+  }
+  return json.EndArray().EndObject().Text() + "\n";
+}
+
+}  // namespace
+
+const CommandSpec kExplainSpec = {
+    .program = "shellprobe",
+    .name = "explain",
+    .arguments = "PATH...",
+    .summary = "Tells why the paths get the commands that they get, or none.",
+    .minimumArguments = 1,
+    .maximumArguments = kAnyNumber,
+    .options = kOptions,
+    .notes =
+        "It only reads, and writes nothing to the diagnostic log.\n"
+        "\n"
+        "Exit codes: 0 the menu gets commands; 2 wrong command line; 14 it gets none.\n",
+};
+
+int RunExplain(const Arguments& arguments) {
+  const std::vector<std::wstring> paths = SelectedPaths(arguments);
+  const Explanation explanation = ExplainSelection(paths);
+  Print(arguments.Has("--json") ? AsJson(explanation, paths) : AsText(explanation));
+  return explanation.HasMenu() ? static_cast<int>(ExitCode::kDone) : kNoCommands;
+}
+
+}  // namespace veskard

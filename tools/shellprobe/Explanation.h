@@ -1,0 +1,25 @@
+// Explanation: why a selection gets the menu that it gets.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/shellprobe/CommandReasons.h"
+#include "tools/shellprobe/Report.h"
+
+namespace veskard {
+
+struct Explanation {
+  Report report;                         // the chain, step by step
+  bool agentFound = false;               // without one the whole menu is refused
+  std::vector<CommandVerdict> commands;  // what the library decides
+
+  /// Whether a right-click shows any of the commands.
+  bool HasMenu() const;
+};
+
+/// Follows the chain from the registration to the commands with the library's own
+/// code. Reads only; opens no log. Throws std::bad_alloc only.
+Explanation ExplainSelection(const std::vector<std::wstring>& paths);
+
+}  // namespace veskard

@@ -1,0 +1,110 @@
+#include "tools/shellprobe/LogFollower.h"
+
+#include <windows.h>
+
+#include <cstring>
+
+namespace veskard {
+namespace {
+
+// UTF-16LE, as the log is written.
+constexpr std::string_view kLineEnd("\r\0\n\0", 4);
+
+UniqueFile OpenShared(const std::wstring& path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return UniqueFile(::CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+bool SameFile(HANDLE one, HANDLE other) {
+  BY_HANDLE_FILE_INFORMATION first = {};
+  BY_HANDLE_FILE_INFORMATION second = {};
+  if (!::GetFileInformationByHandle(one, &first) || !::GetFileInformationByHandle(other, &second))
+    return false;
+  return first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
+         first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
+}
+
+// Where a line's end begins, at an even byte; npos without one.
+size_t FindLineEnd(std::string_view bytes) {
+  size_t end = bytes.find(kLineEnd);
+  while (end != std::string_view::npos && end % 2 != 0) end = bytes.find(kLineEnd, end + 1);
+  return end;
+}
+
+std::wstring TextOf(std::string_view bytes) {
+  std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+  std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+  return text;
+}
+
+bool IsTag(std::wstring_view text) {
+  const size_t colon = text.rfind(L':');
+  const bool hasNumber = colon != std::wstring_view::npos && colon + 1 < text.size();
+  return hasNumber && text.find_first_not_of(L"0123456789", colon + 1) == std::wstring_view::npos;
+}
+
+// "explorer.exe:4412" out of "TIME (explorer.exe:4412) MESSAGE"; the program's own
+// name may have brackets too.
+std::wstring_view TagOf(std::wstring_view line) {
+  const size_t start = line.find(L'(') + 1;
+  if (start == 0) return {};
+  for (size_t end = line.find(L") ", start); end != std::wstring_view::npos;
+       end = line.find(L") ", end + 1)) {
+    const std::wstring_view tag = line.substr(start, end - start);
+    if (IsTag(tag)) return tag;
+  }
+  return {};
+}
+
+}  // namespace
+
+std::vector<std::wstring> LogFollower::ReadNewLines() {
+  std::vector<std::wstring> lines;
+  if (!file_ && !Open()) return lines;
+  ReadToEnd(lines);
+  // What came before the change of files has been read; now the new one's start.
+  if (WasReplaced() && Open()) ReadToEnd(lines);
+  return lines;
+}
+
+bool LogFollower::Open() {
+  file_ = OpenShared(path_);
+  bytes_.clear();
+  return static_cast<bool>(file_);
+}
+
+bool LogFollower::WasReplaced() const {
+  const UniqueFile now = OpenShared(path_);
+  return now && !SameFile(now.Get(), file_.Get());
+}
+
+void LogFollower::ReadToEnd(std::vector<std::wstring>& lines) {
+  char buffer[64 * 1024];
+  DWORD count = 0;
+  while (::ReadFile(file_.Get(), buffer, sizeof buffer, &count, nullptr) && count != 0) {
+    bytes_.append(buffer, count);
+    TakeLines(lines);
+  }
+}
+
+void LogFollower::TakeLines(std::vector<std::wstring>& lines) {
+  size_t start = 0;
+  for (;;) {
+    const std::string_view rest = std::string_view(bytes_).substr(start);
+    const size_t end = FindLineEnd(rest);
+    if (end == std::string_view::npos) break;
+    lines.push_back(TextOf(rest.substr(0, end)));
+    start += end + kLineEnd.size();
+  }
+  bytes_.erase(0, start);
+}
+
+bool IsLineOfProcess(std::wstring_view line, std::wstring_view process) {
+  const std::wstring_view tag = TagOf(line);
+  if (tag.empty()) return false;
+  const size_t colon = tag.rfind(L':');
+  return tag == process || tag.substr(0, colon) == process || tag.substr(colon + 1) == process;
+}
+
+}  // namespace veskard

@@ -1,0 +1,78 @@
+#include "tools/shellprobe/RegisteredLibrary.h"
+
+#include <windows.h>
+
+#include <vector>
+
+#include "core/Product.h"
+#include "core/WindowsOwners.h"
+#include "shellext/ClassIds.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
+#include "tools/shellprobe/ExtensionClasses.h"
+
+namespace veskard {
+namespace {
+
+constexpr const char* kExports[] = {"DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
+                                    "DllInstall", "GetExtVersion"};
+
+std::string OwnVersionText() {
+  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
+         std::to_string(kVersionPatch);
+}
+
+void ReportVersion(Report& report, const std::wstring& file) {
+  const std::string version = FileVersionText(file);
+  if (version == OwnVersionText()) {
+    report.Good("version", "its version is " + version);
+  } else {
+    report.Bad("version", "its version is " + (version.empty() ? "not told" : version) +
+                              ", this program's is " + OwnVersionText());
+  }
+}
+
+void ReportExports(Report& report, const std::wstring& file) {
+  const UniqueModule library(::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  if (!library) return report.Bad("exports", LastSystemError("it cannot be loaded").what());
+  for (const char* name : kExports) {
+    if (::GetProcAddress(library.Get(), name) == nullptr) {
+      return report.Bad("exports", std::string("it loads but has no ") + name);
+    }
+  }
+  report.Good("exports", "it loads and has its five exports");
+}
+
+}  // namespace
+
+std::wstring RegisteredLibraryPath() {
+  const std::wstring key =
+      std::wstring(L"Software\\Classes\\CLSID\\") + ClassIdText(kContextMenuClass) + L"\\InprocServer32";
+  return ReadMachineText(key).value_or(std::wstring());
+}
+
+std::string FileVersionText(const std::wstring& file) {
+  DWORD ignored = 0;
+  std::vector<char> data(::GetFileVersionInfoSizeW(file.c_str(), &ignored));
+  void* place = nullptr;
+  UINT size = 0;
+  if (data.empty() || !::GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(data.size()), data.data()) ||
+      !::VerQueryValueW(data.data(), L"\\", &place, &size)) {
+    return {};
+  }
+  const auto* const info = static_cast<const VS_FIXEDFILEINFO*>(place);
+  return std::to_string(HIWORD(info->dwFileVersionMS)) + "." + std::to_string(LOWORD(info->dwFileVersionMS)) +
+         "." + std::to_string(HIWORD(info->dwFileVersionLS));
+}
+
+void ReportLibraryFile(Report& report, const std::wstring& file) {
+  const DWORD attributes = ::GetFileAttributesW(file.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    return report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file));
+  }
+  report.Good("library", "the library is " + ToUtf8(file));
+  ReportVersion(report, file);
+  ReportExports(report, file);
+}
+
+}  // namespace veskard

@@ -1,0 +1,20 @@
+// The library that the registry names, looked at without starting it up.
+#pragma once
+
+#include <string>
+
+#include "tools/shellprobe/Report.h"
+
+namespace veskard {
+
+/// "InprocServer32" of the context-menu class; empty when it is not registered.
+std::wstring RegisteredLibraryPath();
+
+/// "2.7.2" from the file's version resource; empty without one.
+std::string FileVersionText(const std::wstring& file);
+
+/// Adds facts "library", "version" and "exports" about a library file. It is
+/// loaded and let go; none of its classes is asked for, so that it opens no log.
+void ReportLibraryFile(Report& report, const std::wstring& file);
+
+}  // namespace veskard

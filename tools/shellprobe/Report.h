@@ -1,0 +1,50 @@
+// Report: findings for a person, and the same for a program.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/common/JsonWriter.h"
+
+namespace veskard {
+
+enum class Finding {
+  kGood,  // as it should be
+  kNote,  // worth knowing, neither good nor bad
+  kBad,   // the reason for trouble
+};
+
+/// Sections of facts, in the order in which they were found.
+class Report {
+ public:
+  /// Starts a section; facts that follow belong to it.
+  void Section(const std::string& title);
+  /// `name` tells programs what the fact is about; `text` is UTF-8, one line.
+  void Add(Finding finding, const std::string& name, const std::string& text);
+
+  void Good(const std::string& name, const std::string& text) { Add(Finding::kGood, name, text); }
+  void Note(const std::string& name, const std::string& text) { Add(Finding::kNote, name, text); }
+  void Bad(const std::string& name, const std::string& text) { Add(Finding::kBad, name, text); }
+
+  /// Whether a fact of that name, or any fact, is bad.
+  bool HasBad(const std::string& name) const;
+  bool HasBad() const;
+
+  std::string AsText() const;
+  /// Appends "sections": [...] to an object that is being written.
+  void AppendTo(JsonWriter& json) const;
+
+ private:
+  struct Fact {
+    Finding finding;
+    std::string name;
+    std::string text;
+  };
+  struct Part {
+    std::string title;
+    std::vector<Fact> facts;
+  };
+  std::vector<Part> parts_;
+};
+
+}  // namespace veskard
