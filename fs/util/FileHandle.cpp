@@ -2,8 +2,8 @@
 
 #include "core/StdAfx.h"
 #include "fs/util/FileInfo.h"
-#include "fs/util/PathText.h"
 #include "fs/util/ReadOnlyFiles.h"
+#include "fs/util/SameFile.h"
 #include "fs/util/StreamHandle.h"
 
 namespace veskard {
@@ -100,7 +100,7 @@ bool FileHandle::CopyFileContents(const std::wstring& sourcePath) {
 bool FileHandle::CopyStreamContents(const std::wstring& sourcePath) {
   StreamHandle source{PathVector(sourcePath)};
   // Emptying a file takes its streams away: this one would be gone before it is read.
-  if (SamePathText(source.FilePath(), Path())) return Record(ERROR_SHARING_VIOLATION);
+  if (IsSameFile(source.FilePath(), Path())) return Record(ERROR_SHARING_VIOLATION);
   return FillFrom(source);
 }
 

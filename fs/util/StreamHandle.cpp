@@ -3,6 +3,7 @@
 #include "fs/util/FileHandle.h"
 #include "fs/util/Handle.h"
 #include "fs/util/PathText.h"
+#include "fs/util/SameFile.h"
 
 namespace veskard {
 namespace {
@@ -95,12 +96,16 @@ bool StreamHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKin
     case HandleKind::kStream: {
       StreamHandle source{PathVector(sourcePath)};
       // Emptied first, a stream has nothing left to give to itself.
-      if (SamePathText(source.FullName(), FullName())) return Record(ERROR_SHARING_VIOLATION);
+      if (IsSameStream(source)) return Record(ERROR_SHARING_VIOLATION);
       return FillFrom(source);
     }
     default:
       return false;
   }
+}
+
+bool StreamHandle::IsSameStream(const StreamHandle& other) const {
+  return SamePathText(other.streamName_, streamName_) && IsSameFile(other.filePath_, filePath_);
 }
 
 bool StreamHandle::Delete(bool, uint32_t* error) {

@@ -53,6 +53,7 @@ class StreamHandle : public SyncHandle {
   const std::wstring& FilePath() const noexcept { return filePath_; }
 
  private:
+  bool IsSameStream(const StreamHandle& other) const;
   std::wstring FullName() const { return filePath_ + L':' + streamName_; }
 
   std::wstring streamName_;

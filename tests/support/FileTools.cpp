@@ -77,7 +77,7 @@ std::vector<std::wstring> NamesIn(const std::wstring& folder) {
 }
 
 size_t CountOpenHandles() noexcept {
-  constexpr uintptr_t kHighestHandle = 0x1000;
+  constexpr uintptr_t kHighestHandle = 0x800;
   size_t count = 0;
   for (uintptr_t value = 4; value < kHighestHandle; value += 4) {
     DWORD flags = 0;

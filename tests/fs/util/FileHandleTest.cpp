@@ -441,9 +441,12 @@ TEST_F(FileHandleTest, CopyingAMissingStreamLeavesTheFileAsItWas) {
 TEST_F(FileHandleTest, CopyingItsOwnStreamIsRefusedBecauseItWouldVanishFirst) {
   WriteBytes(path_, "old");
   WriteBytes(path_ + L":name", "stream");
-  EXPECT_FALSE(file_.CopyFrom(folder_ / L"FILE.TXT\\name", HandleKind::kStream));
-  EXPECT_EQ(file_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
-  EXPECT_EQ(ReadBytes(path_), "old");
+  ASSERT_TRUE(::CreateHardLinkW((folder_ / L"link").c_str(), path_.c_str(), nullptr));
+  for (const std::wstring& other : {folder_ / L"FILE.TXT", L"\\\\?\\" + path_, folder_ / L"link"}) {
+    EXPECT_FALSE(file_.CopyFrom(other + L"\\name", HandleKind::kStream));
+    EXPECT_EQ(file_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadBytes(path_), "old");
+  }
 }
 
 TEST_F(FileHandleTest, OtherKindsCannotBeCopied) {

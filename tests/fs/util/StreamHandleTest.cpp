@@ -165,9 +165,17 @@ TEST_F(StreamHandleTest, CopyingWhatIsMissingLeavesTheStreamAsItWas) {
 
 TEST_F(StreamHandleTest, AStreamIsNotCopiedOverItself) {
   WriteBytes(fullName_, "old");
-  EXPECT_FALSE(stream_.CopyFrom(file_ + L"\\NAME", HandleKind::kStream));
-  EXPECT_EQ(stream_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
-  EXPECT_EQ(ReadBytes(fullName_), "old");
+  for (const std::wstring& other : {file_ + L"\\NAME", L"\\\\?\\" + file_ + L"\\name"}) {
+    EXPECT_FALSE(stream_.CopyFrom(other, HandleKind::kStream));
+    EXPECT_EQ(stream_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadBytes(fullName_), "old");
+  }
+}
+
+TEST_F(StreamHandleTest, AnotherStreamOfTheSameFileIsCopied) {
+  WriteBytes(file_ + L":other", "new");
+  EXPECT_TRUE(stream_.CopyFrom(file_ + L"\\other", HandleKind::kStream));
+  EXPECT_EQ(ReadBytes(fullName_), "new");
 }
 
 TEST_F(StreamHandleTest, OtherKindsCannotBeCopied) {

@@ -1,0 +1,184 @@
+// Every heap allocation of every operation failing in turn: std::bad_alloc comes
+// out or the operation fails, and neither handles nor memory are left behind.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "fs/util/FileInfo.h"
+#include "fs/util/Handle.h"
+#include "fs/util/IoStatistics.h"
+#include "fs/util/Security.h"
+#include "fs/util/StreamList.h"
+#include "fs/util/WriteFileReplacing.h"
+#include "tests/support/AllocationFaults.h"
+#include "tests/support/FileTools.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace veskard {
+namespace {
+
+using test::ReadBytes;
+using test::WriteBytes;
+
+class AllocationFailureTest : public testing::Test {
+ protected:
+  // Runs once undisturbed, which also makes what is made once per process, then
+  // with each allocation failing. Returns how many there were.
+  size_t FailEach(const std::function<void()>& scenario) {
+    scenario();
+    const size_t handles = test::CountOpenHandles();
+    const size_t count = test::FailEachAllocation(scenario, [](size_t number, bool, size_t before) {
+      EXPECT_EQ(test::LiveBlocks(), before) << "allocation " << number;
+    });
+    EXPECT_EQ(test::CountOpenHandles(), handles);
+    return count;
+  }
+
+  test::ScratchFolder folder_;
+  const std::wstring path_ = folder_ / L"a file with a name that no short string holds";
+
+  void SetUp() override { WriteBytes(path_, "contents"); }
+};
+
+TEST_F(AllocationFailureTest, TheFactoryPassesItOn) {
+  const PathVector path(path_);
+  for (const HandleKind kind :
+       {HandleKind::kFile, HandleKind::kFolder, HandleKind::kSymlink, HandleKind::kStream}) {
+    bool threw = false;
+    FailEach([&] { (void)MakeHandle(path, kind); });
+    test::FailEachAllocation([&] { (void)MakeHandle(path, kind); },
+                             [&](size_t, bool thrown, size_t) { threw |= thrown; });
+    EXPECT_TRUE(threw);
+  }
+}
+
+TEST_F(AllocationFailureTest, HandleOperationsLeaveNothingBehind) {
+  WriteBytes(path_ + L":s", "stream");
+  const PathVector file(path_);
+  const PathVector stream(path_ + L"\\s");
+  EXPECT_GT(FailEach([&] {
+              FileHandle handle(file);
+              handle.SetAccounting(true);
+              char buffer[8];
+              handle.Open(kModeRead, 0, 0);
+              handle.Read(buffer, 8);
+              (void)handle.GetSize(nullptr);
+              (void)handle.GetName();
+            }),
+            3u);
+  EXPECT_GT(FailEach([&] {
+              StreamHandle handle(stream);
+              handle.Open(kModeRead, 0, 0);
+              (void)handle.GetSize(nullptr);
+            }),
+            3u);
+}
+
+TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLosesNothing) {
+  WriteBytes(folder_ / L"source:stream", "new");
+  const std::wstring source = folder_ / L"source\\stream";
+  const PathVector target(path_);
+  bool copied = false;
+  const auto copy = [&] {
+    copied = false;
+    FileHandle handle(target);
+    copied = handle.CopyFrom(source, HandleKind::kStream);
+  };
+  test::FailEachAllocation(copy, [&](size_t number, bool threw, size_t) {
+    EXPECT_TRUE(threw) << number;
+    EXPECT_FALSE(copied);
+  });
+  EXPECT_TRUE(copied);
+  EXPECT_EQ(ReadBytes(path_), "new");
+}
+
+TEST_F(AllocationFailureTest, WholeTreesAndWholeFiles) {
+  const std::wstring tree = folder_ / L"tree";
+  const PathVector deep(tree + L"\\one folder with a long name\\and another one below it");
+  EXPECT_GT(FailEach([&] {
+              FolderHandle(deep).Create();
+              DeleteTree(tree);
+            }),
+            10u);
+  EXPECT_TRUE(DeleteTree(tree) || !test::Exists(tree));
+  size_t size = 77;
+  test::FailEachAllocation([&] { (void)ReadWholeFile(path_, size); },
+                           [&](size_t, bool threw, size_t) {
+                             EXPECT_FALSE(threw);  // it gives nothing instead
+                             EXPECT_EQ(size, 0u);
+                           });
+  EXPECT_EQ(size, 8u);
+}
+
+TEST_F(AllocationFailureTest, FileInformationLeavesNothingBehind) {
+  for (uint32_t flags = 0; flags < 16; ++flags) {
+    EXPECT_GT(FailEach([&] { FileInfoImpl(path_).Refresh(flags); }), 0u) << flags;
+  }
+  EXPECT_GT(FailEach([&] { (void)MakeFileInfo(path_); }), 1u);
+}
+
+// Three streams, so that their list grows.
+std::vector<char> ThreeStreams() {
+  std::vector<char> answer(kStreamAnswerStep);
+  const wchar_t name[] = L":a stream with a long name:$DATA";
+  constexpr ULONG kEntrySize = 24 + sizeof(name) + 6;
+  for (ULONG i = 0; i < 3; ++i) {
+    const ULONG header[] = {i < 2 ? kEntrySize : 0, sizeof(name) - sizeof(*name), 3, 0, 8, 0};
+    char* const entry = answer.data() + i * kEntrySize;
+    std::memcpy(entry, header, sizeof(header));
+    std::memcpy(entry + sizeof(header), name, header[1]);
+  }
+  return answer;
+}
+
+TEST_F(AllocationFailureTest, AStreamListLeavesNothingBehind) {
+  const std::vector<char> answer = ThreeStreams();
+  EXPECT_GT(FailEach([&] {
+              StreamEntryList streams;
+              WalkStreamAnswer(answer, streams);
+            }),
+            3u);
+}
+
+TEST_F(AllocationFailureTest, RewritingAccessListsLeavesNothingBehind) {
+  const std::wstring text = L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FR;;;WD)";
+  EXPECT_GT(FailEach([&] {
+              std::wstring copy = text;
+              ExpandAccountAliases(copy);
+            }),
+            5u);
+  EXPECT_GT(FailEach([&] {
+              std::wstring copy = text;
+              StripInheritedDuplicates(copy);
+            }),
+            5u);
+  EXPECT_GT(FailEach([&] {
+              SecurityStrings strings;
+              ReadSecurityStrings(path_, strings);
+            }),
+            5u);
+}
+
+TEST_F(AllocationFailureTest, ReplacingKeepsTheOldOrTheNewContents) {
+  const auto write = [&] { WriteFileReplacing(path_.c_str(), "new", 3); };
+  WriteBytes(path_, "old");
+  const size_t count = test::FailEachAllocation(write, [&](size_t number, bool threw, size_t) {
+    EXPECT_TRUE(threw) << number;
+    EXPECT_EQ(ReadBytes(path_), "old") << number;
+  });
+  EXPECT_GE(count, 3u);
+  EXPECT_EQ(ReadBytes(path_), "new");
+}
+
+TEST_F(AllocationFailureTest, CountingATransferPassesItOn) {
+  IoStatistics statistics;
+  bool threw = false;
+  test::FailEachAllocation([&] { statistics.CountRead(1); },
+                           [&](size_t, bool thrown, size_t) { threw |= thrown; });
+  EXPECT_TRUE(threw);
+  EXPECT_EQ(statistics.TakeSnapshot(::GetCurrentThreadId()).bytesRead, 1u);
+}
+
+}  // namespace
+}  // namespace veskard
