@@ -1,60 +1,84 @@
 #include "benc/BencDemolition.h"
 
-#include <new>
+#include <utility>
 
 namespace veskard {
+namespace {
+
+constexpr uintptr_t kTreeBit = 1;
+
+uintptr_t AddressOf(const void* block) noexcept {
+  return reinterpret_cast<uintptr_t>(block);
+}
+
+}  // namespace
 
 void BencDemolition::Destroy(BencValue& value) noexcept {
   BencDemolition demolition;
   demolition.Condemn(value);
-  while (demolition.arrays_ != nullptr || demolition.trees_ != nullptr) {
-    if (demolition.arrays_ != nullptr) {
-      demolition.DemolishArray();
+  while (const Link top = demolition.top_) {
+    if ((top & kTreeBit) != 0) {
+      demolition.DemolishTree(reinterpret_cast<BencNode*>(top - kTreeBit));
     } else {
-      demolition.DemolishTree();
+      demolition.DemolishArray(reinterpret_cast<BencArray*>(top));
     }
   }
 }
 
-// Frees a string at once and queues a container; the value is None then.
-void BencDemolition::Condemn(BencValue& value) noexcept {
-  if (value.OwnsPayload()) {
-    if (value.kind_ == BencValue::Kind::String) {
-      ::operator delete(value.payload_.bytes);
-    } else if (value.kind_ == BencValue::Kind::List) {
-      value.payload_.array->nextCondemned = arrays_;
-      arrays_ = value.payload_.array;
-    } else {
-      value.payload_.root->nextCondemned = trees_;
-      trees_ = value.payload_.root;
-    }
-  }
+// Frees a string at once; puts a container on the stack and returns true. The
+// value is None then.
+bool BencDemolition::Condemn(BencValue& value) noexcept {
+  const BencValue::Payload payload = value.payload_;
+  const BencValue::Kind kind = value.kind_;
+  const bool owns = value.OwnsPayload();
   value.Forget();
+  if (!owns) return false;
+  switch (kind) {
+    case BencValue::Kind::String:
+      FreeBencBlock(payload.bytes);
+      return false;
+    case BencValue::Kind::List:
+      payload.array->demolished = 0;
+      payload.array->nextCondemned = top_;
+      top_ = AddressOf(payload.array);
+      return true;
+    default:
+      payload.root->nextCondemned = top_;
+      top_ = AddressOf(payload.root) | kTreeBit;
+      return true;
+  }
 }
 
-void BencDemolition::DemolishArray() noexcept {
-  BencArray* const array = arrays_;
-  arrays_ = array->nextCondemned;
-  for (size_t i = 0; i < array->count; ++i) Condemn(array->Values()[i]);
-  ::operator delete(array);
+// Takes down the list on top, as far as its next container.
+void BencDemolition::DemolishArray(BencArray* array) noexcept {
+  while (array->demolished < array->count) {
+    if (Condemn(array->Values()[array->demolished++])) return;
+  }
+  top_ = array->nextCondemned;
+  FreeBencBlock(array);
 }
 
-// Rotates left children up until there is none, frees the node, goes on to the
-// right: every node is reached without going back up.
-void BencDemolition::DemolishTree() noexcept {
-  BencNode* node = trees_;
-  trees_ = node->nextCondemned;
-  while (node != nullptr) {
-    if (BencNode* const left = node->left) {
+// Takes down the tree on top, as far as its next container. Left children are
+// rotated up until there is none, then the node goes and its right child is what
+// is left: every node is reached without going back up.
+void BencDemolition::DemolishTree(BencNode* node) noexcept {
+  const Link below = node->nextCondemned;
+  for (;;) {
+    while (BencNode* const left = node->left) {
       node->left = left->right;
       left->right = node;
       node = left;
-    } else {
-      BencNode* const right = node->right;
-      Condemn(node->value);
-      ::operator delete(node);
-      node = right;
     }
+    BencNode* const rest = node->right;
+    BencValue value(std::move(node->value));
+    FreeBencBlock(node);
+    top_ = below;
+    if (rest != nullptr) {
+      rest->nextCondemned = below;
+      top_ = AddressOf(rest) | kTreeBit;
+    }
+    if (Condemn(value) || rest == nullptr) return;
+    node = rest;
   }
 }
 

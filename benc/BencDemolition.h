@@ -1,24 +1,31 @@
 // BencDemolition: the destruction of values of any depth. Internal to this folder.
 #pragma once
 
+#include <cstdint>
+
 #include "benc/BencPayload.h"
 
 namespace veskard {
 
-/// Frees payloads without recursion and without allocating: containers that wait
-/// are chained through a field of their own that they no longer need.
+/// Frees payloads depth first, without recursion and without allocating. The
+/// containers that are half taken down form a stack, chained through a field of
+/// their own that they no longer need:
+///
+///     top_ -> list (and how far it is) -> tree (what is left of it) -> 0
 class BencDemolition {
  public:
-  /// Takes the payload of a value, which becomes None, and frees everything in it.
+  /// Frees the payload of a value, which becomes None, and everything in it.
   static void Destroy(BencValue& value) noexcept;
 
  private:
-  void Condemn(BencValue& value) noexcept;
-  void DemolishArray() noexcept;
-  void DemolishTree() noexcept;
+  // The address of a list's or a tree's block; the lowest bit is set for a tree.
+  using Link = uintptr_t;
 
-  BencArray* arrays_ = nullptr;
-  BencNode* trees_ = nullptr;
+  bool Condemn(BencValue& value) noexcept;
+  void DemolishArray(BencArray* array) noexcept;
+  void DemolishTree(BencNode* node) noexcept;
+
+  Link top_ = 0;
 };
 
 }  // namespace veskard

@@ -1,11 +1,11 @@
 #include "benc/BencDump.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "benc/BencWalk.h"
 #include "util/string/Digits.h"
-#include "util/string/strfmt.h"
 
 namespace veskard {
 namespace {
@@ -49,10 +49,18 @@ int32_t ShortLength(size_t length) noexcept {
   return static_cast<int32_t>(static_cast<uint32_t>(length));
 }
 
-template <class... Args>
-void AppendShort(ByteBuilder& out, const char* format, const Args&... args) {
-  char text[64];
-  out.Append(text, FormatBuffer(text, sizeof(text), format, args...));
+// A byte as it comes: signed, and widened to 32 bits.
+uint32_t Widened(char byte) noexcept {
+  return static_cast<uint32_t>(static_cast<signed char>(byte));
+}
+
+// The digits of a number, with zeros in front up to `least` of them.
+void AppendDigits(ByteBuilder& out, uint32_t number, unsigned base, const char* digits, ptrdiff_t least) {
+  char text[kMaxDigits];
+  char* const end = text + kMaxDigits;
+  char* first = WriteDigits(end, number, base, digits);
+  while (end - first < least) *--first = '0';
+  out.Append(first, static_cast<size_t>(end - first));
 }
 
 void AppendQuote(ByteBuilder& out) {
@@ -72,7 +80,13 @@ void AppendEscape(ByteBuilder& out, char byte) {
       return;
     }
   }
-  AppendShort(out, out.EscapeStyle() == 0 ? "u00%02x" : "u0%03o", static_cast<signed char>(byte));
+  if (out.EscapeStyle() == 0) {
+    out.Append("u00", 3);
+    AppendDigits(out, Widened(byte), 16, kLowerDigits, 2);
+  } else {
+    out.Append("u0", 2);
+    AppendDigits(out, Widened(byte), 8, kLowerDigits, 3);
+  }
 }
 
 class BencDumper {
@@ -99,10 +113,10 @@ class BencDumper {
     switch (value.GetKind()) {
       case BencValue::Kind::Int32:
       case BencValue::Kind::Int64:
-        AppendShort(out_, "%Ld", value.Word());
+        Number(value.Word());
         break;
       case BencValue::Kind::Bool:
-        AppendShort(out_, "%s", value.Word() != 0 ? "true" : "false");
+        out_.Append(value.Word() != 0 ? "true" : "false");
         break;
       case BencValue::Kind::String:
         String(value.AsBytes());
@@ -115,6 +129,13 @@ class BencDumper {
 
  private:
   static bool IsList(const BencValue& value) noexcept { return value.GetKind() == BencValue::Kind::List; }
+
+  void Number(int64_t number) {
+    char text[kMaxSignedDigits];
+    char* const end = text + kMaxSignedDigits;
+    const char* const first = WriteSignedDecimal(end, number);
+    out_.Append(first, static_cast<size_t>(end - first));
+  }
 
   void String(std::string_view bytes) {
     switch (mode_) {
@@ -133,7 +154,7 @@ class BencDumper {
   // One number a byte, as wide as it comes: 5 is one digit, -56 eight.
   void Hex(std::string_view bytes) {
     AppendQuote(out_);
-    for (const char byte : bytes) AppendShort(out_, "%X", static_cast<signed char>(byte));
+    for (const char byte : bytes) AppendDigits(out_, Widened(byte), 16, kUpperDigits, 1);
     AppendQuote(out_);
   }
 
@@ -141,7 +162,9 @@ class BencDumper {
     if (ShortLength(bytes.size()) == 0) {
       out_.Append("\"***\"");
     } else {
-      AppendShort(out_, "\"%c***\"", bytes[0]);
+      AppendQuote(out_);
+      out_.Append(bytes.substr(0, 1));
+      out_.Append("***\"");
     }
   }
 

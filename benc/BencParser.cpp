@@ -97,18 +97,32 @@ bool IsSpace(char byte) noexcept {
   return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
 
+uint64_t LargestMagnitude(bool isNegative) noexcept {
+  return uint64_t{std::numeric_limits<int64_t>::max()} + (isNegative ? 1 : 0);
+}
+
+// The digits from `text` on; `limit` when they are more than that.
+uint64_t ConvertDigits(const char* text, const char* end, uint64_t limit) noexcept {
+  const uint64_t safe = limit / 10 - 1;  // below it another digit always fits
+  uint64_t magnitude = 0;
+  for (; text != end && IsDigit(*text); ++text) {
+    const unsigned digit = DigitOf(*text);
+    if (magnitude > safe && magnitude > (limit - digit) / 10) {
+      magnitude = limit;
+    } else {
+      magnitude = magnitude * 10 + digit;
+    }
+  }
+  return magnitude;
+}
+
 // The decimal conversion of the C library on [text, end): leading blanks, a sign,
 // digits up to the first other byte; saturates at the ends of the range.
 int64_t ConvertInteger(const char* text, const char* end) noexcept {
   while (text != end && IsSpace(*text)) ++text;
   const bool isNegative = text != end && *text == '-';
   if (text != end && (*text == '-' || *text == '+')) ++text;
-  const uint64_t limit = uint64_t{std::numeric_limits<int64_t>::max()} + (isNegative ? 1 : 0);
-  uint64_t magnitude = 0;
-  for (; text != end && IsDigit(*text); ++text) {
-    const unsigned digit = DigitOf(*text);
-    magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
-  }
+  const uint64_t magnitude = ConvertDigits(text, end, LargestMagnitude(isNegative));
   return static_cast<int64_t>(isNegative ? 0 - magnitude : magnitude);
 }
 
@@ -154,7 +168,7 @@ class BencTreeParser {
         default:
           break;
       }
-      if (Create(BencBuilder::AppendNone(list))) return Outcome::kOpened;
+      if (Create(BencBuilder::AppendNone(list, &slabs_))) return Outcome::kOpened;
     }
   }
 
@@ -165,7 +179,7 @@ class BencTreeParser {
       Next();
       if (token_ == BencToken::TokEnd) return Outcome::kClosed;
       if (token_ != BencToken::TokString) return Outcome::kFailed;
-      BencNode* const entry = BencTree::Insert(dict, BencKey({text_, length_}), last);
+      BencNode* const entry = BencTree::Insert(dict, BencKey({text_, length_}), last, &slabs_);
       if (entry == nullptr) return Outcome::kFailed;
       Next();
       if (!IsValue(token_)) return Outcome::kFailed;
@@ -184,7 +198,7 @@ class BencTreeParser {
         BencBuilder::SetInt64(none, ConvertInteger(text_, IntegerEnd()));
         return false;
       case BencToken::TokString:
-        BencBuilder::SetString(none, {text_, length_});
+        BencBuilder::SetString(none, {text_, length_}, &slabs_);
         return false;
       case BencToken::TokListStart:
         BencBuilder::SetEmpty(none, BencValue::Kind::List);
@@ -207,6 +221,7 @@ class BencTreeParser {
   const char* text_ = nullptr;
   size_t length_ = 0;
   InlineStack<BencValue*> open_;
+  BencSlabs slabs_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "benc/BencHeap.h"
 #include "benc/BencValue.h"
 
 namespace veskard {
@@ -18,7 +19,7 @@ struct BencBytes {
   size_t length;
 };
 
-/// A list:  | count | capacity | value ... |
+/// A list:  | count | capacity | (link) | value ... |
 struct alignas(BencValue) BencArray {
   BencValue* Values() noexcept { return reinterpret_cast<BencValue*>(this + 1); }
   const BencValue* Values() const noexcept { return reinterpret_cast<const BencValue*>(this + 1); }
@@ -26,8 +27,9 @@ struct alignas(BencValue) BencArray {
   size_t count;
   union {
     size_t capacity;
-    BencArray* nextCondemned;  // while the list waits for its destruction
+    size_t demolished;  // while the list is being destroyed: elements that are gone
   };
+  uintptr_t nextCondemned;  // while the list is being destroyed
 };
 
 /// A key on its way into a node or a search. `visible` is the part that takes part
@@ -51,7 +53,7 @@ struct BencNode {
   BencNode* right;
   union {
     BencNode* parent;
-    BencNode* nextCondemned;  // of a root, while the tree waits for its destruction
+    uintptr_t nextCondemned;  // of the root, while the tree is being destroyed
   };
   BencValue value;
   uint32_t length;
@@ -72,8 +74,8 @@ class BencTree {
   /// already. `last` is the entry with the greatest key, or null when it is not
   /// known or there is none; a key beyond it is added without a search and
   /// becomes the last. A key of 2 GiB or more counts as memory exhaustion:
-  /// std::bad_alloc.
-  static BencNode* Insert(BencValue& dict, const BencKey& key, BencNode*& last);
+  /// std::bad_alloc. The block comes from `slabs`, or stands alone for null.
+  static BencNode* Insert(BencValue& dict, const BencKey& key, BencNode*& last, BencSlabs* slabs = nullptr);
 
  private:
   struct Place {
@@ -87,24 +89,25 @@ class BencTree {
   static void Rotate(BencNode** root, BencNode* node, bool toLeft) noexcept;
 };
 
-/// Builds payloads into values.
+/// Builds payloads into values; their blocks come from `slabs`, or stand alone for
+/// null.
 class BencBuilder {
  public:
   static BencArray* Array(const BencValue& list) noexcept { return list.payload_.array; }
 
   /// Makes room for `count` elements in a list.
-  static void Reserve(BencValue& list, size_t count);
+  static void Reserve(BencValue& list, size_t count, BencSlabs* slabs = nullptr);
 
   /// Adds a None element at the end of a list.
-  static BencValue& AppendNone(BencValue& list);
+  static BencValue& AppendNone(BencValue& list, BencSlabs* slabs = nullptr);
 
   /// Fill a None value.
-  static void SetString(BencValue& none, std::string_view bytes);
+  static void SetString(BencValue& none, std::string_view bytes, BencSlabs* slabs = nullptr);
   static void SetInt64(BencValue& none, int64_t value) noexcept;
   static void SetEmpty(BencValue& none, BencValue::Kind container) noexcept;
 
   /// Copies a value that is no container.
-  static void CopyScalar(BencValue& none, const BencValue& source);
+  static void CopyScalar(BencValue& none, const BencValue& source, BencSlabs* slabs = nullptr);
 };
 
 }  // namespace veskard

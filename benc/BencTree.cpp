@@ -23,9 +23,9 @@ int Compare(const BencKey& key, const BencNode& node) noexcept {
   return key.visible < node.visible ? -1 : key.visible > node.visible;
 }
 
-BencNode* MakeNode(const BencKey& key, BencNode* parent) {
+BencNode* MakeNode(const BencKey& key, BencNode* parent, BencSlabs* slabs) {
   if (key.length > kLongestKey) throw std::bad_alloc();
-  void* const block = ::operator new(sizeof(BencNode) + key.length);
+  void* const block = TakeBencBlock(slabs, sizeof(BencNode) + key.length);
   auto* const node = new (block) BencNode;
   node->left = node->right = nullptr;
   node->parent = parent;
@@ -72,11 +72,11 @@ BencNode* BencTree::Find(BencNode* root, const BencKey& key) noexcept {
   return root;
 }
 
-BencNode* BencTree::Insert(BencValue& dict, const BencKey& key, BencNode*& last) {
+BencNode* BencTree::Insert(BencValue& dict, const BencKey& key, BencNode*& last, BencSlabs* slabs) {
   BencNode** const root = &dict.payload_.root;
   Place place;
   if (!FindPlace(root, key, last, place)) return nullptr;
-  BencNode* const node = MakeNode(key, place.parent);
+  BencNode* const node = MakeNode(key, place.parent, slabs);
   if (place.link == (last == nullptr ? root : &last->right)) last = node;
   *place.link = node;
   Rebalance(root, node);

@@ -20,23 +20,24 @@ class BencCopier {
  public:
   explicit BencCopier(BencValue& target) noexcept : place_(&target) {}
 
-  void Item(bool) { place_ = &BencBuilder::AppendNone(*open_.Top()); }
+  void Item(bool) { place_ = &BencBuilder::AppendNone(*open_.Top(), &slabs_); }
   void Key(std::string_view key, bool) {
     BencValue& dict = *open_.Top();
     BencNode* last = BencTree::Last(BencTree::Root(dict));
-    place_ = &BencTree::Insert(dict, BencKey(key), last)->value;
+    place_ = &BencTree::Insert(dict, BencKey(key), last, &slabs_)->value;
   }
   void Open(const BencValue& source) {
     BencBuilder::SetEmpty(*place_, source.GetKind());
-    BencBuilder::Reserve(*place_, source.Items().size());
+    BencBuilder::Reserve(*place_, source.Items().size(), &slabs_);
     open_.Push(place_);
   }
   void Close(const BencValue&) { open_.Pop(); }
-  void Scalar(const BencValue& source) { BencBuilder::CopyScalar(*place_, source); }
+  void Scalar(const BencValue& source) { BencBuilder::CopyScalar(*place_, source, &slabs_); }
 
  private:
   BencValue* place_;
   InlineStack<BencValue*> open_;
+  BencSlabs slabs_;
 };
 
 }  // namespace

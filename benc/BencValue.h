@@ -27,8 +27,9 @@ class BencEntries;
 ///       one block a node, key inside
 ///     not used                                   0 None, 253 Null
 ///
-/// The null pointer is the empty string, list or dictionary. The blocks are laid
-/// out in BencPayload.h.
+/// The null pointer is the empty string, list or dictionary. BencPayload.h lays out
+/// the blocks, BencHeap.h says where they come from. Elements and entries are seen
+/// through const references only: no part of a tree can be moved out of it.
 ///
 /// Owns its payload alone. Moving leaves the source None; copying is deep.
 /// Destroying and copying do not recurse, so any depth is safe, and destroying

@@ -2,6 +2,7 @@
 // Internal to this folder.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "benc/BencPayload.h"
@@ -25,14 +26,12 @@ class BencWalk {
   explicit BencWalk(Visitor& visitor) noexcept : visitor_(visitor) {}
 
   void Run(const BencValue& root) {
-    Visit(root);
+    if (!Visit(root)) return;
     while (!open_.IsEmpty()) {
       Level& level = open_.Top();
-      if (level.container->GetKind() == BencValue::Kind::List) {
-        StepList(level);
-      } else {
-        StepDict(level);
-      }
+      if (level.isList ? WalkList(level) : WalkDict(level)) continue;
+      visitor_.Close(*level.container);
+      open_.Pop();
     }
   }
 
@@ -40,49 +39,69 @@ class BencWalk {
   struct Level {
     const BencValue* container;
     const BencValue* nextItem;  // of a list
-    BencNode* nextEntry;        // of a dictionary
+    const BencValue* endOfItems;
+    BencNode* nextEntry;  // of a dictionary
+    bool isList;
     bool isFirst;
   };
 
-  void Visit(const BencValue& value) {
-    const BencValue::Kind kind = value.GetKind();
-    if (kind == BencValue::Kind::List) {
-      visitor_.Open(value);
-      open_.Push({&value, value.Items().data(), nullptr, true});
-    } else if (kind == BencValue::Kind::Dict) {
-      visitor_.Open(value);
-      open_.Push({&value, nullptr, BencTree::First(BencTree::Root(value)), true});
-    } else {
-      visitor_.Scalar(value);
+  // True when the value is a container, which is then open.
+  bool Visit(const BencValue& value) {
+    switch (value.GetKind()) {
+      case BencValue::Kind::List: {
+        const std::span<const BencValue> items = value.Items();
+        visitor_.Open(value);
+        open_.Push({&value, items.data(), items.data() + items.size(), nullptr, true, true});
+        return true;
+      }
+      case BencValue::Kind::Dict:
+        visitor_.Open(value);
+        open_.Push({&value, nullptr, nullptr, BencTree::First(BencTree::Root(value)), false, true});
+        return true;
+      default:
+        visitor_.Scalar(value);
+        return false;
     }
   }
 
-  void StepList(Level& level) {
-    const std::span<const BencValue> items = level.container->Items();
-    if (level.nextItem == items.data() + items.size()) {
-      Close(level);
-      return;
+  // The elements up to the next container, which is then open; false at the end.
+  bool WalkList(Level& level) {
+    const BencValue* item = level.nextItem;
+    const BencValue* const end = level.endOfItems;
+    for (bool isFirst = level.isFirst; item != end; isFirst = false) {
+      visitor_.Item(isFirst);
+      const BencValue& value = *item++;
+      if (!IsContainer(value)) {
+        visitor_.Scalar(value);
+        continue;
+      }
+      level.nextItem = item;
+      level.isFirst = false;
+      return Visit(value);
     }
-    visitor_.Item(level.isFirst);
-    level.isFirst = false;
-    Visit(*level.nextItem++);
+    return false;
   }
 
-  void StepDict(Level& level) {
-    BencNode* const entry = level.nextEntry;
-    if (entry == nullptr) {
-      Close(level);
-      return;
+  // The entries up to the next container, which is then open; false at the end.
+  bool WalkDict(Level& level) {
+    BencNode* entry = level.nextEntry;
+    for (bool isFirst = level.isFirst; entry != nullptr; isFirst = false) {
+      visitor_.Key(entry->KeyView(), isFirst);
+      const BencValue& value = entry->value;
+      entry = BencTree::Next(entry);
+      if (!IsContainer(value)) {
+        visitor_.Scalar(value);
+        continue;
+      }
+      level.nextEntry = entry;
+      level.isFirst = false;
+      return Visit(value);
     }
-    visitor_.Key(entry->KeyView(), level.isFirst);
-    level.isFirst = false;
-    level.nextEntry = BencTree::Next(entry);
-    Visit(entry->value);
+    return false;
   }
 
-  void Close(const Level& level) {
-    visitor_.Close(*level.container);
-    open_.Pop();
+  static bool IsContainer(const BencValue& value) noexcept {
+    return value.GetKind() == BencValue::Kind::List || value.GetKind() == BencValue::Kind::Dict;
   }
 
   Visitor& visitor_;

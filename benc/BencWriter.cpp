@@ -1,5 +1,7 @@
 #include "benc/BencWriter.h"
 
+#include <cstring>
+
 #include "benc/BencWalk.h"
 #include "util/string/Digits.h"
 
@@ -11,11 +13,7 @@ class BencWriter {
   explicit BencWriter(ByteBuilder& out) noexcept : out_(out) {}
 
   void Item(bool) const noexcept {}
-  void Key(std::string_view key, bool) {
-    // "%u:" and the bytes
-    AppendNumber('\0', static_cast<uint32_t>(key.size()), ':');
-    out_.Append(key);
-  }
+  void Key(std::string_view key, bool) { AppendBytes(static_cast<uint32_t>(key.size()), key); }
   void Open(const BencValue& value) { out_.Append(value.GetKind() == BencValue::Kind::List ? "l" : "d", 1); }
   void Close(const BencValue&) { out_.Append("e", 1); }
 
@@ -24,7 +22,7 @@ class BencWriter {
       case BencValue::Kind::Int32:
       case BencValue::Kind::Int64:
       case BencValue::Kind::Bool:
-        AppendNumber('i', value.Word(), 'e');
+        AppendInteger(value.Word());
         break;
       case BencValue::Kind::String:
         String(value.AsBytes());
@@ -35,22 +33,52 @@ class BencWriter {
   }
 
  private:
-  // "%d:" of the low 32 bits of the length, and the bytes unless those are zero:
+  // The length is what the low 32 bits say, and without bytes when they are zero:
   // strings of 2 GiB and more are not supported, and written as it comes.
   void String(std::string_view bytes) {
     const auto length = static_cast<int32_t>(static_cast<uint32_t>(bytes.size()));
-    AppendNumber('\0', length, ':');
-    if (length != 0) out_.Append(bytes);
+    AppendBytes(length, length == 0 ? std::string_view() : bytes);
   }
 
-  // A decimal between two bytes, of which the first may be missing.
-  void AppendNumber(char before, int64_t number, char after) {
-    char text[kMaxSignedDigits + 2];
-    char* const end = text + sizeof(text);
-    end[-1] = after;
-    char* first = WriteSignedDecimal(end - 1, number);
-    if (before != '\0') *--first = before;
-    out_.Append(first, static_cast<size_t>(end - first));
+  static size_t LengthOf(int64_t number) noexcept {
+    return DecimalLength(Magnitude(number)) + (number < 0 ? 1 : 0);
+  }
+
+  // Most texts are short, and for those a call costs more than the copy: two
+  // overlapping halves of a fixed size instead.
+  static void CopyBytes(char* target, std::string_view bytes) noexcept {
+    const size_t count = bytes.size();
+    if (count > 32 || count < 8) {
+      if (count != 0) std::memcpy(target, bytes.data(), count);
+    } else if (count > 16) {
+      CopyHalves<16>(target, bytes);
+    } else {
+      CopyHalves<8>(target, bytes);
+    }
+  }
+
+  template <size_t kHalf>
+  static void CopyHalves(char* target, std::string_view bytes) noexcept {
+    std::memcpy(target, bytes.data(), kHalf);
+    std::memcpy(target + bytes.size() - kHalf, bytes.data() + bytes.size() - kHalf, kHalf);
+  }
+
+  // i<number>e
+  void AppendInteger(int64_t number) {
+    const size_t digits = LengthOf(number);
+    char* const at = out_.Extend(digits + 2);
+    at[0] = 'i';
+    WriteSignedDecimal(at + 1 + digits, number);
+    at[1 + digits] = 'e';
+  }
+
+  // <number>:<bytes>
+  void AppendBytes(int64_t number, std::string_view bytes) {
+    const size_t digits = LengthOf(number);
+    char* const at = out_.Extend(digits + 1 + bytes.size());
+    WriteSignedDecimal(at + digits, number);
+    at[digits] = ':';
+    CopyBytes(at + digits + 1, bytes);
   }
 
   ByteBuilder& out_;
@@ -59,6 +87,8 @@ class BencWriter {
 }  // namespace
 
 void WriteBencoded(ByteBuilder& out, const BencValue& value) {
+  // Hardly any record is longer, so most are written into one block.
+  if (out.Capacity() == 0) out.Reserve(256);
   BencWriter writer(out);
   WalkBencoded(value, writer);
 }

@@ -43,5 +43,6 @@ if(VESKARD_SANITIZERS)
   add_link_options(-fsanitize=address,undefined)
 endif()
 if(VESKARD_FUZZ)
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  # Comparisons are not traced: the grammars are simple, and speed finds more.
+  add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()

@@ -9,6 +9,7 @@
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+. "$(dirname "$0")/demo-languages.sh"
 
 demo="$build/demo"
 programs="$build/win64"
@@ -206,12 +207,15 @@ selection receiving "A placeholder that is being received" "Cancel receiving" "$
 selection mixed "A mixed selection" "Remove from this device" \
   "$tree\\Maps" "$tree\\Budget.xlsx" "$tree\\Résumé.docx.ghpl" "$tree\\Photos.zip.ghpl"
 selection outside "A file outside every synchronised folder" "" 'C:\Elsewhere\Notes.txt'
+printf '\n'
+say "The menu in ten languages, and for users whose language it does not have"
+language_sheet "$demo/languages.png" "$tree\\Maps" "$tree\\Photos.zip.ghpl"
 show_insight
 unregister_library
 draw_overview
 if "$keep_pictures"; then
   mkdir -p "$pictures"
-  cp "$demo/menus.png" "$pictures/"
+  cp "$demo/menus.png" "$demo/languages.png" "$pictures/"
 fi
 
 printf '\n'

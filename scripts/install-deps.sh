@@ -17,7 +17,10 @@ packages=(
   googletest wine wine64 util-linux
   # Artwork from vector sources; pictures of real menus.
   librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core fonts-open-sans
+  fonts-wqy-microhei
   python3
+  # The installation package, and its signature.
+  msitools gcab osslsigncode openssl
 )
 [ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
 

@@ -1,5 +1,7 @@
 #include "shellext/icons/GdiplusBitmap.h"
 
+#include <cstring>
+
 namespace veskard {
 
 namespace gdip = Gdiplus::DllExports;
@@ -40,6 +42,13 @@ LockedBits::~LockedBits() {
 uint32_t* LockedBits::Row(UINT y) const noexcept {
   const ptrdiff_t offset = static_cast<ptrdiff_t>(y) * data_.Stride;
   return reinterpret_cast<uint32_t*>(FirstRow() + offset);
+}
+
+void LockedBits::CopyTurnedOver(uint32_t* target) const noexcept {
+  const size_t width = Width();
+  for (UINT y = Height(); y > 0; --y, target += width) {
+    std::memcpy(target, Row(y - 1), width * sizeof(uint32_t));
+  }
 }
 
 }  // namespace veskard

@@ -51,6 +51,10 @@ class LockedBits {
   /// Row `y` of a bitmap locked in a format of 32 bits a pixel.
   uint32_t* Row(UINT y) const noexcept;
 
+  /// Copies such a bitmap's pixels with the row order turned over: the bottom row
+  /// comes first and the rows follow one another without gaps.
+  void CopyTurnedOver(uint32_t* target) const noexcept;
+
  private:
   Gdiplus::GpBitmap* bitmap_;
   Gdiplus::BitmapData data_ = {};

@@ -1,7 +1,5 @@
 #include "shellext/icons/IconBitmap.h"
 
-#include <cstring>
-
 #include "shellext/icons/GdiplusBitmap.h"
 
 namespace veskard {
@@ -73,29 +71,20 @@ void FillWithWhite(HBITMAP bitmap, const BitmapShape& shape) noexcept {
   const HGDIOBJ before = ::SelectObject(dc.Get(), bitmap);
   ::PatBlt(dc.Get(), 0, 0, static_cast<int>(shape.width), static_cast<int>(shape.height), WHITENESS);
   ::SelectObject(dc.Get(), before);
-  // GDI batches what it draws: the white must be there before the pixels are.
-  ::GdiFlush();
 }
 
-// Both have the same size; the row order is turned over.
-void CopyTurnedOver(const LockedBits& source, uint32_t* target) noexcept {
-  const size_t width = source.Width();
-  for (UINT y = 0; y < source.Height(); ++y) {
-    const size_t targetRow = source.Height() - 1 - y;
-    std::memcpy(target + targetRow * width, source.Row(y), width * sizeof(uint32_t));
-  }
-}
-
+// White, and over it the bitmap's pixels where they have the format to be copied.
+// They then cover all of it, so that white is laid only where it stays.
 PixelBuffer PixelsOf(Gdiplus::GpBitmap* bitmap, const BitmapShape& shape) noexcept {
   PixelBuffer buffer = NewPixelBuffer(shape);
   if (!buffer.bitmap) return {};
-  FillWithWhite(buffer.bitmap.Get(), shape);
-  // Any other format leaves the icon white: there is no alpha to bring over.
-  if (shape.format == PixelFormat32bppARGB) {
-    const LockedBits bits(bitmap, PixelFormat32bppARGB);
-    if (!bits) return {};
-    CopyTurnedOver(bits, buffer.pixels);
+  if (shape.format != PixelFormat32bppARGB) {
+    FillWithWhite(buffer.bitmap.Get(), shape);
+    return buffer;
   }
+  const LockedBits bits(bitmap, PixelFormat32bppARGB);
+  if (!bits) return {};
+  bits.CopyTurnedOver(buffer.pixels);
   return buffer;
 }
 

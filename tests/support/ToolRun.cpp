@@ -66,6 +66,12 @@ std::wstring BuiltProgram(const std::wstring& name) {
   return path + L"\\" + name;
 }
 
+std::wstring SystemProgram(const std::wstring& name) {
+  wchar_t folder[MAX_PATH] = {};
+  ::GetSystemDirectoryW(folder, MAX_PATH);
+  return std::wstring(folder) + L"\\" + name;
+}
+
 ToolResult RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments) {
   const OutputFile output;
   const OutputFile errors;

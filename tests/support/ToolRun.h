@@ -19,6 +19,9 @@ struct ToolResult {
 /// The full path of a program that was built beside the tests.
 std::wstring BuiltProgram(const std::wstring& name);
 
+/// The full path of a program of the system's own.
+std::wstring SystemProgram(const std::wstring& name);
+
 /// Runs a program with its arguments and waits for it; a program that takes
 /// longer than a minute is ended and answers 0xFFFFFFFF.
 ToolResult RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments);

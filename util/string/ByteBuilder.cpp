@@ -27,10 +27,7 @@ size_t MultiplyOrThrow(size_t left, size_t right) {
 }  // namespace
 
 ByteBuilder::ByteBuilder(size_t capacity, uint8_t escapeStyle) : escapeStyle_(escapeStyle) {
-  if (capacity == 0) return;
-  data_ = static_cast<char*>(ResizeHeapBlock(nullptr, capacity));
-  if (data_ == nullptr) throw std::bad_alloc();
-  capacity_ = capacity;
+  Reserve(capacity);
 }
 
 ByteBuilder::~ByteBuilder() {
@@ -56,7 +53,14 @@ ByteBuilder& ByteBuilder::operator=(ByteBuilder&& other) noexcept {
 void ByteBuilder::Grow(size_t count, size_t elementSize) {
   const size_t needed = AddOrThrow(length_, count);
   const size_t doubled = capacity_ > std::numeric_limits<size_t>::max() / 2 ? needed : 2 * capacity_;
-  const size_t capacity = std::max({doubled, needed, kSmallestCapacity});
+  Resize(std::max({doubled, needed, kSmallestCapacity}), elementSize);
+}
+
+void ByteBuilder::Reserve(size_t capacity) {
+  if (capacity > capacity_) Resize(capacity, 1);
+}
+
+void ByteBuilder::Resize(size_t capacity, size_t elementSize) {
   void* const data = ResizeHeapBlock(data_, MultiplyOrThrow(capacity, elementSize));
   if (data == nullptr) throw std::bad_alloc();
   data_ = static_cast<char*>(data);

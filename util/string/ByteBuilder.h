@@ -35,6 +35,16 @@ class ByteBuilder {
     std::memcpy(data_ + length_ * elementSize, bytes, count * elementSize);
     length_ += count;
   }
+  /// Makes room for `capacity` bytes in all, when there is less.
+  void Reserve(size_t capacity);
+
+  /// Appends `count` bytes for the caller to fill in, and returns where they begin.
+  char* Extend(size_t count) {
+    if (count > capacity_ - length_) Grow(count, 1);
+    char* const begin = data_ + length_;
+    length_ += count;
+    return begin;
+  }
   void Append(std::string_view bytes) { Append(bytes.data(), bytes.size()); }
 
   /// Formats (util/string/strfmt.h) and appends; a result of more than 32767
@@ -53,6 +63,7 @@ class ByteBuilder {
 
  private:
   void Grow(size_t count, size_t elementSize);
+  void Resize(size_t capacity, size_t elementSize);
 
   char* data_ = nullptr;
   size_t capacity_ = 0;  // in elements

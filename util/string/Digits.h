@@ -17,6 +17,13 @@ inline constexpr size_t kMaxSignedDigits = kMaxDigits + 1;
 /// and returns the first one; there is always at least one. The base is 2 to 36.
 template <class Char>
 Char* WriteDigits(Char* end, uint64_t value, unsigned base, const char* digits) noexcept {
+  if (base == 16) {
+    do {
+      *--end = static_cast<Char>(digits[value & 15]);
+      value >>= 4;
+    } while (value != 0);
+    return end;
+  }
   do {
     *--end = static_cast<Char>(digits[value % base]);
     value /= base;
@@ -53,6 +60,13 @@ Char* WriteDecimal(Char* end, uint64_t value) noexcept {
     *--end = static_cast<Char>('0' + value);
   }
   return end;
+}
+
+/// How many decimal digits a number has.
+inline size_t DecimalLength(uint64_t value) noexcept {
+  size_t length = 1;
+  for (; value >= 10000; value /= 10000) length += 4;
+  return length + (value >= 10) + (value >= 100) + (value >= 1000);
 }
 
 /// The magnitude of a signed number, also of the smallest.

@@ -26,19 +26,41 @@ struct OtherWidthOf<wchar_t> {
   using Type = char;
 };
 
+/// The sink of a bounded array. FormatOutput knows it and writes into the array
+/// without asking: nearly all formatting ends in one.
+template <class Char>
+struct ArraySink : FormatSink {
+  ArraySink(Char* target, size_t most) noexcept : FormatSink{&Copy, &Convert, 0, most}, array(target) {}
+
+  static void Copy(FormatSink& sink, const void* characters, size_t count);
+  static void Convert(FormatSink& sink, const void* characters, size_t count);
+
+  Char* array;
+};
+
 template <class Char>
 class FormatOutput {
  public:
   using OtherChar = typename OtherWidthOf<Char>::Type;
 
-  explicit FormatOutput(FormatSink& sink) noexcept : sink_(sink) {}
+  explicit FormatOutput(FormatSink& sink) noexcept
+      : sink_(sink),
+        array_(sink.write == &ArraySink<Char>::Copy ? static_cast<ArraySink<Char>&>(sink).array : nullptr) {}
 
   bool IsFull() const noexcept { return sink_.written >= sink_.limit; }
 
   /// Characters written since the sink began.
   size_t Written() const noexcept { return sink_.written; }
 
-  void Write(const Char* text, size_t count) { WriteThrough(sink_.write, text, count); }
+  void Write(const Char* text, size_t count) {
+    if (array_ == nullptr) {
+      WriteThrough(sink_.write, text, count);
+      return;
+    }
+    const size_t fitting = Fitting(count);
+    std::copy_n(text, fitting, array_ + sink_.written);
+    sink_.written += fitting;
+  }
   void Write(const OtherChar* text, size_t count) { WriteThrough(sink_.writeOther, text, count); }
   void Write(Char character) { Write(&character, 1); }
 
@@ -72,14 +94,17 @@ class FormatOutput {
   static constexpr int64_t kPadChunk = 64;
   using Writer = void (*)(FormatSink&, const void*, size_t);
 
+  size_t Fitting(size_t count) const noexcept { return std::min(count, sink_.limit - sink_.written); }
+
   void WriteThrough(Writer writer, const void* text, size_t count) {
-    const size_t fitting = std::min(count, sink_.limit - sink_.written);
+    const size_t fitting = Fitting(count);
     if (fitting == 0) return;
     writer(sink_, text, fitting);
     sink_.written += fitting;
   }
 
   FormatSink& sink_;
+  Char* const array_;  // of an ArraySink; null for any other
 };
 
 }  // namespace veskard

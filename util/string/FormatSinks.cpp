@@ -1,7 +1,7 @@
 // The sinks of strfmt.h's wrappers: bounded arrays and growing strings, each of
 // either width.
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 #include "util/string/FormatOutput.h"
 #include "util/string/strfmt.h"
@@ -25,21 +25,6 @@ void ConvertUnits(Char* target, const void* characters, size_t count) noexcept {
   const auto* source = static_cast<const OtherWidth<Char>*>(characters);
   for (size_t i = 0; i < count; ++i) target[i] = ConvertUnit(source[i]);
 }
-
-template <class Char>
-struct BufferSink : FormatSink {
-  BufferSink(Char* target, size_t most) noexcept : FormatSink{&Copy, &Convert, 0, most}, buffer(target) {}
-
-  static void Copy(FormatSink& sink, const void* characters, size_t count) {
-    std::memcpy(static_cast<BufferSink&>(sink).Position(), characters, count * sizeof(Char));
-  }
-  static void Convert(FormatSink& sink, const void* characters, size_t count) {
-    ConvertUnits(static_cast<BufferSink&>(sink).Position(), characters, count);
-  }
-  Char* Position() const noexcept { return buffer + written; }
-
-  Char* buffer;
-};
 
 template <class Char>
 struct StringSink : FormatSink {
@@ -68,7 +53,7 @@ void FormatRunOf(FormatSink& sink, const wchar_t* format, FormatArgs args) {
 template <class Char>
 size_t FormatIntoBuffer(Char* buffer, size_t size, const Char* format, FormatArgs args) {
   if (size == 0) return 0;
-  BufferSink<Char> sink(buffer, size - 1);
+  ArraySink<Char> sink(buffer, size - 1);
   FormatRunOf(sink, format, args);
   buffer[sink.written] = Char();
   return sink.written;
@@ -82,6 +67,21 @@ std::basic_string<Char> FormatIntoString(const Char* format, FormatArgs args) {
 }
 
 }  // namespace
+
+template <class Char>
+void ArraySink<Char>::Copy(FormatSink& sink, const void* characters, size_t count) {
+  auto& self = static_cast<ArraySink&>(sink);
+  std::copy_n(static_cast<const Char*>(characters), count, self.array + self.written);
+}
+
+template <class Char>
+void ArraySink<Char>::Convert(FormatSink& sink, const void* characters, size_t count) {
+  auto& self = static_cast<ArraySink&>(sink);
+  ConvertUnits(self.array + self.written, characters, count);
+}
+
+template struct ArraySink<char>;
+template struct ArraySink<wchar_t>;
 
 size_t FormatBufferArgs(char* buffer, size_t size, const char* format, FormatArgs args) {
   return FormatIntoBuffer(buffer, size, format, args);

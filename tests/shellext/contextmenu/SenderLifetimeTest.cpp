@@ -1,9 +1,8 @@
 // A sender that an agent keeps waiting, and hosts that do not wait for it.
 #include <string>
 
-#include "core/ModuleHandle.h"
-#include "core/WindowsOwners.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
+#include "tests/support/ChildProcess.h"
 
 namespace veskard::test {
 namespace {
@@ -27,32 +26,14 @@ class SenderLifetimeTest : public testing::Test {
     EXPECT_EQ(handler.Invoke(1), S_OK);
   }
 
-  // Runs the host beside this test; its exit code, or WAIT_TIMEOUT.
-  static DWORD RunExitingHost(const wchar_t* arguments);
+  // Runs the host beside this test to its end.
+  static DWORD ExitCodeOfHost(const std::wstring& arguments) {
+    return ChildProcess(BuiltTestProgram(L"exiting_host.exe"), arguments).Wait();
+  }
 
   RegistrySandbox registry_;
   ScratchFolder applicationData_;
 };
-
-DWORD SenderLifetimeTest::RunExitingHost(const wchar_t* arguments) {
-  std::wstring program = ReadModulePath(nullptr);
-  program = program.substr(0, program.find_last_of(L'\\') + 1) + L"exiting_host.exe";
-  std::wstring commandLine = L"exiting_host" + std::wstring(arguments);
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION started = {};
-  EXPECT_TRUE(::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &started));
-  const UniqueHandle process(started.hProcess);
-  const UniqueHandle thread(started.hThread);
-  if (::WaitForSingleObject(process.Get(), 60'000) != WAIT_OBJECT_0) {
-    ::TerminateProcess(process.Get(), 1);
-    return WAIT_TIMEOUT;
-  }
-  DWORD code = 0;
-  ::GetExitCodeProcess(process.Get(), &code);
-  return code;
-}
 
 TEST_F(SenderLifetimeTest, AHostMayUnloadTheLibraryOnceItsCommandIsSent) {
   FakeAgent agent(AgentKind::kService);
@@ -101,13 +82,13 @@ TEST_F(SenderLifetimeTest, ALibraryLoadedAgainMeanwhileGoesOnWorking) {
 
 TEST_F(SenderLifetimeTest, AHostExitsWhileASenderWaits) {
   FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
-  EXPECT_EQ(RunExitingHost(L""), 42u);
+  EXPECT_EQ(ExitCodeOfHost(L""), 42u);
   EXPECT_TRUE(agent.WaitForClient(std::chrono::milliseconds(0))) << "there was no sender to wait for";
 }
 
 TEST_F(SenderLifetimeTest, AHostLetsGoOfTheLibraryAndExitsWhileASenderWaits) {
   FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
-  EXPECT_EQ(RunExitingHost(L" free"), 42u);
+  EXPECT_EQ(ExitCodeOfHost(L"free"), 42u);
   EXPECT_TRUE(agent.WaitForClient(std::chrono::milliseconds(0))) << "there was no sender to wait for";
 }
 

@@ -1,0 +1,149 @@
+#!/usr/bin/env python3
+"""Makes the installation package: make_msi.py LIBRARY PROBE ICON RESULT.msi
+
+LIBRARY is VeskardShellExt.dll, PROBE shellprobe.exe, ICON what the list of
+programs shows. The package's version is the library's own, from its version
+resource. The same files always give the same bytes. Needs msibuild and gcab.
+"""
+
+import hashlib
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import uuid
+
+from schema import columns
+from tables import FILES, NAMESPACE, TABLES, VITAL
+
+# The date of everything inside: a package tells its version, not when it was made.
+DATE = "2020/01/01 00:00:00"
+DATE_SECONDS = 1577836800
+
+FIXED_FILE_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)
+
+
+class PackageError(Exception):
+    pass
+
+
+def file_version(contents):
+    """The four numbers of a program's version resource, or None without one."""
+    start = contents.find(FIXED_FILE_INFO)
+    if start < 0:
+        return None
+    high, low = struct.unpack_from("<II", contents, start + len(FIXED_FILE_INFO))
+    return high >> 16, high & 0xFFFF, low >> 16, low & 0xFFFF
+
+
+def derived_code(text):
+    """A code that is always the same for the same text."""
+    return "{" + str(uuid.uuid5(uuid.UUID(NAMESPACE), text)).upper() + "}"
+
+
+def file_rows(files):
+    """The rows of File, and of MsiFileHash for files that bear no version: the
+    engine compares either to tell whether a file must be replaced."""
+    rows, hashes = [], []
+    for sequence, (name, contents) in enumerate(files.items(), 1):
+        component, short_name, long_name = FILES[name]
+        version = file_version(contents)
+        rows.append((name, component, f"{short_name}|{long_name}", len(contents),
+                     ".".join(map(str, version)) if version else "", "1033" if version else "", VITAL, sequence))
+        if not version:
+            hashes.append((name, 0, *struct.unpack("<4i", hashlib.md5(contents).digest())))
+    return rows, hashes
+
+
+def names(version):
+    text = ".".join(map(str, version))
+    return {
+        "@VERSION@": text,
+        "@SHORT_VERSION@": "V" + text.replace(".", "_"),
+        "@PRODUCT_CODE@": derived_code(f"product {text}"),
+        "@LIBRARY_COMPONENT@": derived_code(f"library {text}"),
+        "@PROBE_COMPONENT@": derived_code(f"probe {text}"),
+        "@DATE@": DATE,
+    }
+
+
+def idt(table, rows, values):
+    """A table as the text that msibuild imports."""
+    titles, kinds, key_count = columns(table)
+    lines = ["\t".join(titles), "\t".join(kinds), "\t".join([table, *titles[:key_count]])]
+    for row in rows:
+        if len(row) != len(titles):
+            raise PackageError(f"{table}: {row} has {len(row)} columns instead of {len(titles)}")
+        line = "\t".join(map(str, row))
+        for name, value in values.items():
+            line = line.replace(name, value)
+        lines.append(line)
+    return "".join(line + "\r\n" for line in lines)
+
+
+def package_code(tables, values, contents):
+    """Two packages that differ in anything have different codes."""
+    digest = hashlib.sha256()
+    for table, rows in tables.items():
+        digest.update(idt(table, rows, values).encode())
+    for content in contents:
+        digest.update(hashlib.sha256(content).digest())
+    return derived_code("package " + digest.hexdigest())
+
+
+def run(folder, *command):
+    result = subprocess.run(command, cwd=folder, capture_output=True, text=True, env={**os.environ, "TZ": "UTC"})
+    # msibuild reports some errors and ends with 0.
+    if result.returncode != 0 or result.stderr.strip():
+        raise PackageError(f"{command[0]} failed: {result.stderr.strip() or result.returncode}")
+
+
+def write_file(folder, name, contents):
+    path = os.path.join(folder, name)
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "wb") as file:
+        file.write(contents)
+    os.chmod(path, 0o644)
+    os.utime(path, (DATE_SECONDS, DATE_SECONDS))
+    return path
+
+
+def read_file(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def make(library, probe, icon, result):
+    files = {"Library": read_file(library), "Probe": read_file(probe)}
+    icon_contents = read_file(icon)
+    version = file_version(files["Library"])
+    if version is None:
+        raise PackageError(f"{library} has no version resource")
+    tables = dict(TABLES)
+    tables["File"], tables["MsiFileHash"] = file_rows(files)
+    values = names(version[:3])
+    values["@PACKAGE_CODE@"] = package_code(tables, values, [*files.values(), icon_contents])
+
+    with tempfile.TemporaryDirectory() as folder:
+        members = [write_file(folder, name, contents) for name, contents in files.items()]
+        cabinet = os.path.join(folder, "files.cab")
+        run(folder, "gcab", "--create", "--zip", "--nopath", cabinet, *members)
+        # A stream is read from the folder that bears its table's name, below the current one.
+        write_file(folder, "Icon/product.ico", icon_contents)
+        database = os.path.join(folder, "package.msi")
+        command = ["msibuild", database]
+        for table, rows in tables.items():
+            command += ["-i", write_file(folder, table + ".idt", idt(table, rows, values).encode("cp1252"))]
+        run(folder, *command, "-a", "files.cab", cabinet)
+        shutil.copyfile(database, result)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 5:
+        sys.exit(__doc__)
+    try:
+        make(*sys.argv[1:])
+    except (OSError, PackageError) as error:
+        sys.exit(f"make_msi.py: {error}")

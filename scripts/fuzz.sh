@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Fuzzes every target for SECONDS each, from the committed seeds and from what
+# earlier runs on this machine have found interesting (build/fuzz/). A finding
+# ends the run; its input is left in fuzz/regressions/TARGET/, to be committed
+# together with the fix.
+#
+#   scripts/fuzz.sh SECONDS [TARGET...]    targets: parser, format, path, archive, lines
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+seconds=${1:?"usage: fuzz.sh SECONDS [TARGET...]"}
+shift
+targets=("$@")
+[ "${#targets[@]}" -gt 0 ] || targets=(parser format path archive lines)
+
+"$root/scripts/build.sh" native-fuzz
+for target in "${targets[@]}"; do
+  corpus="$build/fuzz/$target"
+  regressions="$root/fuzz/regressions/$target"
+  log="$build/logs/fuzz-$target.log"
+  mkdir -p "$corpus"
+  say "fuzzing $target for $seconds s"
+  "$build/native-fuzz/${target}_fuzz" -max_total_time="$seconds" -max_len="${VESKARD_FUZZ_MAX_LEN:-256}" -timeout=10 \
+    -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$regressions/" \
+    "$corpus" "$root/fuzz/seeds/$target" "$regressions" >"$log" 2>&1 ||
+    { tail -n 40 "$log" >&2; die "the target $target has a finding; its input is in fuzz/regressions/$target/"; }
+  sed -n 's/^stat::number_of_executed_units: */    executions: /p' "$log"
+done

@@ -1,0 +1,141 @@
+// The installation package, run as a deployment tool runs it.
+#include <gmock/gmock.h>
+
+#include "tests/installer/InstallerFixture.h"
+#include "tests/installer/MachineState.h"
+#include "tests/installer/Packages.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tools/shellprobe/ExtensionClasses.h"
+
+namespace veskard::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+constexpr wchar_t kUninstallKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+
+class InstallerTest : public InstallerFixture {
+ protected:
+  static void ExpectSame(const MachineState& before, const MachineState& after) {
+    EXPECT_THAT(Added(before, after), IsEmpty());
+    EXPECT_THAT(Added(after, before), IsEmpty()) << "is gone";
+  }
+};
+
+TEST_F(InstallerTest, WritesWhatTheAdministratorsDocumentLists) {
+  const std::wstring handler = L"\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2| = ";
+  const std::wstring name = L"| = REG_SZ Nimbrel Veskard Agent Service 2.7.2";
+  const std::wstring classes = std::wstring(L"HKLM\\") + kClasses;
+  const std::wstring menu = classes + L"CLSID\\" + kMenuClass;
+  const std::wstring icon = classes + L"CLSID\\" + kIconClass;
+  const std::wstring server =
+      L"\\InprocServer32| = REG_SZ " + VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll";
+  const std::wstring model = L"\\InprocServer32|ThreadingModel = REG_SZ Apartment";
+  const std::wstring record = L"HKLM\\Software\\Nimbrel\\Explorer Extension|";
+  EXPECT_THAT(
+      AddedByShippedPackage(),
+      UnorderedElementsAre(
+          // the library's own registration
+          menu + name, menu + server, menu + model, icon + name, icon + server, icon + model,
+          classes + L"*" + handler + L"REG_SZ " + kMenuClass,
+          classes + L"lnkfile" + handler + L"REG_SZ " + kMenuClass,
+          classes + L"Directory" + handler + L"REG_SZ " + kMenuClass,
+          classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler| = REG_SZ " + kIconClass,
+          // the file type
+          classes + L".ghpl| = REG_SZ Nimbrel Veskard Agent",
+          classes + L"Nimbrel Veskard Agent| = REG_SZ Nimbrel Veskard Agent online-only file",
+          classes + L"Nimbrel Veskard Agent\\DefaultIcon| = REG_SZ %1",
+          classes + L"Nimbrel Veskard Agent\\shellex| = REG_SZ ",
+          // the package's record
+          record + L"Library = REG_SZ " + VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll",
+          record + L"Version = REG_SZ 2.7.2", record + L"OwnsBinding = 4 01000000",
+          record + L"OwnsTypeName = 4 01000000", record + L"OwnsTypeIcon = 4 01000000",
+          // the files
+          L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(L"2.7.2"),
+          VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll", VersionFolder(L"2.7.2") + L"\\shellprobe.exe"));
+}
+
+TEST_F(InstallerTest, AppearsInTheListOfPrograms) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  ASSERT_THAT(InstalledProducts(), SizeIs(1));
+  const std::wstring key = kUninstallKey + InstalledProducts()[0];
+  EXPECT_EQ(ReadMachineText(key, L"DisplayName"), L"Nimbrel Veskard Agent Explorer Extension");
+  EXPECT_EQ(ReadMachineText(key, L"DisplayVersion"), L"2.7.2");
+  EXPECT_EQ(ReadMachineText(key, L"Publisher"), L"Nimbrel");
+  EXPECT_EQ(ReadMachineText(key, L"InstallLocation"), VersionFolder(L"2.7.2") + L"\\");
+}
+
+TEST_F(InstallerTest, WhatIsInstalledWorksThroughCom) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  const ToolResult result = ProbeIconOfVersion(L"2.7.2");
+  EXPECT_EQ(result.exitCode, 0u) << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("a.txt.ghpl: 256x256"));
+}
+
+TEST_F(InstallerTest, RemovalLeavesTheMachineAsItWas) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  EXPECT_EQ(ProbeIconOfVersion(L"2.7.2").exitCode, 0u);
+  ASSERT_EQ(RunInstaller({L"/x", ShippedPackage()}), 0u);
+  ExpectSame(Clean(), TakeMachineState());
+}
+
+TEST_F(InstallerTest, AFailingFirstInstallationLeavesNothing) {
+  EXPECT_NE(Install(RefusingPackage()), 0u);
+  ExpectSame(Clean(), TakeMachineState());
+}
+
+TEST_F(InstallerTest, WhatCannotBeInstalledLeavesTheInstalledVersionAsItWas) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  const MachineState installed = TakeMachineState();
+  EXPECT_NE(Install(RefusingPackage()), 0u);
+  ExpectSame(installed, TakeMachineState());
+  EXPECT_EQ(Install(OlderPackage()), static_cast<DWORD>(ERROR_INSTALL_FAILURE));
+  ExpectSame(installed, TakeMachineState());
+  EXPECT_EQ(ProbeIconOfVersion(L"2.7.2").exitCode, 0u);
+}
+
+TEST_F(InstallerTest, ReinstallingMendsWhatIsMissing) {
+  const std::vector<std::wstring> expected = AddedByShippedPackage();
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  ASSERT_TRUE(::DeleteFileW((VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll").c_str()));
+  ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kFileType);
+  ASSERT_EQ(RunInstaller({L"/i", ShippedPackage(), L"REINSTALL=ALL"}), 0u);
+  EXPECT_EQ(AddedByPackage(Clean(), TakeMachineState()), expected);
+}
+
+TEST_F(InstallerTest, AnUpgradeReplacesTheOlderVersion) {
+  const std::vector<std::wstring> expected = AddedByShippedPackage();
+  ASSERT_EQ(Install(OlderPackage()), 0u);
+  EXPECT_EQ(IconHandler(), kOlderIconClass);
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  EXPECT_THAT(InstalledProducts(), SizeIs(1));
+  EXPECT_EQ(AddedByPackage(Clean(), TakeMachineState()), expected);
+  ASSERT_EQ(RemoveProducts(), 0u);
+  ExpectSame(Clean(), TakeMachineState());
+}
+
+// What the agent's own installer made is not this package's to take away.
+TEST_F(InstallerTest, KeepsTheFileTypeThatItFound) {
+  const std::wstring icon = std::wstring(kFileType) + L"\\DefaultIcon";
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kBinding, L"", L"Nimbrel Veskard Agent");
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kFileType, L"", L"The agent's own name");
+  WriteRegistryText(HKEY_LOCAL_MACHINE, icon, L"", L"%1");
+  const MachineState before = TakeMachineState();
+  ASSERT_EQ(Install(OlderPackage()), 0u);
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  EXPECT_EQ(ReadMachineText(kFileType), L"The agent's own name");
+  ASSERT_EQ(RemoveProducts(), 0u);
+  ExpectSame(before, TakeMachineState());
+}
+
+TEST_F(InstallerTest, TakesTheExtensionFromAnotherFileType) {
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kBinding, L"", L"Something else");
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  EXPECT_EQ(ReadMachineText(kBinding), L"Nimbrel Veskard Agent");
+}
+
+}  // namespace
+}  // namespace veskard::test

@@ -1,0 +1,58 @@
+#include "tests/installer/Packages.h"
+
+#include <msi.h>
+
+#include "tests/support/ToolRun.h"
+
+namespace veskard::test {
+namespace {
+
+constexpr wchar_t kUpgradeCode[] = L"{7BA104CB-0C92-4640-B881-80CEB60898B6}";
+constexpr size_t kProductCodeSize = sizeof("{00000000-0000-0000-0000-000000000000}");
+
+}  // namespace
+
+std::wstring OlderPackage() {
+  return BuiltProgram(L"tests\\packages\\older.msi");
+}
+
+std::wstring ShippedPackage() {
+  return BuiltProgram(SHIPPED_PACKAGE);
+}
+
+std::wstring RefusingPackage() {
+  return BuiltProgram(L"tests\\packages\\refusing.msi");
+}
+
+std::wstring OlderLibrary() {
+  return BuiltProgram(L"tests\\packages\\older_library.dll");
+}
+
+std::wstring VersionFolder(const std::wstring& version) {
+  return L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\" + version;
+}
+
+DWORD RunInstaller(std::vector<std::wstring> switches) {
+  switches.push_back(L"/qn");
+  return RunProgram(SystemProgram(L"msiexec.exe"), switches).exitCode;
+}
+
+std::vector<std::wstring> InstalledProducts() {
+  std::vector<std::wstring> codes;
+  wchar_t code[kProductCodeSize] = {};
+  for (DWORD index = 0; ::MsiEnumRelatedProductsW(kUpgradeCode, 0, index, code) == ERROR_SUCCESS; ++index) {
+    codes.push_back(code);
+  }
+  return codes;
+}
+
+DWORD RemoveProducts() {
+  DWORD result = ERROR_SUCCESS;
+  for (const std::wstring& code : InstalledProducts()) {
+    const DWORD one = RunInstaller({L"/x", code});
+    if (result == ERROR_SUCCESS) result = one;
+  }
+  return result;
+}
+
+}  // namespace veskard::test
