@@ -3,7 +3,7 @@
 # and builds what is missing, registers the library in a Wine prefix of its own,
 # lays a synchronised tree, starts a stand-in agent, right-clicks several
 # selections through COM, chooses commands and prints what the agent receives.
-# Pictures of the menus end in build/demo/. Safe to re-run; then it takes seconds.
+# Pictures of the menus and of placeholder icons end in build/demo/. Safe to re-run; then it takes seconds.
 #
 #   scripts/demo.sh
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
@@ -48,7 +48,7 @@ show_percent() {
 build_programs() {
   "$root/scripts/install-deps.sh"
   say "building the library and its tools"
-  local log="$build/logs/demo-build.log" targets=(VeskardShellExt shellprobe standin-agent)
+  local log="$build/logs/demo-build.log" targets=(VeskardShellExt shellprobe standin-agent contact-sheet)
   cd "$root"
   [ -f "$programs/build.ninja" ] || run "$build/logs/configure-win64.log" cmake --preset win64
   if ! cmake --build --preset win64 --target "${targets[@]}" 2>&1 | tee "$log" | show_percent; then
@@ -219,5 +219,5 @@ if "$keep_pictures"; then
 fi
 
 printf '\n'
-say "6 selections, $messages messages to the agent, $((SECONDS - started)) seconds. Pictures of the menus:"
+say "6 selections, $messages messages to the agent, $((SECONDS - started)) seconds. The pictures:"
 find "$demo" -maxdepth 1 -name '*.png' | sort | sed "s|^$root/|    |"

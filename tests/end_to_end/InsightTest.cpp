@@ -88,6 +88,14 @@ TEST_F(InsightTest, ExplainAnswersPrograms) {
               HasSubstr("\"command\": 5, \"text\": \"Remove from all devices\", \"state\": \"hidden\""));
 }
 
+TEST_F(InsightTest, WithoutAScreenThereIsNoPicture) {
+  // The tests run without one; the demo takes pictures.
+  Root();
+  const ToolResult result = Probe({L"menu", File(L"Root\\a.txt"), L"--png", folder_ / L"menu.png"});
+  EXPECT_EQ(result.exitCode, 1u);
+  EXPECT_EQ(result.errors, "shellprobe: the menu cannot be shown: there is no screen\n");
+}
+
 /// The log and the placeholders' file type as the agent and its installer leave them.
 class InstalledTest : public InsightTest {
  protected:

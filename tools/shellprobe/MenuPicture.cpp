@@ -10,6 +10,10 @@ namespace {
 constexpr wchar_t kOwnerClass[] = L"VeskardShellProbeMenuOwner";
 constexpr UINT_PTR kCloseTimer = 1;
 
+ToolError NoScreen() {
+  return ToolError(ExitCode::kFailed, "the menu cannot be shown: there is no screen");
+}
+
 Picture PhotographWindow(HWND window) {
   RECT area = {};
   ::GetWindowRect(window, &area);
@@ -34,7 +38,7 @@ class MenuOwner {
     ::RegisterClassExW(&windowClass);
     window_ = ::CreateWindowExW(WS_EX_TOOLWINDOW, kOwnerClass, L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr,
                                 nullptr, nullptr);
-    if (window_ == nullptr) throw LastSystemError("no window can be opened here");
+    if (window_ == nullptr) throw NoScreen();
     ::SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   }
   ~MenuOwner() { ::DestroyWindow(window_); }
@@ -44,8 +48,7 @@ class MenuOwner {
   Picture Show() {
     ::SetForegroundWindow(window_);
     ::TrackPopupMenuEx(menu_, TPM_LEFTALIGN | TPM_TOPALIGN | TPM_RETURNCMD, kLeft, kTop, window_, nullptr);
-    if (picture_.pixels.empty())
-      throw ToolError(ExitCode::kFailed, "the menu cannot be shown: there is no screen");
+    if (picture_.pixels.empty()) throw NoScreen();
     return picture_;
   }
 

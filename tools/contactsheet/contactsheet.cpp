@@ -1,0 +1,123 @@
+// contact-sheet: many placeholders' icons in one picture, to be looked at together.
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/common/FullPath.h"
+#include "tools/common/ToolError.h"
+#include "tools/common/ToolMain.h"
+#include "tools/common/Utf8.h"
+#include "tools/marks/Marks.h"
+#include "tools/shellprobe/ExtractedIcons.h"
+
+namespace veskard {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--library", "DLL", "ask this library instead of the registered one"},
+};
+
+constexpr CommandSpec kSpec = {
+    .program = "contact-sheet",
+    .name = "",
+    .arguments = "FOLDER LARGE.png SMALL.png TYPE...",
+    .summary = "Draws placeholders of several types with growing progress: a column a type, a row a state.",
+    .minimumArguments = 4,
+    .maximumArguments = kAnyNumber,
+    .options = kOptions,
+    .notes =
+        "FOLDER becomes a synchronised folder with the placeholders in it. A type is an extension\n"
+        "without its dot, \"folder\" for a folder, or \"-\" for a name without one. The rows: not\n"
+        "being received, then 0, 15, 45, 75 and 100 percent. The icons keep their own size and\n"
+        "their alpha; there is nothing behind them.\n",
+};
+
+using Progress = std::optional<uint32_t>;
+constexpr std::array<Progress, 6> kRows = {std::nullopt, 0, 15, 45, 75, 100};
+
+// A placeholder of that type and progress, laid now.
+std::wstring LayOne(const std::wstring& folder, const std::wstring& type, Progress progress) {
+  const std::string state = progress ? std::to_string(*progress) : "waiting";
+  const bool isFolder = type == L"folder";
+  std::wstring file = folder + L"\\" + FromUtf8(state) + L" " + type;
+  if (!isFolder && type != L"-") file += L"." + type;
+  file += L".ghpl";
+  LayPlaceholder(file, {.progress = progress, .isFolder = isFolder}, PlaceholderSource::kStream);
+  return file;
+}
+
+// Pictures of one size, side by side and below one another.
+class Sheet {
+ public:
+  explicit Sheet(size_t columns) : columns_(columns) {}
+
+  void Append(const Picture& cell) {
+    if (cells_.empty()) size_ = cell.width;
+    if (cell.width != size_ || cell.height != size_) {
+      throw ToolError(ExitCode::kFailed, "the icons are of different sizes");
+    }
+    cells_.push_back(cell);
+  }
+
+  Picture Draw() const {
+    const size_t side = static_cast<size_t>(size_), rows = cells_.size() / columns_;
+    Picture sheet = {static_cast<int>(columns_ * side), static_cast<int>(rows * side), {}};
+    sheet.pixels.resize(columns_ * side * rows * side);
+    for (size_t i = 0; i < cells_.size(); ++i) {
+      CopyCell(cells_[i], sheet, i % columns_ * side, i / columns_ * side);
+    }
+    return sheet;
+  }
+
+ private:
+  static void CopyCell(const Picture& cell, Picture& sheet, size_t left, size_t top) {
+    const size_t side = static_cast<size_t>(cell.width), width = static_cast<size_t>(sheet.width);
+    for (size_t y = 0; y < side; ++y) {
+      std::copy_n(&cell.pixels[y * side], side, &sheet.pixels[(top + y) * width + left]);
+    }
+  }
+
+  size_t columns_;
+  int size_ = 0;
+  std::vector<Picture> cells_;
+};
+
+ExtensionClasses ClassesFor(const Arguments& arguments) {
+  return arguments.Has("--library") ? ExtensionClasses(FullPath(arguments.Text("--library")))
+                                    : ExtensionClasses();
+}
+
+int Run(const Arguments& arguments) {
+  const std::vector<std::wstring>& words = arguments.Positional();
+  const std::wstring folder = FullPath(words[0]);
+  const std::vector<std::wstring> types(words.begin() + 3, words.end());
+  LayFolderRecord(folder, {}, FolderRecordSource::kFile);
+
+  const ComApartment apartment;
+  const ExtensionClasses classes = ClassesFor(arguments);
+  Sheet large(types.size()), small(types.size());
+  for (const Progress progress : kRows) {
+    for (const std::wstring& type : types) {
+      const PlaceholderIcons icons = ExtractPlaceholderIcons(classes, LayOne(folder, type, progress));
+      large.Append(IconPixels(icons.large.Get()));
+      small.Append(IconPixels(icons.small.Get()));
+    }
+  }
+  SavePng(large.Draw(), FullPath(words[1]));
+  SavePng(small.Draw(), FullPath(words[2]));
+  return static_cast<int>(ExitCode::kDone);
+}
+
+constexpr Command kCommands[] = {{kSpec, Run}};
+
+}  // namespace
+}  // namespace veskard
+
+int wmain(int count, wchar_t** words) {
+  return veskard::RunTool(count, words, "contact-sheet", "Draws many placeholders' icons in one picture.",
+                          veskard::kCommands);
+}
