@@ -19,6 +19,9 @@ add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/test_headers.cpp)
 target_link_libraries(test_headers PRIVATE veskard_flags gmock)
 target_precompile_headers(test_headers PRIVATE
   <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>)
+# A library's objects and a program's are position independent in different ways, and
+# Clang takes precompiled headers of its own way only: here both are as it likes.
+set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 
 function(veskard_test name)
   cmake_parse_arguments(arg "RESTRICTED" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
@@ -33,7 +36,8 @@ function(veskard_test name)
     target_compile_options(${name} PRIVATE
       -Wno-array-bounds -Wno-restrict -Wno-stringop-overread -Wno-stringop-overflow)
   endif()
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE OFF RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   if(arg_RESTRICTED)
     set(runner ${restricted_test_runner})
   else()
