@@ -1,0 +1,207 @@
+"""Tests of scripts/package.sh and scripts/sign.sh with certificates that exist
+for the test only: signing_test.py SCRIPTS_FOLDER PROGRAMS_FOLDER"""
+
+import http.server
+import os
+import subprocess
+import sys
+import tempfile
+import threading
+import unittest
+
+SCRIPTS, PROGRAMS = sys.argv[1:3]
+del sys.argv[1:3]
+
+TIMESTAMP_SETTINGS = """
+[tsa]
+default_tsa = service
+[service]
+serial = {folder}/serial
+signer_digest = sha256
+default_policy = 1.2.3.4.1
+digests = sha256
+"""
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def write(path, contents):
+    with open(path, "wb") as file:
+        file.write(contents)
+    return path
+
+
+def run(*command, **environment):
+    clean = {name: value for name, value in os.environ.items() if not name.startswith("VESKARD_SIGN_")}
+    return subprocess.run(command, capture_output=True, text=True, env={**clean, **environment})
+
+
+def must(*command):
+    result = run(*command)
+    if result.returncode != 0:
+        raise AssertionError(f"{command}: {result.stderr}")
+    return result.stdout
+
+
+class SigningTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.certificates = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.certificates.cleanup)
+        cls.certificate, cls.key = cls.make_certificate("ours", "codeSigning")
+        cls.pem = {"VESKARD_SIGN_CERTIFICATE": cls.certificate, "VESKARD_SIGN_KEY": cls.key}
+
+    @classmethod
+    def make_certificate(cls, name, purpose):
+        base = os.path.join(cls.certificates.name, name)
+        must("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", base + ".key", "-out",
+             base + ".pem", "-days", "2", "-subj", f"/CN={name}", "-addext", f"extendedKeyUsage=critical,{purpose}",
+             "-addext", "keyUsage=critical,digitalSignature")
+        return base + ".pem", base + ".key"
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def library(self):
+        return write(os.path.join(self.folder, "VeskardShellExt.dll"), read(self.built("VeskardShellExt.dll")))
+
+    @staticmethod
+    def built(name):
+        return os.path.join(PROGRAMS, name)
+
+    def sign(self, *files, **environment):
+        return run(os.path.join(SCRIPTS, "sign.sh"), *files, **environment)
+
+    def package(self, **environment):
+        """The path of a fresh package and those of the two programs in it."""
+        result = run(os.path.join(SCRIPTS, "package.sh"), "--from", PROGRAMS, "--to", self.folder, **environment)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        package, = [os.path.join(self.folder, name) for name in os.listdir(self.folder) if name.endswith(".msi")]
+        cabinet = os.path.join(self.folder, "files.cab")
+        with open(cabinet, "wb") as file:
+            subprocess.run(["msiinfo", "extract", package, "files.cab"], stdout=file, check=True)
+        must("gcab", "--extract", "--directory=" + self.folder, cabinet)
+        return package, os.path.join(self.folder, "Library"), os.path.join(self.folder, "Probe")
+
+    def verify(self, file, certificate, *more):
+        return run("osslsigncode", "verify", "-CAfile", certificate, *more, "-in", file)
+
+    def assert_signed(self, file):
+        result = self.verify(file, self.certificate)
+        self.assertEqual(result.returncode, 0, f"{file}: {result.stdout}{result.stderr}")
+
+    def assert_unsigned(self, file):
+        self.assertNotEqual(self.verify(file, self.certificate).returncode, 0, file)
+
+    def test_a_package_is_unsigned_by_default(self):
+        package, library, probe = self.package()
+        self.assert_unsigned(package)
+        self.assertEqual(read(library), read(self.built("VeskardShellExt.dll")))
+        self.assertEqual(read(probe), read(self.built("shellprobe.exe")))
+
+    def test_a_package_is_signed_inside_and_outside(self):
+        for file in self.package(**self.pem):
+            self.assert_signed(file)
+
+    def test_what_was_built_stays_unsigned(self):
+        before = read(self.built("VeskardShellExt.dll"))
+        self.package(**self.pem)
+        self.assertEqual(read(self.built("VeskardShellExt.dll")), before)
+
+    def test_another_certificate_does_not_vouch_for_it(self):
+        other, _ = self.make_certificate("other", "codeSigning")
+        library = self.library()
+        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        self.assertNotEqual(self.verify(library, other).returncode, 0)
+
+    def test_a_changed_byte_breaks_the_signature(self):
+        library = self.library()
+        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        contents = bytearray(read(library))
+        contents[0x1000] ^= 1
+        self.assert_unsigned(write(library, bytes(contents)))
+
+    def test_signing_again_replaces_the_signature(self):
+        library = self.library()
+        self.sign(library, **self.pem)
+        once = len(read(library))
+        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        self.assertEqual(len(read(library)), once)
+        self.assert_signed(library)
+
+    def test_certificate_and_key_in_one_file_with_a_password(self):
+        both = os.path.join(self.folder, "both.p12")
+        password = write(os.path.join(self.folder, "password"), b"open sesame")
+        must("openssl", "pkcs12", "-export", "-in", self.certificate, "-inkey", self.key, "-out", both,
+             "-passout", "file:" + password)
+        library = self.library()
+        result = self.sign(library, VESKARD_SIGN_CERTIFICATE=both, VESKARD_SIGN_PASSWORD_FILE=password)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assert_signed(library)
+
+    def test_a_wrong_password_leaves_the_file_as_it_was(self):
+        both = os.path.join(self.folder, "both.p12")
+        must("openssl", "pkcs12", "-export", "-in", self.certificate, "-inkey", self.key, "-out", both,
+             "-passout", "pass:open sesame")
+        library = self.library()
+        before = read(library)
+        wrong = write(os.path.join(self.folder, "password"), b"guess")
+        result = self.sign(library, VESKARD_SIGN_CERTIFICATE=both, VESKARD_SIGN_PASSWORD_FILE=wrong)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("could not be signed", result.stderr)
+        self.assertEqual(read(library), before)
+        self.assertNotIn("VeskardShellExt.dll.part", os.listdir(self.folder))
+
+    def test_says_what_is_missing(self):
+        library = self.library()
+        missing = os.path.join(self.folder, "missing.dll")
+        for message, file, environment in [
+                ("VESKARD_SIGN_CERTIFICATE names no certificate", library, {}),
+                ("VESKARD_SIGN_KEY names no private key", library, {"VESKARD_SIGN_CERTIFICATE": self.certificate}),
+                ("there is no file " + missing, missing, self.pem)]:
+            result = self.sign(file, **environment)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn(message, result.stderr)
+        self.assertEqual(read(library), read(self.built("VeskardShellExt.dll")))
+
+    def test_a_timestamp_when_there_is_a_service(self):
+        authority, key = self.make_certificate("time", "timeStamping")
+        settings = write(os.path.join(self.folder, "tsa.cnf"),
+                         TIMESTAMP_SETTINGS.format(folder=self.folder).encode())
+        write(os.path.join(self.folder, "serial"), b"01\n")
+        folder = self.folder
+
+        class Service(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                query = write(os.path.join(folder, "query"), self.rfile.read(int(self.headers["Content-Length"])))
+                reply = os.path.join(folder, "reply")
+                must("openssl", "ts", "-reply", "-config", settings, "-queryfile", query, "-signer", authority,
+                     "-inkey", key, "-out", reply)
+                self.send_response(200)
+                self.send_header("Content-Type", "application/timestamp-reply")
+                self.end_headers()
+                self.wfile.write(read(reply))
+
+            def log_message(self, *_):
+                pass
+
+        server = http.server.HTTPServer(("127.0.0.1", 0), Service)
+        self.addCleanup(server.server_close)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.shutdown)
+        library = self.library()
+        address = f"http://127.0.0.1:{server.server_port}"
+        result = self.sign(library, **self.pem, VESKARD_SIGN_TIMESTAMP=address)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        result = self.verify(library, self.certificate, "-TSA-CAfile", authority)
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertIn("/CN=time", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
