@@ -18,7 +18,8 @@ endif()
 add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/test_headers.cpp)
 target_link_libraries(test_headers PRIVATE veskard_flags gmock)
 target_precompile_headers(test_headers PRIVATE
-  <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>)
+  <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>
+  $<$<BOOL:${WIN32}>:<windows.h$<ANGLE-R>> $<$<BOOL:${WIN32}>:<shlobj.h$<ANGLE-R>>)
 # A library's objects and a program's are position independent in different ways, and
 # Clang takes precompiled headers of its own way only: here both are as it likes.
 set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)

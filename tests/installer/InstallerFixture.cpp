@@ -5,11 +5,34 @@
 #include <filesystem>
 #include <fstream>
 
+#include "core/WindowsOwners.h"
 #include "tests/installer/Packages.h"
 #include "tests/support/ScratchFolder.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
 namespace veskard::test {
+namespace {
+
+// Every Windows has these from the start, a fresh Wine prefix has not. Who registers
+// a handler makes them on the way, and nobody takes them away again.
+constexpr const wchar_t* kKeysOfWindows[] = {
+    L"Software\\Classes\\*\\shellex\\ContextMenuHandlers",
+    L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers",
+    L"Software\\Classes\\Directory\\shellex\\ContextMenuHandlers",
+    L"Software\\Classes\\Installer",
+};
+
+MachineState TakeStateOfWindows() {
+  for (const wchar_t* path : kKeysOfWindows) {
+    UniqueRegKey key;
+    EXPECT_EQ(
+        ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_WRITE, nullptr, key.Out(), nullptr),
+        ERROR_SUCCESS);
+  }
+  return TakeMachineState();
+}
+
+}  // namespace
 
 InstallerFixture::InstallerFixture() {
   Clean();
@@ -22,7 +45,7 @@ InstallerFixture::~InstallerFixture() {
 }
 
 const MachineState& InstallerFixture::Clean() {
-  static const MachineState clean = TakeMachineState();
+  static const MachineState clean = TakeStateOfWindows();
   return clean;
 }
 

@@ -115,10 +115,10 @@ void Write(const Run& run) {
 }
 
 void WriteWhole(const Run& run) {
-  const UniqueHandle mutex(::CreateMutexW(nullptr, FALSE, LogHostObject(run.sandbox, L"append").c_str()));
-  appendMutex = mutex.Get();
-  test::FunctionPatch<decltype(::WriteFile)> patch(run.probe.Module(), "WriteFile", &WriteInOneStep);
-  systemWrite = &patch;
+  // Both stay to the end of the process, whose end line is an append as well.
+  appendMutex = ::CreateMutexW(nullptr, FALSE, LogHostObject(run.sandbox, L"append").c_str());
+  systemWrite =
+      new test::FunctionPatch<decltype(::WriteFile)>(run.probe.Module(), "WriteFile", &WriteInOneStep);
   Write(run);
 }
 

@@ -99,8 +99,8 @@ class SharedLogTest : public LogProcessesTest {
       ready_.push_back(Event(name + L"-ready"));
       half_.push_back(Event(name + L"-half"));
       writers_.push_back(StartHost(scenario + L" " + name + L" " + std::to_wstring(kLines)));
+      WaitForAll(ready_);  // one start line at a time
     }
-    WaitForAll(ready_);
   }
 
   void WriteFirstHalf() {

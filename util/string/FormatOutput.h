@@ -74,7 +74,7 @@ class FormatOutput {
     }
   }
 
-  /// A text in a field of the spec's width: blanks before it, after it with the
+  /// A text in a field of the conversion's width: blanks before it, after it with the
   /// left-justify flag.
   template <class TextChar>
   void WriteField(const FormatSpec& spec, const TextChar* text, size_t count) {
@@ -84,7 +84,7 @@ class FormatOutput {
     if (spec.Has(kLeftFlag)) Pad(' ', padding);
   }
 
-  /// How many characters a content of `count` lacks to the spec's width.
+  /// How many characters a content of `count` lacks to the conversion's width.
   static int64_t PaddingFor(const FormatSpec& spec, size_t count) noexcept {
     const bool fits = spec.width > 0 && count < static_cast<size_t>(spec.width);
     return fits ? spec.width - static_cast<int64_t>(count) : 0;
