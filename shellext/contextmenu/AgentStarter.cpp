@@ -14,6 +14,9 @@ constexpr REGSAM kRegistryViews[] = {KEY_READ | KEY_WOW64_64KEY, KEY_READ | KEY_
 constexpr DWORD kLocationSize = 130;  // characters, with the terminator: 260 bytes
 constexpr DWORD kPollMilliseconds = 100;
 constexpr int64_t kPatienceSeconds = 30;
+// More polls than thirty seconds have room for: the end of the waiting when the
+// system's clock is set back meanwhile.
+constexpr int kMostPolls = 400;
 
 UniqueRegKey OpenInstallKey(const AgentStarterSystem& system) {
   const std::wstring path = std::wstring(kUninstallKey) + kAgentName;
@@ -46,11 +49,12 @@ bool StartProgram(const std::wstring& program, const AgentStarterSystem& system)
 
 std::wstring WaitForUserPipe(const AgentStarterSystem& system) {
   const int64_t start = system.seconds();
-  for (;;) {
+  for (int poll = 0; poll < kMostPolls; ++poll) {
     system.sleep(kPollMilliseconds);
     std::wstring pipeName = GetAgentPipeName(AgentScope::kUser);
     if (!pipeName.empty() || system.seconds() - start >= kPatienceSeconds) return pipeName;
   }
+  return {};
 }
 
 }  // namespace

@@ -277,6 +277,14 @@ TEST_F(AgentStarterTest, APipeThatAppearsWithTheLastLookCounts) {
   EXPECT_EQ(StartUserAgent(System()), kUserPipe);
 }
 
+TEST_F(AgentStarterTest, AClockThatIsSetBackDoesNotMakeItWaitForEver) {
+  Install();
+  AgentStarterSystem system = System();
+  system.seconds = []() noexcept { return int64_t{1'000'000} - static_cast<int64_t>(fake->sleeps.size()); };
+  EXPECT_EQ(StartUserAgent(system), L"");
+  EXPECT_EQ(fake->sleeps.size(), 400u);
+}
+
 TEST_F(AgentStarterTest, TheClockCountsSecondsSince1970) {
   const int64_t seconds = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   EXPECT_NEAR(static_cast<double>(SystemSeconds()), static_cast<double>(seconds), 2.0);
