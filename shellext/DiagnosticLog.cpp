@@ -164,6 +164,7 @@ void CloseLogAtDetach(Detach detach) noexcept {
   if (detach == Detach::kUnload) {
     logLock.Enter();
   } else if (!logLock.TryEnter()) {
+    static_cast<void>(diagnosticLog.release());  // or its destructor would touch it after all
     return;
   }
   if (diagnosticLog) diagnosticLog->Switch(false);

@@ -1,19 +1,26 @@
 #include "shellext/icons/IconCache.h"
 
+#include <memory>
+
 namespace veskard {
 namespace {
 
-IconCache sharedCache;
+// Holds the cache. Its end is that of the lock alone: bitmaps that are left belong
+// to handlers that live on, GDI+ may be gone, and the threads that a process's end
+// stopped may have left the map half changed.
+union CacheStorage {
+  CacheStorage() : cache() {}
+  ~CacheStorage() { std::destroy_at(&cache.Lock()); }
+  IconCache cache;
+};
+
+CacheStorage storage;
 
 wchar_t SizeClassLetter(bool large) noexcept {
   return large ? L'L' : L'S';
 }
 
 }  // namespace
-
-IconCache::~IconCache() {
-  for (auto& [key, bitmap] : bitmaps_) static_cast<void>(bitmap.Release());
-}
 
 Gdiplus::GpBitmap* IconCache::Find(const std::wstring& key) const noexcept {
   const auto found = bitmaps_.find(key);
@@ -27,7 +34,7 @@ Gdiplus::GpBitmap* IconCache::Store(const std::wstring& key, UniqueGpBitmap bitm
 }
 
 IconCache& SharedIconCache() noexcept {
-  return sharedCache;
+  return storage.cache;
 }
 
 std::wstring TypeIconKey(const std::wstring& targetName, bool large) {

@@ -21,13 +21,6 @@ namespace veskard {
 /// functions holds it too.
 class IconCache {
  public:
-  IconCache() = default;
-  /// Leaves the bitmaps that are still there alone: what is left when the library
-  /// goes belongs to handlers that live on, and GDI+ may be gone by then.
-  ~IconCache();
-  IconCache(const IconCache&) = delete;
-  IconCache& operator=(const IconCache&) = delete;
-
   CriticalSection& Lock() noexcept { return lock_; }
 
   /// Null when there is no such entry. Stays valid while the lock is held and the
@@ -48,7 +41,8 @@ class IconCache {
   std::map<std::wstring, UniqueGpBitmap> bitmaps_;
 };
 
-/// The extension's one cache.
+/// The extension's one cache. Its bitmaps are never destroyed when the library
+/// goes: what is left then must not be touched once GDI+ is gone.
 IconCache& SharedIconCache() noexcept;
 
 /// The key of the type icon for `targetName`: its last "." and what follows, or
