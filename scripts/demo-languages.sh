@@ -21,7 +21,7 @@ language_sheet() {
     frames+=("$work/$locale-framed.png")
     printf '    %-5s  %s\n' "${locale/_/-}" "$(menu_texts "$work/$locale.txt")"
   done
-  montage-im6.q16 "${frames[@]}" -tile 3x -geometry '690x292+0+0>' -gravity center -background "$backdrop" "$out"
+  montage-im6.q16 +set label "${frames[@]}" -tile 3x -geometry '690x292+0+0>' -gravity center -background "$backdrop" "$out"
   rm -r "$work"
 }
 
