@@ -3,7 +3,8 @@
 # and builds what is missing, registers the library in a Wine prefix of its own,
 # lays a synchronised tree, starts a stand-in agent, right-clicks several
 # selections through COM, chooses commands and prints what the agent receives.
-# Pictures of the menus and of placeholder icons end in build/demo/. Safe to re-run; then it takes seconds.
+# Pictures of the menus and of placeholder icons end in build/demo/. Safe to
+# re-run; then it takes seconds.
 #
 #   scripts/demo.sh
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
@@ -25,7 +26,7 @@ keep_pictures=false
 case "${1:-}" in
   "") ;;
   --keep-pictures) keep_pictures=true ;;
-  *) sed -n '2,9s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac
 
 started=$SECONDS
