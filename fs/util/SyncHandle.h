@@ -69,7 +69,7 @@ using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 /// serialises all its operations and may be shared.
 class SyncHandle {
  public:
-  /// Closes the handle; the lock goes last.
+  /// Each kind closes its handle first, under the lock.
   virtual ~SyncHandle() = default;
   SyncHandle(const SyncHandle&) = delete;
   SyncHandle& operator=(const SyncHandle&) = delete;
