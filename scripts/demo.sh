@@ -211,12 +211,14 @@ selection outside "A file outside every synchronised folder" "" 'C:\Elsewhere\No
 printf '\n'
 say "The menu in ten languages, and for users whose language it does not have"
 language_sheet "$demo/languages.png" "$tree\\Maps" "$tree\\Photos.zip.ghpl"
+printf '\n'
+"$root/scripts/contact-sheet.sh" "$demo/icons.png"
 show_insight
 unregister_library
 draw_overview
 if "$keep_pictures"; then
   mkdir -p "$pictures"
-  cp "$demo/menus.png" "$demo/languages.png" "$pictures/"
+  cp "$demo/menus.png" "$demo/languages.png" "$demo/icons.png" "$pictures/"
 fi
 
 printf '\n'
