@@ -16,7 +16,7 @@
 #include "shellext/icons/IconCache.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
-#include "tests/shellext/icons/IconFaults.h"
+#include "tests/shellext/icons/IconCallCounts.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
@@ -81,7 +81,7 @@ class IconStressTest : public testing::Test {
 TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
   const size_t gdiHandles = CountGdiHandles();
   {
-    const test::IconFaultHooks hooks;
+    const test::IconCallCounts counts;
     size_t memoryAfterWarmUp = 0;
     std::optional<IconHandler> handler;
     for (int i = 0; i < 20000; ++i) {
@@ -91,12 +91,12 @@ TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
       handler->Load(Placeholder(progress));
       const ExtractedIcons icons = handler->Extract(i % 25 == 0 ? test::kTwoSizes : test::kOneSize);
       ASSERT_TRUE(icons.large && icons.small) << "at " << i;
-      ASSERT_EQ(test::faultPlan.Live(), static_cast<int>(CacheSize())) << "at " << i;
+      ASSERT_EQ(counts.Live(), static_cast<int>(CacheSize())) << "at " << i;
       if (i == 1000) memoryAfterWarmUp = PrivateBytes();
       if (i % 1000 == 0) ExpectRightIcons(icons, progress);
     }
     handler.reset();
-    EXPECT_EQ(test::faultPlan.Live(), 0);
+    EXPECT_EQ(counts.Live(), 0);
     EXPECT_LT(PrivateBytes(), memoryAfterWarmUp + 1024 * 1024);
   }
   EXPECT_EQ(CountGdiHandles(), gdiHandles);
