@@ -86,10 +86,10 @@ TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
     std::optional<IconHandler> handler;
     for (int i = 0; i < 20000; ++i) {
       // A new handler now and then, which empties the cache; now and then large icons.
-      if (i % 10 == 0) handler.emplace();
+      if (i % 50 == 0) handler.emplace();
       const int progress = i % 21 * 5;
       handler->Load(Placeholder(progress));
-      const ExtractedIcons icons = handler->Extract(i % 25 == 0 ? test::kTwoSizes : test::kOneSize);
+      const ExtractedIcons icons = handler->Extract(i % 100 == 0 ? test::kTwoSizes : test::kOneSize);
       ASSERT_TRUE(icons.large && icons.small) << "at " << i;
       ASSERT_EQ(counts.Live(), static_cast<int>(CacheSize())) << "at " << i;
       if (i == 1000) memoryAfterWarmUp = PrivateBytes();
