@@ -12,6 +12,8 @@
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/GdiHandleCount.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -63,6 +65,7 @@ struct FileKind {
   std::wstring path;
   Picture large;
   Picture small;
+  bool isFolder = false;
 };
 
 // For every progress and for none, in both size classes, twice (the second time
@@ -72,7 +75,7 @@ void ExpectGoldenIcons(const FileKind& kind) {
   for (const bool large : {true, false}) {
     const Picture own = DrawnOnEmpty(large ? kind.large : kind.small);
     for (int progress = 0; progress <= 100; progress += 5) {
-      SetPlaceholder(placeholder, {{progress, false}, kSelective});
+      SetPlaceholder(placeholder, {{progress, kind.isFolder}, kSelective});
       const test::Golden golden = GoldenIcon(own, progress);
       for (int round = 0; round < 2; ++round) {
         const UniqueIcon icon = ComposePlaceholderIcon(placeholder, large);
@@ -80,7 +83,7 @@ void ExpectGoldenIcons(const FileKind& kind) {
             << kind.path << (large ? " L " : " S ") << progress;
       }
     }
-    SetPlaceholder(placeholder, {{-1, false}, kSelective});
+    SetPlaceholder(placeholder, {{-1, kind.isFolder}, kSelective});
     EXPECT_TRUE(
         LooksLike(PixelsOf(ComposePlaceholderIcon(placeholder, large).Get()), GoldenIcon(own, std::nullopt)))
         << kind.path << (large ? " L" : " S");
@@ -145,13 +148,8 @@ TEST_F(PlaceholderIconTest, IsGoldenForATypeThatNobodyKnows) {
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForAFolder) {
-  for (int progress = 0; progress <= 100; progress += 5) {
-    SetPlaceholder(L"C:\\sync\\music.ghpl", {{progress, true}, kSelective});
-    const Picture small = DrawnOnEmpty(ShellsSmallIcon(L"x", FILE_ATTRIBUTE_DIRECTORY));
-    const Picture large = DrawnOnEmpty(ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY));
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\music.ghpl", false), GoldenIcon(small, progress))) << progress;
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\music.ghpl", true), GoldenIcon(large, progress))) << progress;
-  }
+  ExpectGoldenIcons({L"C:\\sync\\music", ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY),
+                     ShellsSmallIcon(L"x", FILE_ATTRIBUTE_DIRECTORY), true});
 }
 
 TEST_F(PlaceholderIconTest, UnknownProgressHasNoBadgeInASelectiveFolderAndZeroElsewhere) {
@@ -247,6 +245,30 @@ TEST_F(PlaceholderIconTest, ComposingDoesNotDrawIntoTheEntries) {
   Compose(path, false);
   SetPlaceholder(path, {{-1, false}, kSelective});
   EXPECT_TRUE(LooksLike(Compose(path, false), GoldenIcon(DrawnOnEmpty(SolidPattern(16)), std::nullopt)));
+}
+
+// A Shell that has a monochrome icon for every type.
+class ShellIconPatch {
+ private:
+  static DWORD_PTR WINAPI Answer(LPCWSTR, DWORD, SHFILEINFOW* info, UINT, UINT) {
+    *info = {};
+    info->hIcon = test::MonochromeIcon(16).Release();
+    return 1;
+  }
+
+  const test::ImportPatch patch_{nullptr, "SHGetFileInfoW", reinterpret_cast<void*>(&Answer)};
+};
+
+TEST_F(PlaceholderIconTest, ATypeWhoseIconHasNoColoursHasNone) {
+  const size_t handles = test::CountGdiHandles();
+  SetPlaceholder(L"a.vkhf.ghpl", {{45, false}, kSelective});
+  {
+    const ShellIconPatch monochrome;
+    EXPECT_FALSE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
+    EXPECT_EQ(CacheSize(), 0u);
+  }
+  EXPECT_EQ(test::CountGdiHandles(), handles);
+  EXPECT_TRUE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
 }
 
 // The badge keeps the size of the first icon that it was made for.
