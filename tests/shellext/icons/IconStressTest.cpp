@@ -123,13 +123,16 @@ TEST_F(IconStressTest, FourThreadsExtractingAtOnceEachGetTheirOwnIcon) {
   EXPECT_EQ(GdiplusUserCount(), 0u);
 }
 
-// Every dying handler empties the cache that the others draw from, and the last
-// one of a moment stops GDI+.
+// Every dying handler empties the cache that the others draw from, at any moment of
+// their drawing, and the last one of a moment stops GDI+.
 TEST_F(IconStressTest, HandlersMayDieWhileOthersDraw) {
   const size_t gdiHandles = CountGdiHandles();
   std::atomic<bool> stop = false;
   std::thread reaper([&stop] {
-    while (!stop) IconHandler(Placeholder(0)).Extract(test::kOneSize);
+    while (!stop) {
+      { const IconHandler handler; }
+      std::this_thread::yield();
+    }
   });
   std::vector<std::thread> drawers;
   for (int number = 0; number < 3; ++number) {
