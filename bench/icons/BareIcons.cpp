@@ -115,10 +115,8 @@ BITMAPV5HEADER BottomUpArgb(SIZE size) {
   header.bV5Planes = 1;
   header.bV5BitCount = 32;
   header.bV5Compression = BI_BITFIELDS;
-  header.bV5RedMask = 0x00FF0000;
-  header.bV5GreenMask = 0x0000FF00;
-  header.bV5BlueMask = 0x000000FF;
-  header.bV5AlphaMask = 0xFF000000;
+  const DWORD redGreenBlueAlpha[] = {0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000};
+  std::memcpy(&header.bV5RedMask, redGreenBlueAlpha, sizeof(redGreenBlueAlpha));
   return header;
 }
 

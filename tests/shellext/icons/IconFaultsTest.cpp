@@ -15,9 +15,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/CriticalSection.h"
 #include "shellext/icons/GdiplusOwners.h"
-#include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconCallCounts.h"
@@ -31,6 +30,7 @@ namespace veskard {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
+using test::EmptyCache;
 using test::ExtractedIcons;
 using test::FailedCall;
 using test::Golden;
@@ -79,11 +79,6 @@ class IconFaultsTest : public testing::Test {
     EmptyCache();
   }
   ~IconFaultsTest() override { test::ForgetPlaceholders(); }
-
-  static void EmptyCache() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    SharedIconCache().Clear();
-  }
 
   // No icon, or one that is right where no badge is drawn: a part of the badge may
   // be missing, everything else may not.

@@ -5,12 +5,11 @@
 #include <shellapi.h>
 
 #include <optional>
-#include <thread>
 
-#include "core/CriticalSection.h"
 #include "shellext/Module.h"
 #include "shellext/icons/GdiplusOwners.h"
 #include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/support/ImportPatch.h"
@@ -20,19 +19,11 @@ namespace {
 
 namespace gdip = Gdiplus::DllExports;
 using test::IconHandler;
+using test::IsCacheFree;
 
 constexpr wchar_t kReport[] = L"C:\\sync\\report.txt.ghpl";
 
 // --- The cache's lock --------------------------------------------------------
-
-bool IsCacheFree() {
-  bool isFree = false;
-  std::thread([&isFree] {
-    isFree = SharedIconCache().Lock().TryEnter();
-    if (isFree) SharedIconCache().Lock().Leave();
-  }).join();
-  return isFree;
-}
 
 // Looks at the lock while one function is called.
 template <auto kFunction>

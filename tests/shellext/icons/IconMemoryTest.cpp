@@ -1,12 +1,10 @@
 // Memory that ends at any moment.
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "shellext/GdiplusUser.h"
 #include "shellext/Module.h"
 #include "shellext/ServedClasses.h"
-#include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconHandler.h"
@@ -18,8 +16,10 @@
 namespace veskard {
 namespace {
 
+using test::EmptyCache;
 using test::FailEachAllocation;
 using test::IconHandler;
+using test::IsCacheFree;
 using test::SolidPattern;
 
 // A name too long to be kept without the heap.
@@ -33,25 +33,11 @@ class IconMemoryTest : public testing::Test {
   const test::TestFileType type_{L"vkm", {{SolidPattern(16)}, {SolidPattern(256)}}};
 };
 
-void EmptyCache() {
-  const CriticalSectionHold hold(SharedIconCache().Lock());
-  SharedIconCache().Clear();
-}
-
-bool IsCacheFreeForOtherThreads() {
-  bool isFree = false;
-  std::thread([&isFree] {
-    isFree = SharedIconCache().Lock().TryEnter();
-    if (isFree) SharedIconCache().Lock().Leave();
-  }).join();
-  return isFree;
-}
-
 TEST_F(IconMemoryTest, ExtractAnswersOutOfMemoryAndGivesNothing) {
   const IconHandler handler(kReport);
   handler.Extract();  // fills the Shell's own caches
   EmptyCache();
-  EXPECT_TRUE(IsCacheFreeForOtherThreads());  // makes what a first thread makes
+  EXPECT_TRUE(IsCacheFree());  // makes what a first thread makes
   const size_t gdiHandles = test::CountGdiHandles();
   HICON large = nullptr, small = nullptr;
   HRESULT result = S_OK;
@@ -65,7 +51,7 @@ TEST_F(IconMemoryTest, ExtractAnswersOutOfMemoryAndGivesNothing) {
         EXPECT_EQ(large, nullptr) << number;
         EXPECT_EQ(small, nullptr) << number;
         EXPECT_EQ(test::CountGdiHandles(), gdiHandles) << number;
-        EXPECT_TRUE(IsCacheFreeForOtherThreads()) << number;
+        EXPECT_TRUE(IsCacheFree()) << number;
       });
   EXPECT_GE(failures, 4u);
   const UniqueIcon lastLarge(large), lastSmall(small);

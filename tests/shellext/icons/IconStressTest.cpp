@@ -13,7 +13,7 @@
 
 #include "shellext/GdiplusUser.h"
 #include "shellext/Module.h"
-#include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconCallCounts.h"
@@ -25,6 +25,7 @@
 namespace veskard {
 namespace {
 
+using test::CacheSize;
 using test::CountGdiHandles;
 using test::ExtractedIcons;
 using test::Golden;
@@ -42,11 +43,6 @@ size_t PrivateBytes() {
   PROCESS_MEMORY_COUNTERS counters = {};
   ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
   return counters.PagefileUsage;
-}
-
-size_t CacheSize() {
-  const CriticalSectionHold hold(SharedIconCache().Lock());
-  return SharedIconCache().Size();
 }
 
 // The system keeps as many screen contexts as were once in use together.

@@ -9,6 +9,7 @@
 #include "shellext/GdiplusUser.h"
 #include "shellext/icons/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/TestPatterns.h"
@@ -19,8 +20,11 @@
 namespace veskard {
 namespace {
 
+using test::CacheSize;
 using test::DrawnOnEmpty;
+using test::EmptyCache;
 using test::GoldenIcon;
+using test::IsCached;
 using test::LooksLike;
 using test::Picture;
 using test::PixelsOf;
@@ -39,18 +43,6 @@ class PlaceholderIconTest : public testing::Test {
     test::ForgetPlaceholders();
   }
 
-  static void EmptyCache() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    SharedIconCache().Clear();
-  }
-  static bool IsCached(const wchar_t* key) {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    return SharedIconCache().Find(key) != nullptr;
-  }
-  static size_t CacheSize() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    return SharedIconCache().Size();
-  }
   static Picture Compose(const std::wstring& path, bool large) {
     return PixelsOf(ComposePlaceholderIcon(path, large).Get());
   }
