@@ -5,7 +5,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-windows_benches=(icon_bench log_bench)
+windows_benches=(icon_bench log_bench menu_bench)
 
 "$root/scripts/install-deps.sh" bench
 "$root/scripts/build.sh" native-bench
@@ -18,5 +18,5 @@ wine_prefix_ready
 trap wine_stop EXIT
 for bench in "${windows_benches[@]}"; do
   printf '\n%s, under Wine\n' "$bench"
-  "$root/scripts/wine-run.sh" "$build/win64/$bench.exe"
+  "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe"
 done
