@@ -44,6 +44,18 @@ TEST(BencWriterTest, WritesStringsByteForByte) {
   EXPECT_EQ(Written(BencValue::FromString(std::string_view("\0\xff", 2))), std::string("2:\0\xff", 4));
 }
 
+TEST(BencWriterTest, WritesStringsAndKeysOfEveryLength) {
+  std::string text;
+  for (size_t length = 0; length <= 70; ++length) {
+    const std::string prefix = std::to_string(length) + ":";
+    EXPECT_EQ(Written(BencValue::FromString(text)), prefix + text);
+    BencodedDict dict;
+    dict.InsertInt(text.c_str(), 1);
+    EXPECT_EQ(Written(dict), "d" + prefix + text + "i1ee");
+    text += static_cast<char>('0' + length);
+  }
+}
+
 TEST(BencWriterTest, WritesEmptyContainers) {
   EXPECT_EQ(Written(BencValue::MakeList()), "le");
   EXPECT_EQ(Written(BencValue::MakeDict()), "de");
