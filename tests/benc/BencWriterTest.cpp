@@ -34,6 +34,15 @@ TEST(BencWriterTest, WritesIntegersOfEverySize) {
   EXPECT_EQ(Written(BencValue::FromInt64(std::numeric_limits<int64_t>::min())), "i-9223372036854775808e");
 }
 
+TEST(BencWriterTest, WritesIntegersOfEveryLength) {
+  for (int64_t power = 1; power < std::numeric_limits<int64_t>::max() / 10; power *= 10) {
+    for (const int64_t value : {power - 1, power, power + 1, 9 * power}) {
+      EXPECT_EQ(Written(BencValue::FromInt64(value)), "i" + std::to_string(value) + "e");
+      EXPECT_EQ(Written(BencValue::FromInt64(-value)), "i" + std::to_string(-value) + "e");
+    }
+  }
+}
+
 TEST(BencWriterTest, WritesBooleansAsIntegers) {
   EXPECT_EQ(Written(BencValue::FromBool(true)), "i1e");
   EXPECT_EQ(Written(BencValue::FromBool(false)), "i0e");
