@@ -4,4 +4,4 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 wine_environment
-exec timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"
