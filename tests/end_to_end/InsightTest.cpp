@@ -1,7 +1,9 @@
 // shellprobe explain, doctor and tail on the registered library.
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
+#include "tests/support/AgentFolder.h"
 #include "tests/support/ExtensionLibrary.h"
+#include "tests/support/RegistrySandbox.h"
 #include "tests/support/ToolRun.h"
 
 namespace veskard::test {
@@ -100,21 +102,19 @@ TEST_F(InsightTest, WithoutAScreenThereIsNoPicture) {
 class InstalledTest : public InsightTest {
  protected:
   InstalledTest() {
-    ::CreateDirectoryW(AgentFolder().c_str(), nullptr);
-    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kTypeKey, nullptr, REG_SZ, L"Nimbrel Veskard Agent", 44);
+    WriteRegistryText(HKEY_LOCAL_MACHINE, kBindingKey, L"", L"Nimbrel Veskard Agent");
+    WriteRegistryText(HKEY_LOCAL_MACHINE, kTypeIconKey, L"", L"%1");
   }
   ~InstalledTest() override {
-    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kBindingKey);
+    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeIconKey);
     RegisterExtension();
   }
 
-  static std::wstring AgentFolder() {
-    wchar_t folder[MAX_PATH] = {};
-    ::SHGetSpecialFolderPathW(nullptr, folder, CSIDL_APPDATA, FALSE);
-    return std::wstring(folder) + L"\\Nimbrel Veskard Agent";
-  }
+  static constexpr wchar_t kBindingKey[] = L"Software\\Classes\\.ghpl";
+  static constexpr wchar_t kTypeIconKey[] = L"Software\\Classes\\Nimbrel Veskard Agent\\DefaultIcon";
 
-  static constexpr wchar_t kTypeKey[] = L"Software\\Classes\\.ghpl";
+  AgentFolder agentFolder_;
 };
 
 TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
@@ -153,9 +153,27 @@ TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {
   EXPECT_THAT(result.output, HasSubstr("a library that is not there: C:\\gone.dll"));
 }
 
-TEST_F(InstalledTest, DoctorMissesTheFileType) {
-  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+TEST_F(InstalledTest, DoctorMissesTheBindingOfTheExtension) {
+  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kBindingKey);
+  const ToolResult missing = Probe({L"doctor"});
+  EXPECT_EQ(missing.exitCode, 22u);
+  EXPECT_THAT(missing.output, HasSubstr("BAD   \".ghpl\" files have no type: no placeholder icons\n"));
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kBindingKey, L"", L"Something else");
+  const ToolResult other = Probe({L"doctor"});
+  EXPECT_EQ(other.exitCode, 22u);
+  EXPECT_THAT(other.output, HasSubstr("BAD   \".ghpl\" files have the type \"Something else\", not "
+                                      "\"Nimbrel Veskard Agent\": no placeholder icons\n"));
+}
+
+// The Shell asks an icon handler only where the type says that each file has its own.
+TEST_F(InstalledTest, DoctorMissesTheIconOfTheFileType) {
+  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeIconKey);
   EXPECT_EQ(Probe({L"doctor"}).exitCode, 22u);
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kTypeIconKey, L"", L"C:\\agent.ico");
+  const ToolResult other = Probe({L"doctor"});
+  EXPECT_EQ(other.exitCode, 22u);
+  EXPECT_THAT(other.output, HasSubstr("BAD   the type's DefaultIcon is \"C:\\agent.ico\"; it should be "
+                                      "\"%1\": no placeholder icons\n"));
 }
 
 TEST_F(InstalledTest, TailShowsWhatARightClickLogs) {
