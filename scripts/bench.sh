@@ -4,6 +4,8 @@
 # says how to read them). Takes about a minute and a half on a quiet machine.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 "$root/scripts/install-deps.sh" bench
 "$root/scripts/build.sh" native-bench

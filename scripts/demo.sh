@@ -10,6 +10,7 @@
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 . "$(dirname "$0")/demo-languages.sh"
 
 demo="$build/demo"
@@ -26,8 +27,9 @@ keep_pictures=false
 case "${1:-}" in
   "") ;;
   --keep-pictures) keep_pictures=true ;;
-  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) wrong_usage "there is no option $1" ;;
 esac
+takes_nothing_more "${@:2}"
 
 started=$SECONDS
 indent() { sed 's/^./    &/'; }

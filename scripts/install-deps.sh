@@ -6,6 +6,9 @@
 #   scripts/install-deps.sh bench      the same and the peers of the benchmarks
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+case "${1:-}" in "" | bench) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+takes_nothing_more "${@:2}"
 
 packages=(
   # Compilers: the library for 64 and 32 bits, the native sanitizer flavour.
@@ -21,6 +24,8 @@ packages=(
   python3
   # The installation package, and its signature.
   msitools gcab osslsigncode openssl
+  # The picture of the dependencies.
+  graphviz
 )
 [ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
 

@@ -7,8 +7,11 @@
 #   scripts/wine-prefix.sh stop FOLDER     ends its server and every program in it
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
-[ $# -eq 2 ] || { sed -n '2,7s/^# \{0,1\}//p' "$0"; exit 2; }
+case "${1:-}" in make | renew | stop) ;; *) wrong_usage "make, renew or stop, not \"${1:-}\"" ;; esac
+[ $# -ge 2 ] || wrong_usage "which folder?"
+takes_nothing_more "${@:3}"
 export WINEPREFIX=$2
 wine_environment
 case "$1" in
@@ -21,5 +24,4 @@ case "$1" in
     wine_prefix_ready
     ;;
   stop) wine_stop ;;
-  *) die "make, renew or stop, not \"$1\"" ;;
 esac
