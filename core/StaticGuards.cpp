@@ -10,9 +10,11 @@
 // handles and one of 1088 thread-local indices.
 #include "core/CriticalSection.h"
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the C++ ABI's
 namespace __gnu_cxx {
 void __freeres();  // the run-time library's own, declared in no header
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace veskard {
 
@@ -67,6 +69,7 @@ __attribute__((init_priority(101))) StaticGuards staticGuards;
 }  // namespace
 }  // namespace veskard
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 int __cxa_guard_acquire(veskard::Guard* guard) {
@@ -82,3 +85,4 @@ void __cxa_guard_abort(veskard::Guard* guard) {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

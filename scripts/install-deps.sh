@@ -4,6 +4,8 @@
 #
 #   scripts/install-deps.sh            everything that the tests and the demo need
 #   scripts/install-deps.sh bench      the same and the peers of the benchmarks
+#   scripts/install-deps.sh lint       the same and the programs that read the code
+#   scripts/install-deps.sh coverage   the same and the program that reports coverage
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -27,7 +29,11 @@ packages=(
   # The picture of the dependencies.
   graphviz
 )
-[ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
+case "${1:-}" in
+  bench) packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev valgrind) ;;
+  lint) packages+=(clang-tidy cppcheck) ;;
+  coverage) packages+=(gcovr) ;;
+esac
 
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 

@@ -29,8 +29,16 @@ bool TakeClient(HANDLE pipe, HANDLE stop, HANDLE done) {
   OVERLAPPED operation = {};
   operation.hEvent = done;
   DWORD size = 0;
-  if (::ConnectNamedPipe(pipe, &operation) || ::GetLastError() == ERROR_PIPE_CONNECTED) return true;
-  return ::GetLastError() == ERROR_IO_PENDING && Finish(pipe, operation, stop, size);
+  if (::ConnectNamedPipe(pipe, &operation)) return true;
+  switch (::GetLastError()) {
+    case ERROR_PIPE_CONNECTED:
+    case ERROR_NO_DATA:  // come and gone already: what it wrote can still be read
+      return true;
+    case ERROR_IO_PENDING:
+      return Finish(pipe, operation, stop, size);
+    default:
+      return false;
+  }
 }
 
 // Reads up to one message; ERROR_MORE_DATA when it is not the whole of it.
