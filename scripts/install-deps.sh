@@ -9,7 +9,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-case "${1:-}" in "" | bench) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+case "${1:-}" in "" | bench | lint | coverage) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
 takes_nothing_more "${@:2}"
 
 packages=(

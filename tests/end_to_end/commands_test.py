@@ -69,6 +69,7 @@ TABLE = [
         "1 nothing": 'there is no target "nothing"'}),
     ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
         "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
+    ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
