@@ -55,6 +55,9 @@ const CommandSpec kExplainSpec = {
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
+        "The paths are judged as one selection, as if they were right-clicked together: the first\n"
+        "decides the folder. Look for the first line with BAD.\n"
+        "\n"
         "It only reads: nothing is changed, and the diagnostic log gets no line.\n"
         "\n"
         "Exit codes: 0 the menu gets commands; 2 wrong command line; 14 it gets none.\n",
