@@ -7,11 +7,19 @@
 #   scripts/fuzz.sh SECONDS [TARGET...]    targets: parser, format, path, archive, lines
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
-seconds=${1:?"usage: fuzz.sh SECONDS [TARGET...]"}
-shift
-targets=("$@")
-[ "${#targets[@]}" -gt 0 ] || targets=(parser format path archive lines)
+known=(parser format path archive lines)
+case "${1:-}" in
+  "") wrong_usage "how many seconds?" ;;
+  *[!0-9]*) wrong_usage "SECONDS is a number, not \"$1\"" ;;
+esac
+seconds=$1
+targets=("${@:2}")
+for target in "${targets[@]}"; do
+  case " ${known[*]} " in *" $target "*) ;; *) wrong_usage "there is no target \"$target\"" ;; esac
+done
+[ "${#targets[@]}" -gt 0 ] || targets=("${known[@]}")
 
 # fuzz TARGET: one run, its output in a file of its own.
 fuzz() {

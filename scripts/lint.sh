@@ -5,6 +5,8 @@
 #   scripts/lint.sh [FILE...]    those sources only, with clang-tidy
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
 
 cd "$root"
 "$root/scripts/install-deps.sh" lint
