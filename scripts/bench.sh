@@ -4,6 +4,8 @@
 # only. Prints tables of ratios. Takes some three minutes on a quiet machine.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 windows_benches=(icon_bench log_bench menu_bench)
 

@@ -8,6 +8,9 @@
 #   scripts/install-deps.sh coverage   the same and the program that reports coverage
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+case "${1:-}" in "" | bench | lint | coverage) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+takes_nothing_more "${@:2}"
 
 packages=(
   # Compilers: the library for 64 and 32 bits, the native sanitizer flavour.
@@ -23,6 +26,8 @@ packages=(
   python3
   # The installation package, and its signature.
   msitools gcab osslsigncode openssl
+  # The picture of the dependencies.
+  graphviz
 )
 case "${1:-}" in
   bench) packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev valgrind) ;;

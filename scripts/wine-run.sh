@@ -3,5 +3,9 @@
 # limit (VESKARD_TIMEOUT seconds, 600 unless set): wine-run.sh PROGRAM [ARGUMENT...]
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+exit_codes="the program's own; 124 time limit; 2 no program"
+answer_help "$@"
+refuse_options "$@"
+[ $# -gt 0 ] || wrong_usage "which program?"
 wine_environment
-exec timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"

@@ -42,10 +42,6 @@ constexpr std::initializer_list<MarkSource> kProgressSources = {
 };
 // clang-format on
 
-// Marks are some hundred bytes. What is larger than this was not written by an
-// agent, and the shell's thread does not wait for it: it counts as no dictionary.
-constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
-
 constexpr int64_t kPlaceholderOfFolder = 2;
 constexpr uint32_t kNoProgress = 0xFFFFFFFF;
 
@@ -109,7 +105,7 @@ bool IsSyncFolderRoot(std::wstring path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-std::wstring FindSyncFolderRoot(const std::wstring& path) {
+std::wstring FindSyncFolderRoot(std::wstring path) {
   const PathVector components(path);
   for (size_t count = 1; count <= components.Count(); ++count) {
     std::wstring prefix = components.ToString(components.Separator(), count);
@@ -120,7 +116,7 @@ std::wstring FindSyncFolderRoot(const std::wstring& path) {
   return {};
 }
 
-bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info) {
+bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info) {
   const auto mark = OpenFolderMark(root);
   if (mark == nullptr) return false;
   const BencValue record = ParseMark(*mark);
@@ -131,7 +127,7 @@ bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info) {
   return true;
 }
 
-PlaceholderState ReadPlaceholderState(const std::wstring& file) {
+PlaceholderState ReadPlaceholderState(std::wstring file) {
   if (const auto mark = OpenFirst(file, kPlaceholderSources)) return StateFrom(ParseMark(*mark));
   if (const auto mark = OpenFirst(file, kProgressSources)) return StateFromProgressMark(*mark);
   return {};
@@ -144,6 +140,12 @@ std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root) {
 std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file) {
   auto mark = OpenFirst(file, kPlaceholderSources);
   return mark != nullptr ? mark : OpenFirst(file, kProgressSources);
+}
+
+bool IsProgressMark(const SyncHandle& mark) {
+  const std::wstring& path = mark.Path();
+  return std::any_of(kProgressSources.begin(), kProgressSources.end(),
+                     [&](const MarkSource& source) { return path.ends_with(source.suffix); });
 }
 
 int32_t RoundProgress(uint32_t value) noexcept {

@@ -10,6 +10,10 @@ namespace veskard {
 
 class SyncHandle;
 
+/// A larger mark counts as no dictionary: marks are some hundred bytes, and the
+/// Shell's thread does not wait for what no agent has written.
+inline constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
+
 /// What the agent has recorded about a synchronised folder.
 struct SyncFolderInfo {
   uint32_t type = 0;                         // "type"; 2: content may be removed from all devices
@@ -33,19 +37,23 @@ bool IsSyncFolderRoot(std::wstring path);
 
 /// The root of the outermost synchronised folder that contains `path` or is
 /// `path`; empty when there is none or when `path` lies in that root's `.sync`.
-std::wstring FindSyncFolderRoot(const std::wstring& path);
+std::wstring FindSyncFolderRoot(std::wstring path);
 
 /// Overwrites the fields of `info` (which the caller has at their defaults) from
 /// the first metadata source of `root` that opens; false, and nothing touched,
 /// when none does.
-bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info);
+bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info);
 
-PlaceholderState ReadPlaceholderState(const std::wstring& file);
+PlaceholderState ReadPlaceholderState(std::wstring file);
 
 /// The mark that the two calls above read: the first source that opens, open for
 /// reading; null when none does. For tools that show what stands there.
 std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root);
 std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file);
+
+/// Whether an open mark of a placeholder is the one of plain bytes, which holds the
+/// progress alone, and no dictionary.
+bool IsProgressMark(const SyncHandle& mark);
 
 /// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and then capped at
 /// 100, compared as a signed number, so that numbers far above 2^31 come out

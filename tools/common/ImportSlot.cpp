@@ -1,0 +1,47 @@
+#include "tools/common/ImportSlot.h"
+
+#include <cstring>
+
+namespace veskard {
+namespace {
+
+template <class T>
+T* At(HMODULE module, DWORD offset) noexcept {
+  return reinterpret_cast<T*>(reinterpret_cast<char*>(module) + offset);
+}
+
+void** FindInLibrary(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& library, const char* function) noexcept {
+  const auto* name = At<const IMAGE_THUNK_DATA>(module, library.OriginalFirstThunk);
+  auto* slot = At<IMAGE_THUNK_DATA>(module, library.FirstThunk);
+  for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+    if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
+    const auto* entry = At<const IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData));
+    if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0)
+      return reinterpret_cast<void**>(&slot->u1.Function);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void** FindImport(HMODULE module, const char* function) noexcept {
+  const auto* dos = At<const IMAGE_DOS_HEADER>(module, 0);
+  const auto* headers = At<const IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
+  const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  if (imports.VirtualAddress == 0) return nullptr;
+  const auto* library = At<const IMAGE_IMPORT_DESCRIPTOR>(module, imports.VirtualAddress);
+  for (; library->Name != 0; ++library) {
+    if (library->OriginalFirstThunk == 0) continue;  // bound by a linker that keeps no names
+    if (void** slot = FindInLibrary(module, *library, function)) return slot;
+  }
+  return nullptr;
+}
+
+void WriteImport(void** slot, void* target) noexcept {
+  DWORD protection = 0;
+  ::VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
+  *slot = target;
+  ::VirtualProtect(slot, sizeof(*slot), protection, &protection);
+}
+
+}  // namespace veskard
