@@ -1,0 +1,86 @@
+// load_bench.exe: what loading and unloading the library costs beside a library that
+// does nothing, in a process that has the system's libraries and in one that does not.
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "bench/library/FirstLoad.h"
+#include "bench/windows/Measure.h"
+#include "core/WindowsOwners.h"
+
+namespace veskard::bench {
+namespace {
+
+// What the library imports beside kernel32.dll. Explorer has all of them.
+const std::vector<std::wstring> kSystemLibraries = {
+    L"advapi32.dll", L"gdi32.dll",   L"gdiplus.dll", L"mpr.dll",    L"msvcrt.dll",
+    L"ole32.dll",    L"shell32.dll", L"shlwapi.dll", L"user32.dll",
+};
+constexpr int kFirstLoads = 31;
+constexpr double kMillisecondsMoreAtMost = 0.5;
+
+// Those that are compared.
+struct Libraries {
+  std::wstring ours = BesideThisProgram(L"..\\VeskardShellExt.dll");
+  std::wstring empty = BesideThisProgram(L"empty_library.dll");
+};
+
+void PrintMore(const Times& ours, const Times& empty) {
+  const double more = (ours.median - empty.median) / 1000;
+  std::printf("%52s %.3f ms more than the empty one (aim: %.1f)\n", "", more, kMillisecondsMoreAtMost);
+}
+
+void LoadAndUnload(const std::wstring& path) {
+  const UniqueModule module(::LoadLibraryW(path.c_str()));
+}
+
+void BenchAgain(const Libraries& libraries) {
+  std::vector<UniqueModule> system;
+  for (const std::wstring& name : kSystemLibraries) system.emplace_back(::LoadLibraryW(name.c_str()));
+  const std::vector<Times> times = TakeTurns({.count = 201}, {[&](int) { LoadAndUnload(libraries.ours); },
+                                                              [&](int) { LoadAndUnload(libraries.empty); }});
+  PrintRow("loaded and unloaded again and again", 0, times[0], times[1]);
+  PrintMore(times[0], times[1]);
+}
+
+struct FirstLoads {
+  std::vector<double> system;
+  std::vector<double> both;  // loading and unloading
+
+  void Add(const FirstLoad& load) {
+    system.push_back(load.system);
+    both.push_back(load.library + load.unloading);
+  }
+};
+
+void BenchFirst(const char* what, const Libraries& libraries, const std::vector<std::wstring>& system) {
+  FirstLoads ours, empty;
+  for (int i = 0; i < kFirstLoads; ++i) {
+    ours.Add(LoadInNewProcess(libraries.ours, system));
+    empty.Add(LoadInNewProcess(libraries.empty, system));
+  }
+  const Times ourTimes = TimesOf(ours.both), emptyTimes = TimesOf(empty.both);
+  PrintRow(what, 0, ourTimes, emptyTimes);
+  PrintMore(ourTimes, emptyTimes);
+  if (system.empty()) return;
+  const Times times = TimesOf(ours.system);
+  std::printf("%-52s %10.1f %28.1f\n", "  the system's libraries, loaded before", times.fastest,
+              times.median);
+}
+
+void BenchLoading() {
+  const Libraries libraries;
+  PrintHeading();
+  BenchAgain(libraries);
+  BenchFirst("first in a process that has the system's libraries", libraries, kSystemLibraries);
+  BenchFirst("first in a process that has none of them", libraries, {});
+}
+
+}  // namespace
+}  // namespace veskard::bench
+
+int main() {
+  veskard::bench::BenchLoading();
+}
