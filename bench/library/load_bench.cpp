@@ -9,6 +9,7 @@
 #include "bench/library/FirstLoad.h"
 #include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
+#include "tools/common/ImportSlot.h"
 
 namespace veskard::bench {
 namespace {
@@ -32,17 +33,38 @@ void PrintMore(const Times& ours, const Times& empty) {
   std::printf("%52s %.3f ms more than the empty one (aim: %.1f)\n", "", more, kMillisecondsMoreAtMost);
 }
 
-void LoadAndUnload(const std::wstring& path) {
-  const UniqueModule module(::LoadLibraryW(path.c_str()));
+void LoadAndUnload(const std::wstring& path, DWORD flags = 0) {
+  const UniqueModule module(::LoadLibraryExW(path.c_str(), nullptr, flags));
+}
+
+void PrintPart(const char* what, const Times& times) {
+  std::printf("%-52s %10.1f %28.1f\n", what, times.fastest, times.median);
+}
+
+// What the loader does for the imports, as far as one can do it from outside.
+void LookImportsUp(HMODULE library) {
+  ForEachImport(library, [](const char* name, void** slot) {
+    HMODULE home = nullptr;
+    ::GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        static_cast<const wchar_t*>(*slot), &home);
+    ::GetProcAddress(home, name);
+  });
 }
 
 void BenchAgain(const Libraries& libraries) {
   std::vector<UniqueModule> system;
   for (const std::wstring& name : kSystemLibraries) system.emplace_back(::LoadLibraryW(name.c_str()));
-  const std::vector<Times> times = TakeTurns({.count = 201}, {[&](int) { LoadAndUnload(libraries.ours); },
-                                                              [&](int) { LoadAndUnload(libraries.empty); }});
+  const std::vector<Times> times =
+      TakeTurns({.count = 201},
+                {[&](int) { LoadAndUnload(libraries.ours); }, [&](int) { LoadAndUnload(libraries.empty); },
+                 [&](int) { LoadAndUnload(libraries.ours, DONT_RESOLVE_DLL_REFERENCES); }});
   PrintRow("loaded and unloaded again and again", 0, times[0], times[1]);
   PrintMore(times[0], times[1]);
+  PrintPart("  of that: without its imports and its entry point", times[2]);
+  const UniqueModule library(::LoadLibraryW(libraries.ours.c_str()));
+  const std::vector<Times> lookUps = TakeTurns({.count = 201}, {[&](int) { LookImportsUp(library.Get()); }});
+  PrintPart("  of that: about as much as finding its imports", lookUps[0]);
 }
 
 struct FirstLoads {

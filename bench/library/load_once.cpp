@@ -23,4 +23,5 @@ int wmain(int count, wchar_t** words) {
   if (library == nullptr || !::FreeLibrary(library)) return 1;
   const double unloaded = MicrosecondsNow();
   std::printf("%.1f %.1f %.1f\n", prepared - begin, loaded - prepared, unloaded - loaded);
+  return 0;
 }
