@@ -62,3 +62,19 @@ wine_prefix_ready() {
 
 # Ends the server of this prefix, and of no other.
 wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wineserver -w >/dev/null 2>&1 || true; }
+
+# Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
+# keeps a file while its tests run: one that is left tells of a program that ended
+# before their end, as Wine may do with exit code 0 when the stack overflows.
+run_under_wine() {
+  local folder rc=0
+  folder=$(mktemp -d)
+  TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
+    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" || rc=$?
+  if [ -e "$folder/unfinished" ]; then
+    say "the tests did not come to their end (exit code $rc)" >&2
+    [ "$rc" -ne 0 ] || rc=70
+  fi
+  rm -rf "$folder"
+  return "$rc"
+}

@@ -23,7 +23,7 @@ printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p "$b
 [ "$#" -eq 0 ] || exit 0
 say "cppcheck"
 # Suppressed, and why:
-#   passedByValue           clang-tidy has the same check, and sees what is moved
+#   passedByValue           as in .clang-tidy; and it does not see what is moved
 #   uninitDerivedMemberVar  an aggregate base that is initialised counts as not
 #   invalidLifetime, uninitvar  one finding each that mixes up two functions
 cppcheck --quiet --error-exitcode=1 --std=c++20 --language=c++ --platform=win64 \

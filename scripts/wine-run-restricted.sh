@@ -20,4 +20,4 @@ fi
 
 wine_prefix_ready
 trap wine_stop EXIT
-timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"

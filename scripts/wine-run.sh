@@ -8,4 +8,4 @@ answer_help "$@"
 refuse_options "$@"
 [ $# -gt 0 ] || wrong_usage "which program?"
 wine_environment
-exec timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"

@@ -1,5 +1,5 @@
 // The library's entry point and its five exports: contract checks and nothing
-// else. They are listed in VeskardShellExt.def.
+// else. The exports are listed in VeskardShellExt.def.
 #include <windows.h>
 
 #include "core/ModuleHandle.h"
@@ -9,6 +9,12 @@
 #include "shellext/Module.h"
 #include "shellext/Registration.h"
 
+#ifdef _MSC_VER
+#define VESKARD_START_UP _DllMainCRTStartup
+#else
+#define VESKARD_START_UP DllMainCRTStartup
+#endif
+
 namespace {
 
 constexpr DWORD kExtensionInterfaceVersion = 2;
@@ -17,12 +23,24 @@ constexpr DWORD kExtensionInterfaceVersion = 2;
 
 extern "C" {
 
+/// The compiler's start-up code, which makes and destroys the library's statics
+/// around DllMain.
+BOOL WINAPI VESKARD_START_UP(HINSTANCE instance, DWORD reason, void* processExits);
+
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
   if (reason == DLL_PROCESS_ATTACH) veskard::SetModuleHandle(instance);
   if (reason == DLL_PROCESS_DETACH)
     veskard::CloseLogAtDetach(processExits != nullptr ? veskard::Detach::kProcessExit
                                                       : veskard::Detach::kUnload);
   return TRUE;
+}
+
+/// What the loader calls. When the process exits the library's statics are left
+/// alone: the other threads were ended wherever they were, perhaps inside the heap
+/// or with a lock held, and the system takes the memory back anyway.
+BOOL WINAPI EnterLibrary(HINSTANCE instance, DWORD reason, void* processExits) {
+  const bool exiting = reason == DLL_PROCESS_DETACH && processExits != nullptr;
+  return exiting ? DllMain(instance, reason, processExits) : VESKARD_START_UP(instance, reason, processExits);
 }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {

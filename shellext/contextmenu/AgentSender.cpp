@@ -82,7 +82,6 @@ void StartAgentSender(std::wstring pipeName, CommandBatch batch, ThreadCreator c
   static_cast<void>(task.release());  // the thread's now
 }
 
-// The thread owns both. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void AgentSenderThread(std::wstring pipeName, CommandBatch batch) {
   const ModuleUse use;
   if (pipeName.empty()) pipeName = StartUserAgent();

@@ -105,7 +105,7 @@ bool IsSyncFolderRoot(std::wstring path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-std::wstring FindSyncFolderRoot(const std::wstring& path) {
+std::wstring FindSyncFolderRoot(std::wstring path) {
   const PathVector components(path);
   for (size_t count = 1; count <= components.Count(); ++count) {
     std::wstring prefix = components.ToString(components.Separator(), count);
@@ -116,7 +116,7 @@ std::wstring FindSyncFolderRoot(const std::wstring& path) {
   return {};
 }
 
-bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info) {
+bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info) {
   const auto mark = OpenFolderMark(root);
   if (mark == nullptr) return false;
   const BencValue record = ParseMark(*mark);
@@ -127,7 +127,7 @@ bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info) {
   return true;
 }
 
-PlaceholderState ReadPlaceholderState(const std::wstring& file) {
+PlaceholderState ReadPlaceholderState(std::wstring file) {
   if (const auto mark = OpenFirst(file, kPlaceholderSources)) return StateFrom(ParseMark(*mark));
   if (const auto mark = OpenFirst(file, kProgressSources)) return StateFromProgressMark(*mark);
   return {};

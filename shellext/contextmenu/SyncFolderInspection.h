@@ -37,14 +37,14 @@ bool IsSyncFolderRoot(std::wstring path);
 
 /// The root of the outermost synchronised folder that contains `path` or is
 /// `path`; empty when there is none or when `path` lies in that root's `.sync`.
-std::wstring FindSyncFolderRoot(const std::wstring& path);
+std::wstring FindSyncFolderRoot(std::wstring path);
 
 /// Overwrites the fields of `info` (which the caller has at their defaults) from
 /// the first metadata source of `root` that opens; false, and nothing touched,
 /// when none does.
-bool ReadSyncFolderInfo(const std::wstring& root, SyncFolderInfo& info);
+bool ReadSyncFolderInfo(std::wstring root, SyncFolderInfo& info);
 
-PlaceholderState ReadPlaceholderState(const std::wstring& file);
+PlaceholderState ReadPlaceholderState(std::wstring file);
 
 /// The mark that the two calls above read: the first source that opens, open for
 /// reading; null when none does. For tools that show what stands there.

@@ -14,6 +14,9 @@
 //   unload              writes a line and unloads the library first
 //   exit-writing        exits while four threads write lines
 //   exit-inside         exits while a thread stays inside the log for ever
+//   exit-inside-heap, exit-heap   exit with and without such a thread, and end with
+//                       kLogHostHeapTouched when the library takes or frees memory
+//                       on the way
 //   wait                writes a line, sets "ready" and waits to be ended
 //
 // Events are named "SANDBOX-EVENT". The exit code is kLogHostExitCode.
@@ -164,6 +167,33 @@ void ExitInside(const Run& run) {
   LeaveAtOnce();
 }
 
+// ---- The heap at process exit
+
+/// In place of the library's heap functions: whatever they were called for, it was
+/// too late.
+void* TooLate() {
+  ::TerminateProcess(::GetCurrentProcess(), kLogHostHeapTouched);
+  return nullptr;
+}
+
+/// Not undone: the process ends by it.
+void ForbidHeap(const Run& run) {
+  for (const char* name : {"malloc", "calloc", "realloc", "free"})
+    static_cast<void>(new test::ImportPatch(run.probe.Module(), name, reinterpret_cast<void*>(&TooLate)));
+}
+
+void ExitInsideHeap(const Run& run) {
+  StartThread(&StayInside, run);
+  ::Sleep(100);
+  ForbidHeap(run);
+  LeaveAtOnce();
+}
+
+void ExitHeap(const Run& run) {
+  ForbidHeap(run);
+  LeaveAtOnce();
+}
+
 void Wait(const Run& run) {
   run.probe.Write(L"last words");
   run.Set(L"ready");
@@ -173,7 +203,7 @@ void Wait(const Run& run) {
 const std::map<std::wstring, void (*)(const Run&)> kScenarios = {
     {L"write", &Write},   {L"write-whole", &WriteWhole},   {L"exit", &Exit},
     {L"unload", &Unload}, {L"exit-writing", &ExitWriting}, {L"exit-inside", &ExitInside},
-    {L"wait", &Wait},
+    {L"wait", &Wait},     {L"exit-heap", &ExitHeap},       {L"exit-inside-heap", &ExitInsideHeap},
 };
 
 }  // namespace
