@@ -84,7 +84,8 @@ TEST_F(LogProcessesTest, TheHeapIsLeftAloneWhereADeadThreadWasInsideTheLog) {
 
 TEST_F(LogProcessesTest, TheHeapIsLeftAloneWhereThereIsNoEndLineToWrite) {
   SetSwitch(0);
-  EXPECT_EQ(StartHost(L"exit-heap")->Wait(), kLogHostExitCode);
+  for (const wchar_t* scenario : {L"exit-heap", L"exit-heap-shipped"})
+    EXPECT_EQ(StartHost(scenario)->Wait(), kLogHostExitCode) << scenario;
   EXPECT_FALSE(fs::exists(File()));
 }
 
