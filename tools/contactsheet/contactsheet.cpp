@@ -90,8 +90,7 @@ class Sheet {
 };
 
 ExtensionClasses ClassesFor(const Arguments& arguments) {
-  return arguments.Has("--dll") ? ExtensionClasses(FullPath(arguments.Text("--dll")))
-                                    : ExtensionClasses();
+  return arguments.Has("--dll") ? ExtensionClasses(FullPath(arguments.Text("--dll"))) : ExtensionClasses();
 }
 
 int Run(const Arguments& arguments) {
