@@ -14,6 +14,7 @@
 //   unload              writes a line and unloads the library first
 //   exit-writing        exits while four threads write lines
 //   exit-inside         exits while a thread stays inside the log for ever
+//   killed-writing      sets "ready" while four threads write lines, to be ended then
 //   wait                writes a line, sets "ready" and waits to be ended
 //
 // Events are named "SANDBOX-EVENT". The exit code is kLogHostExitCode.
@@ -157,6 +158,13 @@ void ExitWriting(const Run& run) {
   LeaveAtOnce();
 }
 
+void BeKilledWriting(const Run& run) {
+  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, run);
+  ::Sleep(20 + ::GetTickCount() % 20);
+  run.Set(L"ready");
+  ::Sleep(INFINITE);
+}
+
 void ExitInside(const Run& run) {
   run.probe.Write(L"last words");
   StartThread(&StayInside, run);
@@ -171,8 +179,13 @@ void Wait(const Run& run) {
 }
 
 const std::map<std::wstring, void (*)(const Run&)> kScenarios = {
-    {L"write", &Write},   {L"write-whole", &WriteWhole},   {L"exit", &Exit},
-    {L"unload", &Unload}, {L"exit-writing", &ExitWriting}, {L"exit-inside", &ExitInside},
+    {L"write", &Write},
+    {L"write-whole", &WriteWhole},
+    {L"exit", &Exit},
+    {L"unload", &Unload},
+    {L"exit-writing", &ExitWriting},
+    {L"exit-inside", &ExitInside},
+    {L"killed-writing", &BeKilledWriting},
     {L"wait", &Wait},
 };
 

@@ -29,8 +29,11 @@ bool TakeClient(HANDLE pipe, HANDLE stop, HANDLE done) {
   OVERLAPPED operation = {};
   operation.hEvent = done;
   DWORD size = 0;
-  if (::ConnectNamedPipe(pipe, &operation) || ::GetLastError() == ERROR_PIPE_CONNECTED) return true;
-  return ::GetLastError() == ERROR_IO_PENDING && Finish(pipe, operation, stop, size);
+  if (::ConnectNamedPipe(pipe, &operation)) return true;
+  const DWORD error = ::GetLastError();
+  // A client that has come and gone already: what it wrote can still be read.
+  if (error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA) return true;
+  return error == ERROR_IO_PENDING && Finish(pipe, operation, stop, size);
 }
 
 // Reads up to one message; ERROR_MORE_DATA when it is not the whole of it.

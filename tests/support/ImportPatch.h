@@ -20,8 +20,6 @@ class ImportPatch {
   void* Original() const noexcept { return original_; }
 
  private:
-  void Write(void* target) noexcept;
-
   void** slot_ = nullptr;
   void* original_ = nullptr;
 };
