@@ -7,8 +7,8 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-"$root/scripts/build.sh" win64
+"$root/scripts/build.sh" win64-heap
 wine_prefix_ready
 trap wine_stop EXIT
 cd "$root"
-VESKARD_HEAP_CHECKS=1 VESKARD_TIMEOUT=3600 ctest --preset win64 --timeout 3600 "$@"
+ctest --preset win64-heap "$@"

@@ -168,7 +168,11 @@ void CloseLogAtDetach(Detach detach) noexcept {
     return;
   }
   if (diagnosticLog) diagnosticLog->Switch(false);
-  diagnosticLog.reset();
+  if (detach == Detach::kUnload) {
+    diagnosticLog.reset();
+  } else {
+    static_cast<void>(diagnosticLog.release());  // its memory goes with the process
+  }
   logLock.Leave();
 }
 

@@ -25,6 +25,18 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
   return TRUE;
 }
 
+#ifdef __MINGW32__
+BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD reason, void* processExits);
+
+/// What the system calls, in front of the run-time library's own entry point. When
+/// the process exits nothing is destroyed: a thread that was ended inside the heap
+/// may hold its lock for ever, and the memory goes with the process anyway.
+BOOL WINAPI ExtensionEntry(HINSTANCE instance, DWORD reason, void* processExits) {
+  if (reason == DLL_PROCESS_DETACH && processExits != nullptr) return DllMain(instance, reason, processExits);
+  return DllMainCRTStartup(instance, reason, processExits);
+}
+#endif
+
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
   if (ppv == nullptr) return E_POINTER;
   *ppv = nullptr;

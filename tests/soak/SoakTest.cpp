@@ -93,6 +93,7 @@ class SoakTest : public LibraryMenuTest {
 
 TEST_F(SoakTest, NothingIsLeftOfAnyRightClickOrIcon) {
   const int rounds = Rounds();
+  const size_t ofIcons = GrowthOfBareIcons(library_.Module());
   for (int i = 0; i < kWarmUp; ++i) Round(i);
   const ProcessResources before = CountProcessResources();
   const size_t memoryBefore = PrivateKilobytes();
@@ -112,7 +113,6 @@ TEST_F(SoakTest, NothingIsLeftOfAnyRightClickOrIcon) {
   EXPECT_LT(after.heapBlocks, before.heapBlocks + 20 + static_cast<size_t>(rounds) / 100);
   EXPECT_LT(after.heapBytes, before.heapBytes + 32 * 1024 + static_cast<size_t>(rounds));
   const size_t memoryAfter = PrivateKilobytes();
-  const size_t ofIcons = GrowthOfBareIcons(library_.Module());
   std::cout << "  a bare icon costs " << ofIcons << " bytes of private memory, a round "
             << (memoryAfter - memoryBefore) * 1024 / static_cast<size_t>(rounds) << std::endl;
   const size_t systems = static_cast<size_t>(rounds) * kIconsOfAMenu * ofIcons / 1024;
