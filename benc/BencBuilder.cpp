@@ -22,7 +22,8 @@ void BencBuilder::Reserve(BencValue& list, size_t count, BencSlabs* slabs) {
   auto* const array = new (block) BencArray{0, {count}, 0};
   if (old != nullptr) {
     // Values move with their bytes; the old ones are not destroyed.
-    std::memcpy(static_cast<void*>(array->Values()), old->Values(), old->count * sizeof(BencValue));
+    std::memcpy(static_cast<void*>(array->Values()), static_cast<const void*>(old->Values()),
+                old->count * sizeof(BencValue));
     array->count = old->count;
     FreeBencBlock(old);
   }

@@ -29,12 +29,13 @@ class InlineStack {
   void Pop() noexcept { --count_; }
   void Push(T item) {
     if (count_ == capacity_) Grow();
-    items_[count_++] = item;
+    items_[count_++] = item;  // NOLINT(clang-analyzer-cplusplus.NewDelete): never of size zero
   }
 
  private:
   static constexpr size_t kInlineCount = 16;
 
+  // NOLINTBEGIN(bugprone-sizeof-expression): the items may well be pointers
   void Grow() {
     auto* const bigger = static_cast<T*>(::operator new(2 * capacity_ * sizeof(T)));
     std::memcpy(bigger, items_, count_ * sizeof(T));
@@ -42,6 +43,7 @@ class InlineStack {
     items_ = bigger;
     capacity_ *= 2;
   }
+  // NOLINTEND(bugprone-sizeof-expression)
 
   std::array<T, kInlineCount> inline_;
   T* items_ = inline_.data();

@@ -20,6 +20,8 @@ if(WIN32)
   target_compile_definitions(veskard_flags INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 STRICT)
   if(NOT MSVC)
+    # Wine's debugger does not read the compilers' own choice, DWARF 5.
+    target_compile_options(veskard_flags INTERFACE $<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
     # One file to deploy: the compiler's run-time libraries are linked in. The
     # rest makes two builds byte-identical and keeps the unused out.
     target_link_options(veskard_flags INTERFACE
@@ -38,6 +40,10 @@ if(VESKARD_TRAPS)
   target_compile_options(veskard_flags INTERFACE
     -fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS)
 endif()
+if(VESKARD_COVERAGE)
+  target_compile_options(veskard_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(veskard_flags INTERFACE --coverage)
+endif()
 if(VESKARD_SANITIZERS)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
@@ -46,3 +52,12 @@ if(VESKARD_FUZZ)
   # Comparisons are not traced: the grammars are simple, and speed finds more.
   add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()
+
+# GCC 12 finds overruns and overlaps in its own std::wstring, inlined, and forgets
+# that it stands in a system's header when that header is a precompiled one.
+function(veskard_quiet_string_warnings target)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE
+      -Wno-array-bounds -Wno-restrict -Wno-stringop-overread -Wno-stringop-overflow)
+  endif()
+endfunction()

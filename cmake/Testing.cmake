@@ -13,9 +13,9 @@ if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(restricted_test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run-restricted.sh)
 endif()
 
-# Reading GoogleTest's headers is most of what compiling a test costs: they are
-# read once, and every test program reuses the result.
-add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/test_headers.cpp)
+# GoogleTest's headers, too, are read once (see PrecompiledHeaders.cmake), and every
+# test program reuses the result.
+add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled_headers.cpp)
 target_link_libraries(test_headers PRIVATE veskard_flags gmock)
 target_precompile_headers(test_headers PRIVATE
   <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <string_view> <vector>
@@ -35,11 +35,7 @@ function(veskard_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE veskard_flags ${arg_LIBS} gmock gmock_main)
   target_precompile_headers(${name} REUSE_FROM test_headers)
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # GCC 12 finds overruns and overlaps in its own std::wstring, inlined.
-    target_compile_options(${name} PRIVATE
-      -Wno-array-bounds -Wno-restrict -Wno-stringop-overread -Wno-stringop-overflow)
-  endif()
+  veskard_quiet_string_warnings(${name})
   set_target_properties(${name} PROPERTIES
     POSITION_INDEPENDENT_CODE OFF RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   if(arg_RESTRICTED)

@@ -60,6 +60,7 @@ __attribute__((init_priority(101))) StaticGuards staticGuards;
 }  // namespace
 }  // namespace veskard
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 int __cxa_guard_acquire(veskard::Guard* guard) {
@@ -75,3 +76,4 @@ void __cxa_guard_abort(veskard::Guard* guard) {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

@@ -4,6 +4,8 @@
 LIBRARY is VeskardShellExt.dll, PROBE shellprobe.exe, ICON what the list of
 programs shows. The package's version is the library's own, from its version
 resource. The same files always give the same bytes. Needs msibuild and gcab.
+
+Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
 
 import hashlib
@@ -141,8 +143,12 @@ def make(library, probe, icon, result):
 
 
 if __name__ == "__main__":
+    if sys.argv[1:2] in (["-h"], ["--help"]):
+        print(__doc__)
+        sys.exit(0)
     if len(sys.argv) != 5:
-        sys.exit(__doc__)
+        print("make_msi.py: LIBRARY PROBE ICON RESULT.msi are needed (see make_msi.py --help)", file=sys.stderr)
+        sys.exit(2)
     try:
         make(*sys.argv[1:])
     except (OSError, PackageError) as error:

@@ -16,19 +16,27 @@ this path again, whatever file lies there by then. Since class identifiers carry
 the version too, a path with the version in it is what lets a running Explorer
 load the new library beside the old one, without a restart.
 
-The order of an upgrade keeps the extension registered and makes failure cheap:
+The order of an upgrade keeps the extension registered and makes failure cheap;
+the steps marked * are there only where a version is installed already:
 
     files of the new version      a folder of its own: nothing is overwritten
-    its registration              the step that can fail; nothing is lost yet
-    removal of the old version    unregisters the old classes; this takes the
+  * its registration, a proof     the step that can fail; nothing is lost yet
+  * removal of the old version    unregisters the old classes; this takes the
                                   icon handler's key, which all versions share
-    registry values of the type   kept by the removal, since both versions have them
-    its registration once more    puts the icon handler's key back
+    registry values               those of the file type are kept by the removal,
+                                  since both versions have them
+    its registration              puts the icon handler's key back
     entry in the list of programs
 
-Registering early proves that the library loads and works before anything of the
-old version is touched; when it fails, rollback has only the new version's own
-files to take away.
+The proof shows that the library loads and works before anything of the old version
+is touched; when it fails, rollback has only the new version's own files to take
+away. A first installation needs none, and writes its registry values first: among
+them is the parent of the icon handler's key, and rollback, which goes backwards,
+then finds that parent empty when it comes to it, and takes it away.
+
+The engine writes down what is to be done and does it at an InstallExecute. One
+stands right behind the files: undone within one batch, the files would go before
+the library in them has unregistered itself (Wine's engine does so).
 """
 
 UPGRADE_CODE = "{7BA104CB-0C92-4640-B881-80CEB60898B6}"
@@ -100,6 +108,9 @@ SEARCHES = [
     *(("OWN_" + name.upper(), RECORD_KEY, "Owns" + name) for name in FILE_TYPE_VALUES),
 ]
 
+# Whether an installed version, older or this one, is replaced.
+REPLACES = "(OLDER_VERSION OR EARLIER_LIBRARY) AND NOT REMOVE"
+
 COSTING = [("CostInitialize", "", 800), ("FileCost", "", 900), ("CostFinalize", "", 1000)]
 CHECKS = [("FindRelatedProducts", "", 25), ("AppSearch", "", 50), ("LaunchConditions", "", 100)]
 
@@ -163,11 +174,13 @@ TABLES = {
     "Icon": [("product.ico", "product.ico")],
     "Media": [(1, len(FILES), "", "#files.cab", "", "")],
     "CustomAction": [
+        ("Prove", PROGRAM + DEFERRED, "System64Folder", REGISTER % "[#Library]"),
         ("Register", PROGRAM + DEFERRED, "System64Folder", REGISTER % "[#Library]"),
-        ("RegisterAgain", PROGRAM + DEFERRED, "System64Folder", REGISTER % "[#Library]"),
         ("Unregister", PROGRAM + DEFERRED + IGNORE_FAILURE, "System64Folder", UNREGISTER % "[#Library]"),
         # Undoing runs backwards: the failed version's classes go, and then the
         # version that was there before takes the shared key again.
+        ("UndoProve", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
+         UNREGISTER % "[#Library]"),
         ("UndoRegister", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
          UNREGISTER % "[#Library]"),
         ("UndoReplace", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
@@ -177,8 +190,8 @@ TABLES = {
         ("SetInstallLocation", SET_PROPERTY, "ARPINSTALLLOCATION", "[VersionFolder]"),
     ],
     "ActionText": [
+        ("Prove", "Registering the Explorer extension", ""),
         ("Register", "Registering the Explorer extension", ""),
-        ("RegisterAgain", "Registering the Explorer extension", ""),
         ("Unregister", "Unregistering the Explorer extension", ""),
     ],
     "InstallExecuteSequence": [
@@ -196,13 +209,15 @@ TABLES = {
         ("RemoveRegistryValues", "", 2600),
         ("RemoveFiles", "", 3500),
         ("InstallFiles", "", 4000),
+        ("InstallExecute", "", 4005),
         ("UndoReplace", "EARLIER_LIBRARY AND NOT REMOVE", 4010),
-        ("UndoRegister", "NOT REMOVE", 4020),
-        ("Register", "NOT REMOVE", 4030),
-        ("InstallExecute", "", 4100),
+        ("UndoProve", REPLACES, 4020),
+        ("Prove", REPLACES, 4030),
+        ("InstallExecuteAgain", "", 4100),
         ("RemoveExistingProducts", "", 4110),
         ("WriteRegistryValues", "", 5000),
-        ("RegisterAgain", "NOT REMOVE", 5010),
+        ("UndoRegister", "NOT REMOVE", 5010),
+        ("Register", "NOT REMOVE", 5020),
         ("RegisterUser", "", 6000),
         ("RegisterProduct", "", 6100),
         ("PublishFeatures", "", 6300),

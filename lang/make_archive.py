@@ -4,6 +4,8 @@
 The members are "version", "english.txt" and every "NAME!CODE.txt" of the
 folder, in this order. The same files always give the same bytes: names are
 sorted, and every member bears the same date and no trace of the machine.
+
+Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
 
 import os
@@ -37,6 +39,10 @@ def main(folder, version, path):
 
 
 if __name__ == "__main__":
+    if sys.argv[1:2] in (["-h"], ["--help"]):
+        print(__doc__)
+        sys.exit(0)
     if len(sys.argv) != 4:
-        sys.exit(__doc__)
+        print("make_archive.py: FOLDER VERSION ZIP are needed (see make_archive.py --help)", file=sys.stderr)
+        sys.exit(2)
     main(*sys.argv[1:])

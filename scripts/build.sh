@@ -6,10 +6,15 @@
 #   scripts/build.sh win64-traps     that flavour alone
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
-"$root/scripts/install-deps.sh"
 presets=("$@")
 [ "${#presets[@]}" -gt 0 ] || presets=(win64 win32)
+for preset in "${presets[@]}"; do
+  grep -q "\"configurePreset\": \"$preset\"" "$root/CMakePresets.json" || wrong_usage "there is no preset \"$preset\""
+done
+
+"$root/scripts/install-deps.sh"
 cd "$root"
 for preset in "${presets[@]}"; do
   say "building $preset"

@@ -5,6 +5,8 @@
 #   scripts/check-library.sh FILE...
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
 
 # Windows' own and nothing else: the library is one file to deploy.
 allowed_imports="advapi32 gdi32 gdiplus kernel32 mpr msvcrt ole32 shell32 shlwapi user32"
@@ -51,7 +53,7 @@ check_version() {
   grep -qa "ProductName.*$expected_product" <<<"$resource" || complain "does not name its product"
 }
 
-[ "$#" -gt 0 ] || die "usage: scripts/check-library.sh FILE..."
+[ "$#" -gt 0 ] || wrong_usage "which library?"
 for file in "$@"; do
   [ -f "$file" ] || die "$file does not exist"
   headers=$(objdump -p "$file")

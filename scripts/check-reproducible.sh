@@ -4,6 +4,8 @@
 # a compiler cache.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 built="$build/win64/VeskardShellExt.dll"
 [ -f "$built" ] || die "build/win64/VeskardShellExt.dll is missing: run scripts/build.sh win64 first"

@@ -8,7 +8,10 @@
 #   scripts/contact-sheet.sh OUT.png
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
+refuse_options "$@"
+takes_nothing_more "${@:2}"
 result=${1:-$build/demo/icons.png}
 programs="$build/win64"
 types=(docx xlsx jpg mp3 mp4 zip)
@@ -47,7 +50,7 @@ register_types() {
 draw_icons() {
   run "$build/logs/contact-sheet.log" windows "$programs/contact-sheet.exe" 'C:\Contact Sheet\Synchronised' \
     'C:\Contact Sheet\large.png' 'C:\Contact Sheet\small.png' "${columns[@]}" \
-    --library "$(windows winepath -w "$programs/VeskardShellExt.dll" | tr -d '\r')"
+    --dll "$(windows winepath -w "$programs/VeskardShellExt.dll" | tr -d '\r')"
 }
 
 # Large icons are shown at half their size, as a view of big symbols would; small

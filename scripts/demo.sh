@@ -10,6 +10,7 @@
 #   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 . "$(dirname "$0")/demo-languages.sh"
 
 demo="$build/demo"
@@ -26,8 +27,9 @@ keep_pictures=false
 case "${1:-}" in
   "") ;;
   --keep-pictures) keep_pictures=true ;;
-  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) wrong_usage "there is no option $1" ;;
 esac
+takes_nothing_more "${@:2}"
 
 started=$SECONDS
 indent() { sed 's/^./    &/'; }
@@ -166,13 +168,16 @@ draw_overview() {
 # What support asks for: what was logged, is it installed well, why is there no menu.
 show_insight() {
   printf '\n'
-  say "What does the diagnostic log say? shellprobe tail"
-  probe tail --no-follow --lines 9 | indent
+  say "What did the last right-clicks log? shellprobe tail"
+  probe tail --no-follow --process shellprobe.exe --lines 9 | indent
   printf '\n'
   say "Is it installed as it should be? shellprobe doctor"
   probe doctor | indent
   printf '\n'
-  say "Why has C:\\Elsewhere\\Notes.txt no menu? shellprobe explain"
+  say "Why has a placeholder the commands that it has? shellprobe explain"
+  probe explain "$tree\\Photos.zip.ghpl" | indent
+  printf '\n'
+  say "And why has C:\\Elsewhere\\Notes.txt none?"
   local rc=0
   probe explain 'C:\Elsewhere\Notes.txt' >"$demo/explain.txt" || rc=$?
   [ "$rc" -eq 14 ] || die "shellprobe explain ended with $rc"

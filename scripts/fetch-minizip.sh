@@ -6,6 +6,8 @@
 # machine's configuration changes.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 destination="$build/deps/minizip"
 [ -f "$destination/unzip.c" ] && exit 0

@@ -1,8 +1,14 @@
 #!/usr/bin/env bash
-# Applies .clang-format to the whole tree; with --check only tells, and prints
-# the command that mends it.
+# Applies .clang-format to the whole tree.
+#
+#   scripts/format.sh
+#   scripts/format.sh --check    only tells, and prints the command that mends it
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+case "${1:-}" in "" | --check) ;; *) wrong_usage "there is no option $1" ;; esac
+takes_nothing_more "${@:2}"
+
 cd "$root"
 mapfile -t files < <(git ls-files -co --exclude-standard -- '*.h' '*.cpp')
 if [ "${1:-}" = --check ]; then

@@ -1,28 +1,51 @@
 #!/usr/bin/env bash
-# Fuzzes every target for SECONDS each, from the committed seeds and from what
-# earlier runs on this machine have found interesting (build/fuzz/). A finding
-# ends the run; its input is left in fuzz/regressions/TARGET/, to be committed
-# together with the fix.
+# Fuzzes every target for SECONDS each, two at a time, from the committed seeds and
+# from what earlier runs on this machine have found interesting (build/fuzz/). A
+# finding fails the run; its input is left in fuzz/regressions/TARGET/, to be
+# committed together with the fix.
 #
 #   scripts/fuzz.sh SECONDS [TARGET...]    targets: parser, format, path, archive, lines
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
-seconds=${1:?"usage: fuzz.sh SECONDS [TARGET...]"}
-shift
-targets=("$@")
-[ "${#targets[@]}" -gt 0 ] || targets=(parser format path archive lines)
+known=(parser format path archive lines)
+case "${1:-}" in
+  "") wrong_usage "how many seconds?" ;;
+  *[!0-9]*) wrong_usage "SECONDS is a number, not \"$1\"" ;;
+esac
+seconds=$1
+targets=("${@:2}")
+for target in "${targets[@]}"; do
+  case " ${known[*]} " in *" $target "*) ;; *) wrong_usage "there is no target \"$target\"" ;; esac
+done
+[ "${#targets[@]}" -gt 0 ] || targets=("${known[@]}")
+
+# fuzz TARGET: one run, its output in a file of its own.
+fuzz() {
+  local target=$1 corpus="$build/fuzz/$1" regressions="$root/fuzz/regressions/$1" log="$build/logs/fuzz-$1.log"
+  mkdir -p "$corpus"
+  if "$build/native-fuzz/${target}_fuzz" -max_total_time="$seconds" -max_len="${VESKARD_FUZZ_MAX_LEN:-256}" \
+    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$regressions/" \
+    "$corpus" "$root/fuzz/seeds/$target" "$regressions" >"$log" 2>&1; then
+    say "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") executions without a finding"
+  else
+    tail -n 40 "$log" >&2
+    die "the target $target has a finding; its input is in fuzz/regressions/$target/"
+  fi
+}
 
 "$root/scripts/build.sh" native-fuzz
+say "fuzzing for $seconds s each: ${targets[*]}"
+failed=0
+running=()
 for target in "${targets[@]}"; do
-  corpus="$build/fuzz/$target"
-  regressions="$root/fuzz/regressions/$target"
-  log="$build/logs/fuzz-$target.log"
-  mkdir -p "$corpus"
-  say "fuzzing $target for $seconds s"
-  "$build/native-fuzz/${target}_fuzz" -max_total_time="$seconds" -max_len="${VESKARD_FUZZ_MAX_LEN:-256}" -timeout=10 \
-    -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$regressions/" \
-    "$corpus" "$root/fuzz/seeds/$target" "$regressions" >"$log" 2>&1 ||
-    { tail -n 40 "$log" >&2; die "the target $target has a finding; its input is in fuzz/regressions/$target/"; }
-  sed -n 's/^stat::number_of_executed_units: */    executions: /p' "$log"
+  if [ "${#running[@]}" -eq 2 ]; then
+    wait "${running[0]}" || failed=1
+    running=("${running[1]}")
+  fi
+  fuzz "$target" &
+  running+=("$!")
 done
+for job in "${running[@]}"; do wait "$job" || failed=1; done
+exit "$failed"

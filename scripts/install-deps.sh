@@ -4,8 +4,13 @@
 #
 #   scripts/install-deps.sh            everything that the tests and the demo need
 #   scripts/install-deps.sh bench      the same and the peers of the benchmarks
+#   scripts/install-deps.sh lint       the same and the programs that read the code
+#   scripts/install-deps.sh coverage   the same and the program that reports coverage
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+case "${1:-}" in "" | bench | lint | coverage) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+takes_nothing_more "${@:2}"
 
 packages=(
   # Compilers: the library for 64 and 32 bits, the native sanitizer flavour.
@@ -21,8 +26,14 @@ packages=(
   python3
   # The installation package, and its signature.
   msitools gcab osslsigncode openssl
+  # The picture of the dependencies.
+  graphviz
 )
-[ "${1:-}" = bench ] && packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev)
+case "${1:-}" in
+  bench) packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev valgrind) ;;
+  lint) packages+=(clang-tidy cppcheck) ;;
+  coverage) packages+=(gcovr) ;;
+esac
 
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 

@@ -11,6 +11,19 @@ wine_prefix="$build/wine"
 say() { printf '%s\n' "==> $*"; }
 die() { printf '%s\n' "error: $*" >&2; exit 1; }
 
+# A script's opening comment is its help. Its exit codes are those of every tool
+# here; a script that has others says so before it asks.
+exit_codes="0 done; 1 failed; 2 wrong command line"
+answer_help() {
+  case "${1:-}" in -h | --help) ;; *) return 0 ;; esac
+  sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+  printf '\n%s\n' "Exit codes: $exit_codes."
+  exit 0
+}
+wrong_usage() { printf '%s\n' "error: $* (see ${0##*/} --help)" >&2; exit 2; }
+refuse_options() { case "${1:-}" in -*) wrong_usage "there is no option $1" ;; esac; }
+takes_nothing_more() { [ $# -eq 0 ] || wrong_usage "cannot use \"$1\" here"; }
+
 # run LOG COMMAND...: runs the command quietly; shows its output only if it fails.
 run() {
   local log=$1 rc=0
@@ -49,3 +62,19 @@ wine_prefix_ready() {
 
 # Ends the server of this prefix, and of no other.
 wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wineserver -w >/dev/null 2>&1 || true; }
+
+# Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
+# keeps a file while its tests run: one that is left tells of a program that ended
+# before their end, as Wine may do with exit code 0 when the stack overflows.
+run_under_wine() {
+  local folder rc=0
+  folder=$(mktemp -d)
+  TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
+    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" || rc=$?
+  if [ -e "$folder/unfinished" ]; then
+    say "the tests did not come to their end (exit code $rc)" >&2
+    [ "$rc" -ne 0 ] || rc=70
+  fi
+  rm -rf "$folder"
+  return "$rc"
+}

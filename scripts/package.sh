@@ -9,14 +9,16 @@
 # library, the probe and the package itself are signed (scripts/sign.sh).
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
 programs=
 result="$build/package"
 while [ $# -gt 0 ]; do
   case "$1 ${2:+VALUE}" in
-    "--from VALUE") programs=$(realpath "$2") ;;
+    "--from VALUE") programs=$(realpath -m "$2") ;;
     "--to VALUE") result=$(realpath -m "$2") ;;
-    *) sed -n '2,9s/^# \{0,1\}//p' "$0"; exit 2 ;;
+    "--from " | "--to ") wrong_usage "$1 needs a folder" ;;
+    *) wrong_usage "there is no option $1" ;;
   esac
   shift 2
 done

@@ -15,10 +15,12 @@
 # A file that cannot be signed stays as it was.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
 
 description="Nimbrel Veskard Agent Explorer Extension"
 
-[ $# -gt 0 ] || { sed -n '2,16s/^# \{0,1\}//p' "$0"; exit 2; }
+[ $# -gt 0 ] || wrong_usage "which files?"
 certificate=${VESKARD_SIGN_CERTIFICATE:-}
 [ -n "$certificate" ] || die "VESKARD_SIGN_CERTIFICATE names no certificate to sign with"
 for file in "$certificate" "$@"; do

@@ -6,6 +6,8 @@
 #   scripts/soak.sh [ROUNDS]
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
 
 "$root/scripts/build.sh" win64
 wine_prefix_ready

@@ -6,6 +6,7 @@
 #   scripts/test-heap.sh -R torture
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
 "$root/scripts/build.sh" win64-heap
 wine_prefix_ready

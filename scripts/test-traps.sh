@@ -5,6 +5,7 @@
 #   scripts/test-traps.sh -R torture
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
 "$root/scripts/build.sh" win64-traps
 wine_prefix_ready

@@ -3,6 +3,8 @@
 # platform-neutral code natively with the sanitizers. Ends in CTest's summary.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 "$root/scripts/build.sh" win64 win32 native-sanitizers
 wine_prefix_ready

@@ -6,6 +6,7 @@
 #   scripts/torture.sh --gtest_filter='*RightClick*'
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
 
 "$root/scripts/build.sh" win64
 wine_prefix_ready

@@ -1,11 +1,27 @@
 #!/usr/bin/env bash
-# Makes a Wine prefix ready, or ends what runs in it; for tests that need one of
-# their own: wine-prefix.sh make|stop FOLDER
+# Makes a Wine prefix ready, makes it anew, or ends what runs in it; for tests
+# that need a prefix of their own.
+#
+#   scripts/wine-prefix.sh make FOLDER     makes it where it is missing
+#   scripts/wine-prefix.sh renew FOLDER    throws it away and makes it from scratch
+#   scripts/wine-prefix.sh stop FOLDER     ends its server and every program in it
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+
+case "${1:-}" in make | renew | stop) ;; *) wrong_usage "make, renew or stop, not \"${1:-}\"" ;; esac
+[ $# -ge 2 ] || wrong_usage "which folder?"
+takes_nothing_more "${@:3}"
 export WINEPREFIX=$2
+wine_environment
 case "$1" in
   make) wine_prefix_ready ;;
-  stop) wine_environment; wine_stop ;;
-  *) die "make or stop, not \"$1\"" ;;
+  renew)
+    # Only what a former run has made here: never a folder that is something else.
+    [ ! -e "$WINEPREFIX" ] || [ -d "$WINEPREFIX/drive_c" ] || die "$WINEPREFIX is no Wine prefix"
+    wine_stop
+    rm -rf "$WINEPREFIX"
+    wine_prefix_ready
+    ;;
+  stop) wine_stop ;;
 esac

@@ -6,6 +6,10 @@
 # its own, since its server must be without the right too.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+exit_codes="the program's own; 124 time limit; 2 no program"
+answer_help "$@"
+refuse_options "$@"
+[ $# -gt 0 ] || wrong_usage "which program?"
 export WINEPREFIX="$build/wine-restricted"
 
 if [ "$(id -u)" -eq 0 ] && [ -z "${VESKARD_RESTRICTED:-}" ]; then
@@ -16,4 +20,4 @@ fi
 
 wine_prefix_ready
 trap wine_stop EXIT
-timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"

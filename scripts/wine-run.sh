@@ -5,9 +5,13 @@
 # ends a program that has damaged one; what it says about each use is left out.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+exit_codes="the program's own; 124 time limit; 2 no program"
+answer_help "$@"
+refuse_options "$@"
+[ $# -gt 0 ] || wrong_usage "which program?"
 if [ -n "${VESKARD_HEAP_CHECKS:-}" ]; then
   export WINEDEBUG=-all,+heap
   exec 2> >(grep -a --line-buffered -v ':trace:heap:' >&2)
 fi
 wine_environment
-exec timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@"
+run_under_wine "$@"

@@ -161,18 +161,14 @@ void WriteLogLine(const wchar_t* format, FormatArgs args) noexcept {
 }
 
 void CloseLogAtDetach(Detach detach) noexcept {
-  if (detach == Detach::kUnload) {
+  const bool unloading = detach == Detach::kUnload;
+  if (unloading) {
     logLock.Enter();
   } else if (!logLock.TryEnter()) {
-    static_cast<void>(diagnosticLog.release());  // or its destructor would touch it after all
     return;
   }
   if (diagnosticLog) diagnosticLog->Switch(false);
-  if (detach == Detach::kUnload) {
-    diagnosticLog.reset();
-  } else {
-    static_cast<void>(diagnosticLog.release());  // its memory goes with the process
-  }
+  if (unloading) diagnosticLog.reset();
   logLock.Leave();
 }
 

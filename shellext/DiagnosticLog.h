@@ -73,8 +73,9 @@ enum class Detach {
 };
 
 /// Writes the end line, closes the file and frees the log object, if there is
-/// one. At process exit a log that a dead thread was just using is left alone:
-/// its state may be half changed, and nobody will ever leave its lock.
+/// one. At process exit the object is not freed, and a log that a dead thread was
+/// just using is left alone: its state may be half changed, and nobody will ever
+/// leave its lock. Memory is then taken for an end line only.
 void CloseLogAtDetach(Detach detach) noexcept;
 
 }  // namespace veskard

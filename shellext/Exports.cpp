@@ -1,5 +1,5 @@
 // The library's entry point and its five exports: contract checks and nothing
-// else. They are listed in VeskardShellExt.def.
+// else. The exports are listed in VeskardShellExt.def.
 #include <windows.h>
 
 #include "core/ModuleHandle.h"
@@ -9,6 +9,12 @@
 #include "shellext/Module.h"
 #include "shellext/Registration.h"
 
+#ifdef _MSC_VER
+#define VESKARD_START_UP _DllMainCRTStartup
+#else
+#define VESKARD_START_UP DllMainCRTStartup
+#endif
+
 namespace {
 
 constexpr DWORD kExtensionInterfaceVersion = 2;
@@ -16,6 +22,10 @@ constexpr DWORD kExtensionInterfaceVersion = 2;
 }  // namespace
 
 extern "C" {
+
+/// The compiler's start-up code, which makes and destroys the library's statics
+/// around DllMain.
+BOOL WINAPI VESKARD_START_UP(HINSTANCE instance, DWORD reason, void* processExits);
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
   if (reason == DLL_PROCESS_ATTACH) veskard::SetModuleHandle(instance);
@@ -25,17 +35,13 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
   return TRUE;
 }
 
-#ifdef __MINGW32__
-BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD reason, void* processExits);
-
-/// What the system calls, in front of the run-time library's own entry point. When
-/// the process exits nothing is destroyed: a thread that was ended inside the heap
-/// may hold its lock for ever, and the memory goes with the process anyway.
-BOOL WINAPI ExtensionEntry(HINSTANCE instance, DWORD reason, void* processExits) {
-  if (reason == DLL_PROCESS_DETACH && processExits != nullptr) return DllMain(instance, reason, processExits);
-  return DllMainCRTStartup(instance, reason, processExits);
+/// What the loader calls. When the process exits the library's statics are left
+/// alone: the other threads were ended wherever they were, perhaps inside the heap
+/// or with a lock held, and the system takes the memory back anyway.
+BOOL WINAPI EnterLibrary(HINSTANCE instance, DWORD reason, void* processExits) {
+  const bool exiting = reason == DLL_PROCESS_DETACH && processExits != nullptr;
+  return exiting ? DllMain(instance, reason, processExits) : VESKARD_START_UP(instance, reason, processExits);
 }
-#endif
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
   if (ppv == nullptr) return E_POINTER;

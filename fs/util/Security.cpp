@@ -7,26 +7,15 @@
 #include <sddl.h>
 
 #include <algorithm>
-#include <regex>
 #include <vector>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/AccountAliases.h"
 
 namespace veskard {
 namespace {
 
 constexpr size_t kPartPrefixLength = 2;  // "O:" or "G:"
-
-// An entry's sixth field, when it is an alias: capitals up to the field's end.
-constexpr wchar_t kAccountField[] = LR"(\((?:[^;]*;){5}([A-Z]*)[;\)])";
-
-// Without this the GNU library's matcher calls itself for each character, and a
-// long conditional entry would exhaust the host's stack.
-#ifdef __GLIBCXX__
-constexpr auto kMatcher = std::regex_constants::ECMAScript | std::regex_constants::__polynomial;
-#else
-constexpr auto kMatcher = std::regex_constants::ECMAScript;
-#endif
 
 using SecurityDescriptor = UniqueLocalMemory;
 
@@ -65,16 +54,6 @@ uint32_t PrintDescriptor(const SecurityDescriptor& descriptor, SECURITY_INFORMAT
   }
   text = static_cast<const wchar_t*>(printed.Get());
   return 0;
-}
-
-std::vector<std::wstring> AccountAliases(const std::wstring& accessList) {
-  static const std::wregex pattern(kAccountField, kMatcher);
-  std::vector<std::wstring> aliases;
-  for (std::wsregex_iterator match(accessList.begin(), accessList.end(), pattern), end; match != end;
-       ++match) {
-    aliases.push_back((*match)[1].str());
-  }
-  return aliases;
 }
 
 ACE_HEADER* EntryAt(ACL* list, DWORD index) noexcept {
@@ -171,9 +150,9 @@ uint32_t ReadSecurityStrings(const std::wstring& path, SecurityStrings& strings)
 
 bool ExpandAccountAliases(std::wstring& accessList) {
   std::wstring expanded = accessList;
-  for (const std::wstring& alias : AccountAliases(accessList)) {
+  for (const std::wstring_view alias : AccountAliases(accessList)) {
     const size_t place = expanded.find(alias);
-    if (place != expanded.npos) expanded.replace(place, alias.size(), FullSid(alias));
+    if (place != expanded.npos) expanded.replace(place, alias.size(), FullSid(std::wstring(alias)));
   }
   if (!ParseDescriptor(expanded)) return false;
   accessList = std::move(expanded);

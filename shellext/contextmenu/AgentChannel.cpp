@@ -10,14 +10,6 @@
 namespace veskard {
 namespace {
 
-// Each agent holds its mutex for as long as its pipe is open.
-struct AgentPipe {
-  const wchar_t* mutexName;
-  const wchar_t* pipeName;
-};
-constexpr AgentPipe kUserAgent = {L"Local\\pipesynccmd_SIT", L"\\\\.\\pipe\\synccmd_SIT"};
-constexpr AgentPipe kServiceAgent = {L"Global\\pipesynccmd_SIT", L"\\\\.\\pipe\\syncsvccmd_SIT"};
-
 constinit std::atomic<AgentScope> currentScope = AgentScope::kUnset;
 
 }  // namespace
@@ -31,8 +23,8 @@ void SetAgentScope(AgentScope scope) noexcept {
 }
 
 std::wstring GetAgentPipeName(AgentScope scope) {
-  if (scope != AgentScope::kService && IsMutexPresent(kUserAgent.mutexName)) return kUserAgent.pipeName;
-  if (scope != AgentScope::kUser && IsMutexPresent(kServiceAgent.mutexName)) return kServiceAgent.pipeName;
+  if (scope != AgentScope::kService && IsMutexPresent(kUserAgent.mutex)) return kUserAgent.pipe;
+  if (scope != AgentScope::kUser && IsMutexPresent(kServiceAgent.mutex)) return kServiceAgent.pipe;
   return {};
 }
 

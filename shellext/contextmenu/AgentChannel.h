@@ -13,6 +13,14 @@ namespace veskard {
 /// Which agent the commands go to; one process-wide value.
 enum class AgentScope : uint32_t { kUnset = 0, kUser = 1, kService = 2 };
 
+/// How an agent is found: it holds the mutex for as long as its pipe is open.
+struct AgentNames {
+  const wchar_t* mutex;
+  const wchar_t* pipe;
+};
+inline constexpr AgentNames kUserAgent = {L"Local\\pipesynccmd_SIT", L"\\\\.\\pipe\\synccmd_SIT"};
+inline constexpr AgentNames kServiceAgent = {L"Global\\pipesynccmd_SIT", L"\\\\.\\pipe\\syncsvccmd_SIT"};
+
 /// What the agent is asked to do; the integer in a message's "action".
 enum class AgentAction : int32_t {
   kSyncToThisDevice = 3,

@@ -32,7 +32,7 @@ void InspectFolderOf(const std::wstring& item, MenuSelection& selection) {
 }
 
 void InspectContent(const std::wstring& item, MenuSelection& selection) {
-  if (::_wcsicmp(::PathFindExtensionW(item.c_str()), kPlaceholderExtension) != 0) {
+  if (!IsPlaceholderName(item)) {
     selection.hasLocalFile = true;
     return;
   }
@@ -57,6 +57,10 @@ MenuSelection InspectSelection(DropNames& names, uint32_t count) {
     InspectContent(item, selection);
   }
   return selection;
+}
+
+bool IsPlaceholderName(const std::wstring& name) noexcept {
+  return ::_wcsicmp(::PathFindExtensionW(name.c_str()), kPlaceholderExtension) == 0;
 }
 
 std::wstring CurrentUserName(UserNameQuery query) {

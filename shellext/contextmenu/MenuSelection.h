@@ -33,6 +33,9 @@ struct MenuSelection {
 /// the menu out; skips items that are gone. Throws std::bad_alloc only.
 MenuSelection InspectSelection(DropNames& names, uint32_t count);
 
+/// Whether a name ends in the placeholders' extension ".ghpl", in any case.
+bool IsPlaceholderName(const std::wstring& name) noexcept;
+
 using UserNameQuery = BOOL(WINAPI*)(wchar_t* buffer, DWORD* size);
 
 /// The current user's name of up to 255 characters; empty when the system does

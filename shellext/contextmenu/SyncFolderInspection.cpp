@@ -42,10 +42,6 @@ constexpr std::initializer_list<MarkSource> kProgressSources = {
 };
 // clang-format on
 
-// Marks are some hundred bytes. What is larger than this was not written by an
-// agent, and the shell's thread does not wait for it: it counts as no dictionary.
-constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
-
 constexpr int64_t kPlaceholderOfFolder = 2;
 constexpr uint32_t kNoProgress = 0xFFFFFFFF;
 
@@ -144,6 +140,12 @@ std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root) {
 std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file) {
   auto mark = OpenFirst(file, kPlaceholderSources);
   return mark != nullptr ? mark : OpenFirst(file, kProgressSources);
+}
+
+bool IsProgressMark(const SyncHandle& mark) {
+  const std::wstring& path = mark.Path();
+  return std::any_of(kProgressSources.begin(), kProgressSources.end(),
+                     [&](const MarkSource& source) { return path.ends_with(source.suffix); });
 }
 
 int32_t RoundProgress(uint32_t value) noexcept {

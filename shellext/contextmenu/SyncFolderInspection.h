@@ -10,6 +10,10 @@ namespace veskard {
 
 class SyncHandle;
 
+/// A larger mark counts as no dictionary: marks are some hundred bytes, and the
+/// Shell's thread does not wait for what no agent has written.
+inline constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
+
 /// What the agent has recorded about a synchronised folder.
 struct SyncFolderInfo {
   uint32_t type = 0;                         // "type"; 2: content may be removed from all devices
@@ -46,6 +50,10 @@ PlaceholderState ReadPlaceholderState(std::wstring file);
 /// reading; null when none does. For tools that show what stands there.
 std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root);
 std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file);
+
+/// Whether an open mark of a placeholder is the one of plain bytes, which holds the
+/// progress alone, and no dictionary.
+bool IsProgressMark(const SyncHandle& mark);
 
 /// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and then capped at
 /// 100, compared as a signed number, so that numbers far above 2^31 come out

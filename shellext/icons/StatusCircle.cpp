@@ -26,15 +26,16 @@ struct BadgeMeasures {
   INT penWidth;
 };
 
-constexpr INT Part(double share, UINT whole) noexcept {
-  return static_cast<INT>(share * whole);
+// In whole numbers, since 0.7 x 90 is 63 and not the 62.99 of floating point.
+constexpr INT Percent(UINT percent, UINT whole) noexcept {
+  return static_cast<INT>(uint64_t{whole} * percent / 100);
 }
 
 // Offsets follow the width and sizes the height, also where they differ.
 constexpr BadgeMeasures Measure(UINT width, UINT height) noexcept {
-  return {.disc = {Part(0.14, width), Part(0.7, height)},
-          .ring = {Part(0.21, width), Part(0.56, height)},
-          .penWidth = Part(0.0625, height)};
+  return {.disc = {Percent(14, width), Percent(70, height)},
+          .ring = {Percent(21, width), Percent(56, height)},
+          .penWidth = static_cast<INT>(height / 16)};
 }
 
 // Gathers whether every step of a drawing worked.

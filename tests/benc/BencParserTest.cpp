@@ -54,6 +54,7 @@ const Row kRows[] = {
     {"AKeyWithoutAValue",                 "d1:a",                  kRefused},
     // Dictionaries are strict.
     {"ADuplicateKey",                     "d1:ai1e1:ai2ee",        kRefused},
+    {"ADuplicateKeyInFrontOfAPair",       "d1:a1:x1:a1:b1:ce",     kRefused},
     {"ADuplicateKeyNotAdjacent",          "d1:ai1e1:bi2e1:ai3ee",  kRefused},
     {"AnIntegerKey",                      "di1ei2ee",              kRefused},
     {"AListKey",                          "dlei2ee",               kRefused},
@@ -91,6 +92,8 @@ const Row kRows[] = {
     {"ALoneSign",                         "li-ee",                 "li0ee"},
     {"LeadingZeros",                      "li007ei-007ee",         "li7ei-7ee"},
     {"TheLargestInteger",                 "li9223372036854775807ee", "li9223372036854775807ee"},
+    {"OneBelowTheLargestInteger",         "li9223372036854775806ee", "li9223372036854775806ee"},
+    {"OneAboveTheSmallestInteger",        "li-9223372036854775807ee", "li-9223372036854775807ee"},
     {"TheSmallestInteger",                "li-9223372036854775808ee", "li-9223372036854775808ee"},
     {"OneAboveTheLargestSaturates",       "li9223372036854775808ee", "li9223372036854775807ee"},
     {"OneBelowTheSmallestSaturates",      "li-9223372036854775809ee", "li-9223372036854775808ee"},

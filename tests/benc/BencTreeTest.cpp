@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <map>
+#include <new>
 #include <random>
 #include <string>
 
@@ -80,6 +82,24 @@ TEST(BencTreeTest, RefusesAKeyThatIsThere) {
   ASSERT_NE(BencTree::Insert(dict, BencKey("a"), last), nullptr);
   EXPECT_EQ(BencTree::Insert(dict, BencKey("a"), last), nullptr);
   EXPECT_EQ(last->KeyView(), "b");
+}
+
+TEST(BencTreeTest, AKeyOf2GiBCountsAsMemoryExhaustion) {
+  BencValue dict = BencValue::MakeDict();
+  BencNode* last = nullptr;
+  BencKey key("a");
+  key.length = size_t{1} << 31;  // refused before a byte of it is read
+  EXPECT_THROW(BencTree::Insert(dict, key, last), std::bad_alloc);
+  EXPECT_TRUE(dict.Entries().begin() == dict.Entries().end());
+}
+
+TEST(BencTreeTest, AListThatCannotBeAddressedCountsAsMemoryExhaustion) {
+  BencValue list = BencValue::MakeList();
+  list.Append(BencValue::FromInt32(1));
+  const size_t largest = std::numeric_limits<size_t>::max();
+  for (const size_t count : {largest, largest / 2, largest / sizeof(BencValue)})
+    EXPECT_THROW(BencBuilder::Reserve(list, count), std::bad_alloc);
+  EXPECT_EQ(list.Items().size(), 1u);
 }
 
 }  // namespace

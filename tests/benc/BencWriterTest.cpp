@@ -34,6 +34,15 @@ TEST(BencWriterTest, WritesIntegersOfEverySize) {
   EXPECT_EQ(Written(BencValue::FromInt64(std::numeric_limits<int64_t>::min())), "i-9223372036854775808e");
 }
 
+TEST(BencWriterTest, WritesIntegersOfEveryLength) {
+  for (int64_t power = 1; power < std::numeric_limits<int64_t>::max() / 10; power *= 10) {
+    for (const int64_t value : {power - 1, power, power + 1, 9 * power}) {
+      EXPECT_EQ(Written(BencValue::FromInt64(value)), "i" + std::to_string(value) + "e");
+      EXPECT_EQ(Written(BencValue::FromInt64(-value)), "i" + std::to_string(-value) + "e");
+    }
+  }
+}
+
 TEST(BencWriterTest, WritesBooleansAsIntegers) {
   EXPECT_EQ(Written(BencValue::FromBool(true)), "i1e");
   EXPECT_EQ(Written(BencValue::FromBool(false)), "i0e");
@@ -42,6 +51,18 @@ TEST(BencWriterTest, WritesBooleansAsIntegers) {
 TEST(BencWriterTest, WritesStringsByteForByte) {
   EXPECT_EQ(Written(BencValue::FromString("")), "0:");
   EXPECT_EQ(Written(BencValue::FromString(std::string_view("\0\xff", 2))), std::string("2:\0\xff", 4));
+}
+
+TEST(BencWriterTest, WritesStringsAndKeysOfEveryLength) {
+  std::string text;
+  for (size_t length = 0; length <= 70; ++length) {
+    const std::string prefix = std::to_string(length) + ":";
+    EXPECT_EQ(Written(BencValue::FromString(text)), prefix + text);
+    BencodedDict dict;
+    dict.InsertInt(text.c_str(), 1);
+    EXPECT_EQ(Written(dict), "d" + prefix + text + "i1ee");
+    text += static_cast<char>('0' + length);
+  }
 }
 
 TEST(BencWriterTest, WritesEmptyContainers) {

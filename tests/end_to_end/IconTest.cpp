@@ -1,6 +1,10 @@
-// Placeholder icons through COM.
+// Placeholder icons through COM, and as shellprobe draws them.
+#include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
+#include "tests/support/PngReader.h"
+#include "tests/support/ToolRun.h"
 #include "tools/common/ToolError.h"
+#include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtractedIcons.h"
 #include "tools/shellprobe/ProbeExit.h"
 
@@ -39,6 +43,75 @@ TEST_F(IconTest, OtherFilesHaveNone) {
   } catch (const ToolError& error) {
     EXPECT_EQ(error.Code(), kNoIcon);
   }
+}
+
+// --- shellprobe icon ---------------------------------------------------------
+
+class IconCommandTest : public IconTest {
+ protected:
+  ToolResult Draw(const std::wstring& file, std::vector<std::wstring> options = {}) const {
+    options.insert(options.begin(), {L"icon", file, L"--png", picture_});
+    return RunTool(L"shellprobe.exe", options);
+  }
+  // One clear line, the exit code, and no picture.
+  void ExpectFailure(const ToolResult& result, DWORD exitCode, const std::string& line) const {
+    EXPECT_EQ(result.exitCode, exitCode);
+    EXPECT_THAT(result.errors, testing::StartsWith("shellprobe: " + line));
+    EXPECT_EQ(result.errors.find('\n') + 1, result.errors.size());
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(::GetFileAttributesW(picture_.c_str()), INVALID_FILE_ATTRIBUTES);
+  }
+
+  const std::wstring picture_ = folder_ / L"icon.png";
+};
+
+// At 256 pixels the arc's middle line lies 71 pixels around (124, 124).
+constexpr int kCentre = 124, kRadius = 71;
+constexpr uint32_t kArc = 0xFF00C3FF, kRing = 0xFFB3B3B3;
+
+uint32_t At(const Picture& picture, int x, int y) {
+  return picture.pixels[static_cast<size_t>(y * picture.width + x)];
+}
+
+TEST_F(IconCommandTest, DrawsWhatAUserSees) {
+  Root();
+  const std::wstring file = Placeholder(L"Root\\a.txt.ghpl", 50);
+  const ToolResult result = Draw(file);
+  EXPECT_EQ(result.exitCode, 0u);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(result.output, ToUtf8(file) + ": 256x256\n");
+  const Picture picture = LoadPng(picture_);
+  ASSERT_EQ(picture.width, 256);
+  ASSERT_EQ(picture.height, 256);
+  EXPECT_EQ(At(picture, kCentre + kRadius, kCentre), kArc);
+  EXPECT_EQ(At(picture, kCentre - kRadius, kCentre), kRing);
+  EXPECT_EQ(At(picture, 0, 0), 0xFFFFFFFFu);
+}
+
+TEST_F(IconCommandTest, DrawsTheOtherSizeAndOtherBackgrounds) {
+  Root();
+  const std::wstring file = Placeholder(L"Root\\a.txt.ghpl", 50);
+  EXPECT_EQ(Draw(file, {L"--size", L"small"}).exitCode, 0u);
+  EXPECT_EQ(LoadPng(picture_).width, ::GetSystemMetrics(SM_CXSMICON));
+  EXPECT_EQ(Draw(file, {L"--background", L"dark"}).exitCode, 0u);
+  EXPECT_EQ(At(LoadPng(picture_), 0, 0), 0xFF202020u);
+  EXPECT_EQ(Draw(file, {L"--background", L"none"}).exitCode, 0u);
+  EXPECT_EQ(LoadPng(picture_).pixels,
+            IconPixels(ExtractPlaceholderIcons(ExtensionClasses(), file).large.Get()).pixels);
+}
+
+TEST_F(IconCommandTest, SaysInOneLineWhyThereIsNoPicture) {
+  Root();
+  const std::wstring plain = File(L"Root\\a.txt");
+  ExpectFailure(Draw(plain), 13, "the handler has no icon for " + ToUtf8(plain) + " (0x80004001)");
+  const std::wstring absent = folder_ / L"Root\\absent.txt.ghpl";
+  ExpectFailure(Draw(absent), 1, "cannot find " + ToUtf8(absent) + ": ");
+  const std::wstring nowhere = folder_ / L"missing\\icon.png";
+  ExpectFailure(RunTool(L"shellprobe.exe", {L"icon", Placeholder(L"Root\\a.ghpl"), L"--png", nowhere}), 1,
+                "cannot write the picture " + ToUtf8(nowhere));
+  ASSERT_EQ(UnregisterExtension().exitCode, 0u);
+  ExpectFailure(Draw(Placeholder(L"Root\\b.ghpl")), 10, "the extension is not registered");
+  ASSERT_EQ(RegisterExtension().exitCode, 0u);
 }
 
 }  // namespace

@@ -1,7 +1,18 @@
 // shellprobe explain, doctor and tail on the registered library.
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <tuple>
+
+#include "core/WindowsOwners.h"
+#include "shellext/contextmenu/AgentChannel.h"
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
+#include "tests/support/AgentFolder.h"
 #include "tests/support/ExtensionLibrary.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/RegistrySnapshot.h"
 #include "tests/support/ToolRun.h"
 
 namespace veskard::test {
@@ -41,7 +52,7 @@ TEST_F(InsightTest, ExplainTellsTheWholeChain) {
 TEST_F(InsightTest, ExplainNamesWhatIsWrong) {
   const std::wstring outside = File(L"a.txt");
   EXPECT_THAT(Explain({outside}).output,
-              HasSubstr("BAD   no folder above the item holds the mark .sync\\ID"));
+              HasSubstr("BAD   neither the item nor a folder above it holds the mark .sync\\ID"));
   const std::wstring root = Root(L"Root", {.owner = "somebody"});
   const std::wstring inside = File(L"Root\\a.txt");
   EXPECT_THAT(Explain({inside}).output, HasSubstr("BAD   it belongs to somebody; the current user is "));
@@ -52,7 +63,8 @@ TEST_F(InsightTest, ExplainNamesWhatIsWrong) {
   RemoveAgent();
   const ToolResult without = Explain({inside});
   EXPECT_EQ(without.exitCode, 14u);
-  EXPECT_THAT(without.output, HasSubstr("BAD   no service agent announces itself"));
+  EXPECT_THAT(without.output,
+              HasSubstr("BAD   it is not running: there is no mutex Global\\pipesynccmd_SIT"));
 }
 
 TEST_F(InsightTest, ExplainAgreesWithTheMenu) {
@@ -88,6 +100,22 @@ TEST_F(InsightTest, ExplainAnswersPrograms) {
               HasSubstr("\"command\": 5, \"text\": \"Remove from all devices\", \"state\": \"hidden\""));
 }
 
+TEST_F(InsightTest, ExplainTellsABusyPipe) {
+  Root();
+  const std::wstring file = File(L"Root\\a.txt");
+  RemoveAgent();
+  const UniqueHandle mutex(::CreateMutexW(nullptr, FALSE, kServiceAgent.mutex));
+  const UniqueFile server(
+      ::CreateNamedPipeW(kServiceAgent.pipe, PIPE_ACCESS_INBOUND, PIPE_TYPE_MESSAGE, 1, 64, 64, 0, nullptr));
+  const UniqueFile client(
+      ::CreateFileW(kServiceAgent.pipe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(mutex && server && client);
+  const ToolResult result = Explain({file});
+  EXPECT_EQ(result.exitCode, 0u);
+  EXPECT_THAT(result.output, HasSubstr("BAD   its pipe \\\\.\\pipe\\syncsvccmd_SIT is busy; a chosen command "
+                                       "would be lost\n"));
+}
+
 TEST_F(InsightTest, WithoutAScreenThereIsNoPicture) {
   // The tests run without one; the demo takes pictures.
   Root();
@@ -100,21 +128,19 @@ TEST_F(InsightTest, WithoutAScreenThereIsNoPicture) {
 class InstalledTest : public InsightTest {
  protected:
   InstalledTest() {
-    ::CreateDirectoryW(AgentFolder().c_str(), nullptr);
-    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kTypeKey, nullptr, REG_SZ, L"Nimbrel Veskard Agent", 44);
+    WriteRegistryText(HKEY_LOCAL_MACHINE, kBindingKey, L"", L"Nimbrel Veskard Agent");
+    WriteRegistryText(HKEY_LOCAL_MACHINE, kTypeIconKey, L"", L"%1");
   }
   ~InstalledTest() override {
-    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kBindingKey);
+    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeIconKey);
     RegisterExtension();
   }
 
-  static std::wstring AgentFolder() {
-    wchar_t folder[MAX_PATH] = {};
-    ::SHGetSpecialFolderPathW(nullptr, folder, CSIDL_APPDATA, FALSE);
-    return std::wstring(folder) + L"\\Nimbrel Veskard Agent";
-  }
+  static constexpr wchar_t kBindingKey[] = L"Software\\Classes\\.ghpl";
+  static constexpr wchar_t kTypeIconKey[] = L"Software\\Classes\\Nimbrel Veskard Agent\\DefaultIcon";
 
-  static constexpr wchar_t kTypeKey[] = L"Software\\Classes\\.ghpl";
+  AgentFolder agentFolder_;
 };
 
 TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
@@ -153,9 +179,27 @@ TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {
   EXPECT_THAT(result.output, HasSubstr("a library that is not there: C:\\gone.dll"));
 }
 
-TEST_F(InstalledTest, DoctorMissesTheFileType) {
-  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeKey);
+TEST_F(InstalledTest, DoctorMissesTheBindingOfTheExtension) {
+  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kBindingKey);
+  const ToolResult missing = Probe({L"doctor"});
+  EXPECT_EQ(missing.exitCode, 22u);
+  EXPECT_THAT(missing.output, HasSubstr("BAD   \".ghpl\" files have no type: no placeholder icons\n"));
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kBindingKey, L"", L"Something else");
+  const ToolResult other = Probe({L"doctor"});
+  EXPECT_EQ(other.exitCode, 22u);
+  EXPECT_THAT(other.output, HasSubstr("BAD   \".ghpl\" files have the type \"Something else\", not "
+                                      "\"Nimbrel Veskard Agent\": no placeholder icons\n"));
+}
+
+// The Shell asks an icon handler only where the type says that each file has its own.
+TEST_F(InstalledTest, DoctorMissesTheIconOfTheFileType) {
+  ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, kTypeIconKey);
   EXPECT_EQ(Probe({L"doctor"}).exitCode, 22u);
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kTypeIconKey, L"", L"C:\\agent.ico");
+  const ToolResult other = Probe({L"doctor"});
+  EXPECT_EQ(other.exitCode, 22u);
+  EXPECT_THAT(other.output, HasSubstr("BAD   the type's DefaultIcon is \"C:\\agent.ico\"; it should be "
+                                      "\"%1\": no placeholder icons\n"));
 }
 
 TEST_F(InstalledTest, TailShowsWhatARightClickLogs) {
@@ -180,6 +224,33 @@ TEST_F(InstalledTest, ExplainLogsNothing) {
   const std::string before = logged();
   EXPECT_EQ(Explain({file}).exitCode, 0u);
   EXPECT_EQ(logged(), before);
+  // Not because the log had been off: doctor's activation begins a log in its process.
+  EXPECT_EQ(Probe({L"doctor"}).exitCode, 0u);
+  EXPECT_NE(logged(), before);
+}
+
+// Every file below a folder, with its contents.
+std::map<std::wstring, std::string> ContentsOf(const std::wstring& folder) {
+  std::map<std::wstring, std::string> contents;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    contents[entry.path().wstring()] = std::string(std::istreambuf_iterator<char>(file), {});
+  }
+  return contents;
+}
+
+TEST_F(InstalledTest, ExplainChangesNothing) {
+  Root();
+  const Paths paths = {File(L"Root\\a.txt"), Placeholder(L"Root\\b.ghpl", 45)};
+  EXPECT_EQ(Explain(paths).exitCode, 0u);  // what the system itself notes of a first run is there now
+  const auto state = [&] {
+    return std::tuple(TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"),
+                      TakeRegistrySnapshot(HKEY_CURRENT_USER, L"Software"), ContentsOf(folder_.Path()),
+                      ContentsOf(agentFolder_.Path()));
+  };
+  const auto before = state();
+  EXPECT_EQ(Explain(paths).exitCode, 0u);
+  EXPECT_TRUE(state() == before);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "shellext/ClassIds.h"
-#include "tests/support/ModuleImports.h"
+#include "tools/common/ImportSlot.h"
 
 namespace {
 
@@ -79,9 +79,8 @@ int wmain(int count, wchar_t** arguments) {
   auto* const getClassObject = reinterpret_cast<GetClassObject*>(
       reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
   if (getClassObject == nullptr) return 2;
-  veskard::test::ForEachImport(library, [](const char* name, void** slot) {
-    if (std::strcmp(name, "malloc") == 0)
-      veskard::test::WriteImport(slot, reinterpret_cast<void*>(&ShortMalloc));
+  veskard::ForEachImport(library, [](const char* name, void** slot) {
+    if (std::strcmp(name, "malloc") == 0) veskard::WriteImport(slot, reinterpret_cast<void*>(&ShortMalloc));
   });
 
   Counts counts;

@@ -4,7 +4,9 @@
 #include "tests/installer/InstallerFixture.h"
 #include "tests/installer/MachineState.h"
 #include "tests/installer/Packages.h"
+#include "tests/support/AgentFolder.h"
 #include "tests/support/RegistrySandbox.h"
+#include "tests/support/ToolRun.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
 namespace veskard::test {
@@ -12,6 +14,7 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
@@ -66,6 +69,41 @@ TEST_F(InstallerTest, AppearsInTheListOfPrograms) {
   EXPECT_EQ(ReadMachineText(key, L"DisplayVersion"), L"2.7.2");
   EXPECT_EQ(ReadMachineText(key, L"Publisher"), L"Nimbrel");
   EXPECT_EQ(ReadMachineText(key, L"InstallLocation"), VersionFolder(L"2.7.2") + L"\\");
+}
+
+// There is no screen here: whatever asked something would wait for ever or fail.
+TEST_F(InstallerTest, ASilentRunAsksAndPrintsNothing) {
+  for (const wchar_t* action : {L"/i", L"/x"}) {
+    const ToolResult result = RunInstallerForResult({action, ShippedPackage()});
+    EXPECT_EQ(result.exitCode, 0u);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "");
+  }
+  EXPECT_THAT(InstalledProducts(), IsEmpty());
+}
+
+// The agent's own installer makes the folder that the log lies in.
+TEST_F(InstallerTest, TheInstalledDoctorFindsTheInstallationGood) {
+  const AgentFolder logFolder;
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  const ToolResult result = RunProgram(VersionFolder(L"2.7.2") + L"\\shellprobe.exe", {L"doctor"});
+  EXPECT_EQ(result.exitCode, 0u);
+  EXPECT_EQ(result.errors, "");
+  for (const char* line :
+       {"the ten values are there", "Extension\\2.7.2\\VeskardShellExt.dll", "its version is 2.7.2",
+        "both classes can be activated", "\".ghpl\" files have the type that the icons are for",
+        "the type lets each file have an icon of its own", "texts are English"}) {
+    EXPECT_THAT(result.output, HasSubstr(line + std::string("\n")));
+  }
+  EXPECT_THAT(result.output, Not(HasSubstr("BAD")));
+}
+
+TEST_F(InstallerTest, TheDoctorFindsTheInstallationGoneAfterRemoval) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  ASSERT_EQ(RemoveProducts(), 0u);
+  const ToolResult result = RunTool(L"shellprobe.exe", {L"doctor"});
+  EXPECT_EQ(result.exitCode, 20u);
+  EXPECT_THAT(result.output, HasSubstr("BAD   the registry names no library\n"));
 }
 
 TEST_F(InstallerTest, WhatIsInstalledWorksThroughCom) {

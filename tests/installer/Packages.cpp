@@ -2,7 +2,7 @@
 
 #include <msi.h>
 
-#include "tests/support/ToolRun.h"
+#include <utility>
 
 namespace veskard::test {
 namespace {
@@ -32,9 +32,13 @@ std::wstring VersionFolder(const std::wstring& version) {
   return L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\" + version;
 }
 
-DWORD RunInstaller(std::vector<std::wstring> switches) {
+ToolResult RunInstallerForResult(std::vector<std::wstring> switches) {
   switches.push_back(L"/qn");
-  return RunProgram(SystemProgram(L"msiexec.exe"), switches).exitCode;
+  return RunProgram(SystemProgram(L"msiexec.exe"), switches);
+}
+
+DWORD RunInstaller(std::vector<std::wstring> switches) {
+  return RunInstallerForResult(std::move(switches)).exitCode;
 }
 
 std::vector<std::wstring> InstalledProducts() {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/ToolRun.h"
+
 namespace veskard::test {
 
 std::wstring OlderPackage();     // 2.7.1
@@ -18,7 +20,10 @@ std::wstring OlderLibrary();
 /// Where a version's files are installed.
 std::wstring VersionFolder(const std::wstring& version);
 
-/// msiexec SWITCHES... /qn, as a deployment tool runs it; answers its exit code.
+/// msiexec SWITCHES... /qn, as a deployment tool runs it.
+ToolResult RunInstallerForResult(std::vector<std::wstring> switches);
+
+/// The same, for its exit code.
 DWORD RunInstaller(std::vector<std::wstring> switches);
 
 inline DWORD Install(const std::wstring& package) {

@@ -144,8 +144,9 @@ class PackageTest(unittest.TestCase):
     def test_an_upgrade_proves_the_new_library_before_it_touches_the_old_one(self):
         order = {row["Action"]: int(row["Sequence"]) for row in table(SHIPPED, "InstallExecuteSequence")}
         steps = ["InstallInitialize", "Unregister", "RemoveRegistryValues", "RemoveFiles", "InstallFiles",
-                 "UndoReplace", "UndoRegister", "Register", "InstallExecute", "RemoveExistingProducts",
-                 "WriteRegistryValues", "RegisterAgain", "RegisterProduct", "InstallFinalize"]
+                 "InstallExecute", "UndoReplace", "UndoProve", "Prove", "InstallExecuteAgain",
+                 "RemoveExistingProducts", "WriteRegistryValues", "UndoRegister", "Register", "RegisterProduct",
+                 "InstallFinalize"]
         self.assertEqual(sorted(steps, key=order.get), steps)
 
     def test_the_administrators_document_lists_every_value(self):

@@ -42,7 +42,7 @@ def run(*command, **environment):
 def must(*command):
     result = run(*command)
     if result.returncode != 0:
-        raise AssertionError(f"{command}: {result.stderr}")
+        raise AssertionError(f"{command}:\n{result.stdout}{result.stderr}")
     return result.stdout
 
 
@@ -80,7 +80,7 @@ class SigningTest(unittest.TestCase):
     def package(self, **environment):
         """The path of a fresh package and those of the two programs in it."""
         result = run(os.path.join(SCRIPTS, "package.sh"), "--from", PROGRAMS, "--to", self.folder, **environment)
-        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assert_success(result)
         package, = [os.path.join(self.folder, name) for name in os.listdir(self.folder) if name.endswith(".msi")]
         cabinet = os.path.join(self.folder, "files.cab")
         with open(cabinet, "wb") as file:
@@ -91,9 +91,15 @@ class SigningTest(unittest.TestCase):
     def verify(self, file, certificate, *more):
         return run("osslsigncode", "verify", "-CAfile", certificate, *more, "-in", file)
 
+    def assert_success(self, result):
+        """On failure the report shows all that the program had to say."""
+        self.assertEqual(result.returncode, 0, f"{result.args}:\n{result.stdout}{result.stderr}")
+
+    def must_sign(self, *files, **environment):
+        self.assert_success(self.sign(*files, **environment))
+
     def assert_signed(self, file):
-        result = self.verify(file, self.certificate)
-        self.assertEqual(result.returncode, 0, f"{file}: {result.stdout}{result.stderr}")
+        self.assert_success(self.verify(file, self.certificate))
 
     def assert_unsigned(self, file):
         self.assertNotEqual(self.verify(file, self.certificate).returncode, 0, file)
@@ -116,21 +122,21 @@ class SigningTest(unittest.TestCase):
     def test_another_certificate_does_not_vouch_for_it(self):
         other, _ = self.make_certificate("other", "codeSigning")
         library = self.library()
-        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        self.must_sign(library, **self.pem)
         self.assertNotEqual(self.verify(library, other).returncode, 0)
 
     def test_a_changed_byte_breaks_the_signature(self):
         library = self.library()
-        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        self.must_sign(library, **self.pem)
         contents = bytearray(read(library))
         contents[0x1000] ^= 1
         self.assert_unsigned(write(library, bytes(contents)))
 
     def test_signing_again_replaces_the_signature(self):
         library = self.library()
-        self.sign(library, **self.pem)
+        self.must_sign(library, **self.pem)
         once = len(read(library))
-        self.assertEqual(self.sign(library, **self.pem).returncode, 0)
+        self.must_sign(library, **self.pem)
         self.assertEqual(len(read(library)), once)
         self.assert_signed(library)
 
@@ -140,8 +146,7 @@ class SigningTest(unittest.TestCase):
         must("openssl", "pkcs12", "-export", "-in", self.certificate, "-inkey", self.key, "-out", both,
              "-passout", "file:" + password)
         library = self.library()
-        result = self.sign(library, VESKARD_SIGN_CERTIFICATE=both, VESKARD_SIGN_PASSWORD_FILE=password)
-        self.assertEqual(result.returncode, 0, result.stderr)
+        self.must_sign(library, VESKARD_SIGN_CERTIFICATE=both, VESKARD_SIGN_PASSWORD_FILE=password)
         self.assert_signed(library)
 
     def test_a_wrong_password_leaves_the_file_as_it_was(self):
@@ -196,10 +201,9 @@ class SigningTest(unittest.TestCase):
         self.addCleanup(server.shutdown)
         library = self.library()
         address = f"http://127.0.0.1:{server.server_port}"
-        result = self.sign(library, **self.pem, VESKARD_SIGN_TIMESTAMP=address)
-        self.assertEqual(result.returncode, 0, result.stderr)
+        self.must_sign(library, **self.pem, VESKARD_SIGN_TIMESTAMP=address)
         result = self.verify(library, self.certificate, "-TSA-CAfile", authority)
-        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assert_success(result)
         self.assertIn("/CN=time", result.stdout)
 
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -261,6 +262,29 @@ TEST_F(DiagnosticLogLineTest, ThreadsDoNotMixTheirLines) {
   EXPECT_THAT(next, ::testing::Each(kLines));
 }
 
+TEST_F(DiagnosticLogLineTest, TogglingUnderWritingThreadsKeepsEveryLineBetweenAStartAndAnEnd) {
+  CreateLog();
+  std::atomic<bool> stop = false;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread)
+    threads.emplace_back([&] {
+      while (!stop) Log(L"%s", L"a line");
+    });
+  for (int i = 0; i < 40; ++i) Toggle();
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  CloseLogAtDetach(Detach::kUnload);
+  bool open = false;
+  int starts = 0;
+  for (const std::wstring& message : Messages()) {
+    if (message == kStart) ++starts;
+    EXPECT_EQ(open, message != kStart) << ::testing::PrintToString(message);
+    open = message != kEnd;
+  }
+  EXPECT_FALSE(open);
+  EXPECT_EQ(starts, 41);
+}
+
 // ---- What one line costs, and a disk that takes less than it is given
 
 class DiagnosticLogCallsTest : public DiagnosticLogTest {
@@ -289,12 +313,18 @@ class DiagnosticLogCallsTest : public DiagnosticLogTest {
   static LSTATUS WINAPI CountingOpenKey(HKEY root, const wchar_t* path, DWORD options, REGSAM access,
                                         HKEY* key) {
     ++self_->openedKeys;
+    self_->openedKey = path;
+    self_->openedRoot = root;
+    self_->keyAccess = access;
     return self_->openKey_.CallOriginal(root, path, options, access, key);
   }
 
   std::vector<WriteCall> writes;
   int flushes = 0;
   int openedKeys = 0;
+  std::wstring openedKey;
+  HKEY openedRoot = nullptr;
+  REGSAM keyAccess = 0;
   DWORD bytesThatFit = MAXDWORD;
 
  private:
@@ -331,6 +361,13 @@ TEST_F(DiagnosticLogCallsTest, EachRefreshReadsTheSwitchOnce) {
   openedKeys = 0;
   RefreshLogState();
   EXPECT_EQ(openedKeys, 1);
+}
+
+TEST_F(DiagnosticLogCallsTest, TheSwitchIsThatOfTheMachinesSixtyFourBitView) {
+  CreateLog();
+  EXPECT_EQ(openedRoot, HKEY_LOCAL_MACHINE);
+  EXPECT_EQ(openedKey, L"Software\\Nimbrel\\Sync");
+  EXPECT_EQ(keyAccess, REGSAM{0x20119});
 }
 
 TEST_F(DiagnosticLogCallsTest, AFullDiskCutsLinesAndTheLogGoesOn) {
@@ -374,6 +411,7 @@ TEST_F(DiagnosticLogFolderTest, WithoutAnApplicationDataFolderItStaysOff) {
   EXPECT_FALSE(RefreshLogState());
   Log(L"unheard");
   EXPECT_FALSE(fs::exists(File()));
+  EXPECT_FALSE(fs::exists(ApplicationData() + L"\\missing")) << "nor is that folder made";
 }
 
 TEST_F(DiagnosticLogFolderTest, APathThatCannotBeOpenedKeepsTheLogOff) {
@@ -510,6 +548,39 @@ TEST_F(DiagnosticLogRotationTest, ALineBeyondItMovesTheFileAndStartsANewOne) {
   Log(L"goes on");
   EXPECT_THAT(Messages(), ElementsAre(kStart, L"goes on"));
   EXPECT_TRUE(IsLogEnabled());
+}
+
+/// Stands at the call that moves the file away.
+class DiagnosticLogMoveTest : public DiagnosticLogTest {
+ protected:
+  DiagnosticLogMoveTest() : move_(nullptr, "MoveFileExW", &Move) { self_ = this; }
+
+  std::vector<std::wstring> moves;
+  bool refuse = false;
+
+ private:
+  static BOOL WINAPI Move(const wchar_t* from, const wchar_t* to, DWORD flags) {
+    self_->moves.push_back(std::wstring(from) + L" > " + to + L" " + std::to_wstring(flags));
+    return self_->refuse ? FALSE : self_->move_.CallOriginal(from, to, flags);
+  }
+
+  inline static DiagnosticLogMoveTest* self_ = nullptr;
+  test::FunctionPatch<decltype(::MoveFileExW)> move_;
+};
+
+TEST_F(DiagnosticLogMoveTest, ARotationIsOneMoveThatIsOnTheDiskAndReplacesNothing) {
+  MakeLongFile(kThreshold);
+  CreateLog();
+  EXPECT_THAT(moves,
+              ElementsAre(File() + L" > " + OldFile() + L" " + std::to_wstring(MOVEFILE_WRITE_THROUGH)));
+}
+
+TEST_F(DiagnosticLogMoveTest, ARefusedMoveDeletesTheFileAlsoWithoutAnOldOne) {
+  refuse = true;
+  MakeLongFile(kThreshold);
+  CreateLog();
+  EXPECT_FALSE(fs::exists(OldFile()));
+  EXPECT_THAT(Messages(), ElementsAre(kStart));
 }
 
 TEST_F(DiagnosticLogRotationTest, WithAnOldFileTheCurrentOneIsDeletedInstead) {

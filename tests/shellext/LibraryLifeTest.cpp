@@ -3,13 +3,16 @@
 #include <objbase.h>
 #include <wrl/client.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "shellext/ClassIds.h"
 #include "tests/shellext/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/LibraryHeap.h"
 #include "tests/support/LoadObserver.h"
 #include "tests/support/ProcessResources.h"
 
@@ -96,6 +99,51 @@ TEST_F(LibraryLifeTest, UnloadingAnUnusedLibraryTouchesNothing) {
         new test::ImportPatch(library.Module(), name, reinterpret_cast<void*>(&UnexpectedCall)));
   library.Unload();
   EXPECT_EQ(unexpectedCalls, 0);
+}
+
+// ---- The first class object
+
+TEST_F(LibraryLifeTest, ThreadsThatComeTogetherOpenOneLog) {
+  for (int round = 0; round < 20; ++round) {
+    ExtensionLibrary library;
+    std::atomic<int> missing = 8;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+      threads.emplace_back([&] {
+        --missing;
+        while (missing > 0) ::Sleep(0);
+        ComPtr<IClassFactory> factory;
+        EXPECT_EQ(library.DllGetClassObject(ClassId(5), IID_PPV_ARGS(&factory)), S_OK);
+        EXPECT_NE(::GetFileAttributesW(File().c_str()), INVALID_FILE_ATTRIBUTES) << "not open yet";
+      });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(Messages(), ::testing::ElementsAre(L"=== start ==="));
+    library.Unload();
+    ASSERT_TRUE(::DeleteFileW(File().c_str()));
+  }
+}
+
+TEST_F(LibraryLifeTest, AFirstClassObjectWithoutMemoryAnswersNullAndTheNextOneSucceeds) {
+  bool failed = true;
+  size_t request = 1;
+  for (; failed; ++request) {
+    const ExtensionLibrary library;
+    const test::LibraryHeap heap(library.Module());
+    void* out = this;
+    heap.FailRequest(request);
+    const HRESULT result = library.DllGetClassObject(ClassId(5), IID_IClassFactory, &out);
+    failed = heap.HasFailed();
+    heap.FailRequest(0);
+    if (FAILED(result)) {
+      EXPECT_EQ(result, E_OUTOFMEMORY) << request;
+      EXPECT_EQ(out, nullptr) << request;
+    } else {
+      static_cast<IUnknown*>(out)->Release();
+    }
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(library.DllGetClassObject(ClassId(5), IID_PPV_ARGS(&factory)), S_OK) << request;
+  }
+  EXPECT_GT(request, 3u);
 }
 
 // ---- Unloading

@@ -15,6 +15,10 @@
 //   exit-writing        exits while four threads write lines
 //   exit-inside         exits while a thread stays inside the log for ever
 //   killed-writing      sets "ready" while four threads write lines, to be ended then
+//   exit-inside-heap, exit-heap   exit with and without such a thread, and end with
+//                       kLogHostHeapTouched when the library takes or frees memory
+//                       on the way
+//   exit-heap-shipped   exit-heap with the library that ships, not the probe
 //   wait                writes a line, sets "ready" and waits to be ended
 //
 // Events are named "SANDBOX-EVENT". The exit code is kLogHostExitCode.
@@ -24,6 +28,7 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/ModuleHandle.h"
@@ -40,10 +45,11 @@ using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
 using WriteProbeLine = void(const wchar_t*);
 using StayInsideLog = void();
 
-/// The loaded probe, with a log.
+/// The loaded probe, with a log. The library that ships takes its place where no
+/// line is to be written.
 class Probe {
  public:
-  Probe() : module_(::LoadLibraryW(Path().c_str())) {
+  explicit Probe(bool shipped) : module_(::LoadLibraryW(Path(shipped).c_str())) {
     IClassFactory* factory = nullptr;
     Find<GetClassObject>("DllGetClassObject")(ClassId(kContextMenuClass), IID_IClassFactory,
                                               reinterpret_cast<void**>(&factory));
@@ -57,8 +63,9 @@ class Probe {
   void Unload() const { ::FreeLibrary(module_); }
 
  private:
-  static std::wstring Path() {
-    return (std::filesystem::path(ReadModulePath(nullptr)).parent_path() / L"log_probe.dll").wstring();
+  static std::wstring Path(bool shipped) {
+    const std::filesystem::path folder = std::filesystem::path(ReadModulePath(nullptr)).parent_path();
+    return (shipped ? folder.parent_path() / L"VeskardShellExt.dll" : folder / L"log_probe.dll").wstring();
   }
 
   template <class Function>
@@ -172,6 +179,33 @@ void ExitInside(const Run& run) {
   LeaveAtOnce();
 }
 
+// ---- The heap at process exit
+
+/// In place of the library's heap functions: whatever they were called for, it was
+/// too late.
+void* TooLate() {
+  ::TerminateProcess(::GetCurrentProcess(), kLogHostHeapTouched);
+  return nullptr;
+}
+
+/// Not undone: the process ends by it.
+void ForbidHeap(const Run& run) {
+  for (const char* name : {"malloc", "calloc", "realloc", "free"})
+    static_cast<void>(new test::ImportPatch(run.probe.Module(), name, reinterpret_cast<void*>(&TooLate)));
+}
+
+void ExitInsideHeap(const Run& run) {
+  StartThread(&StayInside, run);
+  ::Sleep(100);
+  ForbidHeap(run);
+  LeaveAtOnce();
+}
+
+void ExitHeap(const Run& run) {
+  ForbidHeap(run);
+  LeaveAtOnce();
+}
+
 void Wait(const Run& run) {
   run.probe.Write(L"last words");
   run.Set(L"ready");
@@ -187,6 +221,9 @@ const std::map<std::wstring, void (*)(const Run&)> kScenarios = {
     {L"exit-inside", &ExitInside},
     {L"killed-writing", &BeKilledWriting},
     {L"wait", &Wait},
+    {L"exit-heap", &ExitHeap},
+    {L"exit-inside-heap", &ExitInsideHeap},
+    {L"exit-heap-shipped", &ExitHeap},
 };
 
 }  // namespace
@@ -196,7 +233,7 @@ int wmain(int count, wchar_t** arguments) {
   using namespace veskard;
   if (count < 3) return 1;
   const test::RegistrySandbox registry{std::wstring(arguments[1])};
-  const Probe probe;
+  const Probe probe(std::wstring_view(arguments[2]).ends_with(L"-shipped"));
   kScenarios.at(arguments[2])({arguments[1], {arguments + 3, arguments + count}, probe});
   return kLogHostExitCode;
 }

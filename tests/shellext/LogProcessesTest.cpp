@@ -94,6 +94,24 @@ TEST_F(LogProcessesTest, AHostWhoseThreadStaysInsideTheLogExitsWithoutAnEndLine)
   EXPECT_THAT(Messages(), ElementsAre(kStart, L"last words"));
 }
 
+// A thread that the exit ended may have been inside the heap, whose lock it then
+// holds for ever.
+TEST_F(LogProcessesTest, TheHeapIsLeftAloneWhereADeadThreadWasInsideTheLog) {
+  EXPECT_EQ(StartHost(L"exit-inside-heap")->Wait(), kLogHostExitCode);
+  EXPECT_THAT(Messages(), ElementsAre(kStart));
+}
+
+TEST_F(LogProcessesTest, TheHeapIsLeftAloneWhereThereIsNoEndLineToWrite) {
+  SetSwitch(0);
+  for (const wchar_t* scenario : {L"exit-heap", L"exit-heap-shipped"})
+    EXPECT_EQ(StartHost(scenario)->Wait(), kLogHostExitCode) << scenario;
+  EXPECT_FALSE(fs::exists(File()));
+}
+
+TEST_F(LogProcessesTest, AHostThatForbidsTheHeapNoticesItsUse) {
+  EXPECT_EQ(StartHost(L"exit-heap")->Wait(), kLogHostHeapTouched) << "by the end line";
+}
+
 TEST_F(LogProcessesTest, AHostWithoutALogFolderExitsQuietly) {
   fs::remove(Folder());
   for (const wchar_t* scenario : {L"exit", L"unload", L"exit-writing", L"exit-inside"})

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "tests/support/ImportPatch.h"
+
 namespace veskard {
 namespace {
 
@@ -40,6 +42,22 @@ TEST(LogTimeTest, SecondZeroIsTheStartOf1970InLocalTime) {
   } else {
     EXPECT_EQ(LogTimestamp(0).substr(0, 10), "1969-12-31");
   }
+}
+
+/// As in a zone two hours and a half ahead: the zone of the machine that runs the
+/// tests may well be that of universal time.
+BOOL WINAPI ToZoneAhead(const FILETIME* universal, FILETIME* local) {
+  ULARGE_INTEGER ticks = {{universal->dwLowDateTime, universal->dwHighDateTime}};
+  ticks.QuadPart += uint64_t{150} * 60 * 10'000'000;
+  *local = {ticks.LowPart, ticks.HighPart};
+  return TRUE;
+}
+
+TEST(LogTimeTest, FollowsTheSystemsZone) {
+  const test::FunctionPatch<decltype(::FileTimeToLocalFileTime)> zone(nullptr, "FileTimeToLocalFileTime",
+                                                                      &ToZoneAhead);
+  EXPECT_EQ(LogTimestamp(1488377109), "2017-03-01 16:35:09.000");
+  EXPECT_EQ(LogTimestamp(0), "1970-01-01 02:30:00.000");
 }
 
 TEST(LogTimeTest, MillisecondsAreZero) {

@@ -30,10 +30,15 @@ bool TakeClient(HANDLE pipe, HANDLE stop, HANDLE done) {
   operation.hEvent = done;
   DWORD size = 0;
   if (::ConnectNamedPipe(pipe, &operation)) return true;
-  const DWORD error = ::GetLastError();
-  // A client that has come and gone already: what it wrote can still be read.
-  if (error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA) return true;
-  return error == ERROR_IO_PENDING && Finish(pipe, operation, stop, size);
+  switch (::GetLastError()) {
+    case ERROR_PIPE_CONNECTED:
+    case ERROR_NO_DATA:  // come and gone already: what it wrote can still be read
+      return true;
+    case ERROR_IO_PENDING:
+      return Finish(pipe, operation, stop, size);
+    default:
+      return false;
+  }
 }
 
 // Reads up to one message; ERROR_MORE_DATA when it is not the whole of it.

@@ -2,23 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
-#include "tests/support/ModuleImports.h"
+#include "tools/common/ImportSlot.h"
 
 namespace veskard::test {
-namespace {
-
-/// Where the loader wrote the function's address; null when it is not imported.
-void** FindImport(HMODULE module, const char* function) {
-  void** found = nullptr;
-  ForEachImport(module, [&](const char* name, void** slot) {
-    if (found == nullptr && std::strcmp(name, function) == 0) found = slot;
-  });
-  return found;
-}
-
-}  // namespace
 
 ImportPatch::ImportPatch(HMODULE module, const char* function, void* replacement)
     : slot_(FindImport(module != nullptr ? module : ::GetModuleHandleW(nullptr), function)) {

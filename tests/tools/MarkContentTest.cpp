@@ -25,16 +25,41 @@ TEST_F(MarkContentTest, AGoodRecordIsDumped) {
   const MarkContent content = Read("d4:modei1e4:typei2ee");
   EXPECT_EQ(content.place, folder_ / L".sync\\FolderType");
   EXPECT_EQ(content.size, 20u);
-  EXPECT_TRUE(content.bencoded);
+  EXPECT_EQ(content.kind, MarkKind::kDictionary);
   EXPECT_EQ(content.dump, R"({ "mode": 1, "type": 2 })");
 }
 
 TEST_F(MarkContentTest, DamageIsFoundWhereItIs) {
+  EXPECT_EQ(Read("").kind, MarkKind::kDamaged);
   EXPECT_EQ(Read("").goodBytes, 0u);
   EXPECT_EQ(Read("hello").goodBytes, 0u);
   EXPECT_EQ(Read("d4:modei1e4:type").goodBytes, 16u);
   EXPECT_EQ(Read("d4:modei1ex4:typei2ee").goodBytes, 10u);
   EXPECT_EQ(Read("d4:modei1e99:type").goodBytes, 10u);
+  EXPECT_EQ(Read("d4:modei1").goodBytes, 9u);
+  EXPECT_EQ(Read("d4:modei1x").goodBytes, 9u);
+}
+
+TEST_F(MarkContentTest, AListIsNoRecord) {
+  const MarkContent content = Read("li1ei2ee");
+  EXPECT_EQ(content.kind, MarkKind::kOtherValue);
+  EXPECT_EQ(content.dump, "[ 1, 2 ]");
+}
+
+TEST_F(MarkContentTest, WhatIsTooLargeIsNotRead) {
+  EXPECT_EQ(Read(std::string(kLargestMark, ' ')).kind, MarkKind::kDamaged);
+  EXPECT_EQ(Read(std::string(kLargestMark + 1, ' ')).kind, MarkKind::kTooLarge);
+}
+
+TEST_F(MarkContentTest, ProgressIsShownAsItsBytes) {
+  const std::wstring file = folder_ / L"a.ghpl";
+  LayPlaceholder(file, {.progress = 50}, PlaceholderSource::kDownloadStream);
+  const MarkContent content = ReadMarkContent(*OpenPlaceholderMark(file));
+  EXPECT_EQ(content.place, file + L":VLKDOWN");
+  EXPECT_EQ(content.kind, MarkKind::kProgress);
+  EXPECT_EQ(content.dump, "32 00 00 00 00 00 00 00");
+  LayFile(file + L":VLKDOWN", "2222");
+  EXPECT_EQ(ReadMarkContent(*OpenPlaceholderMark(file)).kind, MarkKind::kTooShort);
 }
 
 TEST_F(MarkContentTest, AStreamIsNamedAsTheSystemNamesIt) {

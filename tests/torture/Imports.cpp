@@ -12,6 +12,7 @@
 #include <shlwapi.h>
 #include <winnetwk.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <map>
@@ -20,14 +21,20 @@
 #include <vector>
 
 #include "shellext/icons/GdiplusOwners.h"
-#include "tests/support/CallFaults.h"
-#include "tests/support/ModuleImports.h"
 #include "tests/torture/Faults.h"
+#include "tools/common/ImportSlot.h"
 
 namespace veskard::test {
 namespace {
 
 // --- One function ---
+
+/// A function's name as a template's argument.
+template <size_t kSize>
+struct FunctionName {
+  constexpr FunctionName(const char (&name)[kSize]) { std::copy_n(name, kSize, text); }
+  char text[kSize] = {};
+};
 
 /// Stands in front of one function: counts what it takes and gives, and lets it
 /// fail when the plan says so.

@@ -10,11 +10,11 @@
 #include <tuple>
 
 #include "tests/support/LoadObserver.h"
-#include "tests/support/ModuleImports.h"
 #include "tests/torture/Balance.h"
 #include "tests/torture/Imports.h"
 #include "tests/torture/OtherThread.h"
 #include "tests/torture/Scenario.h"
+#include "tools/common/ImportSlot.h"
 
 namespace veskard::test {
 namespace {

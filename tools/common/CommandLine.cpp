@@ -1,6 +1,7 @@
 #include "tools/common/CommandLine.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
@@ -50,6 +51,14 @@ Arguments::Arguments(const CommandSpec& spec, std::span<const std::wstring> word
   if (wantsHelp_) return;
   Take(words);
   CheckCount();
+  CheckNumbers();
+}
+
+void Arguments::CheckNumbers() const {
+  for (const OptionSpec& option : spec_.options) {
+    const std::string_view value = option.value == nullptr ? "" : option.value;
+    if (value == "N" || value == "SECONDS") Number(option.name);
+  }
 }
 
 void Arguments::Take(std::span<const std::wstring> words) {

@@ -11,7 +11,8 @@
 
 namespace veskard {
 
-/// One option: "--size" with the value's name "N", or a bare flag (null value).
+/// One option: "--size" with the value's name, or a bare flag (null value). A value
+/// named "N" or "SECONDS" is a whole decimal number.
 struct OptionSpec {
   const char* name;
   const char* value;
@@ -36,8 +37,9 @@ struct CommandSpec {
 /// A parsed command line. Options may stand anywhere; "--" ends them.
 class Arguments {
  public:
-  /// Throws ToolError(kWrongUsage) for an unknown option, a missing value, or
-  /// too few or too many arguments. `words` starts behind the command's name.
+  /// Throws ToolError(kWrongUsage) for an unknown option, a value that is missing
+  /// or should be a number, and too few or too many arguments: before the command
+  /// has done anything. `words` starts behind the command's name.
   Arguments(const CommandSpec& spec, std::span<const std::wstring> words);
 
   /// --help or -h was given; nothing else has been checked then.
@@ -55,6 +57,7 @@ class Arguments {
   const std::vector<std::wstring>& Positional() const noexcept { return positional_; }
 
  private:
+  void CheckNumbers() const;
   void Take(std::span<const std::wstring> words);
   void CheckCount() const;
 

@@ -18,7 +18,7 @@ namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--library", "DLL", "ask this library instead of the registered one"},
+    {"--dll", "FILE", "take the classes from this library instead of the registered one"},
 };
 
 constexpr CommandSpec kSpec = {
@@ -33,7 +33,10 @@ constexpr CommandSpec kSpec = {
         "FOLDER becomes a synchronised folder with the placeholders in it. A type is an extension\n"
         "without its dot, \"folder\" for a folder, or \"-\" for a name without one. The rows: not\n"
         "being received, then 0, 15, 45, 75 and 100 percent. The icons keep their own size and\n"
-        "their alpha; there is nothing behind them.\n",
+        "their alpha; there is nothing behind them.\n"
+        "\n"
+        "Exit codes: 0 done; 1 something cannot be read or written; 2 wrong command line; 10 not\n"
+        "registered; 13 the handler has no icon for a placeholder.\n",
 };
 
 using Progress = std::optional<uint32_t>;
@@ -87,8 +90,7 @@ class Sheet {
 };
 
 ExtensionClasses ClassesFor(const Arguments& arguments) {
-  return arguments.Has("--library") ? ExtensionClasses(FullPath(arguments.Text("--library")))
-                                    : ExtensionClasses();
+  return arguments.Has("--dll") ? ExtensionClasses(FullPath(arguments.Text("--dll"))) : ExtensionClasses();
 }
 
 int Run(const Arguments& arguments) {

@@ -8,7 +8,9 @@ for each finding:
 
     German!de.txt:17: placeholder: "%s" of the English line is missing
 
-and ends with status 1 when there are any, 2 when it could not run. The rules:
+Exit codes: 0 no finding; 1 findings; 2 wrong command line, or a file is missing.
+
+The rules:
 
     encoding      UTF-8, no byte-order mark, line feeds, no control characters
     parity        as many lines as english.txt
@@ -388,8 +390,11 @@ def check_folder(folder, built_in_path):
 
 
 def main(arguments):
+    if arguments and arguments[0] in ("-h", "--help"):
+        print(__doc__)
+        return 0
     if len(arguments) not in (1, 2):
-        print(__doc__, file=sys.stderr)
+        print("langlint: which folder? (see langlint.py --help)", file=sys.stderr)
         return 2
     folder = arguments[0]
     built_in_path = arguments[1] if len(arguments) == 2 else os.path.join(folder, "..", "BuiltInStrings.cpp")

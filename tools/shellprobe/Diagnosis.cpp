@@ -19,6 +19,7 @@ namespace veskard {
 namespace {
 
 constexpr wchar_t kExtensionKey[] = L"Software\\Classes\\.ghpl";
+constexpr wchar_t kTypeIconKey[] = L"Software\\Classes\\Nimbrel Veskard Agent\\DefaultIcon";
 
 std::string ValueName(const RegistryEntry& row, const std::wstring& key) {
   return "HKEY_LOCAL_MACHINE\\" + ToUtf8(key) + (row.valueName.empty() ? "" : ", " + ToUtf8(row.valueName));
@@ -62,15 +63,29 @@ void CheckLibrary(Report& report, const std::wstring& library) {
   CheckActivation(report);
 }
 
-// What the library leaves to an installer: without it placeholders keep a plain icon.
-void CheckFileType(Report& report) {
-  report.Section("Placeholder files");
+// What the library leaves to an installer. Without it placeholders keep a plain icon.
+void CheckBinding(Report& report) {
   const auto type = ReadMachineText(kExtensionKey);
   if (type == kAgentName)
     return report.Good(kFileTypeFact, "\".ghpl\" files have the type that the icons are for");
   report.Bad(kFileTypeFact, type ? "\".ghpl\" files have the type \"" + ToUtf8(*type) + "\", not \"" +
                                        ToUtf8(kAgentName) + "\": no placeholder icons"
                                  : std::string("\".ghpl\" files have no type: no placeholder icons"));
+}
+
+// "%1": each file has an icon of its own. The Shell asks an icon handler only then.
+void CheckTypeIcon(Report& report) {
+  const auto icon = ReadMachineText(kTypeIconKey);
+  if (icon == L"%1") return report.Good(kFileTypeFact, "the type lets each file have an icon of its own");
+  const std::string found = icon ? "is \"" + ToUtf8(*icon) + "\"" : "is missing";
+  report.Bad(kFileTypeFact,
+             "the type's DefaultIcon " + found + "; it should be \"%1\": no placeholder icons");
+}
+
+void CheckFileType(Report& report) {
+  report.Section("Placeholder files");
+  CheckBinding(report);
+  CheckTypeIcon(report);
 }
 
 bool CanAppend(const std::wstring& file) {

@@ -68,9 +68,11 @@ const CommandSpec kDoctorSpec = {
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
+        "Asking whether the classes can be activated may add lines to the diagnostic log.\n"
+        "\n"
         "Exit codes: 0 all well; 1 the repair failed; 2 wrong command line; otherwise the first of\n"
         "these: 20 a registry value is wrong; 21 the library is missing, of another version or cannot\n"
-        "be used; 22 placeholder files have no type; 23 the log cannot be written; 24 the texts\n"
+        "be used; 22 the placeholders' file type is wrong; 23 the log cannot be written; 24 the texts\n"
         "cannot be read.\n",
 };
 

@@ -3,6 +3,7 @@
 #include "tools/common/Console.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
+#include "tools/shellprobe/ComApartment.h"
 #include "tools/shellprobe/Commands.h"
 #include "tools/shellprobe/Explanation.h"
 #include "tools/shellprobe/ProbeExit.h"
@@ -20,7 +21,6 @@ std::string TitleOf(CommandOffset command) {
 
 std::string AsText(const Explanation& explanation) {
   std::string text = explanation.report.AsText() + "\nCommands\n";
-  if (!explanation.agentFound) text += "  BAD   no agent, no commands; with an agent they would be:\n";
   for (const CommandVerdict& verdict : explanation.commands) {
     std::string title = TitleOf(verdict.command);
     title.resize(std::max<size_t>(title.size(), 24), ' ');
@@ -35,10 +35,7 @@ std::string AsJson(const Explanation& explanation, const std::vector<std::wstrin
   for (const std::wstring& path : paths) json.String(std::wstring_view(path));
   json.EndArray();
   explanation.report.AppendTo(json);
-  json.Field("agent", explanation.agentFound)
-      .Field("menu", explanation.HasMenu())
-      .Key("commands")
-      .BeginArray();
+  json.Field("menu", explanation.HasMenu()).Key("commands").BeginArray();
   for (const CommandVerdict& verdict : explanation.commands) {
     json.BeginObject().Field("command", static_cast<uint32_t>(verdict.command));
     json.Field("text", TitleOf(verdict.command)).Field("state", StateName(verdict.state));
@@ -58,13 +55,17 @@ const CommandSpec kExplainSpec = {
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
-        "It only reads, and writes nothing to the diagnostic log.\n"
+        "The paths are judged as one selection, as if they were right-clicked together: the first\n"
+        "decides the folder. Look for the first line with BAD.\n"
+        "\n"
+        "It only reads: nothing is changed, and the diagnostic log gets no line.\n"
         "\n"
         "Exit codes: 0 the menu gets commands; 2 wrong command line; 14 it gets none.\n",
 };
 
 int RunExplain(const Arguments& arguments) {
   const std::vector<std::wstring> paths = SelectedPaths(arguments);
+  const ComApartment apartment;
   const Explanation explanation = ExplainSelection(paths);
   Print(arguments.Has("--json") ? AsJson(explanation, paths) : AsText(explanation));
   return explanation.HasMenu() ? static_cast<int>(ExitCode::kDone) : kNoCommands;

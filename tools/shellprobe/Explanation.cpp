@@ -1,65 +1,127 @@
 #include "tools/shellprobe/Explanation.h"
 
 #include <windows.h>
-// After windows.h, which it needs.
-#include <shlwapi.h>
-
 #include <algorithm>
+#include <new>
+#include <optional>
 
+#include "fs/util/PathVector.h"
 #include "fs/util/SyncHandle.h"
-#include "shellext/Registration.h"
 #include "shellext/contextmenu/AgentChannel.h"
 #include "shellext/contextmenu/SyncFolderInspection.h"
+#include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 #include "tools/shellprobe/MarkContent.h"
+#include "tools/shellprobe/QuietActivation.h"
 #include "tools/shellprobe/RegisteredLibrary.h"
 #include "tools/shellprobe/SelectionData.h"
 
 namespace veskard {
 namespace {
 
-constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
 // The one that the library's handlers look for.
 constexpr AgentScope kScope = AgentScope::kService;
+
+// Why the whole menu is refused; null when it is not.
+using Obstacle = const char*;
+constexpr Obstacle kNotRegisteredHere = "no menu handler is registered for the first item";
+constexpr Obstacle kLibraryUseless = "the registered library cannot be used";
+constexpr Obstacle kNoAgent = "no agent is there";
 
 std::string YesNo(bool value) {
   return value ? "yes" : "no";
 }
 
-void ReportRegistration(Report& report, const std::wstring& firstPath) {
-  report.Section("Registration");
+std::string OnMachine(const std::wstring& key) {
+  return "HKEY_LOCAL_MACHINE\\" + ToUtf8(key);
+}
+
+bool ReportActivation(Report& report, const std::string& fact, const std::string& whose,
+                      const std::wstring& classId) {
+  const std::optional<HRESULT> result = ActivateQuietly(classId);
+  if (!result) {
+    report.Bad(fact, whose + " class is not tried: its library is missing or none of ours");
+  } else if (FAILED(*result)) {
+    report.Bad(fact, whose + " class cannot be activated", HexCode(*result));
+  } else {
+    report.Good(fact, whose + " class can be activated", ToUtf8(classId));
+  }
+  return result && SUCCEEDED(*result);
+}
+
+Obstacle ReportMenuHandler(Report& report, const std::wstring& firstPath) {
   const std::wstring fileClass = FileClassOf(firstPath);
   const std::wstring key = MenuHandlerKey(fileClass);
   const std::optional<std::wstring> classId = ReadMachineText(key);
-  if (!classId)
-    return report.Bad("handler", "no menu handler is registered: no HKEY_LOCAL_MACHINE\\" + ToUtf8(key));
-  report.Good("handler", "the menu handler for \"" + ToUtf8(fileClass) + "\" is " + ToUtf8(*classId));
-  const std::wstring library = RegisteredLibraryPath();
-  if (library.empty()) return report.Bad("library", "the handler's class names no library");
-  ReportLibraryFile(report, library);
+  if (!classId) {
+    report.Bad("handler", "no menu handler is registered: no " + OnMachine(key));
+    return kNotRegisteredHere;
+  }
+  report.Good("handler", "the menu handler for \"" + ToUtf8(fileClass) + "\" is " + ToUtf8(*classId),
+              ToUtf8(*classId));
+  const std::wstring library = LibraryOfClass(*classId);
+  if (library.empty()) {
+    report.Bad("library", "the handler's class names no library");
+    return kLibraryUseless;
+  }
+  const bool useful = ReportLibraryFile(report, library) &&
+                      ReportActivation(report, "menuClass", "the menu handler's", *classId);
+  return useful ? nullptr : kLibraryUseless;
+}
+
+// Without it placeholders keep a plain icon; the menu does not depend on it.
+void ReportIconHandler(Report& report) {
+  const std::wstring key = IconHandlerKey();
+  const std::optional<std::wstring> classId = ReadMachineText(key);
+  if (!classId) return report.Bad("iconHandler", "no icon handler is registered: no " + OnMachine(key));
+  report.Good("iconHandler", "the icon handler of placeholders is " + ToUtf8(*classId), ToUtf8(*classId));
+  ReportActivation(report, "iconClass", "the icon handler's", *classId);
+}
+
+Obstacle ReportRegistration(Report& report, const std::wstring& firstPath) {
+  report.Section("Registration");
+  const Obstacle obstacle = ReportMenuHandler(report, firstPath);
+  ReportIconHandler(report);
+  return obstacle;
+}
+
+void ReportMarkContent(Report& report, const MarkContent& content) {
+  constexpr char kUnset[] = "; its values count as unset";
+  switch (content.kind) {
+    case MarkKind::kDictionary:
+      return report.Note("content", content.dump);
+    case MarkKind::kOtherValue:
+      return report.Bad("content", "it holds no dictionary but " + content.dump + kUnset);
+    case MarkKind::kDamaged:
+      return report.Bad("content", "it is damaged at byte " + std::to_string(content.goodBytes) + kUnset,
+                        std::to_string(content.goodBytes));
+    case MarkKind::kTooLarge:
+      return report.Bad("content", std::string("it is larger than any mark and is not read") + kUnset);
+    case MarkKind::kProgress:
+      return report.Note("content", "the bytes " + content.dump);
+    case MarkKind::kTooShort:
+      return report.Bad("content", "it has fewer than 8 bytes and says nothing");
+  }
 }
 
 void ReportMark(Report& report, SyncHandle* mark, const std::string& missing) {
   if (mark == nullptr) return report.Note("mark", missing);
   const MarkContent content = ReadMarkContent(*mark);
-  report.Note("mark", "read from " + ToUtf8(content.place) + ", " + std::to_string(content.size) + " bytes");
-  if (content.bencoded) {
-    report.Note("content", content.dump);
-  } else {
-    report.Bad("content",
-               "it is damaged at byte " + std::to_string(content.goodBytes) + "; its values count as unset");
-  }
+  const std::string place = ToUtf8(content.place);
+  report.Note("mark", "read from " + place + ", " + std::to_string(content.size) + " bytes", place);
+  ReportMarkContent(report, content);
 }
 
 void ReportOwner(Report& report, const std::wstring& owner) {
   const std::wstring user = CurrentUserName();
+  const std::string name = ToUtf8(owner);
   if (owner.empty()) {
     report.Good("owner", "it belongs to everyone");
   } else if (owner == user) {
-    report.Good("owner", "it belongs to " + ToUtf8(owner) + ", who is the current user");
+    report.Good("owner", "it belongs to " + name + ", who is the current user", name);
   } else {
-    report.Bad("owner", "it belongs to " + ToUtf8(owner) + "; the current user is " + ToUtf8(user));
+    report.Bad("owner", "it belongs to " + name + "; the current user is " + ToUtf8(user), name);
   }
 }
 
@@ -68,32 +130,66 @@ void ReportRecord(Report& report, const std::wstring& folder) {
   SyncFolderInfo info;
   ReadSyncFolderInfo(folder, info);
   report.Add(info.selective ? Finding::kGood : Finding::kBad, "selective",
-             "selective sync: " + YesNo(info.selective));
-  report.Note("type", "its type is " + std::to_string(info.type) +
-                          (info.type == 2 ? ": content may be removed from all devices" : ""));
-  report.Note("removal",
-              "removing from all devices is forbidden: " + YesNo(info.disableRemoveFromAllDevices));
+             "selective sync: " + YesNo(info.selective), YesNo(info.selective));
+  report.Note("type",
+              "its type is " + std::to_string(info.type) +
+                  (info.type == 2 ? ": content may be removed from all devices" : ""),
+              std::to_string(info.type));
+  report.Note("removal", "removing from all devices is forbidden: " + YesNo(info.disableRemoveFromAllDevices),
+              YesNo(info.disableRemoveFromAllDevices));
   ReportOwner(report, info.owner);
 }
 
-bool IsAgentsOwnFile(const std::wstring& path) {
-  const size_t end = (path + L"\\").find(L"\\.sync\\");
-  return end != std::wstring::npos && IsSyncFolderRoot(path.substr(0, end));
+/// The folders that a path lies in, the innermost first.
+std::vector<std::wstring> FoldersAbove(const std::wstring& path) {
+  const PathVector components(path);
+  std::vector<std::wstring> folders;
+  for (size_t count = components.Count(); count > 1; --count) {
+    folders.push_back(components.ToString(components.Separator(), count - 1));
+  }
+  return folders;
+}
+
+// A path without a root may lie in a root's own folder, which is no content.
+void ReportNoRoot(Report& report, const std::wstring& path) {
+  for (const std::wstring& folder : FoldersAbove(path)) {
+    const std::wstring root = FindSyncFolderRoot(folder);
+    if (root.empty()) continue;
+    return report.Bad("root", "the item is one of the agent's own files: it lies in .sync of " + ToUtf8(root),
+                      ToUtf8(root));
+  }
+  report.Bad("root", "neither the item nor a folder above it holds the mark .sync\\ID");
+}
+
+// Nested roots do not count, except for the inner root itself.
+void ReportNesting(Report& report, const std::wstring& path, const std::wstring& root) {
+  if (root == path) return report.Note("nested", "the item is the root itself");
+  if (IsSyncFolderRoot(path)) {
+    return report.Note("nested", "the item is the root of a nested folder and is judged by its own record",
+                       ToUtf8(path));
+  }
+  for (const std::wstring& folder : FoldersAbove(path)) {
+    if (folder == root) break;
+    if (!IsSyncFolderRoot(folder)) continue;
+    return report.Note("nested",
+                       "it lies in the nested folder " + ToUtf8(folder) +
+                           " too, whose record does not count: the outermost root decides",
+                       ToUtf8(folder));
+  }
+  report.Note("nested", "no nested folder is involved");
 }
 
 // The folder of the first item decides for all of them.
 void ReportFolder(Report& report, const std::wstring& path) {
   report.Section("Synchronised folder of the first item");
-  const std::wstring root = FindSyncFolderRoot(path);
-  if (root.empty()) {
-    return report.Bad("root", IsAgentsOwnFile(path) ? "the item is one of the agent's own files"
-                                                    : "no folder above the item holds the mark .sync\\ID");
+  if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    return report.Bad("root", "the first item is not there, so its folder is not looked for");
   }
-  report.Good("root", "the root is " + ToUtf8(root));
-  const bool nested = root != path && IsSyncFolderRoot(path);
-  if (nested)
-    report.Note("nested", "the item is the root of a nested folder and is judged by its own record");
-  ReportRecord(report, nested ? path : root);
+  const std::wstring root = FindSyncFolderRoot(path);
+  if (root.empty()) return ReportNoRoot(report, path);
+  report.Good("root", "the root is " + ToUtf8(root), ToUtf8(root));
+  ReportNesting(report, path, root);
+  ReportRecord(report, IsSyncFolderRoot(path) ? path : root);
 }
 
 void ReportPlaceholder(Report& report, const std::wstring& path) {
@@ -101,66 +197,100 @@ void ReportPlaceholder(Report& report, const std::wstring& path) {
   const std::string progress =
       state.progress < 0 ? "not being received" : "being received, " + std::to_string(state.progress) + " %";
   report.Note("item",
-              ToUtf8(path) + ": a placeholder" + (state.typeFlag ? " of a folder, " : ", ") + progress);
+              ToUtf8(path) + ": a placeholder" + (state.typeFlag ? " of a folder, " : ", ") + progress,
+              ToUtf8(path));
   ReportMark(report, OpenPlaceholderMark(path).get(), "it has no mark; nothing is being received");
 }
 
 void ReportItem(Report& report, const std::wstring& path) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES)
-    return report.Bad("item", ToUtf8(path) + ": not there; it is skipped");
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    return report.Bad("item", ToUtf8(path) + ": not there; it is skipped", ToUtf8(path));
+  }
+  if (IsPlaceholderName(path)) return ReportPlaceholder(report, path);
   const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  const bool isPlaceholder = ::_wcsicmp(::PathFindExtensionW(path.c_str()), kPlaceholderExtension) == 0;
-  if (isPlaceholder) return ReportPlaceholder(report, path);
-  report.Note("item", ToUtf8(path) + (isFolder ? ": a folder" : ": a file that is on this device"));
+  report.Note("item", ToUtf8(path) + (isFolder ? ": a folder" : ": a file that is on this device"),
+              ToUtf8(path));
 }
 
-bool ReportAgent(Report& report) {
+void ReportItems(Report& report, const std::vector<std::wstring>& paths) {
+  report.Section(paths.size() == 1 ? "Item" : "Items");
+  for (const std::wstring& path : paths) ReportItem(report, path);
+}
+
+// Asks whether an instance is free, without connecting to it.
+void ReportPipe(Report& report, const std::wstring& pipe) {
+  const std::string name = ToUtf8(pipe);
+  if (::WaitNamedPipeW(pipe.c_str(), 1))
+    return report.Good("pipe", "its pipe " + name + " takes commands", name);
+  const bool missing = ::GetLastError() == ERROR_FILE_NOT_FOUND;
+  report.Bad(
+      "pipe",
+      "its pipe " + name + (missing ? " is not there" : " is busy") + "; a chosen command would be lost",
+      name);
+}
+
+Obstacle ReportAgent(Report& report) {
   report.Section("Agent");
+  report.Note("scope", "commands go to the agent of the service", std::to_string(static_cast<int>(kScope)));
+  const std::string mutex = ToUtf8(kServiceAgent.mutex);
   const std::wstring pipe = GetAgentPipeName(kScope);
   if (pipe.empty()) {
-    report.Bad("agent", "no service agent announces itself: there is no mutex Global\\pipesynccmd_SIT");
-    return false;
+    report.Bad("mutex", "it is not running: there is no mutex " + mutex, mutex);
+    report.Note("pipe", "its pipe would be " + ToUtf8(kServiceAgent.pipe), ToUtf8(kServiceAgent.pipe));
+    return kNoAgent;
   }
-  report.Good("agent", "a service agent announces itself");
-  // Asks whether an instance is free without connecting to it.
-  if (::WaitNamedPipeW(pipe.c_str(), 1)) {
-    report.Good("pipe", "its pipe " + ToUtf8(pipe) + " takes commands");
-  } else {
-    report.Bad("pipe", "its pipe " + ToUtf8(pipe) + " takes no commands now; a chosen command would be lost");
-  }
-  return true;
+  report.Good("mutex", "it is running: there is the mutex " + mutex, mutex);
+  ReportPipe(report, pipe);
+  return nullptr;
 }
 
-MenuSelection Inspect(const std::vector<std::wstring>& paths) {
+/// The names and the verdict as the library has them from the Shell.
+struct Inspection {
+  std::vector<std::wstring> names;
+  MenuSelection selection;
+};
+
+Inspection Inspect(const std::vector<std::wstring>& paths) {
   FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
   STGMEDIUM medium = {};
   const UniqueCom<IDataObject> data = MakeSelectionData(paths);
-  if (data.Get()->GetData(&format, &medium) != S_OK) return {};
+  if (data.Get()->GetData(&format, &medium) != S_OK) throw std::bad_alloc();
   const auto drop = static_cast<HDROP>(medium.hGlobal);
-  DropNames names(drop, MAX_PATH);
-  const MenuSelection selection = InspectSelection(names, CountDropNames(drop));
+  const uint32_t count = CountDropNames(drop);
+  DropNames names(drop, MAX_PATH);  // longer ones are cut, here as there
+  Inspection result = {{}, InspectSelection(names, count)};
+  for (uint32_t i = 0; i < count; ++i) result.names.push_back(names.At(i));
   ::ReleaseStgMedium(&medium);
-  return selection;
+  return result;
+}
+
+void Refuse(std::vector<CommandVerdict>& commands, Obstacle obstacle) {
+  for (CommandVerdict& verdict : commands) {
+    verdict.reason =
+        std::string(obstacle) + "; otherwise " + StateName(verdict.state) + ": " + verdict.reason;
+    verdict.state = CommandState::kHidden;
+  }
 }
 
 }  // namespace
 
 bool Explanation::HasMenu() const {
-  return agentFound && std::any_of(commands.begin(), commands.end(), [](const CommandVerdict& verdict) {
-           return verdict.state != CommandState::kHidden;
-         });
+  return std::any_of(commands.begin(), commands.end(),
+                     [](const CommandVerdict& verdict) { return verdict.state != CommandState::kHidden; });
 }
 
 Explanation ExplainSelection(const std::vector<std::wstring>& paths) {
   Explanation explanation;
   Report& report = explanation.report;
-  ReportRegistration(report, paths.front());
-  ReportFolder(report, paths.front());
-  report.Section(paths.size() == 1 ? "Item" : "Items");
-  for (const std::wstring& path : paths) ReportItem(report, path);
-  explanation.agentFound = ReportAgent(report);
-  explanation.commands = ExplainCommands(Inspect(paths));
+  const Inspection inspection = Inspect(paths);
+  Obstacle obstacle = ReportRegistration(report, inspection.names.front());
+  ReportFolder(report, inspection.names.front());
+  ReportItems(report, inspection.names);
+  const Obstacle agentObstacle = ReportAgent(report);
+  if (obstacle == nullptr) obstacle = agentObstacle;
+  explanation.commands = ExplainCommands(inspection.selection);
+  if (obstacle != nullptr) Refuse(explanation.commands, obstacle);
   return explanation;
 }
 

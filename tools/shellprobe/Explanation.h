@@ -11,15 +11,15 @@ namespace veskard {
 
 struct Explanation {
   Report report;                         // the chain, step by step
-  bool agentFound = false;               // without one the whole menu is refused
-  std::vector<CommandVerdict> commands;  // what the library decides
+  std::vector<CommandVerdict> commands;  // and what comes of it
 
   /// Whether a right-click shows any of the commands.
   bool HasMenu() const;
 };
 
 /// Follows the chain from the registration to the commands with the library's own
-/// code. Reads only; opens no log. Throws std::bad_alloc only.
+/// code. Reads only: nothing is written anywhere, and no log is opened. COM must
+/// be there. Throws std::bad_alloc only.
 Explanation ExplainSelection(const std::vector<std::wstring>& paths);
 
 }  // namespace veskard

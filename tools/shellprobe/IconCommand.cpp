@@ -24,6 +24,13 @@ Picture Paint(HICON icon, size_t background) {
   return background < std::size(kColours) ? PaintIcon(icon, kColours[background]) : IconPixels(icon);
 }
 
+// The handler answers for names alone; whoever asks means a file.
+void ExpectFile(const std::wstring& file) {
+  if (::GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    throw LastSystemError("cannot find " + ToUtf8(file));
+  }
+}
+
 }  // namespace
 
 const CommandSpec kIconSpec = {
@@ -35,19 +42,20 @@ const CommandSpec kIconSpec = {
     .maximumArguments = 1,
     .options = kOptions,
     .notes =
-        "Exit codes: 0 done; 1 the picture cannot be written; 2 wrong command line; 10 not\n"
-        "registered; 13 the handler has no icon for this file.\n",
+        "Exit codes: 0 done; 1 there is no such file, or the picture cannot be written; 2 wrong\n"
+        "command line; 10 not registered; 13 the handler has no icon for this file.\n",
 };
 
 int RunIcon(const Arguments& arguments) {
   const bool small = arguments.Choice("--size", kSizes, 0) == 1;
   const size_t background = arguments.Choice("--background", kBackgrounds, 0);
   const std::wstring file = FullPath(arguments.Positional()[0]);
+  ExpectFile(file);
   const ComApartment apartment;
   const PlaceholderIcons icons = ExtractPlaceholderIcons(ClassesFor(arguments), file);
   const Picture picture = Paint(small ? icons.small.Get() : icons.large.Get(), background);
-  Print(ToUtf8(file) + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + "\n");
   if (arguments.Has("--png")) SavePng(picture, FullPath(arguments.Text("--png")));
+  Print(ToUtf8(file) + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + "\n");
   return static_cast<int>(ExitCode::kDone);
 }
 

@@ -51,9 +51,12 @@ const CommandSpec kInvokeSpec = {
     .notes =
         "Example: shellprobe invoke \"Sync to this device\" C:\\Atlas\\lecture.mp4.ghpl\n"
         "\n"
-        "Exit codes: 0 the handler took the command and its sender has ended; 1 the handler or the\n"
-        "system refused; 2 wrong command line; 3 the sender still runs after --wait; 10 not\n"
-        "registered; 11 the handler refuses to add to this menu; 12 no such command, or greyed.\n",
+        "The command is handed to the agent in the background; whether an agent took it, nobody\n"
+        "tells. The agent's own log does.\n"
+        "\n"
+        "Exit codes: 0 the extension took the command and is done with it; 1 the extension or the\n"
+        "system refused; 2 wrong command line; 3 the command is still on its way after --wait; 10\n"
+        "not registered; 11 the extension refuses this menu; 12 no such command, or greyed.\n",
 };
 
 int RunInvoke(const Arguments& arguments) {

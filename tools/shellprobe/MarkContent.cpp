@@ -1,15 +1,20 @@
 #include "tools/shellprobe/MarkContent.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
 #include "benc/BencDump.h"
 #include "benc/BencParser.h"
 #include "fs/util/SyncHandle.h"
+#include "shellext/contextmenu/SyncFolderInspection.h"
 #include "util/string/ByteBuilder.h"
 
 namespace veskard {
 namespace {
 
-// Larger ones are no marks; the library does not read them either.
-constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
+// What the library reads of a progress mark.
+constexpr size_t kProgressSize = 8;
 
 /// Hands the parser's tokens on and remembers where the last good one ended.
 class TrackingParser final : public IBencParser {
@@ -19,8 +24,9 @@ class TrackingParser final : public IBencParser {
   BencToken NextToken(const char** text, size_t* length) override {
     const BencToken token = inner_.NextToken(text, length);
     if (token == BencToken::TokError || token == BencToken::TokEndOfInput) return token;
-    const size_t closing = token == BencToken::TokInt ? 1 : 0;  // its "e"
-    goodBytes_ = static_cast<size_t>(*text - begin_) + *length + closing;
+    const char* end = *text + *length;
+    if (token == BencToken::TokInt && end != InputEnd() && *end == 'e') ++end;
+    goodBytes_ = static_cast<size_t>(end - begin_);
     return token;
   }
   const char* InputEnd() const noexcept override { return inner_.InputEnd(); }
@@ -40,11 +46,40 @@ std::wstring PlaceOf(const SyncHandle& mark) {
   return path;
 }
 
-std::string ReadBytes(SyncHandle& mark) {
-  const uint64_t size = mark.GetSize(nullptr);
-  std::string bytes(size <= kLargestMark ? static_cast<size_t>(size) : 0, '\0');
+std::string ReadBytes(SyncHandle& mark, uint64_t size) {
+  std::string bytes(static_cast<size_t>(size), '\0');
   bytes.resize(mark.Read(bytes.data(), static_cast<uint32_t>(bytes.size())));
   return bytes;
+}
+
+std::string HexBytes(std::string_view bytes) {
+  std::string text;
+  for (const char c : bytes) {
+    char digits[4] = {};
+    std::snprintf(digits, sizeof digits, "%02X ", static_cast<unsigned>(static_cast<unsigned char>(c)));
+    text += digits;
+  }
+  if (!text.empty()) text.pop_back();
+  return text;
+}
+
+void ReadProgress(MarkContent& content, SyncHandle& mark) {
+  const std::string bytes = ReadBytes(mark, std::min<uint64_t>(content.size, kProgressSize));
+  content.kind = bytes.size() == kProgressSize ? MarkKind::kProgress : MarkKind::kTooShort;
+  content.dump = HexBytes(bytes);
+}
+
+void ReadBencoded(MarkContent& content, SyncHandle& mark) {
+  std::string bytes = ReadBytes(mark, content.size);
+  TrackingParser parser(bytes.data(), bytes.data() + bytes.size());
+  BencValue value;
+  const bool good = ParseBencoded(value, parser);
+  content.goodBytes = parser.GoodBytes();
+  if (!good) return;
+  content.kind = value.GetKind() == BencValue::Kind::Dict ? MarkKind::kDictionary : MarkKind::kOtherValue;
+  ByteBuilder dump;
+  DumpValue(dump, value, 0);
+  content.dump = dump.View();
 }
 
 }  // namespace
@@ -52,16 +87,14 @@ std::string ReadBytes(SyncHandle& mark) {
 MarkContent ReadMarkContent(SyncHandle& mark) {
   MarkContent content;
   content.place = PlaceOf(mark);
-  std::string bytes = ReadBytes(mark);
-  content.size = bytes.size();
-  TrackingParser parser(bytes.data(), bytes.data() + bytes.size());
-  BencValue value;
-  content.bencoded = ParseBencoded(value, parser);
-  content.goodBytes = parser.GoodBytes();
-  if (!content.bencoded) return content;
-  ByteBuilder dump;
-  DumpValue(dump, value, 0);
-  content.dump = dump.View();
+  content.size = mark.GetSize(nullptr);
+  if (IsProgressMark(mark)) {
+    ReadProgress(content, mark);
+  } else if (content.size > kLargestMark) {
+    content.kind = MarkKind::kTooLarge;
+  } else {
+    ReadBencoded(content, mark);
+  }
   return content;
 }
 

@@ -2,18 +2,29 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace veskard {
 
 class SyncHandle;
 
+/// What the library takes a mark for.
+enum class MarkKind {
+  kDictionary,  // the agent's record
+  kOtherValue,  // well formed, but no dictionary: its values count as unset
+  kDamaged,     // so do these
+  kTooLarge,    // and these, which are not read at all
+  kProgress,    // plain bytes that hold a placeholder's progress
+  kTooShort,    // the same, too few of them: they say nothing
+};
+
 struct MarkContent {
-  std::wstring place;     // "C:\Atlas\.sync\ID:_TYPE"
-  size_t size = 0;        // bytes
-  bool bencoded = false;  // one list or dictionary, as the library parses it
-  std::string dump;       // the value as text, when it is
-  size_t goodBytes = 0;   // how far it could be read, when it is not
+  std::wstring place;  // "C:\Atlas\.sync\ID:_TYPE"
+  uint64_t size = 0;   // bytes
+  MarkKind kind = MarkKind::kDamaged;
+  std::string dump;      // what it holds, as text, when it could be read
+  size_t goodBytes = 0;  // how far it could be read, when it is damaged
 };
 
 /// Reads a mark that the inspection has opened. Throws std::bad_alloc only.

@@ -77,9 +77,9 @@ const CommandSpec kMenuSpec = {
         "\"Command\" is the number that shellprobe invoke takes; the help text is printed where it\n"
         "differs from the text.\n"
         "\n"
-        "Exit codes: 0 the handler answered (also when it adds nothing); 1 the system refused, or no\n"
-        "screen; 2 wrong command line; 10 not registered; 11 the handler refuses to add to this\n"
-        "menu; 12 no such command to highlight.\n",
+        "Exit codes: 0 the extension answered (also when it adds nothing); 1 the system refused, or\n"
+        "there is no screen; 2 wrong command line; 10 not registered; 11 the extension refuses this\n"
+        "menu: no agent is there, for example.\n",
 };
 
 int RunMenu(const Arguments& arguments) {

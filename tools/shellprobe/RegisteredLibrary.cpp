@@ -25,30 +25,39 @@ std::string OwnVersionText() {
 void ReportVersion(Report& report, const std::wstring& file) {
   const std::string version = FileVersionText(file);
   if (version == OwnVersionText()) {
-    report.Good("version", "its version is " + version);
+    report.Good("version", "its version is " + version, version);
   } else {
-    report.Bad("version", "its version is " + (version.empty() ? "not told" : version) +
-                              ", this program's is " + OwnVersionText());
+    report.Bad("version",
+               "its version is " + (version.empty() ? "not told" : version) + ", this program's is " +
+                   OwnVersionText(),
+               version);
   }
 }
 
-void ReportExports(Report& report, const std::wstring& file) {
+bool ReportExports(Report& report, const std::wstring& file) {
   const UniqueModule library(::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  if (!library) return report.Bad("exports", LastSystemError("it cannot be loaded").what());
+  if (!library) {
+    report.Bad("exports", LastSystemError("it cannot be loaded").what());
+    return false;
+  }
   for (const char* name : kExports) {
-    if (::GetProcAddress(library.Get(), name) == nullptr) {
-      return report.Bad("exports", std::string("it loads but has no ") + name);
-    }
+    if (::GetProcAddress(library.Get(), name) != nullptr) continue;
+    report.Bad("exports", std::string("it loads but has no ") + name);
+    return false;
   }
   report.Good("exports", "it loads and has its five exports");
+  return true;
 }
 
 }  // namespace
 
-std::wstring RegisteredLibraryPath() {
-  const std::wstring key =
-      std::wstring(L"Software\\Classes\\CLSID\\") + ClassIdText(kContextMenuClass) + L"\\InprocServer32";
+std::wstring LibraryOfClass(const std::wstring& classId) {
+  const std::wstring key = L"Software\\Classes\\CLSID\\" + classId + L"\\InprocServer32";
   return ReadMachineText(key).value_or(std::wstring());
+}
+
+std::wstring RegisteredLibraryPath() {
+  return LibraryOfClass(ClassIdText(kContextMenuClass));
 }
 
 std::string FileVersionText(const std::wstring& file) {
@@ -65,14 +74,15 @@ std::string FileVersionText(const std::wstring& file) {
          "." + std::to_string(HIWORD(info->dwFileVersionLS));
 }
 
-void ReportLibraryFile(Report& report, const std::wstring& file) {
+bool ReportLibraryFile(Report& report, const std::wstring& file) {
   const DWORD attributes = ::GetFileAttributesW(file.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-    return report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file));
+    report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file), ToUtf8(file));
+    return false;
   }
-  report.Good("library", "the library is " + ToUtf8(file));
+  report.Good("library", "the library is " + ToUtf8(file), ToUtf8(file));
   ReportVersion(report, file);
-  ReportExports(report, file);
+  return ReportExports(report, file);
 }
 
 }  // namespace veskard

@@ -7,7 +7,10 @@
 
 namespace veskard {
 
-/// "InprocServer32" of the context-menu class; empty when it is not registered.
+/// "InprocServer32" of a class; empty when it is not registered.
+std::wstring LibraryOfClass(const std::wstring& classId);
+
+/// The same of this version's context-menu class.
 std::wstring RegisteredLibraryPath();
 
 /// "2.7.2" from the file's version resource; empty without one.
@@ -15,6 +18,7 @@ std::string FileVersionText(const std::wstring& file);
 
 /// Adds facts "library", "version" and "exports" about a library file. It is
 /// loaded and let go; none of its classes is asked for, so that it opens no log.
-void ReportLibraryFile(Report& report, const std::wstring& file);
+/// Whether the file is there and can serve, whatever its version.
+bool ReportLibraryFile(Report& report, const std::wstring& file);
 
 }  // namespace veskard

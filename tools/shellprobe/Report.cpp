@@ -14,8 +14,9 @@ void Report::Section(const std::string& title) {
   parts_.push_back({title, {}});
 }
 
-void Report::Add(Finding finding, const std::string& name, const std::string& text) {
-  parts_.back().facts.push_back({finding, name, text});
+void Report::Add(Finding finding, const std::string& name, const std::string& text,
+                 const std::string& value) {
+  parts_.back().facts.push_back({finding, name, text, value});
 }
 
 bool Report::HasBad(const std::string& name) const {
@@ -45,6 +46,7 @@ void Report::AppendTo(JsonWriter& json) const {
     json.BeginObject().Field("title", part.title).Key("facts").BeginArray();
     for (const Fact& fact : part.facts) {
       json.BeginObject().Field("name", fact.name).Field("finding", kNames[static_cast<size_t>(fact.finding)]);
+      if (!fact.value.empty()) json.Field("value", fact.value);
       json.Field("text", fact.text).EndObject();
     }
     json.EndArray().EndObject();

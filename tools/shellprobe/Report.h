@@ -19,12 +19,19 @@ class Report {
  public:
   /// Starts a section; facts that follow belong to it.
   void Section(const std::string& title);
-  /// `name` tells programs what the fact is about; `text` is UTF-8, one line.
-  void Add(Finding finding, const std::string& name, const std::string& text);
+  /// `name` tells programs what the fact is about, `value` is what they may want of
+  /// it: a path, a number. `text` is the whole fact for people: UTF-8, one line.
+  void Add(Finding finding, const std::string& name, const std::string& text, const std::string& value = {});
 
-  void Good(const std::string& name, const std::string& text) { Add(Finding::kGood, name, text); }
-  void Note(const std::string& name, const std::string& text) { Add(Finding::kNote, name, text); }
-  void Bad(const std::string& name, const std::string& text) { Add(Finding::kBad, name, text); }
+  void Good(const std::string& name, const std::string& text, const std::string& value = {}) {
+    Add(Finding::kGood, name, text, value);
+  }
+  void Note(const std::string& name, const std::string& text, const std::string& value = {}) {
+    Add(Finding::kNote, name, text, value);
+  }
+  void Bad(const std::string& name, const std::string& text, const std::string& value = {}) {
+    Add(Finding::kBad, name, text, value);
+  }
 
   /// Whether a fact of that name, or any fact, is bad.
   bool HasBad(const std::string& name) const;
@@ -39,6 +46,7 @@ class Report {
     Finding finding;
     std::string name;
     std::string text;
+    std::string value;
   };
   struct Part {
     std::string title;

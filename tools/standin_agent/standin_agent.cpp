@@ -135,6 +135,7 @@ int RunServe(const Arguments& arguments) {
       .faults = FaultsFrom(arguments),
       .onMessage = asJson ? PrintMessageAsJson : PrintMessageAsText,
   });
+  // cppcheck-suppress danglingLifetime ; the handler below is taken away before the agent goes
   stoppedByCtrlC = &agent;
   ::SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
   PrintReady(agent, asJson);

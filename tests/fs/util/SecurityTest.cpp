@@ -21,7 +21,6 @@ using test::FailedCall;
 using test::Watch;
 
 constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
-constexpr wchar_t kEveryone[] = L"S-1-1-0";
 constexpr wchar_t kSystem[] = L"S-1-5-18";
 
 std::wstring Expanded(std::wstring text) {

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "shellext/GdiplusUser.h"
 #include "tests/support/GdiHandleCount.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/TestIcons.h"
 
 namespace veskard {
@@ -91,6 +94,42 @@ TEST_F(IconBitmapTest, NoBitmapComesOfAnIconWithoutColours) {
   const UniqueIcon icon = test::MonochromeIcon(16);
   ASSERT_TRUE(icon);
   EXPECT_FALSE(IconToBitmap(icon.Get()));
+}
+
+// Such a bitmap comes of icons on a screen of few colours. There is none here, so
+// the answer about the icon is changed.
+class FewColours {
+ public:
+  explicit FewColours(int bits) { bits_ = bits; }
+
+ private:
+  static BOOL WINAPI Answer(HICON, PICONINFO info) {
+    *info = {TRUE, 0, 0, ::CreateBitmap(kSide, 2 * kSide, 1, 1, nullptr), nullptr};
+    BITMAPINFO shape = {};
+    shape.bmiHeader = {
+        sizeof(shape.bmiHeader), kSide, -kSide, 1, static_cast<WORD>(bits_), BI_RGB, 0, 0, 0, 0, 0};
+    void* pixels = nullptr;
+    info->hbmColor = ::CreateDIBSection(nullptr, &shape, DIB_RGB_COLORS, &pixels, nullptr, 0);
+    std::memset(pixels, 0xFF, static_cast<size_t>(kSide * kSide * bits_ / 8));
+    return TRUE;
+  }
+
+  static constexpr int kSide = 32;  // no row has bytes to fill it up
+  static inline int bits_ = 0;
+  const test::ImportPatch patch_{nullptr, "GetIconInfo", reinterpret_cast<void*>(&Answer)};
+};
+
+TEST_F(IconBitmapTest, ColoursWithoutRoomForAlphaAreTakenOpaque) {
+  const UniqueIcon icon = IconOf(ManyColours(32, 32));
+  const size_t handles = CountGdiHandles();
+  for (const int bits : {16, 24}) {
+    const FewColours screen(bits);
+    const UniqueGpBitmap bitmap = IconToBitmap(icon.Get());
+    ASSERT_TRUE(bitmap) << bits;
+    EXPECT_EQ(FormatOf(bitmap), PixelFormat32bppARGB);
+    EXPECT_EQ(PixelsOf(bitmap.Get()), Paint(32, 32, [](int, int) { return 0xFFFFFFFFu; })) << bits;
+  }
+  EXPECT_EQ(CountGdiHandles(), handles);
 }
 
 TEST_F(IconBitmapTest, NoBitmapComesOfADestroyedIcon) {

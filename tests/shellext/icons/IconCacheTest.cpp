@@ -4,6 +4,7 @@
 
 #include "shellext/GdiplusUser.h"
 #include "shellext/icons/GdiplusBitmap.h"
+#include "tests/support/CallCounts.h"
 
 namespace veskard {
 namespace {
@@ -45,6 +46,20 @@ TEST_F(IconCacheTest, ClearingForgetsEverything) {
   cache_.Clear();
   EXPECT_EQ(cache_.Size(), 0u);
   EXPECT_EQ(cache_.Find(L"45L"), nullptr);
+}
+
+TEST_F(IconCacheTest, DestroysWhatItReplacesAndWhatItForgets) {
+  std::atomic<int> live = 0;
+  const test::CallCount<"GdipDisposeImage", test::Effect::kFrees,
+                        decltype(&Gdiplus::DllExports::GdipDisposeImage)>
+      disposals(live);
+  cache_.Store(L"45L", Small());
+  cache_.Store(L".docxL", Small());
+  EXPECT_EQ(disposals.Calls(), 0);
+  cache_.Store(L"45L", Small());
+  EXPECT_EQ(disposals.Calls(), 1);
+  cache_.Clear();
+  EXPECT_EQ(disposals.Calls(), 3);
 }
 
 struct TypeIconKeyCase {

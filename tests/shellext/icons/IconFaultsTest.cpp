@@ -1,62 +1,91 @@
-// Every call that composing makes fails once, one after the other.
-#include <gtest/gtest.h>
+// Every call that composing makes fails once, one after the other; and how many
+// calls it takes at all.
+#include <windows.h>
+// The image lists' header needs the common controls' types.
+#include <commctrl.h>
 
-#include "core/CriticalSection.h"
-#include "shellext/icons/IconCache.h"
+#include <commoncontrols.h>
+#include <gtest/gtest.h>
+#include <shellapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "shellext/icons/GdiplusOwners.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
-#include "tests/shellext/icons/IconFaults.h"
+#include "tests/shellext/icons/IconCallCounts.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
 namespace {
 
+namespace gdip = Gdiplus::DllExports;
+using test::EmptyCache;
 using test::ExtractedIcons;
-using test::faultPlan;
+using test::FailedCall;
 using test::Golden;
 using test::IconHandler;
 using test::LooksLike;
 using test::Picture;
 using test::PixelsOf;
 using test::SolidPattern;
+using test::Watch;
 
 constexpr wchar_t kReport[] = L"C:\\sync\\report.vkf.ghpl";
 constexpr int kProgress = 45;
+constexpr auto kRefused = Gdiplus::GenericError;
+
+// Without these there is no icon; without those there is one all the same, which
+// may lack its badge or a part of it. What both icon and badge need is in neither.
+constexpr const char* kNeededForAnIcon[] = {"CreateBitmap",
+                                            "CreateDIBSection",
+                                            "CreateIconIndirect",
+                                            "DuplicateIcon",
+                                            "GdipBitmapLockBits",
+                                            "GdipCloneBitmapAreaI",
+                                            "GdipCreateBitmapFromHBITMAP",
+                                            "GdipDrawImageI",
+                                            "GetIconInfo",
+                                            "SHGetFileInfoW",
+                                            "SHGetImageList"};
+constexpr const char* kNotNeededForAnIcon[] = {"none",
+                                               "GdipCreatePen1",
+                                               "GdipCreateSolidFill",
+                                               "GdipDrawArcI",
+                                               "GdipDrawEllipseI",
+                                               "GdipDrawImageRectI",
+                                               "GdipFillEllipseI",
+                                               "GetDC"};
+
+bool IsAmong(std::span<const char* const> names, const FailedCall& failed) {
+  return std::any_of(names.begin(), names.end(), [&failed](const char* name) { return failed.Is(name); });
+}
 
 class IconFaultsTest : public testing::Test {
  protected:
   IconFaultsTest() {
     test::SetPlaceholder(kReport, {{kProgress, false}, true});
-    const ExtractedIcons warmUp = handler_.Extract();
+    handler_.Extract();  // fills the Shell's own caches
     EmptyCache();
   }
   ~IconFaultsTest() override { test::ForgetPlaceholders(); }
 
-  static void EmptyCache() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    SharedIconCache().Clear();
-  }
-
-  // With nothing in the cache, so that every step is taken.
-  ExtractedIcons ExtractWithFault(int failingCall, UINT iconSize) {
-    EmptyCache();
-    faultPlan.FailCall(failingCall);
-    ExtractedIcons icons = handler_.Extract(iconSize);
-    lastCalls_ = faultPlan.Calls();
-    failed_ = faultPlan.Failed();
-    faultPlan.FailCall(0);
-    return icons;
-  }
-
-  // Without an icon, or with one that is right where no badge is drawn: a part of
-  // the badge may be missing, everything else may not.
+  // No icon, or one that is right where no badge is drawn: a part of the badge may
+  // be missing, everything else may not.
   static testing::AssertionResult IsNullOrRight(const UniqueIcon& icon, const Picture& own) {
     if (!icon) return testing::AssertionSuccess();
-    const Picture washed = test::WashedOutGolden(own),
-                  badge = test::DrawnBadge(own.width, own.height, kProgress);
+    const Picture washed = test::WashedOutGolden(own);
+    const Picture badge = test::DrawnBadge(own.width, own.height, kProgress);
     const Picture actual = PixelsOf(icon.Get());
     if (actual.width != own.width || actual.height != own.height)
       return testing::AssertionFailure() << "size";
@@ -70,37 +99,66 @@ class IconFaultsTest : public testing::Test {
 
   void FailEveryCall(UINT iconSize, const Picture& largeOwn, const Picture& smallOwn);
 
-  const test::IconFaultHooks hooks_;
+  const test::IconCallCounts counts_;
   const test::TestFileType type_{L"vkf", {{SolidPattern(16)}, {SolidPattern(256)}}};
   const IconHandler handler_{kReport};
-  int lastCalls_ = 0;
-  std::string failed_;
 };
 
 void IconFaultsTest::FailEveryCall(UINT iconSize, const Picture& largeOwn, const Picture& smallOwn) {
   const Golden large = test::GoldenIcon(largeOwn, kProgress), small = test::GoldenIcon(smallOwn, kProgress);
   const size_t gdiHandles = test::CountGdiHandles();
-  int call = 1;
-  for (;; ++call) {
-    {
-      const ExtractedIcons icons = ExtractWithFault(call, iconSize);
-      if (failed_.empty()) break;
-      SCOPED_TRACE(failed_ + " as call " + std::to_string(call));
-      EXPECT_EQ(icons.result, S_OK);
-      EXPECT_TRUE(IsNullOrRight(icons.large, largeOwn));
-      EXPECT_TRUE(IsNullOrRight(icons.small, smallOwn));
+  test::FailingCalls calls{
+      Watch<&gdip::GdipCreateBitmapFromScan0>("GdipCreateBitmapFromScan0", kRefused),
+      Watch<&gdip::GdipCreateBitmapFromHBITMAP>("GdipCreateBitmapFromHBITMAP", kRefused),
+      Watch<&gdip::GdipCloneBitmapAreaI>("GdipCloneBitmapAreaI", kRefused),
+      Watch<&gdip::GdipGetImageGraphicsContext>("GdipGetImageGraphicsContext", kRefused),
+      Watch<&gdip::GdipCreatePen1>("GdipCreatePen1", kRefused),
+      Watch<&gdip::GdipCreateSolidFill>("GdipCreateSolidFill", kRefused),
+      Watch<&gdip::GdipBitmapLockBits>("GdipBitmapLockBits", kRefused),
+      Watch<&gdip::GdipGetImageWidth>("GdipGetImageWidth", kRefused),
+      Watch<&gdip::GdipGetImageHeight>("GdipGetImageHeight", kRefused),
+      Watch<&gdip::GdipGetImagePixelFormat>("GdipGetImagePixelFormat", kRefused),
+      Watch<&gdip::GdipDrawImageI>("GdipDrawImageI", kRefused),
+      Watch<&gdip::GdipDrawImageRectI>("GdipDrawImageRectI", kRefused),
+      Watch<&gdip::GdipFillEllipseI>("GdipFillEllipseI", kRefused),
+      Watch<&gdip::GdipDrawEllipseI>("GdipDrawEllipseI", kRefused),
+      Watch<&gdip::GdipDrawArcI>("GdipDrawArcI", kRefused),
+      Watch<&::CreateBitmap>("CreateBitmap", nullptr),
+      Watch<&::CreateDIBSection>("CreateDIBSection", nullptr),
+      Watch<&::CreateIconIndirect>("CreateIconIndirect", nullptr),
+      Watch<&::GetDC>("GetDC", nullptr),
+      Watch<&::GetIconInfo>("GetIconInfo", FALSE),
+      Watch<&::DuplicateIcon>("DuplicateIcon", nullptr),
+      Watch<&::SHGetFileInfoW>("SHGetFileInfoW", 0),
+      Watch<&::SHGetImageList>("SHGetImageList", E_FAIL),
+  };
 
-      // Nothing of the failure stays behind: the next answer is right.
-      const ExtractedIcons next = handler_.Extract(iconSize);
-      EXPECT_TRUE(LooksLike(PixelsOf(next.large.Get()), large));
-      EXPECT_TRUE(LooksLike(PixelsOf(next.small.Get()), small));
+  ExtractedIcons icons;
+  const auto check = [&](const FailedCall& failed) {
+    SCOPED_TRACE(testing::Message() << failed);
+    EXPECT_EQ(icons.result, S_OK);
+    EXPECT_TRUE(IsNullOrRight(icons.large, largeOwn));
+    EXPECT_TRUE(IsNullOrRight(icons.small, smallOwn));
+    if (IsAmong(kNeededForAnIcon, failed)) {
+      EXPECT_FALSE(icons.large && icons.small);
     }
+    if (IsAmong(kNotNeededForAnIcon, failed)) {
+      EXPECT_TRUE(icons.large && icons.small);
+    }
+    if (failed.Is("DuplicateIcon")) {
+      EXPECT_TRUE(icons.large && !icons.small);
+    }
+
+    // Nothing of the failure stays behind: the next answer is right.
+    icons = handler_.Extract(iconSize);
+    EXPECT_TRUE(LooksLike(PixelsOf(icons.large.Get()), large));
+    EXPECT_TRUE(LooksLike(PixelsOf(icons.small.Get()), small));
+    icons = {};
     EmptyCache();
-    EXPECT_EQ(faultPlan.Live(), 0) << failed_ << " as call " << call;
-    EXPECT_EQ(test::CountGdiHandles(), gdiHandles) << failed_ << " as call " << call;
-  }
-  EXPECT_EQ(lastCalls_, call - 1);
-  EXPECT_GT(call, 40);
+    EXPECT_EQ(counts_.Live(), 0);
+    EXPECT_EQ(test::CountGdiHandles(), gdiHandles);
+  };
+  EXPECT_GT(calls.FailEach([] {}, [&] { icons = handler_.Extract(iconSize); }, check), 40u);
 }
 
 TEST_F(IconFaultsTest, NoFailingCallHarmsALargeAndASmallIcon) {
@@ -112,14 +170,64 @@ TEST_F(IconFaultsTest, NoFailingCallHarmsASmallIconAndItsCopy) {
   FailEveryCall(test::kOneSize, small, small);
 }
 
-TEST_F(IconFaultsTest, NoIconOfTheShellsGivesNoIconOfOurs) {
-  for (int call = 1;; ++call) {
-    const ExtractedIcons icons = ExtractWithFault(call, test::kTwoSizes);
-    if (failed_.empty()) break;
-    if (failed_ != "SHGetFileInfoW" && failed_ != "SHGetImageList") continue;
-    EXPECT_EQ(icons.result, S_OK);
-    EXPECT_TRUE(!icons.large || !icons.small) << failed_;
+// --- What a request costs ----------------------------------------------------
+
+class IconCostTest : public IconFaultsTest {
+ protected:
+  int BadgesDrawn() const { return counts_.GdipDrawArcI.Calls(); }
+  int TypesAskedFor() const { return counts_.SHGetFileInfoW.Calls(); }
+
+  // The steps that every request takes, then those that the cache spares it.
+  std::vector<int> Calls() const {
+    return {counts_.GdipCloneBitmapAreaI.Calls(),
+            counts_.GdipDrawImageRectI.Calls(),
+            counts_.CreateIconIndirect.Calls(),
+            TypesAskedFor(),
+            BadgesDrawn(),
+            counts_.GetIconInfo.Calls(),
+            counts_.GdipCreateBitmapFromHBITMAP.Calls(),
+            counts_.GdipCreateBitmapFromScan0.Calls(),
+            counts_.GdipDrawImageI.Calls()};
   }
+};
+
+TEST_F(IconCostTest, ARequestThatTheCacheCanAnswerIsOneCloneOneDrawAndOneConversion) {
+  handler_.Extract();
+  const std::vector<int> before = Calls();
+  handler_.Extract();  // a large and a small icon
+  std::vector<int> spent = Calls();
+  for (size_t i = 0; i < spent.size(); ++i) spent[i] -= before[i];
+  EXPECT_EQ(spent, (std::vector<int>{2, 2, 2, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(IconCostTest, ATypeIsFetchedOnceAndABadgeDrawnOnceInASizeClass) {
+  const int badges = BadgesDrawn(), types = TypesAskedFor();
+  for (int i = 0; i < 3; ++i) {
+    for (int progress = 0; progress <= 100; progress += 5) {
+      test::SetPlaceholder(kReport, {{progress, false}, true});
+      handler_.Extract();
+    }
+  }
+  EXPECT_EQ(BadgesDrawn() - badges, 2 * 21);
+  EXPECT_EQ(TypesAskedFor() - types, 2);
+}
+
+TEST_F(IconCostTest, ThreadsThatAskAtOnceMakeAnEntryOnce) {
+  const int badges = BadgesDrawn(), types = TypesAskedFor();
+  std::deque<IconHandler> handlers;  // alive until the end: a dying one empties the cache
+  for (int i = 0; i < 4; ++i) handlers.emplace_back(kReport);
+  std::atomic<int> ready = 0;
+  std::vector<std::thread> threads;
+  for (const IconHandler& handler : handlers) {
+    threads.emplace_back([&handler, &ready] {
+      ++ready;
+      while (ready < 4) std::this_thread::yield();
+      handler.Extract();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(BadgesDrawn() - badges, 2);
+  EXPECT_EQ(TypesAskedFor() - types, 2);
 }
 
 }  // namespace

@@ -9,16 +9,22 @@
 #include "shellext/GdiplusUser.h"
 #include "shellext/icons/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/GdiHandleCount.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
 namespace {
 
+using test::CacheSize;
 using test::DrawnOnEmpty;
+using test::EmptyCache;
 using test::GoldenIcon;
+using test::IsCached;
 using test::LooksLike;
 using test::Picture;
 using test::PixelsOf;
@@ -37,18 +43,6 @@ class PlaceholderIconTest : public testing::Test {
     test::ForgetPlaceholders();
   }
 
-  static void EmptyCache() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    SharedIconCache().Clear();
-  }
-  static bool IsCached(const wchar_t* key) {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    return SharedIconCache().Find(key) != nullptr;
-  }
-  static size_t CacheSize() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    return SharedIconCache().Size();
-  }
   static Picture Compose(const std::wstring& path, bool large) {
     return PixelsOf(ComposePlaceholderIcon(path, large).Get());
   }
@@ -63,6 +57,7 @@ struct FileKind {
   std::wstring path;
   Picture large;
   Picture small;
+  bool isFolder = false;
 };
 
 // For every progress and for none, in both size classes, twice (the second time
@@ -72,7 +67,7 @@ void ExpectGoldenIcons(const FileKind& kind) {
   for (const bool large : {true, false}) {
     const Picture own = DrawnOnEmpty(large ? kind.large : kind.small);
     for (int progress = 0; progress <= 100; progress += 5) {
-      SetPlaceholder(placeholder, {{progress, false}, kSelective});
+      SetPlaceholder(placeholder, {{progress, kind.isFolder}, kSelective});
       const test::Golden golden = GoldenIcon(own, progress);
       for (int round = 0; round < 2; ++round) {
         const UniqueIcon icon = ComposePlaceholderIcon(placeholder, large);
@@ -80,7 +75,7 @@ void ExpectGoldenIcons(const FileKind& kind) {
             << kind.path << (large ? " L " : " S ") << progress;
       }
     }
-    SetPlaceholder(placeholder, {{-1, false}, kSelective});
+    SetPlaceholder(placeholder, {{-1, kind.isFolder}, kSelective});
     EXPECT_TRUE(
         LooksLike(PixelsOf(ComposePlaceholderIcon(placeholder, large).Get()), GoldenIcon(own, std::nullopt)))
         << kind.path << (large ? " L" : " S");
@@ -145,13 +140,8 @@ TEST_F(PlaceholderIconTest, IsGoldenForATypeThatNobodyKnows) {
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForAFolder) {
-  for (int progress = 0; progress <= 100; progress += 5) {
-    SetPlaceholder(L"C:\\sync\\music.ghpl", {{progress, true}, kSelective});
-    const Picture small = DrawnOnEmpty(ShellsSmallIcon(L"x", FILE_ATTRIBUTE_DIRECTORY));
-    const Picture large = DrawnOnEmpty(ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY));
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\music.ghpl", false), GoldenIcon(small, progress))) << progress;
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\music.ghpl", true), GoldenIcon(large, progress))) << progress;
-  }
+  ExpectGoldenIcons({L"C:\\sync\\music", ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY),
+                     ShellsSmallIcon(L"x", FILE_ATTRIBUTE_DIRECTORY), true});
 }
 
 TEST_F(PlaceholderIconTest, UnknownProgressHasNoBadgeInASelectiveFolderAndZeroElsewhere) {
@@ -247,6 +237,30 @@ TEST_F(PlaceholderIconTest, ComposingDoesNotDrawIntoTheEntries) {
   Compose(path, false);
   SetPlaceholder(path, {{-1, false}, kSelective});
   EXPECT_TRUE(LooksLike(Compose(path, false), GoldenIcon(DrawnOnEmpty(SolidPattern(16)), std::nullopt)));
+}
+
+// A Shell that has a monochrome icon for every type.
+class ShellIconPatch {
+ private:
+  static DWORD_PTR WINAPI Answer(LPCWSTR, DWORD, SHFILEINFOW* info, UINT, UINT) {
+    *info = {};
+    info->hIcon = test::MonochromeIcon(16).Release();
+    return 1;
+  }
+
+  const test::ImportPatch patch_{nullptr, "SHGetFileInfoW", reinterpret_cast<void*>(&Answer)};
+};
+
+TEST_F(PlaceholderIconTest, ATypeWhoseIconHasNoColoursHasNone) {
+  const size_t handles = test::CountGdiHandles();
+  SetPlaceholder(L"a.vkhf.ghpl", {{45, false}, kSelective});
+  {
+    const ShellIconPatch monochrome;
+    EXPECT_FALSE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
+    EXPECT_EQ(CacheSize(), 0u);
+  }
+  EXPECT_EQ(test::CountGdiHandles(), handles);
+  EXPECT_TRUE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
 }
 
 // The badge keeps the size of the first icon that it was made for.

@@ -4,7 +4,7 @@
 
 #include "core/ModuleHandle.h"
 #include "shellext/ServedClasses.h"
-#include "shellext/icons/IconCache.h"
+#include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconHandler.h"
@@ -14,6 +14,7 @@
 namespace veskard {
 namespace {
 
+using test::CacheSize;
 using test::ExtractedIcons;
 using test::Golden;
 using test::IconHandler;
@@ -30,11 +31,6 @@ class ShellFileIconTest : public testing::Test {
  protected:
   ShellFileIconTest() { test::SetPlaceholder(kReport, {{45, false}, true}); }
   ~ShellFileIconTest() override { test::ForgetPlaceholders(); }
-
-  static size_t CacheSize() {
-    const CriticalSectionHold hold(SharedIconCache().Lock());
-    return SharedIconCache().Size();
-  }
 
   const test::TestFileType type_{L"vkx", {{SolidPattern(16)}, {SeeThroughPattern(256)}}};
   const Golden large_ = test::GoldenIcon(test::DrawnOnEmpty(SeeThroughPattern(256)), 45);

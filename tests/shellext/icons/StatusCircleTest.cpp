@@ -31,7 +31,7 @@ class StatusCircleTest : public testing::Test {
 };
 
 TEST_F(StatusCircleTest, IsWhatGdiplusDrawsForTheDocumentedMeasures) {
-  for (const UINT size : {16u, 20u, 24u, 32u, 40u, 48u, 96u, 256u}) {
+  for (const UINT size : {16u, 20u, 24u, 32u, 40u, 48u, 90u, 96u, 180u, 256u}) {
     for (int progress = 0; progress <= 100; progress += 5) {
       const int side = static_cast<int>(size);
       EXPECT_EQ(Badge(size, size, progress), DrawnBadge(side, side, progress)) << size << ", " << progress;

@@ -106,6 +106,7 @@ TYPED_TEST(FormatTextTest, NullAndImplausiblePointersPrintAMark) {
   EXPECT_EQ(this->Print("%s", own(0)), "<NULL>");
   EXPECT_EQ(this->Print("%s", own(5)), "<ERROR>");
   EXPECT_EQ(this->Print("%s", own(65535)), "<ERROR>");
+  EXPECT_EQ(this->Print("[%.0s]", own(65536)), "[]") << "plausible, and not read for no characters";
   EXPECT_EQ(this->Print("%S", static_cast<const test::OtherWidth<TypeParam>*>(nullptr)), "<NULL>");
   EXPECT_EQ(this->Print("%S", reinterpret_cast<const test::OtherWidth<TypeParam>*>(uintptr_t{5})), "<ERROR>");
   EXPECT_EQ(this->Print("%s", nullptr), "<NULL>");

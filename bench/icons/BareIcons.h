@@ -1,0 +1,25 @@
+// The least that an icon's rules ask for, as plain calls: what the benchmarks hold
+// the library against. Nothing is checked, nothing is kept.
+#pragma once
+
+#include <string>
+
+#include "shellext/icons/GdiplusOwners.h"
+
+namespace veskard::bench {
+
+/// The placeholder's mark: opened to be read, opened again for its size.
+void BareMark(const std::wstring& placeholder);
+
+/// The Shell's icon for a name, fetched and destroyed.
+void BareShellIcon(const std::wstring& name, bool large);
+
+/// One clone, one draw, one conversion to an icon.
+void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge);
+
+/// Everything that the first icon of a type and the first badge take: the mark, the
+/// Shell's icon as a bitmap, a copy of its pixels in place of the wash-out, the
+/// badge's three shapes, and the extraction.
+void BareColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress);
+
+}  // namespace veskard::bench

@@ -1,0 +1,19 @@
+# Reading Windows' headers is most of what compiling a source costs: they are read
+# once, and veskard_precompiled_headers(TARGET...) lets targets use the result.
+# Each source includes what it needs all the same: Clang builds it without.
+if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  function(veskard_precompiled_headers)
+  endfunction()
+  return()
+endif()
+add_library(windows_headers OBJECT ${CMAKE_CURRENT_LIST_DIR}/precompiled_headers.cpp)
+target_link_libraries(windows_headers PRIVATE veskard_flags)
+target_precompile_headers(windows_headers PRIVATE
+  <windows.h> <shlobj.h> <algorithm> <memory> <string> <string_view> <vector>)
+
+function(veskard_precompiled_headers)
+  foreach(target IN LISTS ARGN)
+    target_precompile_headers(${target} REUSE_FROM windows_headers)
+    veskard_quiet_string_warnings(${target})
+  endforeach()
+endfunction()

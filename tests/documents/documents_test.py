@@ -1,0 +1,128 @@
+"""The README and docs/ against the tree: documents_test.py ROOT"""
+
+import os
+import re
+import sys
+import unittest
+
+ROOT = sys.argv[1]
+del sys.argv[1]
+
+# Folders of the tree; build/ is made, and not looked into.
+FOLDERS = "core|util|benc|fs|lang|shellext|tools|tests|bench|fuzz|installer|docs|scripts|cmake"
+IN_TREE = re.compile(rf"(?<![\w/\\.-])((?:\./)?(?:{FOLDERS})/[\w./*!-]*[\w*/])")
+LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
+CODE = re.compile(r"`([^`\n]+)`")
+FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
+
+# In the sources: a call, a row of the commands' table, the two lines of the log itself.
+LOG_CALL = re.compile(r'\bLog\(\s*L"((?:[^"\\]|\\.)*)"')
+ANY_LOG_CALL = re.compile(r"\bLog\(\s*([^)\s][^,)]*)")
+ADDED_LINE = re.compile(r'L"(Added menu item[^"]*)"')
+OWN_LINE = re.compile(r'constexpr wchar_t k(?:Start|End)Line\[\] = L"([^"]*)"')
+
+
+def read(path):
+    with open(os.path.join(ROOT, path), encoding="utf-8") as file:
+        return file.read()
+
+
+def documents():
+    return ["README.md", *sorted("docs/" + name for name in os.listdir(os.path.join(ROOT, "docs"))
+                                 if name.endswith(".md"))]
+
+
+def anchors(text):
+    """The anchors of a page's headings, as its readers' programs make them."""
+    headings = re.findall(r"^#+ +(.+?) *$", FENCE.sub("", text), re.MULTILINE)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def library_sources():
+    for top in ["core", "util", "benc", "fs", "lang", "shellext"]:
+        for folder, _, names in os.walk(os.path.join(ROOT, top)):
+            for name in names:
+                if name.endswith((".cpp", ".h")):
+                    yield os.path.relpath(os.path.join(folder, name), ROOT)
+
+
+def exists(path):
+    """A file, a folder, a pair of sources without their ending; "*" stands for any name,
+    and so does a word in capitals."""
+    whole = re.split(r"[^/]*\*|\b[A-Z]+\b(?!\.)", path)[0]
+    place = os.path.join(ROOT, whole)
+    return os.path.exists(place) or os.path.exists(place + ".h")
+
+
+def commands(pattern, folder, *files):
+    sources = "".join(read(f"{folder}/{name}") for name in files or os.listdir(os.path.join(ROOT, folder)))
+    return set(re.findall(pattern, sources))
+
+
+class DocumentsTest(unittest.TestCase):
+    def test_every_relative_link_leads_somewhere(self):
+        for document in documents():
+            for link in LINK.findall(FENCE.sub("", read(document))):
+                if re.match(r"[a-z]+:", link):
+                    continue
+                with self.subTest(document, link=link):
+                    path, _, anchor = link.partition("#")
+                    target = os.path.normpath(os.path.join(os.path.dirname(document), path)) if path else document
+                    self.assertTrue(os.path.exists(os.path.join(ROOT, target)))
+                    if anchor:
+                        self.assertIn(anchor, anchors(read(target)))
+
+    def test_every_path_of_the_tree_is_there(self):
+        for document in documents():
+            for path in IN_TREE.findall(read(document)):
+                with self.subTest(document, path=path):
+                    self.assertTrue(exists(path), f"{path} is not there")
+
+    def test_every_command_is_there(self):
+        names = r'\.name = "([a-z-]+)"'
+        known = {"shellprobe": commands(names, "tools/shellprobe"),
+                 "standin-agent": commands(names, "tools/standin_agent"),
+                 "--preset": commands(r'"configurePreset": "([\w-]+)"', ".", "CMakePresets.json")}
+        known["scripts/build.sh"] = known["--preset"]
+        for document in documents():
+            text = read(document)
+            spans = [*CODE.findall(FENCE.sub("", text)), *(line for block in FENCE.findall(text)
+                                                           for line in block.splitlines())]
+            for program, word in re.findall(r"(?m)(shellprobe|standin-agent|--preset|scripts/build\.sh) ([a-z][\w-]*)",
+                                            "\n".join(spans)):
+                with self.subTest(document, program=program):
+                    self.assertIn(word, known[program])
+
+    def test_the_readme_leads_to_every_document(self):
+        links = {link.partition("#")[0] for link in LINK.findall(read("README.md"))}
+        self.assertEqual([name for name in documents()[1:] if name not in links], [])
+
+    def test_every_line_of_the_log_is_explained(self):
+        lines = set()
+        for source in library_sources():
+            text = read(source)
+            lines |= set(LOG_CALL.findall(text)) | set(ADDED_LINE.findall(text)) | set(OWN_LINE.findall(text))
+        self.assertGreaterEqual(len(lines), 15)
+        rows = dict(re.findall(r"^\| `([^`]+)` \| (.+) \|$", read("docs/log.md"), re.MULTILINE))
+        self.assertEqual(lines - set(rows), set(), "not explained")
+        explained = {row for row in rows if not re.match(r"(HKEY|%APPDATA)", row)}
+        self.assertEqual(explained - lines, set(), "never written")
+        for line in lines:
+            with self.subTest(line):
+                meaning, _, action = rows[line].partition(" | ")
+                self.assertTrue(meaning and action, "its meaning and what to do")
+
+    def test_no_line_of_the_log_escapes_the_search(self):
+        """Every call names its line where it stands, but for the row of the commands' table."""
+        others = {}
+        for source in library_sources():
+            if source == "shellext/Log.h":
+                continue
+            for argument in ANY_LOG_CALL.findall(read(source)):
+                if not argument.startswith('L"'):
+                    others[source] = argument
+        self.assertEqual(others, {"shellext/contextmenu/ShellContextMenu.cpp": "command.addedLine"})
+
+
+if __name__ == "__main__":
+    unittest.main()

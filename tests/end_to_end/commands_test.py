@@ -1,0 +1,135 @@
+"""Every command that a person can type: what it says of itself, and how it refuses
+what it cannot understand: commands_test.py ROOT PROGRAMS_FOLDER"""
+
+import os
+import re
+import subprocess
+import sys
+import unittest
+
+from programs import Programs
+
+ROOT, FOLDER = sys.argv[1:3]
+del sys.argv[1:3]
+PROGRAMS = Programs(ROOT, FOLDER)
+SCRIPTS = os.path.join(ROOT, "scripts")
+
+# The command, what its help must say of it, and wrong command lines with the
+# beginning of the one line that answers them. {} is the command's own name.
+TABLE = [
+    # the probe
+    ("shellprobe.exe", "Acts on the Explorer extension as Explorer does", {
+        "": "which command?", "dance": 'there is no command "dance"'}),
+    ("shellprobe.exe explain", "Tells why the paths get the commands that they get", {
+        "": "something is missing: shellprobe explain PATH...", "--xml a": "there is no option --xml"}),
+    ("shellprobe.exe doctor", "Checks the installation", {
+        "now": 'cannot use "now" here', "--dll": "--dll needs a value"}),
+    ("shellprobe.exe tail", "Prints the diagnostic log's lines", {
+        "--lines many": '--lines needs a number, not "many"', "file": 'cannot use "file" here'}),
+    ("shellprobe.exe menu", "Right-clicks the paths and prints the commands", {
+        "": "something is missing: shellprobe menu PATH...", "a --gif b": "there is no option --gif"}),
+    ("shellprobe.exe invoke", "Right-clicks the paths and chooses a command", {
+        "Sync": "something is missing: shellprobe invoke COMMAND PATH...",
+        "Sync a --wait x": '--wait needs a number, not "x"'}),
+    ("shellprobe.exe icon", "Asks the extension for a placeholder's icon", {
+        "": "something is missing: shellprobe icon FILE", "a b": 'cannot use "b" here',
+        "a --size huge": "--size is one of: large, small"}),
+    # the stand-in for the agent
+    ("standin-agent.exe", "Stands in for the agent", {
+        "serve": 'cannot use "serve" here', "--count many": '--count needs a number, not "many"',
+        "--fault lazy": "--fault is one of: "}),
+    ("standin-agent.exe lay-root", "Marks a folder as synchronised", {
+        "": "something is missing: standin-agent lay-root FOLDER",
+        "a --source pipe": "--source is one of: file, stream, type-stream"}),
+    ("standin-agent.exe lay-placeholder", "Makes placeholder files with their state", {
+        "": "something is missing: standin-agent lay-placeholder FILE.ghpl...",
+        "a.ghpl --progress half": '--progress needs a number, not "half"'}),
+    # the painter
+    ("contact-sheet.exe", "Draws placeholders of several types", {
+        "a": "something is missing: contact-sheet FOLDER", "a b c d --paper": "there is no option --paper"}),
+    # the translators' and the packers' programs
+    ("tools/langlint/langlint.py", "Checks the translations", {"": "which folder?", "a b c": "which folder?"}),
+    ("lang/make_archive.py", "Packs the language archive", {"": "FOLDER VERSION ZIP are needed"}),
+    ("installer/make_msi.py", "Makes the installation package", {"": "LIBRARY PROBE ICON RESULT.msi are needed"}),
+    ("scripts/dependencies.py", "Looks at the folders' dependencies", {
+        "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
+    ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
+    # the scripts
+    ("scripts/bench.sh", "measures", {"now": 'cannot use "now" here'}),
+    ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
+    ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
+    ("scripts/check-reproducible.sh", "Builds the library once more", {"twice": 'cannot use "twice" here'}),
+    ("scripts/contact-sheet.sh", "Draws what placeholders look like", {
+        "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
+    ("scripts/coverage.sh", "which share of its lines", {"core": 'cannot use "core" here'}),
+    ("scripts/demo.sh", "The road of a right-click", {
+        "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
+    ("scripts/fetch-minizip.sh", "Unpacks the distribution's source package", {"again": 'cannot use "again" here'}),
+    ("scripts/format.sh", "Applies .clang-format", {"--chekc": "there is no option --chekc"}),
+    ("scripts/fuzz.sh", "Fuzzes every target", {
+        "": "how many seconds?", "long": 'SECONDS is a number, not "long"',
+        "1 nothing": 'there is no target "nothing"'}),
+    ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
+        "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
+    ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
+    ("scripts/package.sh", "Makes the installation package to hand out", {
+        "--from": "--from needs a folder", "--into x": "there is no option --into"}),
+    ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
+        "": "which files?", "--all": "there is no option --all"}),
+    ("scripts/test.sh", "Everything tested", {"some": 'cannot use "some" here'}),
+    ("scripts/wine-prefix.sh", "Makes a Wine prefix ready", {
+        "": "make, renew or stop", "burn x": "make, renew or stop", "make": "which folder?",
+        "stop a b": 'cannot use "b" here'}),
+    ("scripts/wine-run.sh", "Runs one Windows program under Wine", {
+        "": "which program?", "-q": "there is no option -q"}),
+    ("scripts/wine-run-restricted.sh", "without the right to override permissions", {
+        "": "which program?", "-q": "there is no option -q"}),
+]
+
+
+def run(command, *words):
+    program, *first = command.split()
+    if program.endswith(".exe"):
+        return PROGRAMS.run(program, *first, *words)
+    start = [sys.executable, "-B"] if program.endswith(".py") else []
+    return subprocess.run([*start, os.path.join(ROOT, program), *words], capture_output=True, text=True, cwd="/",
+                          timeout=120)
+
+
+class CommandsTest(unittest.TestCase):
+    def test_every_command_says_what_it_does(self):
+        for command, summary, _ in TABLE:
+            for option in ["--help", "-h"]:
+                with self.subTest(command, option=option):
+                    result = run(command, option)
+                    self.assertEqual((result.returncode, result.stderr), (0, ""))
+                    self.assertIn(summary, result.stdout)
+                    if command != "shellprobe.exe":  # its commands tell theirs
+                        self.assertRegex(result.stdout, r"(?m)^Exit codes: .*[02]")
+
+    def test_what_cannot_be_understood_is_refused_in_one_line(self):
+        for command, _, refusals in TABLE:
+            for words, answer in refusals.items():
+                with self.subTest(command, words=words):
+                    result = run(command, *words.split())
+                    self.assertEqual(result.returncode, 2)
+                    self.assertEqual(result.stdout, "")
+                    self.assertRegex(result.stderr, r"\A(error|[a-z_-]+(\.py)?): " + re.escape(answer) + r".*\n\Z")
+                    self.assertRegex(result.stderr, r"\(see [a-z_ .-]+ --help\)\n\Z")
+
+    def test_the_table_has_every_command(self):
+        listed = {command for command, _, _ in TABLE}
+        scripts = {f"scripts/{name}" for name in os.listdir(SCRIPTS)
+                   if os.path.isfile(os.path.join(SCRIPTS, name))
+                   and (name.endswith(".py") or os.access(os.path.join(SCRIPTS, name), os.X_OK))}
+        self.assertLessEqual(scripts, listed)
+        overview = run("shellprobe.exe", "--help").stdout
+        commands = re.findall(r"(?m)^  ([a-z]+)  ", overview)
+        self.assertEqual({f"shellprobe.exe {name}" for name in commands},
+                         {command for command in listed if command.startswith("shellprobe.exe ")})
+        for name in re.findall(r"lay-[a-z]+", run("standin-agent.exe", "--help").stdout):
+            self.assertIn(f"standin-agent.exe {name}", listed)
+
+
+if __name__ == "__main__":
+    unittest.main()

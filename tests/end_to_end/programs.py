@@ -1,0 +1,61 @@
+"""The built programs, run under Wine as a script runs them, in the prefix that the
+environment names."""
+
+import os
+import signal
+import subprocess
+import tempfile
+
+# Names in the user's letters pass to Wine as UTF-8, texts are English.
+ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8", "DISPLAY": ""}
+
+
+class Programs:
+    def __init__(self, root, folder):
+        self.runner = os.path.join(root, "scripts", "wine-run.sh")
+        self.folder = folder
+
+    def command(self, program, *words):
+        path = os.path.join(self.folder, program) if program.endswith(".exe") else program
+        return [self.runner, path, *words]
+
+    def run(self, program, *words):
+        # Into files: Wine's own processes outlive the program and keep the ends of its pipes.
+        with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+            result = subprocess.run(self.command(program, *words), stdin=subprocess.DEVNULL, stdout=output,
+                                    stderr=errors, env=ENVIRONMENT, timeout=120)
+            result.stdout, result.stderr = contents(output), contents(errors)
+        return result
+
+    def must(self, program, *words):
+        result = self.run(program, *words)
+        if result.returncode != 0:
+            raise AssertionError(f"{program} {words} ended with {result.returncode}: {result.stderr}")
+        return result.stdout
+
+    def start(self, program, *words):
+        return subprocess.Popen(self.command(program, *words), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                text=True, encoding="utf-8", env=ENVIRONMENT)
+
+    def drive_c(self):
+        return os.path.join(os.environ["WINEPREFIX"], "drive_c")
+
+
+def contents(file):
+    file.seek(0)
+    return file.read().decode("utf-8").replace("\r\n", "\n")
+
+
+def children(pid):
+    with open(f"/proc/{pid}/task/{pid}/children", encoding="ascii") as file:
+        return [int(child) for child in file.read().split()]
+
+
+def end(process):
+    """Ends a started program at once. The runner wraps it in other processes; the
+    innermost is the program, which heeds no milder signal, and the others end with it."""
+    pid = process.pid
+    while below := children(pid):
+        pid = below[-1]
+    os.kill(pid, signal.SIGKILL)
+    process.wait()

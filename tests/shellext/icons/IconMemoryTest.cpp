@@ -1,0 +1,86 @@
+// Memory that ends at any moment.
+#include <gtest/gtest.h>
+
+#include "shellext/GdiplusUser.h"
+#include "shellext/Module.h"
+#include "shellext/ServedClasses.h"
+#include "tests/shellext/icons/CacheAccess.h"
+#include "tests/shellext/icons/FakePlaceholders.h"
+#include "tests/shellext/icons/GoldenIcon.h"
+#include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/AllocationFaults.h"
+#include "tests/support/GdiHandleCount.h"
+#include "tests/support/TestFileType.h"
+
+namespace veskard {
+namespace {
+
+using test::EmptyCache;
+using test::FailEachAllocation;
+using test::IconHandler;
+using test::IsCacheFree;
+using test::SolidPattern;
+
+// A name too long to be kept without the heap.
+const std::wstring kReport = L"C:\\sync\\a folder of some length\\report of last year.vkm.ghpl";
+
+class IconMemoryTest : public testing::Test {
+ protected:
+  IconMemoryTest() { test::SetPlaceholder(kReport, {{45, false}, true}); }
+  ~IconMemoryTest() override { test::ForgetPlaceholders(); }
+
+  const test::TestFileType type_{L"vkm", {{SolidPattern(16)}, {SolidPattern(256)}}};
+};
+
+TEST_F(IconMemoryTest, ExtractAnswersOutOfMemoryAndGivesNothing) {
+  const IconHandler handler(kReport);
+  handler.Extract();  // fills the Shell's own caches
+  EmptyCache();
+  EXPECT_TRUE(IsCacheFree());  // makes what a first thread makes
+  const size_t gdiHandles = test::CountGdiHandles();
+  HICON large = nullptr, small = nullptr;
+  HRESULT result = S_OK;
+  const size_t failures = FailEachAllocation(
+      [&] { result = handler.Icons().Extract(nullptr, 0, &large, &small, test::kTwoSizes); },
+      [&](size_t number, bool threw, size_t blocksBefore) {
+        EmptyCache();
+        EXPECT_EQ(test::LiveBlocks(), blocksBefore) << number;
+        EXPECT_FALSE(threw) << number;
+        EXPECT_EQ(result, E_OUTOFMEMORY) << number;
+        EXPECT_EQ(large, nullptr) << number;
+        EXPECT_EQ(small, nullptr) << number;
+        EXPECT_EQ(test::CountGdiHandles(), gdiHandles) << number;
+        EXPECT_TRUE(IsCacheFree()) << number;
+      });
+  EXPECT_GE(failures, 4u);
+  const UniqueIcon lastLarge(large), lastSmall(small);
+  EXPECT_EQ(result, S_OK);
+  EXPECT_TRUE(
+      test::LooksLike(test::PixelsOf(large), test::GoldenIcon(test::DrawnOnEmpty(SolidPattern(256)), 45)));
+}
+
+TEST_F(IconMemoryTest, NoHandlerIsHalfMade) {
+  IClassFactory* const factory = NewFileIconFactory();
+  factory->AddRef();
+  const uint32_t moduleUsers = ModuleLockCount();
+  HRESULT result = S_OK;
+  IUnknown* object = nullptr;
+  const size_t failures = FailEachAllocation(
+      [&] { result = factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(&object)); },
+      [&](size_t number, bool threw, size_t blocksBefore) {
+        EXPECT_EQ(test::LiveBlocks(), blocksBefore) << number;
+        EXPECT_FALSE(threw) << number;
+        EXPECT_EQ(result, E_OUTOFMEMORY) << number;
+        EXPECT_EQ(object, nullptr) << number;
+        EXPECT_EQ(ModuleLockCount(), moduleUsers) << number;
+        EXPECT_EQ(GdiplusUserCount(), 0u) << number;
+      });
+  EXPECT_GE(failures, 1u);
+  ASSERT_EQ(result, S_OK);
+  object->Release();
+  factory->Release();
+}
+
+}  // namespace
+}  // namespace veskard

@@ -1,0 +1,13 @@
+// Reads pictures back that a tool has saved, with the system's own decoder.
+#pragma once
+
+#include <string>
+
+#include "tools/shellprobe/PngFile.h"
+
+namespace veskard::test {
+
+/// An empty picture when there is no such file or it is none.
+Picture LoadPng(const std::wstring& file);
+
+}  // namespace veskard::test
