@@ -1,9 +1,15 @@
-// FindImport: where a loaded module keeps the address of a function it imports.
+// FindImport: where a loaded module keeps the addresses of the functions it imports.
 #pragma once
 
 #include <windows.h>
 
+#include <functional>
+
 namespace veskard {
+
+/// Calls `visit` for each function that the module imports by name, with the place
+/// where the loader has written its address.
+void ForEachImport(HMODULE module, const std::function<void(const char* name, void** slot)>& visit);
 
 /// The place where the loader has written the function's address; null when the
 /// module does not import it by name. Whoever writes there stands between this one
