@@ -20,6 +20,8 @@ if(WIN32)
   target_compile_definitions(veskard_flags INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 STRICT)
   if(NOT MSVC)
+    # Wine's debugger does not read the compilers' own choice, DWARF 5.
+    target_compile_options(veskard_flags INTERFACE $<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
     # One file to deploy: the compiler's run-time libraries are linked in. The
     # rest makes two builds byte-identical and keeps the unused out.
     target_link_options(veskard_flags INTERFACE

@@ -24,11 +24,14 @@ target_precompile_headers(test_headers PRIVATE
 # Clang takes precompiled headers of its own way only: here both are as it likes.
 set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 
+set(VESKARD_TIMEOUT_FACTOR 1 CACHE STRING "How much longer than usual a test may take")
+
 function(veskard_test name)
   cmake_parse_arguments(arg "RESTRICTED" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
+  math(EXPR timeout "${arg_TIMEOUT} * ${VESKARD_TIMEOUT_FACTOR}")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE veskard_flags ${arg_LIBS} gmock gmock_main)
   target_precompile_headers(${name} REUSE_FROM test_headers)
@@ -41,5 +44,9 @@ function(veskard_test name)
     set(runner ${test_runner})
   endif()
   add_test(NAME ${name} COMMAND ${runner} $<TARGET_FILE:${name}>)
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout})
+  if(VESKARD_SANITIZERS)
+    # The default on most systems, but not to be left to it.
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=detect_leaks=1)
+  endif()
 endfunction()

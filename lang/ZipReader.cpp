@@ -1,6 +1,8 @@
 #include "lang/ZipReader.h"
 
 #include <array>
+#include <cerrno>
+#include <new>
 
 namespace veskard {
 namespace {
@@ -17,6 +19,17 @@ bool IsReadable(const unz_file_info64& info) {
   return (info.flag & kEncryptedFlag) == 0 &&
          (info.compression_method == kStored || info.compression_method == Z_DEFLATED);
 }
+
+/// To minizip and zlib an archive that they have no memory for is a damaged one. The
+/// C library tells the two apart, so that a shortage does not cost a user the language.
+class MemoryWatch {
+ public:
+  MemoryWatch() noexcept { errno = 0; }
+  /// After a failure: throws std::bad_alloc when it was one of memory.
+  void ThrowIfMemoryEnded() const {
+    if (errno == ENOMEM) throw std::bad_alloc();
+  }
+};
 
 /// Closes the current member also when memory runs out while it is read.
 class MemberCloser {
@@ -40,8 +53,10 @@ class MemberCloser {
 }  // namespace
 
 ZipReader::ZipReader(std::string_view bytes) : file_(bytes) {
+  const MemoryWatch watch;
   zlib_filefunc64_def functions = file_.Functions();
   archive_.reset(unzOpen2_64("", &functions));
+  if (archive_ == nullptr) watch.ThrowIfMemoryEnded();
 }
 
 std::vector<std::string> ZipReader::MemberNames() {
@@ -60,11 +75,14 @@ std::vector<std::string> ZipReader::MemberNames() {
 }
 
 ZipOutcome ZipReader::ReadMember(const std::string& name, std::string& contents) {
+  const MemoryWatch watch;
   contents.clear();
   size_t size = 0;
   ZipOutcome outcome = OpenMember(name, size);
   if (outcome.Succeeded()) outcome = ReadOpenMember(contents, size);
-  if (!outcome.Succeeded()) contents.clear();
+  if (outcome.Succeeded()) return outcome;
+  contents.clear();
+  watch.ThrowIfMemoryEnded();
   return outcome;
 }
 

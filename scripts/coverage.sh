@@ -4,6 +4,8 @@
 # are listed in build/coverage/. Takes some twenty minutes on two cores.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
 
 "$root/scripts/install-deps.sh" coverage
 "$root/scripts/build.sh" win64-coverage

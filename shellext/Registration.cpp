@@ -95,6 +95,7 @@ std::vector<RegistryEntry> MakeRegistrationTable(const RegistrationNames& names,
 
 bool Register() {
   const std::wstring serverPath = ServerPathFor(ReadModulePath(ModuleHandle()));
+  if (serverPath.empty()) return false;  // the table would keep it for as long as the process
   const std::vector<RegistryEntry>& table = RegistrationTable(serverPath);
   Unregister();  // stale keys of this version go first
   for (const RegistryEntry* row = table.data(); row->root != nullptr; ++row)

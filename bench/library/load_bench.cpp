@@ -87,9 +87,7 @@ void BenchFirst(const char* what, const Libraries& libraries, const std::vector<
   PrintRow(what, 0, ourTimes, emptyTimes);
   PrintMore(ourTimes, emptyTimes);
   if (system.empty()) return;
-  const Times times = TimesOf(ours.system);
-  std::printf("%-52s %10.1f %28.1f\n", "  the system's libraries, loaded before", times.fastest,
-              times.median);
+  PrintPart("  beside that: the system's libraries, loaded before", TimesOf(ours.system));
 }
 
 void BenchLoading() {

@@ -61,6 +61,19 @@ TEST_F(MenuCallsTest, ARightClickOnAHundredItemsMakesTheBareCalls) {
   ExpectSameRightClick(folder_.First(100));
 }
 
+TEST_F(MenuCallsTest, EveryItemMoreTakesTheSameCalls) {
+  const auto callsFor = [this](uint32_t items) {
+    BenchSelection selection(folder_.First(items));
+    const UniqueMenu menu(::CreatePopupMenu());
+    return CallsOf(host_.Library(), [&] { host_.RightClick(selection.Data(), menu.Get()); });
+  };
+  callsFor(1);
+  const CallNumbers few = callsFor(20), some = callsFor(60), many = callsFor(100);
+  EXPECT_GT(CallsIn(some, "CreateFileW"), CallsIn(few, "CreateFileW"));
+  for (const auto& [function, calls] : some)
+    EXPECT_EQ(CallsIn(many, function) - calls, calls - CallsIn(few, function)) << function;
+}
+
 // The caller's part of it; the senders go their own ways.
 TEST_F(MenuCallsTest, AChoiceMakesTheBareCalls) {
   BenchSelection selection(folder_.First(10));

@@ -28,8 +28,8 @@ struct SenderTask {
 
 // One write, one message of the pipe. A failed write is no reason to stop: the
 // next message is offered all the same.
-void WriteMessage(HANDLE pipe, const BencodedDict& message) {
-  ByteBuilder bytes(kFirstMessageCapacity);
+void WriteMessage(HANDLE pipe, const BencodedDict& message, ByteBuilder& bytes) {
+  bytes.Clear();
   WriteBencoded(bytes, message);
   if (bytes.Length() == 0) return;
   DWORD written = 0;
@@ -37,12 +37,14 @@ void WriteMessage(HANDLE pipe, const BencodedDict& message) {
 }
 
 void WriteBatch(const std::wstring& pipeName, const CommandBatch& batch) {
+  // Before the agent hears of it: when memory ends here it gets nothing, not half.
+  ByteBuilder bytes(kFirstMessageCapacity);
   const UniqueFile pipe(
       ::CreateFileW(pipeName.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
   if (!pipe) return;
   DWORD mode = PIPE_READMODE_MESSAGE;
   if (!::SetNamedPipeHandleState(pipe.Get(), &mode, nullptr, nullptr)) return;
-  for (const auto& message : batch) WriteMessage(pipe.Get(), *message);
+  for (const auto& message : batch) WriteMessage(pipe.Get(), *message, bytes);
 }
 
 // Runs the task and frees everything of it but the module, which it returns.

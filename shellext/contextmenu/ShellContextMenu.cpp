@@ -127,8 +127,11 @@ void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT inde
     const MenuCommand& command = MenuCommandAt(item.command);
     Log(command.addedLine);
     const UINT flags = MF_BYPOSITION | (item.greyed ? UINT{MF_GRAYED} : 0u);
-    ::InsertMenuW(menu, index, flags, firstId + static_cast<uint32_t>(command.offset),
-                  command.wideText.c_str());
+    // Without our item, what stands at the position is somebody else's.
+    if (!::InsertMenuW(menu, index, flags, firstId + static_cast<uint32_t>(command.offset),
+                       command.wideText.c_str())) {
+      continue;
+    }
     SetItemBitmap(menu, index, command.icon);
     ++index;
   }

@@ -53,6 +53,7 @@ TABLE = [
     ("installer/make_msi.py", "Makes the installation package", {"": "LIBRARY PROBE ICON RESULT.msi are needed"}),
     ("scripts/dependencies.py", "Looks at the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
+    ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
     # the scripts
     ("scripts/bench.sh", "measures", {"now": 'cannot use "now" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
@@ -60,6 +61,7 @@ TABLE = [
     ("scripts/check-reproducible.sh", "Builds the library once more", {"twice": 'cannot use "twice" here'}),
     ("scripts/contact-sheet.sh", "Draws what placeholders look like", {
         "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
+    ("scripts/coverage.sh", "which share of its lines", {"core": 'cannot use "core" here'}),
     ("scripts/demo.sh", "The road of a right-click", {
         "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
     ("scripts/fetch-minizip.sh", "Unpacks the distribution's source package", {"again": 'cannot use "again" here'}),
@@ -118,7 +120,8 @@ class CommandsTest(unittest.TestCase):
     def test_the_table_has_every_command(self):
         listed = {command for command, _, _ in TABLE}
         scripts = {f"scripts/{name}" for name in os.listdir(SCRIPTS)
-                   if os.path.isfile(os.path.join(SCRIPTS, name)) and os.access(os.path.join(SCRIPTS, name), os.X_OK)}
+                   if os.path.isfile(os.path.join(SCRIPTS, name))
+                   and (name.endswith(".py") or os.access(os.path.join(SCRIPTS, name), os.X_OK))}
         self.assertLessEqual(scripts, listed)
         overview = run("shellprobe.exe", "--help").stdout
         commands = re.findall(r"(?m)^  ([a-z]+)  ", overview)

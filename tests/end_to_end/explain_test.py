@@ -56,7 +56,9 @@ class Agent:
 
     def __enter__(self):
         ready = self.process.stdout.readline()
-        assert ready.startswith("ready: "), ready
+        if not ready.startswith("ready: "):
+            self.__exit__()
+            raise AssertionError(f"the stand-in for the agent did not start: {ready!r}")
 
     def __exit__(self, *_):
         end(self.process)

@@ -46,10 +46,16 @@ def contents(file):
     return file.read().decode("utf-8").replace("\r\n", "\n")
 
 
+def children(pid):
+    with open(f"/proc/{pid}/task/{pid}/children", encoding="ascii") as file:
+        return [int(child) for child in file.read().split()]
+
+
 def end(process):
-    """Ends a started program at once. The runner is the time limit; its one child is
-    the program, which heeds no milder signal."""
-    with open(f"/proc/{process.pid}/task/{process.pid}/children", encoding="ascii") as file:
-        for child in file.read().split():
-            os.kill(int(child), signal.SIGKILL)
+    """Ends a started program at once. The runner wraps it in other processes; the
+    innermost is the program, which heeds no milder signal, and the others end with it."""
+    pid = process.pid
+    while below := children(pid):
+        pid = below[-1]
+    os.kill(pid, signal.SIGKILL)
     process.wait()

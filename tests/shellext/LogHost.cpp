@@ -14,6 +14,7 @@
 //   unload              writes a line and unloads the library first
 //   exit-writing        exits while four threads write lines
 //   exit-inside         exits while a thread stays inside the log for ever
+//   killed-writing      sets "ready" while four threads write lines, to be ended then
 //   exit-inside-heap, exit-heap   exit with and without such a thread, and end with
 //                       kLogHostHeapTouched when the library takes or frees memory
 //                       on the way
@@ -164,6 +165,13 @@ void ExitWriting(const Run& run) {
   LeaveAtOnce();
 }
 
+void BeKilledWriting(const Run& run) {
+  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, run);
+  ::Sleep(20 + ::GetTickCount() % 20);
+  run.Set(L"ready");
+  ::Sleep(INFINITE);
+}
+
 void ExitInside(const Run& run) {
   run.probe.Write(L"last words");
   StartThread(&StayInside, run);
@@ -211,6 +219,7 @@ const std::map<std::wstring, void (*)(const Run&)> kScenarios = {
     {L"unload", &Unload},
     {L"exit-writing", &ExitWriting},
     {L"exit-inside", &ExitInside},
+    {L"killed-writing", &BeKilledWriting},
     {L"wait", &Wait},
     {L"exit-heap", &ExitHeap},
     {L"exit-inside-heap", &ExitInsideHeap},

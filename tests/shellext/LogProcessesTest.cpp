@@ -57,6 +57,25 @@ TEST_F(LogProcessesTest, AKilledHostLeavesItsLinesAndTheNextOneGoesOn) {
   EXPECT_THAT(Messages(), ElementsAre(kStart, L"last words", kStart, L"last words", kEnd));
 }
 
+TEST_F(LogProcessesTest, AHostKilledInTheMiddleOfItsLinesLeavesWholeOnes) {
+  const UniqueHandle ready = Event(L"ready");
+  for (int round = 0; round < 10; ++round) {
+    ::ResetEvent(ready.Get());
+    const auto host = StartHost(L"killed-writing");
+    ASSERT_EQ(::WaitForSingleObject(ready.Get(), 60'000), WAIT_OBJECT_0);
+    host->Kill();
+    std::vector<std::wstring> messages = Messages();  // whole lines only
+    ASSERT_GT(messages.size(), 1u);
+    EXPECT_EQ(messages.front(), kStart);
+    messages.erase(messages.begin());
+    EXPECT_THAT(messages, ::testing::Each(std::wstring(L"and another one")));
+    // The next host goes on where the lines end.
+    EXPECT_EQ(StartHost(L"exit")->Wait(), kLogHostExitCode);
+    EXPECT_EQ(Messages().back(), kEnd);
+    fs::remove(File());
+  }
+}
+
 TEST_F(LogProcessesTest, AHostWhoseOtherThreadsAreWritingExits) {
   for (int round = 0; round < 40; ++round) {
     ASSERT_EQ(StartHost(L"exit-writing")->Wait(), kLogHostExitCode) << round;

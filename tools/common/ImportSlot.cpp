@@ -10,7 +10,10 @@ T* At(HMODULE module, DWORD offset) noexcept {
   return reinterpret_cast<T*>(reinterpret_cast<char*>(module) + offset);
 }
 
-void VisitLibrary(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& library, const ImportVisitor& visit) {
+using Visit = std::function<void(const char* name, void** slot)>;
+
+void VisitLibrary(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& library, const Visit& visit) {
+  if (library.OriginalFirstThunk == 0) return;  // bound by a linker that keeps no names
   const auto* name = At<const IMAGE_THUNK_DATA>(module, library.OriginalFirstThunk);
   auto* slot = At<IMAGE_THUNK_DATA>(module, library.FirstThunk);
   for (; name->u1.AddressOfData != 0; ++name, ++slot) {
@@ -22,19 +25,16 @@ void VisitLibrary(HMODULE module, const IMAGE_IMPORT_DESCRIPTOR& library, const 
 
 }  // namespace
 
-void ForEachImport(HMODULE module, const ImportVisitor& visit) {
+void ForEachImport(HMODULE module, const Visit& visit) {
   const auto* dos = At<const IMAGE_DOS_HEADER>(module, 0);
   const auto* headers = At<const IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
   const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   if (imports.VirtualAddress == 0) return;
   const auto* library = At<const IMAGE_IMPORT_DESCRIPTOR>(module, imports.VirtualAddress);
-  for (; library->Name != 0; ++library) {
-    if (library->OriginalFirstThunk == 0) continue;  // bound by a linker that keeps no names
-    VisitLibrary(module, *library, visit);
-  }
+  for (; library->Name != 0; ++library) VisitLibrary(module, *library, visit);
 }
 
-void** FindImport(HMODULE module, const char* function) {
+void** FindImport(HMODULE module, const char* function) noexcept {
   void** found = nullptr;
   ForEachImport(module, [&](const char* name, void** slot) {
     if (found == nullptr && std::strcmp(name, function) == 0) found = slot;

@@ -1,5 +1,4 @@
-// Where a loaded module keeps the addresses of the functions that it imports. Whoever
-// writes there stands between this one module and the system.
+// FindImport: where a loaded module keeps the addresses of the functions it imports.
 #pragma once
 
 #include <windows.h>
@@ -8,14 +7,14 @@
 
 namespace veskard {
 
-using ImportVisitor = std::function<void(const char* name, void** slot)>;
+/// Calls `visit` for each function that the module imports by name, with the place
+/// where the loader has written its address.
+void ForEachImport(HMODULE module, const std::function<void(const char* name, void** slot)>& visit);
 
-/// Visits every function that the module imports by name, with the place where the
-/// loader has written its address.
-void ForEachImport(HMODULE module, const ImportVisitor& visit);
-
-/// The place of one function; null when the module does not import it by name.
-void** FindImport(HMODULE module, const char* function);
+/// The place where the loader has written the function's address; null when the
+/// module does not import it by name. Whoever writes there stands between this one
+/// module and the system.
+void** FindImport(HMODULE module, const char* function) noexcept;
 
 /// Writes an address there, whatever the page's protection.
 void WriteImport(void** slot, void* target) noexcept;

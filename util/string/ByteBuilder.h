@@ -38,6 +38,9 @@ class ByteBuilder {
   /// Makes room for `capacity` bytes in all, when there is less.
   void Reserve(size_t capacity);
 
+  /// Forgets the contents and keeps the room.
+  void Clear() noexcept { length_ = 0; }
+
   /// Appends `count` bytes for the caller to fill in, and returns where they begin.
   char* Extend(size_t count) {
     if (count > capacity_ - length_) Grow(count, 1);

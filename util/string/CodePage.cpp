@@ -57,7 +57,9 @@ std::string Utf8FromWide(std::wstring_view text) {
   const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
   if (size <= 0) return {};
   std::string bytes(static_cast<size_t>(size), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), size, nullptr, nullptr);
+  const int written =
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), size, nullptr, nullptr);
+  bytes.resize(static_cast<size_t>(written));  // 0 on failure: no text, rather than zeros
   return bytes;
 }
 

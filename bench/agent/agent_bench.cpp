@@ -1,0 +1,136 @@
+// How long a right-click and a choice hold the caller, by the state of the agent: the
+// built library, medians of calls taken in turns, as ratios to an agent that reads at
+// once. Where the agent is stuck, all senders before wait for it meanwhile.
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/shellext/contextmenu/LibraryMenu.h"
+#include "tools/standin_agent/AgentEndpoint.h"
+#include "tools/standin_agent/StandinAgent.h"
+
+namespace veskard {
+namespace {
+
+using test::FakeDataObject;
+using test::MenuHandler;
+
+constexpr int kRounds = 15;
+constexpr int kCalls = 20;  // of each kind, for each state and round
+constexpr int kItems = 100;
+constexpr DWORD kBreak = 2;  // milliseconds, for the sender to be done or to be stuck
+
+double MicrosecondsNow() {
+  LARGE_INTEGER ticks, frequency;
+  ::QueryPerformanceCounter(&ticks);
+  ::QueryPerformanceFrequency(&frequency);
+  return static_cast<double>(ticks.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
+}
+
+template <class Call>
+double MicrosecondsOf(const Call& call) {
+  const double begin = MicrosecondsNow();
+  call();
+  return MicrosecondsNow() - begin;
+}
+
+double Median(std::vector<double> times) {
+  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+  std::nth_element(times.begin(), middle, times.end());
+  return *middle;
+}
+
+/// A pipe whose only instance is taken by another client.
+struct BusyPipe {
+  UniqueHandle mutex{::CreateMutexW(nullptr, FALSE, kServiceEndpoint.mutex)};
+  UniqueFile pipe{::CreateNamedPipeW(kServiceEndpoint.pipe, PIPE_ACCESS_INBOUND, PIPE_TYPE_MESSAGE, 1, 4096,
+                                     4096, 0, nullptr)};
+  UniqueFile client{
+      ::CreateFileW(kServiceEndpoint.pipe, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr)};
+};
+
+std::shared_ptr<void> Serve(const AgentFaults& faults) {
+  return std::make_shared<StandinAgent>(StandinAgent::Options{.faults = faults});
+}
+
+struct AgentState {
+  const char* name;
+  std::shared_ptr<void> (*begin)();  // until the pointer is gone
+  std::vector<double> queries = {};
+  std::vector<double> choices = {};
+};
+
+// clang-format off
+std::vector<AgentState> AllStates() {
+  return {
+      {"reads at once",         [] { return Serve({}); }},
+      {"never reads",           [] { return Serve({.neverReads = true}); }},
+      {"is busy with others",   []() -> std::shared_ptr<void> { return std::make_shared<BusyPipe>(); }},
+      {"has lost its pipe",     [] { return Serve({.withoutPipe = true}); }},
+  };
+}
+// clang-format on
+
+class Bench {
+ public:
+  Bench() {
+    registry_.SetApplicationData(applicationData_.Path());
+    test::WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", 0);
+    tree_.MarkRoot(L"root", test::kSelective);
+    for (int i = 0; i < kItems; ++i)
+      items_.push_back(tree_.MakeFile(L"root\\" + std::to_wstring(i) + L".txt"));
+  }
+
+  void Measure(AgentState& state) const {
+    const std::shared_ptr<void> agent = state.begin();
+    const MenuHandler handler(library_);
+    FakeDataObject selection(items_);
+    handler.Select(&selection);
+    for (int i = 0; i < kCalls; ++i) {
+      const UniqueMenu menu(::CreatePopupMenu());
+      state.queries.push_back(MicrosecondsOf([&] { handler.Query(menu.Get()); }));
+      state.choices.push_back(MicrosecondsOf([&] { handler.Invoke(UINT_PTR{2}); }));
+      ::Sleep(kBreak);
+    }
+    handler.Select(nullptr);
+  }
+
+ private:
+  test::RegistrySandbox registry_;
+  test::ScratchFolder applicationData_;
+  test::SyncTree tree_;
+  test::ExtensionLibrary library_;
+  std::vector<std::wstring> items_;
+};
+
+void PrintTable(const std::vector<AgentState>& states) {
+  const double query = Median(states[0].queries);
+  const double choice = Median(states[0].choices);
+  std::printf("The agent ...             QueryContextMenu          InvokeCommand   (%d items; aim 1.10x)\n",
+              kItems);
+  for (const AgentState& state : states) {
+    const double itsQuery = Median(state.queries);
+    const double itsChoice = Median(state.choices);
+    std::printf("  %-20s %9.0f us %6.2fx   %9.0f us %6.2fx\n", state.name, itsQuery, itsQuery / query,
+                itsChoice, itsChoice / choice);
+  }
+}
+
+}  // namespace
+}  // namespace veskard
+
+int main() {
+  using namespace veskard;
+  const Bench bench;
+  std::vector<AgentState> states = AllStates();
+  for (int round = 0; round < kRounds; ++round) {
+    // Another one goes first each time.
+    for (size_t i = 0; i < states.size(); ++i)
+      bench.Measure(states[(static_cast<size_t>(round) + i) % states.size()]);
+  }
+  PrintTable(states);
+}

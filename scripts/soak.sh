@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# So many right-clicks and icons of the built library in one process, 100,000 of each
+# unless told otherwise (half an hour and more); prints what the process holds at the
+# start, on the way and at the end, and fails when that grows.
+#
+#   scripts/soak.sh [ROUNDS]
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
+
+"$root/scripts/build.sh" win64
+wine_prefix_ready
+trap wine_stop EXIT
+VESKARD_SOAK=${1:-100000} VESKARD_TIMEOUT=36000 "$root/scripts/wine-run.sh" "$build/win64/tests/soak_tests.exe"

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# The test suite of the checked flavour: undefined behaviour and misuse of the standard
+# library stop the program where they happen. Arguments go to CTest:
+#
+#   scripts/test-traps.sh -R torture
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+answer_help "$@"
+
+"$root/scripts/build.sh" win64-traps
+wine_prefix_ready
+trap wine_stop EXIT
+cd "$root"
+ctest --preset win64-traps "$@"

@@ -1,0 +1,87 @@
+// Scenario: one thing that a host does with the library, again and again, and what
+// must come of it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tests/support/ExtensionLibrary.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/ScratchFolder.h"
+#include "tests/torture/Faults.h"
+
+namespace veskard::test {
+
+/// What went wrong on purpose during a run.
+struct Struck {
+  std::string_view function;  // the first that failed; empty: none did
+  Fault fault;
+
+  bool Nothing() const noexcept { return function.empty(); }
+  bool Memory() const noexcept { return !Nothing() && fault.kind == FaultKind::kAllocation; }
+  /// Whether these are the effects of this one function's failing once.
+  bool Only(std::string_view name) const noexcept {
+    return function == name && fault.span == FaultSpan::kOnce;
+  }
+  /// System calls fail from some moment on: partial results of any kind.
+  bool Everything() const noexcept {
+    return !Nothing() && fault.kind == FaultKind::kSystemCall && fault.span == FaultSpan::kFromThen;
+  }
+};
+
+/// A host with a registry and an application-data folder of its own. Each round is
+/// Prepare, Run, Check, Finish; requests fail and are counted during Run alone.
+class Scenario {
+ public:
+  virtual ~Scenario() = default;
+
+  /// Whether it is about what the library does once: every round then has a library
+  /// of its own, freshly loaded.
+  virtual bool IsOnce() const { return false; }
+
+  /// Whether a sample of its many or slow rounds has to do for a quick run.
+  virtual bool IsLong() const { return IsOnce(); }
+
+  /// Everything up to what is tortured; nothing fails.
+  virtual void Prepare(const ExtensionLibrary&) {}
+
+  /// The host's calls. Keeps what came of them; may be on any thread.
+  virtual void Run(const ExtensionLibrary& library) = 0;
+
+  /// Whether that is what is documented. After an undisturbed run: all of it.
+  virtual void Check(const Struck& struck) = 0;
+
+  /// Lets go of everything that Prepare and Run have made.
+  virtual void Finish() {}
+
+ protected:
+  // The log is off; it has scenarios of its own, and writing to the disk takes time.
+  Scenario() {
+    registry_.SetApplicationData(applicationData_.Path());
+    SetLogSwitch(0);
+  }
+
+  static void SetLogSwitch(DWORD on) {
+    WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", on);
+  }
+
+  RegistrySandbox registry_;
+  ScratchFolder applicationData_;
+};
+
+/// Each in its own file.
+std::unique_ptr<Scenario> NewRightClick();
+std::unique_ptr<Scenario> NewChoice();
+std::unique_ptr<Scenario> NewColdIcon();
+std::unique_ptr<Scenario> NewWarmIcon();
+std::unique_ptr<Scenario> NewLogSession();
+std::unique_ptr<Scenario> NewLogRotation();
+std::unique_ptr<Scenario> NewRegistration();
+std::unique_ptr<Scenario> NewUnregistration();
+std::unique_ptr<Scenario> NewLanguageTable();
+std::unique_ptr<Scenario> NewCheckFile();
+
+}  // namespace veskard::test

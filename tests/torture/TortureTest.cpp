@@ -1,0 +1,181 @@
+// Torture: request number N of the library fails, for N = 1, 2, 3 and so on to the
+// end, in everything that a host does with it. After each: the documented result,
+// nothing leaked, no lock held, nothing lost on the disk, and the very next call, of
+// another thread, gives the right answer.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <set>
+#include <tuple>
+
+#include "tests/support/LoadObserver.h"
+#include "tests/torture/Balance.h"
+#include "tests/torture/Imports.h"
+#include "tests/torture/OtherThread.h"
+#include "tests/torture/Scenario.h"
+#include "tools/common/ImportSlot.h"
+
+namespace veskard::test {
+namespace {
+
+// --- The table of imports is complete ---
+
+TEST(ImportsTest, EveryFunctionThatTheLibraryImportsIsWatchedOrKnownNotToMatter) {
+  std::set<std::string_view> known(UnwatchedImports().begin(), UnwatchedImports().end());
+  for (const WatchedImport& row : WatchedImports()) EXPECT_TRUE(known.insert(row.name).second) << row.name;
+  // The C run-time library's other functions neither allocate nor fail.
+  const HMODULE runtime = ::GetModuleHandleW(L"msvcrt.dll");
+  const ExtensionLibrary library;
+  ForEachImport(library.Module(), [&](const char* name, void**) {
+    EXPECT_TRUE(known.contains(name) || ::GetProcAddress(runtime, name) != nullptr) << name;
+  });
+}
+
+// --- The harness ---
+
+struct ScenarioEntry {
+  const char* name;
+  std::unique_ptr<Scenario> (*make)();
+  size_t leastRequests[2];  // by FaultKind: fewer would mean that nothing was tortured
+};
+void PrintTo(const ScenarioEntry& entry, std::ostream* out) {
+  *out << entry.name;
+}
+
+// clang-format off
+constexpr ScenarioEntry kScenarios[] = {
+    //                                    allocations, system calls
+    {"RightClick",     &NewRightClick,     {40, 80}},
+    {"Choice",         &NewChoice,         {10, 8}},
+    {"ColdIcon",       &NewColdIcon,       {20, 60}},
+    {"WarmIcon",       &NewWarmIcon,       {10, 30}},
+    {"LogSession",     &NewLogSession,     {10, 30}},
+    {"LogRotation",    &NewLogRotation,    {10, 30}},
+    {"Registration",   &NewRegistration,   {20, 20}},
+    {"Unregistration", &NewUnregistration, {10, 9}},
+    {"LanguageTable",  &NewLanguageTable,  {300, 20}},
+    {"CheckFile",      &NewCheckFile,      {300, 20}},
+};
+// clang-format on
+
+bool IsThorough() {
+  const char* const thorough = std::getenv("VESKARD_THOROUGH");
+  return thorough != nullptr && *thorough != '\0';
+}
+
+class TortureTest : public testing::TestWithParam<std::tuple<ScenarioEntry, FaultKind, FaultSpan>> {
+ protected:
+  TortureTest() {
+    // What the library brings along stays, so that loading it again is quick.
+    for (const wchar_t* name : {L"gdiplus.dll", L"shell32.dll", L"shlwapi.dll", L"mpr.dll", L"ole32.dll"})
+      companions_.emplace_back(::LoadLibraryW(name));
+  }
+  ~TortureTest() override { StopAnswering(); }
+
+  Struck Round(const ExtensionLibrary& library, size_t number) {
+    const Fault fault{std::get<FaultKind>(GetParam()), std::get<FaultSpan>(GetParam()), number};
+    scenario_->Prepare(library);
+    Faults::Arm(fault);
+    scenario_->Run(library);
+    Faults::Disarm();
+    const Struck struck{Faults::FirstFailed(), fault};
+    SCOPED_TRACE(testing::Message() << fault);
+    scenario_->Check(struck);
+    scenario_->Finish();
+    return struck;
+  }
+
+  void HealthyRound(const ExtensionLibrary& library) { Round(library, 0); }
+
+  // The next call comes from another thread, which finds no lock held.
+  void HealthyRoundElsewhere(const ExtensionLibrary& library) {
+    other_.Run([&] { HealthyRound(library); });
+  }
+
+  Struck StrikeAndGoOn(const ExtensionLibrary& library, size_t number) {
+    const Struck struck = Round(library, number);
+    HealthyRoundElsewhere(library);
+    return struck;
+  }
+
+  // Nothing may be left of it. What the system or the run-time library keeps from
+  // the first time that something happens is not taken a second time.
+  template <class Strike>
+  static Struck Balanced(const Strike& strike) {
+    constexpr int kTries = 3;
+    Struck struck;
+    for (int i = 1; i <= kTries; ++i) {
+      const Balance before = TakeBalance();
+      struck = strike();
+      const Balance after = WaitForBalance(before, i == kTries ? 300 : 10);
+      if (after == before) break;
+      if (i == kTries) ADD_FAILURE() << struck.function << " leaves " << after << " of " << before;
+    }
+    return struck;
+  }
+
+  // The next request to fail; of a long scenario's a sample that grows thinner.
+  size_t After(size_t number) const {
+    return number + (scenario_->IsLong() && !IsThorough() ? 1 + number / 8 : 1);
+  }
+
+  size_t StrikeOneLibrary();
+  size_t StrikeFreshLibraries();
+
+  std::vector<UniqueModule> companions_;
+  const LoadObserver observer_{L"VeskardShellExt.dll", &WatchImportsOf};
+  OtherThread other_;
+  std::unique_ptr<Scenario> scenario_ = std::get<ScenarioEntry>(GetParam()).make();
+};
+
+size_t TortureTest::StrikeOneLibrary() {
+  const ExtensionLibrary library;
+  // What the process and its threads keep from their first time is there then.
+  for (int i = 0; i < 3; ++i) {
+    HealthyRound(library);
+    HealthyRoundElsewhere(library);
+  }
+  for (size_t number = 1;; number = After(number)) {
+    const Struck struck = Balanced([&] { return StrikeAndGoOn(library, number); });
+    if (struck.Nothing()) return number - 1;
+  }
+}
+
+size_t TortureTest::StrikeFreshLibraries() {
+  const auto round = [this](size_t number) {
+    ExtensionLibrary library;
+    const Struck struck = StrikeAndGoOn(library, number);
+    library.Unload();
+    return struck;
+  };
+  for (int i = 0; i < 3; ++i) round(0);
+  for (size_t number = 1;; number = After(number)) {
+    const Struck struck = Balanced([&] { return round(number); });
+    if (struck.Nothing()) return number - 1;
+  }
+}
+
+TEST_P(TortureTest, AFailingRequestHarmsNothing) {
+  const size_t requests = scenario_->IsOnce() ? StrikeFreshLibraries() : StrikeOneLibrary();
+  EXPECT_GE(
+      requests,
+      std::get<ScenarioEntry>(GetParam()).leastRequests[static_cast<int>(std::get<FaultKind>(GetParam()))]);
+  RecordProperty("requests", static_cast<int>(requests));
+  std::cout << "  requests: " << requests << "\n";
+}
+
+std::string NameOf(const testing::TestParamInfo<TortureTest::ParamType>& info) {
+  const auto [scenario, kind, span] = info.param;
+  return std::string(scenario.name) + (kind == FaultKind::kAllocation ? "Memory" : "Calls") +
+         (span == FaultSpan::kOnce ? "Once" : "FromThen");
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, TortureTest,
+                         testing::Combine(testing::ValuesIn(kScenarios),
+                                          testing::Values(FaultKind::kAllocation, FaultKind::kSystemCall),
+                                          testing::Values(FaultSpan::kOnce, FaultSpan::kFromThen)),
+                         NameOf);
+
+}  // namespace
+}  // namespace veskard::test
