@@ -22,8 +22,6 @@ namespace {
 using bench::Compare;
 using bench::Rounds;
 
-// --- The comparisons ---------------------------------------------------------
-
 void EmptyCache() {
   const CriticalSectionHold hold(SharedIconCache().Lock());
   SharedIconCache().Clear();

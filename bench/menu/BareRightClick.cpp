@@ -67,15 +67,15 @@ UniqueBitmap MenuBitmap(const BitmapSetting& setting, const MenuIcon& icon) {
   return UniqueBitmap(bitmap);
 }
 
-class Gdiplus1 {
+class GdiplusSession {
  public:
-  Gdiplus1() {
+  GdiplusSession() {
     const Gdiplus::GdiplusStartupInput input;
     Gdiplus::GdiplusStartup(&token_, &input, nullptr);
   }
-  ~Gdiplus1() { Gdiplus::GdiplusShutdown(token_); }
-  Gdiplus1(const Gdiplus1&) = delete;
-  Gdiplus1& operator=(const Gdiplus1&) = delete;
+  ~GdiplusSession() { Gdiplus::GdiplusShutdown(token_); }
+  GdiplusSession(const GdiplusSession&) = delete;
+  GdiplusSession& operator=(const GdiplusSession&) = delete;
 
  private:
   ULONG_PTR token_ = 0;
@@ -186,7 +186,7 @@ class Items {
 void BareRightClick(HMODULE library, IDataObject* selection, HMENU menu) {
   BareLogSwitch();  // the factory comes
   BareLogSwitch();  // the handler comes
-  const Gdiplus1 gdiplus;
+  const GdiplusSession gdiplus;
   const BitmapSetting setting = FindSetting(library);
   const UniqueBitmap bitmaps[] = {MenuBitmap(setting, kMenuIcons[0]), MenuBitmap(setting, kMenuIcons[1]),
                                   MenuBitmap(setting, kMenuIcons[2]), MenuBitmap(setting, kMenuIcons[3])};
