@@ -61,26 +61,6 @@ UniqueIcon ShellIcon(const std::wstring& name, bool large) {
   return icon;
 }
 
-// The colours with their alpha, drawn onto an empty bitmap.
-UniqueGpBitmap BitmapOf(HICON icon) {
-  ICONINFO info = {};
-  ::GetIconInfo(icon, &info);
-  const UniqueBitmap colours(info.hbmColor), mask(info.hbmMask);
-  UniqueGpBitmap wrapped;
-  gdip::GdipCreateBitmapFromHBITMAP(colours.Get(), nullptr, wrapped.Out());
-  const SIZE size = SizeOf(wrapped.Get());
-  Gdiplus::BitmapData bits = Lock(wrapped.Get(), PixelFormat32bppRGB);
-  UniqueGpBitmap copy = EmptyBitmap(size);
-  {
-    UniqueGpBitmap view;
-    gdip::GdipCreateBitmapFromScan0(size.cx, size.cy, bits.Stride, PixelFormat32bppARGB,
-                                    static_cast<BYTE*>(bits.Scan0), view.Out());
-    gdip::GdipDrawImageI(Canvas(copy.Get()).Get(), view.Get(), 0, 0);
-  }
-  gdip::GdipBitmapUnlockBits(wrapped.Get(), &bits);
-  return copy;
-}
-
 void CopyPixels(Gdiplus::GpBitmap* bitmap) {
   const SIZE size = SizeOf(bitmap);
   Gdiplus::BitmapData bits = Lock(bitmap, PixelFormat32bppARGB);
@@ -146,6 +126,27 @@ void Convert(Gdiplus::GpBitmap* canvas, SIZE size) {
 
 }  // namespace
 
+UniqueGpBitmap BareBitmapOf(HICON icon) {
+  ICONINFO info = {};
+  ::GetIconInfo(icon, &info);
+  const UniqueBitmap colours(info.hbmColor), mask(info.hbmMask);
+  UniqueGpBitmap wrapped;
+  gdip::GdipCreateBitmapFromHBITMAP(colours.Get(), nullptr, wrapped.Out());
+  const SIZE size = SizeOf(wrapped.Get());
+  Gdiplus::PixelFormat format = 0;
+  gdip::GdipGetImagePixelFormat(wrapped.Get(), &format);
+  Gdiplus::BitmapData bits = Lock(wrapped.Get(), format);
+  UniqueGpBitmap copy = EmptyBitmap(size);
+  {
+    UniqueGpBitmap view;
+    gdip::GdipCreateBitmapFromScan0(size.cx, size.cy, bits.Stride, PixelFormat32bppARGB,
+                                    static_cast<BYTE*>(bits.Scan0), view.Out());
+    gdip::GdipDrawImageI(Canvas(copy.Get()).Get(), view.Get(), 0, 0);
+  }
+  gdip::GdipBitmapUnlockBits(wrapped.Get(), &bits);
+  return copy;
+}
+
 void BareMark(const std::wstring& placeholder) {
   const UniqueFile mark = OpenMark(placeholder);
   LARGE_INTEGER size = {};
@@ -169,7 +170,7 @@ void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
 
 void BareColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress) {
   BareMark(placeholder);
-  const UniqueGpBitmap typeIcon = BitmapOf(ShellIcon(name, large).Get());
+  const UniqueGpBitmap typeIcon = BareBitmapOf(ShellIcon(name, large).Get());
   CopyPixels(typeIcon.Get());
   BareExtraction(typeIcon.Get(), Badge(SizeOf(typeIcon.Get()), progress).Get());
 }

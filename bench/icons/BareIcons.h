@@ -11,6 +11,9 @@ namespace veskard::bench {
 /// The placeholder's mark: opened to be read, opened again for its size.
 void BareMark(const std::wstring& placeholder);
 
+/// The icon as a bitmap with its alpha, drawn onto an empty one.
+UniqueGpBitmap BareBitmapOf(HICON icon);
+
 /// The Shell's icon for a name, fetched and destroyed.
 void BareShellIcon(const std::wstring& name, bool large);
 

@@ -3,15 +3,13 @@
 // machine hits both.
 #include <windows.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "bench/icons/BareIcons.h"
 #include "bench/icons/BenchFiles.h"
+#include "bench/windows/Measure.h"
 #include "shellext/GdiplusUser.h"
 #include "shellext/icons/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
@@ -21,65 +19,8 @@
 namespace veskard {
 namespace {
 
-// --- Measuring ---------------------------------------------------------------
-
-double MicrosecondsNow() {
-  LARGE_INTEGER ticks, frequency;
-  ::QueryPerformanceCounter(&ticks);
-  ::QueryPerformanceFrequency(&frequency);
-  return static_cast<double>(ticks.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
-}
-
-// The fastest run is the one that nothing interrupted; the median is what one sees.
-double Fastest(const std::vector<double>& times) {
-  return *std::min_element(times.begin(), times.end());
-}
-
-double Median(std::vector<double> times) {
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
-}
-
-// Who is measured: given the number of the round.
-using Contender = std::function<void(int)>;
-
-// `repetitions` runs make one time, for what is too short to measure alone.
-struct Rounds {
-  int count;
-  int repetitions = 1;
-};
-
-void PrintHeading() {
-  std::printf("%-52s %28s %28s\n", "", "fastest", "median");
-  std::printf("%-52s %10s %10s %6s  %10s %10s %6s %6s\n", "", "ours, us", "bare, us", "ratio", "ours, us",
-              "bare, us", "ratio", "aim");
-}
-
-// Runs both in turns and prints how many times as long ours takes. Either of them
-// goes first every other time, since the second may find something that the first
-// has left.
-void Compare(const std::string& what, double aim, Rounds rounds, const Contender& ours,
-             const Contender& bare) {
-  std::vector<double> ourTimes, bareTimes;
-  const auto measure = [&rounds](const Contender& run, int round, std::vector<double>& times) {
-    const double begin = MicrosecondsNow();
-    for (int i = 0; i < rounds.repetitions; ++i) run(round);
-    times.push_back((MicrosecondsNow() - begin) / rounds.repetitions);
-  };
-  for (int round = 0; round < rounds.count; ++round) {
-    if (round % 2 == 0) measure(ours, round, ourTimes);
-    measure(bare, round, bareTimes);
-    if (round % 2 != 0) measure(ours, round, ourTimes);
-  }
-  const double our = Fastest(ourTimes), their = Fastest(bareTimes);
-  const double ourMedian = Median(ourTimes), theirMedian = Median(bareTimes);
-  std::printf("%-52s %10.1f %10.1f %6.2f  %10.1f %10.1f %6.2f %6.2f\n", what.c_str(), our, their, our / their,
-              ourMedian, theirMedian, ourMedian / theirMedian, aim);
-  std::fflush(stdout);
-}
-
-// --- The comparisons ---------------------------------------------------------
+using bench::Compare;
+using bench::Rounds;
 
 void EmptyCache() {
   const CriticalSectionHold hold(SharedIconCache().Lock());
@@ -95,7 +36,7 @@ void BenchWarm(const bench::BenchFiles& files, bool large) {
   const CriticalSectionHold hold(SharedIconCache().Lock());
   Gdiplus::GpBitmap* const typeIcon = SharedIconCache().Find(TypeIconKey(files.Name(0), large));
   Gdiplus::GpBitmap* const badge = SharedIconCache().Find(BadgeKey(bench::kProgress, large));
-  const Contender compose = [&](int) { ComposePlaceholderIcon(placeholder, large); };
+  const bench::Run compose = [&](int) { ComposePlaceholderIcon(placeholder, large); };
   const std::string name = large ? "warm, large: " : "warm, small: ";
   Compare(name + "clone, draw, conversion", 1.15, kRounds, compose,
           [&](int) { bench::BareExtraction(typeIcon, badge); });
@@ -114,12 +55,12 @@ class ColdTypes {
   // the drawing that a first icon and a first badge take.
   void Bench(bool large) {
     const std::string size = large ? "cold, large, " : "cold, small, ";
-    const Contender shell = [&, large](int type) { bench::BareShellIcon(files_.Name(type), large); };
-    const Contender all = [&, large](int type) {
+    const bench::Run shell = [&, large](int type) { bench::BareShellIcon(files_.Name(type), large); };
+    const bench::Run all = [&, large](int type) {
       bench::BareColdIcon(files_.Receiving(type), files_.Name(type), large, bench::kProgress);
     };
-    const Contender waiting = [&, large](int type) { ComposePlaceholderIcon(files_.Waiting(type), large); };
-    const Contender receiving = [&, large](int type) {
+    const bench::Run waiting = [&, large](int type) { ComposePlaceholderIcon(files_.Waiting(type), large); };
+    const bench::Run receiving = [&, large](int type) {
       ComposePlaceholderIcon(files_.Receiving(type), large);
     };
     CompareCold(size + "no badge: the Shell's calls", waiting, shell);
@@ -130,7 +71,7 @@ class ColdTypes {
  private:
   static constexpr int kRounds = 40;
 
-  void CompareCold(const std::string& what, const Contender& ours, const Contender& bare) {
+  void CompareCold(const std::string& what, const bench::Run& ours, const bench::Run& bare) {
     const auto typeOf = [first = used_](int round, int contender) { return first + 2 * round + contender; };
     used_ += 2 * kRounds;
     Compare(
@@ -166,7 +107,7 @@ void BenchPixels() {
   const UniqueGpBitmap bitmap = Noise(kSize), source = Noise(kSize);
   std::vector<uint32_t> target(size_t{kSize} * kSize);
   const LockedBits bits(source.Get(), PixelFormat32bppARGB);
-  const Contender copy = [&](int) {
+  const bench::Run copy = [&](int) {
     std::memcpy(target.data(), bits.Row(0), target.size() * sizeof(target[0]));
   };
   constexpr Rounds kRounds = {501, 20};
@@ -184,7 +125,7 @@ int main() {
   using namespace veskard;
   const GdiplusUser gdiplus;
   const bench::BenchFiles files(ColdTypes::kNeeded);
-  PrintHeading();
+  bench::PrintHeading();
   ColdTypes cold(files);
   for (const bool large : {true, false}) cold.Bench(large);
   for (const bool large : {true, false}) BenchWarm(files, large);

@@ -1,18 +1,14 @@
 // log_bench.exe: what a line of the log costs, as ratios to the bare calls that
 // it cannot do without.
 //
-// Each contender runs in turns, many rounds, and counts with its median, so that a
-// busy moment of the machine hits all of them. Ratios are what to compare between
-// machines; the times belong to this one.
+// Ratios are what to compare between machines; the times belong to this one.
 #include <windows.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <functional>
 #include <string>
-#include <vector>
 
+#include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
 #include "shellext/DiagnosticLog.h"
 #include "shellext/Log.h"
@@ -23,43 +19,6 @@
 
 namespace veskard {
 namespace {
-
-struct Contender {
-  const char* name;
-  int repetitions;
-  std::function<void()> run;
-  std::vector<double> nanoseconds = {};  // of one repetition, by round
-};
-
-double Now() {
-  LARGE_INTEGER ticks = {}, perSecond = {};
-  ::QueryPerformanceCounter(&ticks);
-  ::QueryPerformanceFrequency(&perSecond);
-  return static_cast<double>(ticks.QuadPart) * 1e9 / static_cast<double>(perSecond.QuadPart);
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-/// The last contender is compared with each of those before it.
-void Compare(const char* title, int rounds, std::vector<Contender> contenders) {
-  for (int round = 0; round < rounds; ++round)
-    for (Contender& contender : contenders) {
-      const double start = Now();
-      for (int i = 0; i < contender.repetitions; ++i) contender.run();
-      contender.nanoseconds.push_back((Now() - start) / contender.repetitions);
-    }
-  std::printf("%s\n", title);
-  const double own = Median(contenders.back().nanoseconds);
-  for (const Contender& contender : contenders) {
-    const double median = Median(contender.nanoseconds);
-    std::printf("  %-44s %10.1f ns", contender.name, median);
-    if (&contender != &contenders.back()) std::printf("   the log takes %.2fx", own / median);
-    std::printf("\n");
-  }
-}
 
 // Off: loops inside, because a single call is too short to be timed.
 constexpr int kCalls = 1'000'000;
@@ -76,8 +35,9 @@ void CallsWhileOff() {
 }
 
 void CompareOff() {
-  Compare("The log off, a million calls", 51,
-          {{"a test and a branch", 1, &BareTests}, {"Log", 1, &CallsWhileOff}});
+  bench::Compare(
+      "off, a million calls: a test and a branch", 0, {.count = 51}, [](int) { CallsWhileOff(); },
+      [](int) { BareTests(); });
 }
 
 /// One file, opened as the log opens its own.
@@ -109,10 +69,12 @@ std::wstring FormatLine() {
 void CompareOn(const std::wstring& folder) {
   const BareFile bare(folder + L"\\bare.log");
   const std::wstring ready = FormatLine();
-  Compare("The log on, one line", 31,
-          {{"one write and one flush", 200, [&] { bare.Write(ready); }},
-           {"one format, one write and one flush", 200, [&] { bare.Write(FormatLine()); }},
-           {"Log", 200, [] { Log(L"Selective Sync: inSyncFolder(%d)", 1); }}});
+  const auto times =
+      bench::TakeTurns({.count = 31, .repetitions = 200},
+                       {[](int) { Log(L"Selective Sync: inSyncFolder(%d)", 1); },
+                        [&](int) { bare.Write(ready); }, [&](int) { bare.Write(FormatLine()); }});
+  bench::PrintRow("on, one line: one write and one flush", 0, times[0], times[1]);
+  bench::PrintRow("on, one line: one format, one write and one flush", 0, times[0], times[2]);
 }
 
 void Run() {
@@ -122,6 +84,7 @@ void Run() {
   ::CreateDirectoryW(folder.c_str(), nullptr);
   registry.SetApplicationData(applicationData.Path());
 
+  bench::PrintHeading();
   CompareOff();
   CreateLog();
   if (!IsLogEnabled()) std::printf("the log did not open: the numbers below are worthless\n");

@@ -29,6 +29,15 @@ UniqueIcon LoadIcon(HMODULE module, const wchar_t* name, UINT type, SIZE size) n
   return UniqueIcon(static_cast<HICON>(::LoadImageW(module, name, type, size.cx, size.cy, 0)));
 }
 
+// `modulePath` is the module's own, asked for once for all icons.
+UniqueIcon LoadIconBesideOrOf(HMODULE module, const std::wstring& modulePath, const MenuIcon& icon,
+                              SIZE size) {
+  const std::wstring file = PathBesideModule(modulePath, icon.fileName);
+  UniqueIcon loaded = LoadIcon(nullptr, file.c_str(), kImageTypeOfFiles, size);
+  if (!loaded) loaded = LoadIcon(module, MAKEINTRESOURCEW(icon.resourceId), IMAGE_ICON, size);
+  return loaded;
+}
+
 bool DrawScaled(Gdiplus::GpBitmap* image, Gdiplus::GpBitmap* canvas, SIZE size) noexcept {
   const UniqueGpGraphics graphics = GraphicsOn(canvas);
   return gdip::GdipDrawImageRectI(graphics.Get(), image, 0, 0, size.cx, size.cy) == Gdiplus::Ok;
@@ -38,20 +47,18 @@ bool DrawScaled(Gdiplus::GpBitmap* image, Gdiplus::GpBitmap* canvas, SIZE size) 
 
 std::vector<UniqueBitmap> LoadMenuBitmaps() {
   const HMODULE module = ModuleOfThisCode();
+  const std::wstring modulePath = ReadModulePath(module);
   const SIZE size = MenuCheckSize();
   std::vector<UniqueBitmap> bitmaps;
   bitmaps.reserve(kMenuIcons.size());
   for (const MenuIcon& icon : kMenuIcons) {
-    bitmaps.push_back(DrawMenuBitmap(LoadMenuIcon(icon, module, size).Get(), size));
+    bitmaps.push_back(DrawMenuBitmap(LoadIconBesideOrOf(module, modulePath, icon, size).Get(), size));
   }
   return bitmaps;
 }
 
 UniqueIcon LoadMenuIcon(const MenuIcon& icon, HMODULE module, SIZE size) {
-  const std::wstring file = PathBesideModule(ReadModulePath(module), icon.fileName);
-  UniqueIcon loaded = LoadIcon(nullptr, file.c_str(), kImageTypeOfFiles, size);
-  if (!loaded) loaded = LoadIcon(module, MAKEINTRESOURCEW(icon.resourceId), IMAGE_ICON, size);
-  return loaded;
+  return LoadIconBesideOrOf(module, ReadModulePath(module), icon, size);
 }
 
 UniqueBitmap DrawMenuBitmap(HICON icon, SIZE size) noexcept {

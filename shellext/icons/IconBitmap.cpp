@@ -27,8 +27,7 @@ UniqueGpBitmap ViewWithAlpha(const LockedBits& bits) noexcept {
   return view;
 }
 
-UniqueGpBitmap CopyWithAlpha(Gdiplus::GpBitmap* image) noexcept {
-  BitmapShape shape = ShapeOf(image);
+UniqueGpBitmap CopyWithAlpha(Gdiplus::GpBitmap* image, BitmapShape shape) noexcept {
   shape.format = PixelFormat32bppARGB;
   UniqueGpBitmap copy = NewBitmap(shape);
   const UniqueGpGraphics graphics = GraphicsOn(copy.Get());
@@ -98,14 +97,14 @@ UniqueGpBitmap IconToBitmap(HICON icon) noexcept {
   if (shape.IsEmpty()) return {};
   // Fewer bits than 32 have no room for alpha, and their rows must not be read as
   // if they had: such colours are taken as they are, opaque.
-  if (Gdiplus::GetPixelFormatSize(shape.format) != 32) return CopyWithAlpha(colours.Get());
+  if (Gdiplus::GetPixelFormatSize(shape.format) != 32) return CopyWithAlpha(colours.Get(), shape);
 
   // GDI+ drops the alpha of an HBITMAP but leaves the bytes in place. Seen as
   // pixels with alpha they are the icon's own; an icon without an alpha channel
   // has zeros there, so that it comes out transparent.
   const LockedBits bits(colours.Get(), shape.format);
   if (!bits) return {};
-  return CopyWithAlpha(ViewWithAlpha(bits).Get());
+  return CopyWithAlpha(ViewWithAlpha(bits).Get(), shape);
 }
 
 UniqueIcon BitmapToIcon(Gdiplus::GpBitmap* bitmap) noexcept {

@@ -1,0 +1,22 @@
+// Loading a library for the first time in a process, measured in one of its own.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace veskard::bench {
+
+/// Microseconds.
+struct FirstLoad {
+  double system = 0;  // loading the system's libraries before
+  double library = 0;
+  double unloading = 0;
+};
+
+/// Runs load_once.exe. Ends the program with a message when that fails.
+FirstLoad LoadInNewProcess(const std::wstring& library, const std::vector<std::wstring>& systemLibraries);
+
+/// A program or library that was built beside this one.
+std::wstring BesideThisProgram(const wchar_t* name);
+
+}  // namespace veskard::bench

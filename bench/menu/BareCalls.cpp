@@ -1,0 +1,18 @@
+#include "bench/menu/BareCalls.h"
+
+#include "core/WindowsOwners.h"
+
+namespace veskard::bench {
+
+void BareLogSwitch() {
+  UniqueRegKey key;
+  ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", 0, KEY_READ | KEY_WOW64_64KEY, key.Out());
+  DWORD type = 0, value = 0, size = sizeof(value);
+  ::RegQueryValueExW(key.Get(), L"ShellExtLog", nullptr, &type, reinterpret_cast<BYTE*>(&value), &size);
+}
+
+void BareAgentLookUp() {
+  const UniqueHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, L"Global\\pipesynccmd_SIT"));
+}
+
+}  // namespace veskard::bench

@@ -1,0 +1,25 @@
+// The least that the menu's rules ask for, as plain calls: what the benchmarks hold
+// the library against. Nothing is checked, nothing is kept; the log is off.
+// That these are the library's own calls, no more and no less, is what
+// MenuCallsTest.cpp shows.
+#pragma once
+
+#include <windows.h>
+// The shell's headers need the basic types first.
+#include <objidl.h>
+#include <shellapi.h>
+
+#include <cstdint>
+
+namespace veskard::bench {
+
+/// A whole right-click: the switch of the log read as often as objects come and go,
+/// GDI+ begun and ended, the four bitmaps with the icons of `library`, the selection's
+/// list, the agent's mutex, the marks of the folder and of each item, and the items.
+void BareRightClick(HMODULE library, IDataObject* selection, HMENU menu);
+
+/// A whole choice: the agent's mutex, one message for each item, written as plain
+/// text, and a thread that looks for the pipe and offers them.
+void BareChoice(HDROP drop, uint32_t count);
+
+}  // namespace veskard::bench

@@ -1,0 +1,39 @@
+// CallTally: counts how often a loaded module calls each function that it imports.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace veskard::bench {
+
+/// Calls by the function's name; functions that were not called have 0.
+using CallNumbers = std::map<std::string, long>;
+
+/// Counts for as long as it lives, the calls of all threads. The C run-time library is
+/// left out, and so are the functions that never leave the process and cost next to
+/// nothing (locks, the last error, a thread's own values).
+class CallTally {
+ public:
+  explicit CallTally(HMODULE module);
+  ~CallTally();
+  CallTally(const CallTally&) = delete;
+  CallTally& operator=(const CallTally&) = delete;
+
+  CallNumbers Numbers() const;
+
+ private:
+  struct Counted {
+    std::string name;
+    void** slot;
+    void* original;
+    volatile LONG calls = 0;
+  };
+  void PutThunks();
+
+  std::vector<Counted>& functions_;
+};
+
+}  // namespace veskard::bench

@@ -1,0 +1,25 @@
+// MenuHost: a host that has loaded the built library, with a registry of its own where
+// the log is off, and a service agent that is there but takes no messages.
+#pragma once
+
+#include "tests/shellext/contextmenu/LibraryMenu.h"
+
+namespace veskard::bench {
+
+class MenuHost {
+ public:
+  MenuHost();
+
+  HMODULE Library() const noexcept { return library_.Module(); }
+  const test::ExtensionLibrary& Extension() const noexcept { return library_; }
+
+  /// A whole right-click: create, initialise, query, release.
+  void RightClick(IDataObject* selection, HMENU menu) const;
+
+ private:
+  test::RegistrySandbox registry_;
+  test::FakeAgentMutex agent_{test::AgentKind::kService};
+  test::ExtensionLibrary library_;
+};
+
+}  // namespace veskard::bench

@@ -1,0 +1,122 @@
+// menu_bench.exe: what a right-click and a choice cost in the built library, as ratios
+// to the plain calls that their rules ask for.
+#include <windows.h>
+// The networks' header needs the basic types first.
+#include <winnetwk.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "bench/menu/BareMenu.h"
+#include "bench/menu/BenchSelection.h"
+#include "bench/menu/MenuHost.h"
+#include "bench/windows/Measure.h"
+#include "core/WindowsOwners.h"
+
+namespace veskard::bench {
+namespace {
+
+constexpr double kAim = 1.25;
+constexpr uint32_t kCounts[] = {1, 10, 100, 1000};
+
+std::string Items(uint32_t count) {
+  return std::to_string(count) + (count == 1 ? " item" : " items");
+}
+
+// Rows of fewer rounds where a round takes longer.
+int RoundsFor(uint32_t count) {
+  return count < 1000 ? 201 : 41;
+}
+
+struct Sides {
+  Times ours;
+  Times bare;
+};
+
+Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::vector<std::wstring>& items) {
+  BenchSelection selection(items);
+  const int rounds = RoundsFor(selection.Count());
+  // The menus are the host's: they are made before and destroyed afterwards.
+  std::vector<UniqueMenu> menus;
+  for (int i = 0; i < 2 * rounds; ++i) menus.emplace_back(::CreatePopupMenu());
+  const auto menuOf = [&menus](int round, int side) {
+    return menus[static_cast<size_t>(2 * round + side)].Get();
+  };
+  const std::vector<Times> times =
+      TakeTurns({.count = rounds},
+                {[&](int round) { host.RightClick(selection.Data(), menuOf(round, 0)); },
+                 [&](int round) { BareRightClick(host.Library(), selection.Data(), menuOf(round, 1)); }});
+  PrintRow(what, kAim, times[0], times[1]);
+  return {times[0], times[1]};
+}
+
+// The shell's own answer to "which is item i" walks the list from its beginning.
+double FastestWalk(const std::vector<std::wstring>& items) {
+  const BenchSelection selection(items);
+  const Run walk = [&](int) {
+    wchar_t name[MAX_PATH];
+    for (UINT i = 0; i < selection.Count(); ++i) ::DragQueryFileW(selection.Drop(), i, name, MAX_PATH);
+  };
+  return TakeTurns({.count = 51}, {walk})[0].fastest;
+}
+
+void PrintGrowth(const BenchFolder& folder, const std::vector<Sides>& byCount) {
+  std::printf("\nMicroseconds for each item more, fastest    ours       bare   of these the list's walk\n");
+  for (size_t i = 1; i < byCount.size(); ++i) {
+    const double more = kCounts[i] - kCounts[i - 1];
+    const double walk = FastestWalk(folder.First(kCounts[i])) - FastestWalk(folder.First(kCounts[i - 1]));
+    std::printf("  from %4u to %4u items %24.1f %10.1f %10.1f\n", kCounts[i - 1], kCounts[i],
+                (byCount[i].ours.fastest - byCount[i - 1].ours.fastest) / more,
+                (byCount[i].bare.fastest - byCount[i - 1].bare.fastest) / more, walk / more);
+  }
+}
+
+// What most of a choice goes into.
+void PrintUniversalName(const std::wstring& item) {
+  static char buffer[65544];
+  const Run ask = [&](int) {
+    DWORD size = sizeof(buffer);
+    ::WNetGetUniversalNameW(item.c_str(), UNIVERSAL_NAME_INFO_LEVEL, buffer, &size);
+  };
+  const Times times = TakeTurns({.count = 201}, {ask})[0];
+  std::printf("\nWNetGetUniversalNameW, once for each item of a choice %16.1f (fastest) %10.1f (median)\n",
+              times.fastest, times.median);
+}
+
+// The agent's mutex is there and its pipe is not: either side's thread finds that out
+// and ends, so that what is measured is the caller's part.
+void BenchChoice(const MenuHost& host, const std::vector<std::wstring>& items) {
+  BenchSelection selection(items);
+  const test::MenuHandler handler(host.Extension());
+  handler.Select(selection.Data());
+  const UniqueMenu menu(::CreatePopupMenu());
+  handler.Query(menu.Get());
+  constexpr UINT_PTR kRemoveFromThisDevice = 4;
+  Compare(
+      "choice, " + Items(selection.Count()), 0, {.count = RoundsFor(selection.Count()), .pause = 3},
+      [&](int) { handler.Invoke(kRemoveFromThisDevice); },
+      [&](int) { BareChoice(selection.Drop(), selection.Count()); });
+  handler.Select(nullptr);
+}
+
+void BenchMenu() {
+  const MenuHost host;
+  const BenchFolder folder(1000);
+  PrintHeading();
+  BenchRightClick(host, "right-click outside any folder, 1 item", {folder.Outside()});
+  std::vector<Sides> byCount;
+  for (const uint32_t count : kCounts) {
+    byCount.push_back(BenchRightClick(host, "right-click, " + Items(count), folder.First(count)));
+  }
+  for (const uint32_t count : kCounts) BenchChoice(host, folder.First(count));
+  PrintGrowth(folder, byCount);
+  PrintUniversalName(folder.Outside());
+}
+
+}  // namespace
+}  // namespace veskard::bench
+
+int main() {
+  veskard::bench::BenchMenu();
+}

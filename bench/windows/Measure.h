@@ -1,0 +1,44 @@
+// Measuring under Windows: runs that take turns, and the table they are printed in.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace veskard::bench {
+
+double MicrosecondsNow();
+
+/// What is measured: one run of it, given the number of the round.
+using Run = std::function<void(int round)>;
+
+/// `repetitions` runs make one time, for what is too short to be measured alone.
+/// After each time come `pause` milliseconds, for what a run has left in other threads.
+struct Rounds {
+  int count;
+  int repetitions = 1;
+  unsigned pause = 0;
+};
+
+/// Microseconds of one run. The fastest is the one that nothing interrupted; the
+/// median is what one sees.
+struct Times {
+  double fastest = 0;
+  double median = 0;
+};
+
+Times TimesOf(std::vector<double> microseconds);
+
+/// Runs all of them in turns, so that a busy moment of the machine hits each. Another
+/// one begins in every round, since one may find something that the last has left.
+std::vector<Times> TakeTurns(const Rounds& rounds, const std::vector<Run>& runs);
+
+/// A table of ours beside bare: times and ratios, and the ratio that is aimed at (0:
+/// none).
+void PrintHeading();
+void PrintRow(const std::string& what, double aim, const Times& ours, const Times& bare);
+
+/// Measures two in turns and prints their row.
+void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& bare);
+
+}  // namespace veskard::bench
