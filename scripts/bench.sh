@@ -8,8 +8,7 @@ set -euo pipefail
 answer_help "$@"
 takes_nothing_more "$@"
 
-windows_benches=(menu_bench load_bench icon_bench log_bench)
-[ ! -d "$root/bench/agent" ] || windows_benches+=(agent_bench)
+windows_benches=(menu_bench load_bench icon_bench log_bench agent_bench)
 
 "$root/scripts/install-deps.sh" bench
 "$root/scripts/build.sh" native-bench

@@ -3,8 +3,9 @@
 
     scripts/library_size.py LIBRARY MAP FOLDER    FOLDER is the project's root
 
-Sizes are bytes of the file. Exit codes: 0 done; 1 larger than it may be; 2 wrong
-command line.
+Sizes are bytes of the file.
+
+Exit codes: 0 done; 1 larger than it may be; 2 wrong command line.
 """
 
 import collections

@@ -8,6 +8,8 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 refuse_options "$@"
+[[ "${1:-1}" =~ ^[1-9][0-9]*$ ]] || wrong_usage "ROUNDS is a number, not \"$1\""
+takes_nothing_more "${@:2}"
 
 "$root/scripts/build.sh" win64
 wine_prefix_ready

@@ -55,7 +55,7 @@ TABLE = [
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
     # the scripts
-    ("scripts/bench.sh", "measures", {"now": 'cannot use "now" here'}),
+    ("scripts/bench.sh", "Measures everything in one run", {"now": 'cannot use "now" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
     ("scripts/check-reproducible.sh", "Builds the library once more", {"twice": 'cannot use "twice" here'}),
@@ -71,11 +71,19 @@ TABLE = [
         "1 nothing": 'there is no target "nothing"'}),
     ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
         "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
+    ("scripts/library-size.sh", "what takes how much room", {"small": 'cannot use "small" here'}),
+    ("scripts/library_size.py", "Prints what takes how much room", {"": "which library, which map, which folder?"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
         "": "which files?", "--all": "there is no option --all"}),
+    ("scripts/soak.sh", "right-clicks and icons", {
+        "long": 'ROUNDS is a number, not "long"', "1 2": 'cannot use "2" here', "--fast": "there is no option --fast"}),
+    # These three hand every word on to the program that runs the tests.
+    ("scripts/test-heap.sh", "Wine's heap checking", {}),
+    ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
+    ("scripts/torture.sh", "Every request for memory", {}),
     ("scripts/test.sh", "Everything tested", {"some": 'cannot use "some" here'}),
     ("scripts/wine-prefix.sh", "Makes a Wine prefix ready", {
         "": "make, renew or stop", "burn x": "make, renew or stop", "make": "which folder?",
