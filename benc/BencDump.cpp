@@ -191,4 +191,10 @@ void DumpValue(ByteBuilder& out, const BencValue& value, int mode) {
   WalkBencoded(value, dumper);
 }
 
+bool DumpDictionary(ByteBuilder& out, const BencValue& value) {
+  if (value.GetKind() != BencValue::Kind::Dict) return false;
+  DumpValue(out, value, 0);
+  return true;
+}
+
 }  // namespace veskard

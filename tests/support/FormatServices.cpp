@@ -7,12 +7,6 @@
 namespace veskard {
 namespace {
 
-bool DumpDictionary(ByteBuilder& out, const BencValue& value) {
-  if (value.GetKind() != BencValue::Kind::Dict) return false;
-  DumpValue(out, value, 0);
-  return true;
-}
-
 const wchar_t* UnitName(unsigned number) {
   static constexpr const wchar_t* kNames[] = {L"B", L"EB", L"GB", L"kB", L"MB", L"PB", L"TB"};
   return kNames[number];

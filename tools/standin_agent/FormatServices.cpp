@@ -7,12 +7,6 @@
 namespace veskard {
 namespace {
 
-bool DumpDictionary(ByteBuilder& out, const BencValue& value) {
-  if (value.GetKind() != BencValue::Kind::Dict) return false;
-  DumpValue(out, value, 0);
-  return true;
-}
-
 const wchar_t* NoUnitName(unsigned) {
   return L"";
 }
