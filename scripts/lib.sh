@@ -63,12 +63,18 @@ wine_prefix_ready() {
 # Ends the server of this prefix, and of no other.
 wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wineserver -w >/dev/null 2>&1 || true; }
 
+# Starts this prefix's server if none runs, and keeps it for a minute after the last
+# program. By itself it ends with that, and a program that another test starts in just
+# that moment cannot connect to it.
+wine_server_stays() { wineserver -p60 </dev/null >/dev/null 2>&1 || true; }
+
 # Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
 # keeps a file while its tests run: one that is left tells of a program that ended
 # before their end, as Wine may do with exit code 0 when the stack overflows.
 run_under_wine() {
   local folder rc=0
   folder=$(mktemp -d)
+  wine_server_stays
   TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
     timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" || rc=$?
   if [ -e "$folder/unfinished" ]; then

@@ -154,8 +154,9 @@ void WINAPI FreeModuleAndExitThread(HMODULE module, DWORD exitCode) {
   originalFreeLibraryAndExitThread(module, exitCode);
 }
 
-template <class Function>
-WatchedImport ByHand(const char* name, Function* replacement, Function*& original) {
+// The types may differ in what the compiler knows about them, such as "noreturn".
+template <class Replacement, class Function>
+WatchedImport ByHand(const char* name, Replacement* replacement, Function*& original) {
   return {name, reinterpret_cast<void*>(replacement), reinterpret_cast<void**>(&original)};
 }
 
