@@ -48,7 +48,10 @@ wine_environment() {
 # Makes the prefix when it is missing or half made.
 wine_prefix_ready() {
   wine_environment
-  [ -e "$WINEPREFIX/.ready" ] && return 0
+  if [ -e "$WINEPREFIX/.ready" ]; then
+    wine_server_stays
+    return 0
+  fi
   say "making a Wine prefix (about ten seconds)"
   rm -rf "$WINEPREFIX"
   mkdir -p "$WINEPREFIX"
@@ -58,6 +61,7 @@ wine_prefix_ready() {
   run "$build/logs/winecfg.log" env DISPLAY= timeout 60 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f
   wine_stop
   touch "$WINEPREFIX/.ready"
+  wine_server_stays
 }
 
 # Ends the server of this prefix, and of no other.
@@ -66,7 +70,11 @@ wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wines
 # Starts this prefix's server if none runs, and keeps it for a minute after the last
 # program. By itself it ends with that, and a program that another test starts in just
 # that moment cannot connect to it.
-wine_server_stays() { wineserver -p60 </dev/null >/dev/null 2>&1 || true; }
+# The first program brings up Wine's services, which keep its output open: nobody's.
+wine_server_stays() {
+  wineserver -p60 </dev/null >/dev/null 2>&1 || return 0
+  timeout 60 wine cmd.exe /c exit </dev/null >/dev/null 2>&1 || true
+}
 
 # Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
 # keeps a file while its tests run: one that is left tells of a program that ended
