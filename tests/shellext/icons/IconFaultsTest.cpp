@@ -158,7 +158,7 @@ void IconFaultsTest::FailEveryCall(UINT iconSize, const Picture& largeOwn, const
     EXPECT_EQ(counts_.Live(), 0);
     EXPECT_EQ(test::CountGdiHandles(), gdiHandles);
   };
-  EXPECT_GT(calls.FailEach([] {}, [&] { icons = handler_.Extract(iconSize); }, check), 30u);
+  EXPECT_GT(calls.FailEach([] {}, [&] { icons = handler_.Extract(iconSize); }, check), 37u);
 }
 
 TEST_F(IconFaultsTest, NoFailingCallHarmsALargeAndASmallIcon) {
