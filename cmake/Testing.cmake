@@ -7,6 +7,14 @@ set(BUILD_GMOCK ON)
 set(gtest_source /usr/src/googletest CACHE PATH "Where the package googletest puts its sources")
 add_subdirectory(${gtest_source} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
+# Compiling the tests is most of a cold build, and optimising them is half of that:
+# what they test is optimised as it ships, they themselves are not.
+if(NOT MSVC)
+  set(test_optimisation -O0)
+  target_compile_options(gtest PRIVATE ${test_optimisation})
+  target_compile_options(gmock PRIVATE ${test_optimisation})
+endif()
+
 # Tests of the Windows flavours run under Wine, each in the prefix of its build tree.
 if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh)
@@ -23,11 +31,6 @@ target_precompile_headers(test_headers PRIVATE
 # A library's objects and a program's are position independent in different ways, and
 # Clang takes precompiled headers of its own way only: here both are as it likes.
 set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-# Compiling the tests is most of a cold build, and optimising them is half of that:
-# what they test is optimised as it ships, they themselves are not.
-if(NOT MSVC)
-  set(test_optimisation -O0)
-endif()
 target_compile_options(test_headers PRIVATE ${test_optimisation})
 
 set(VESKARD_TIMEOUT_FACTOR 1 CACHE STRING "How much longer than usual a test may take")

@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 # Builds the library once more, in another folder with a name of another length,
-# and compares it with the one in build/win64, byte by byte. Nothing is taken from
+# and compares it with the one that is there, byte by byte. Nothing is taken from
 # a compiler cache.
+#
+#   scripts/check-reproducible.sh [LIBRARY]    the one in build/win64 unless told otherwise
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-takes_nothing_more "$@"
+refuse_options "$@"
+takes_nothing_more "${@:2}"
 
-built="$build/win64/VeskardShellExt.dll"
-[ -f "$built" ] || die "build/win64/VeskardShellExt.dll is missing: run scripts/build.sh win64 first"
+built=$(realpath -m "${1:-$build/win64/VeskardShellExt.dll}")
+[ -f "$built" ] || die "${built#"$root"/} is missing: run scripts/build.sh first"
 
 copy=$(mktemp -d)/a/somewhat/longer/path/than/before
 trap 'rm -rf "${copy%/a/somewhat*}"' EXIT

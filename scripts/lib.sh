@@ -79,12 +79,18 @@ wine_server_stays() {
 # Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
 # keeps a file while its tests run: one that is left tells of a program that ended
 # before their end, as Wine may do with exit code 0 when the stack overflows.
+# The first program that needs a desktop starts Wine's, which lives until the last one
+# that does has ended, and keeps the standard error of the first: a file here, shown
+# afterwards, or whoever reads our output would wait for a stranger's program.
 run_under_wine() {
-  local folder rc=0
+  local folder errors rc=0
   folder=$(mktemp -d)
+  errors="$folder/errors"
+  [ -z "${VESKARD_HEAP_CHECKS:-}" ] || errors=/dev/stderr  # too many for a file
   wine_server_stays
   TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
-    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" || rc=$?
+    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" 2>"$errors" || rc=$?
+  [ ! -e "$folder/errors" ] || cat "$folder/errors" >&2
   if [ -e "$folder/unfinished" ]; then
     say "the tests did not come to their end (exit code $rc)" >&2
     [ "$rc" -ne 0 ] || rc=70

@@ -58,7 +58,8 @@ TABLE = [
     ("scripts/bench.sh", "Measures everything in one run", {"now": 'cannot use "now" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
-    ("scripts/check-reproducible.sh", "Builds the library once more", {"twice": 'cannot use "twice" here'}),
+    ("scripts/check-reproducible.sh", "Builds the library once more", {
+        "--twice": "there is no option --twice", "a b": 'cannot use "b" here'}),
     ("scripts/contact-sheet.sh", "Draws what placeholders look like", {
         "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
     ("scripts/coverage.sh", "which share of its lines", {"core": 'cannot use "core" here'}),

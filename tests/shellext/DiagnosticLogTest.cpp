@@ -268,7 +268,9 @@ TEST_F(DiagnosticLogLineTest, TogglingUnderWritingThreadsKeepsEveryLineBetweenAS
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread)
     threads.emplace_back([&] {
-      while (!stop) Log(L"%s", L"a line");
+      // The lock goes to whoever asks first, not to who has waited longest: without a
+      // rest between their lines the writers would keep it among themselves.
+      for (; !stop; ::Sleep(1)) Log(L"%s", L"a line");
     });
   for (int i = 0; i < 40; ++i) Toggle();
   stop = true;

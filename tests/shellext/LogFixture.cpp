@@ -1,8 +1,8 @@
 #include "tests/shellext/LogFixture.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <string_view>
 
 namespace veskard::test {
@@ -37,6 +37,28 @@ std::wstring ReadText(const std::wstring& path) {
   return text;
 }
 
+/// Where the digits from `begin` on end.
+size_t EndOfDigits(const std::wstring& line, size_t begin) {
+  return std::min(line.find_first_not_of(L"0123456789", begin), line.size());
+}
+
+bool StartsWithTime(const std::wstring& line) {
+  constexpr std::wstring_view kShape = L"dddd-dd-dd dd:dd:dd.000 ";  // "d" is a digit
+  return line.size() >= kShape.size() &&
+         std::equal(kShape.begin(), kShape.end(), line.begin(),
+                    [](wchar_t shape, wchar_t c) { return shape == L'd' ? c >= L'0' && c <= L'9' : c == shape; });
+}
+
+/// Where the message of "TIME (PROCESS:ID) message" begins, or npos for another layout.
+size_t BeginOfMessage(const std::wstring& line) {
+  constexpr size_t kProcess = 24;  // where the time's characters end
+  if (!StartsWithTime(line) || line.size() == kProcess || line[kProcess] != L'(') return std::wstring::npos;
+  const size_t nameEnd = line.find_first_of(L"\\/:", kProcess);
+  if (nameEnd == std::wstring::npos || nameEnd == kProcess + 1 || line[nameEnd] != L':') return std::wstring::npos;
+  const size_t idEnd = EndOfDigits(line, nameEnd + 1);
+  return idEnd > nameEnd + 1 && line.compare(idEnd, 2, L") ") == 0 ? idEnd + 2 : std::wstring::npos;
+}
+
 }  // namespace
 
 std::vector<std::wstring> ReadLogLines(const std::wstring& path) {
@@ -54,10 +76,12 @@ std::vector<std::wstring> ReadLogLines(const std::wstring& path) {
   return lines;
 }
 
+bool IsLogLine(const std::wstring& line) {
+  return BeginOfMessage(line) != std::wstring::npos;
+}
+
 std::wstring MessageOf(const std::wstring& line) {
-  static const std::wregex layout(LR"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}\.000 \([^\\/:]+:\d+\) )");
-  const size_t message = line.find(L") ") + 2;
-  if (message >= 2 && std::regex_match(line.substr(0, message), layout)) return line.substr(message);
+  if (IsLogLine(line)) return line.substr(BeginOfMessage(line));
   ADD_FAILURE() << "not a log line: " << ::testing::PrintToString(line);
   return line;
 }

@@ -18,6 +18,9 @@ std::vector<std::wstring> ReadLogLines(const std::wstring& path);
 /// The same without "TIME (PROCESS) "; a failure for a line of another layout.
 std::vector<std::wstring> ReadLogMessages(const std::wstring& path);
 
+/// Whether a line is "TIME (PROCESS:ID) message".
+bool IsLogLine(const std::wstring& line);
+
 /// What stands behind "TIME (PROCESS) "; a failure for a line of another layout.
 std::wstring MessageOf(const std::wstring& line);
 

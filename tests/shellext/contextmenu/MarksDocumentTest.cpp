@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -65,17 +64,15 @@ std::vector<Example> Examples(const std::string& kind) {
   return examples;
 }
 
+/// Each "\xHH" of the page is the byte that it names.
 std::string Bytes(const std::string& line) {
-  static const std::regex escape("\\\\x([0-9A-F]{2})");
   std::string bytes;
-  std::sregex_iterator match(line.begin(), line.end(), escape);
-  size_t done = 0;
-  for (; match != std::sregex_iterator(); ++match) {
-    bytes += line.substr(done, static_cast<size_t>(match->position()) - done);
-    bytes += static_cast<char>(std::strtol((*match)[1].str().c_str(), nullptr, 16));
-    done = static_cast<size_t>(match->position() + match->length());
+  for (size_t i = 0; i < line.size();) {
+    const bool escaped = line.compare(i, 2, "\\x") == 0;
+    bytes += escaped ? static_cast<char>(std::stoi(line.substr(i + 2, 2), nullptr, 16)) : line[i];
+    i += escaped ? 4u : 1u;
   }
-  return bytes + line.substr(done);
+  return bytes;
 }
 
 int Number(const std::string& word) {
