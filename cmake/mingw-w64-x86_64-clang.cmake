@@ -17,9 +17,10 @@ execute_process(COMMAND ${mingw_gcc} -print-libgcc-file-name
   OUTPUT_VARIABLE libgcc OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 get_filename_component(gcc_folder ${libgcc} DIRECTORY)
 set(cxx_headers ${gcc_folder}/include/c++)
-# Thread-local variables are made as the standard library's own are.
+# Thread-local variables are made as the standard library's own are, and the comparison
+# of types is left to it, as its headers leave it for the compiler that built it.
 set(CMAKE_CXX_FLAGS_INIT
-  "-femulated-tls -nostdinc++ -isystem ${cxx_headers} -isystem ${cxx_headers}/${triple} -isystem ${cxx_headers}/backward")
+  "-femulated-tls -D__GXX_TYPEINFO_EQUALITY_INLINE=0 -nostdinc++ -isystem ${cxx_headers} -isystem ${cxx_headers}/${triple} -isystem ${cxx_headers}/backward")
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-B${gcc_folder} -L${gcc_folder}")
 endforeach()
