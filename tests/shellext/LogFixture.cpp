@@ -45,8 +45,9 @@ size_t EndOfDigits(const std::wstring& line, size_t begin) {
 bool StartsWithTime(const std::wstring& line) {
   constexpr std::wstring_view kShape = L"dddd-dd-dd dd:dd:dd.000 ";  // "d" is a digit
   return line.size() >= kShape.size() &&
-         std::equal(kShape.begin(), kShape.end(), line.begin(),
-                    [](wchar_t shape, wchar_t c) { return shape == L'd' ? c >= L'0' && c <= L'9' : c == shape; });
+         std::equal(kShape.begin(), kShape.end(), line.begin(), [](wchar_t shape, wchar_t c) {
+           return shape == L'd' ? c >= L'0' && c <= L'9' : c == shape;
+         });
 }
 
 /// Where the message of "TIME (PROCESS:ID) message" begins, or npos for another layout.
@@ -54,7 +55,8 @@ size_t BeginOfMessage(const std::wstring& line) {
   constexpr size_t kProcess = 24;  // where the time's characters end
   if (!StartsWithTime(line) || line.size() == kProcess || line[kProcess] != L'(') return std::wstring::npos;
   const size_t nameEnd = line.find_first_of(L"\\/:", kProcess);
-  if (nameEnd == std::wstring::npos || nameEnd == kProcess + 1 || line[nameEnd] != L':') return std::wstring::npos;
+  if (nameEnd == std::wstring::npos || nameEnd == kProcess + 1 || line[nameEnd] != L':')
+    return std::wstring::npos;
   const size_t idEnd = EndOfDigits(line, nameEnd + 1);
   return idEnd > nameEnd + 1 && line.compare(idEnd, 2, L") ") == 0 ? idEnd + 2 : std::wstring::npos;
 }

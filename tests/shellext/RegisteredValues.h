@@ -9,16 +9,21 @@
 
 namespace veskard {
 
+// Each is written out whole: one that is made from others would need these to be
+// initialised first, which not every compiler sees to.
 inline const std::wstring kMenuId = L"{8AF59405-CC05-0002-0702-AE6472CC92B2}";
 inline const std::wstring kIconId = L"{8AF59406-CC05-0002-0702-AE6472CC92B2}";
 inline const std::wstring kHandler = L"Nimbrel Veskard Agent Service 2.7.2";
 inline const std::wstring kClasses = L"Software\\Classes\\";
-inline const std::wstring kMenuClass = kClasses + L"CLSID\\" + kMenuId;
-inline const std::wstring kIconClass = kClasses + L"CLSID\\" + kIconId;
-inline const std::wstring kAllFiles = kClasses + L"*\\shellex\\ContextMenuHandlers\\" + kHandler;
-inline const std::wstring kShortcuts = kClasses + L"lnkfile\\shellex\\ContextMenuHandlers\\" + kHandler;
-inline const std::wstring kFolders = kClasses + L"Directory\\shellex\\ContextMenuHandlers\\" + kHandler;
-inline const std::wstring kIconHandler = kClasses + L"Nimbrel Veskard Agent\\shellex\\IconHandler";
+inline const std::wstring kMenuClass = L"Software\\Classes\\CLSID\\{8AF59405-CC05-0002-0702-AE6472CC92B2}";
+inline const std::wstring kIconClass = L"Software\\Classes\\CLSID\\{8AF59406-CC05-0002-0702-AE6472CC92B2}";
+inline const std::wstring kAllFiles =
+    L"Software\\Classes\\*\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2";
+inline const std::wstring kShortcuts =
+    L"Software\\Classes\\lnkfile\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2";
+inline const std::wstring kFolders =
+    L"Software\\Classes\\Directory\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2";
+inline const std::wstring kIconHandler = L"Software\\Classes\\Nimbrel Veskard Agent\\shellex\\IconHandler";
 
 /// A key that registration makes, with the rows that write to it.
 struct WrittenKey {
