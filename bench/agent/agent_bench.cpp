@@ -3,12 +3,12 @@
 // once. Where the agent is stuck, all senders before wait for it meanwhile.
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "bench/windows/Measure.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tools/standin_agent/AgentEndpoint.h"
 #include "tools/standin_agent/StandinAgent.h"
@@ -24,24 +24,11 @@ constexpr int kCalls = 20;  // of each kind, for each state and round
 constexpr int kItems = 100;
 constexpr DWORD kBreak = 2;  // milliseconds, for the sender to be done or to be stuck
 
-double MicrosecondsNow() {
-  LARGE_INTEGER ticks, frequency;
-  ::QueryPerformanceCounter(&ticks);
-  ::QueryPerformanceFrequency(&frequency);
-  return static_cast<double>(ticks.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
-}
-
 template <class Call>
 double MicrosecondsOf(const Call& call) {
-  const double begin = MicrosecondsNow();
+  const double begin = bench::MicrosecondsNow();
   call();
-  return MicrosecondsNow() - begin;
-}
-
-double Median(std::vector<double> times) {
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
+  return bench::MicrosecondsNow() - begin;
 }
 
 /// A pipe whose only instance is taken by another client.
@@ -75,9 +62,9 @@ std::vector<AgentState> AllStates() {
 }
 // clang-format on
 
-class Bench {
+class AgentBench {
  public:
-  Bench() {
+  AgentBench() {
     registry_.SetApplicationData(applicationData_.Path());
     test::WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", 0);
     tree_.MarkRoot(L"root", test::kSelective);
@@ -108,13 +95,13 @@ class Bench {
 };
 
 void PrintTable(const std::vector<AgentState>& states) {
-  const double query = Median(states[0].queries);
-  const double choice = Median(states[0].choices);
+  const double query = bench::TimesOf(states[0].queries).median;
+  const double choice = bench::TimesOf(states[0].choices).median;
   std::printf("The agent ...             QueryContextMenu          InvokeCommand   (%d items; aim 1.10x)\n",
               kItems);
   for (const AgentState& state : states) {
-    const double itsQuery = Median(state.queries);
-    const double itsChoice = Median(state.choices);
+    const double itsQuery = bench::TimesOf(state.queries).median;
+    const double itsChoice = bench::TimesOf(state.choices).median;
     std::printf("  %-20s %9.0f us %6.2fx   %9.0f us %6.2fx\n", state.name, itsQuery, itsQuery / query,
                 itsChoice, itsChoice / choice);
   }
@@ -125,12 +112,12 @@ void PrintTable(const std::vector<AgentState>& states) {
 
 int main() {
   using namespace veskard;
-  const Bench bench;
+  const AgentBench agents;
   std::vector<AgentState> states = AllStates();
   for (int round = 0; round < kRounds; ++round) {
     // Another one goes first each time.
     for (size_t i = 0; i < states.size(); ++i)
-      bench.Measure(states[(static_cast<size_t>(round) + i) % states.size()]);
+      agents.Measure(states[(static_cast<size_t>(round) + i) % states.size()]);
   }
   PrintTable(states);
 }
