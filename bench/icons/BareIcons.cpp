@@ -10,8 +10,6 @@
 #include <cstring>
 #include <vector>
 
-#include "core/WindowsOwners.h"
-
 namespace veskard::bench {
 namespace {
 
@@ -46,19 +44,6 @@ Gdiplus::BitmapData Lock(Gdiplus::GpBitmap* bitmap, Gdiplus::PixelFormat format)
   Gdiplus::BitmapData bits = {};
   gdip::GdipBitmapLockBits(bitmap, nullptr, Gdiplus::ImageLockModeRead, format, &bits);
   return bits;
-}
-
-UniqueIcon ShellIcon(const std::wstring& name, bool large) {
-  SHFILEINFOW info = {};
-  const UINT wanted = large ? SHGFI_SYSICONINDEX : SHGFI_ICON | SHGFI_SMALLICON;
-  ::SHGetFileInfoW(name.c_str(), FILE_ATTRIBUTE_NORMAL, &info, sizeof(info),
-                   wanted | SHGFI_USEFILEATTRIBUTES);
-  UniqueIcon icon(info.hIcon);
-  if (!large) return icon;
-  UniqueCom<IImageList> list;
-  ::SHGetImageList(SHIL_JUMBO, __uuidof(IImageList), reinterpret_cast<void**>(list.Out()));
-  list.Get()->GetIcon(info.iIcon, ILD_NORMAL, icon.Out());
-  return icon;
 }
 
 void CopyPixels(Gdiplus::GpBitmap* bitmap) {
@@ -156,8 +141,17 @@ void BareMark(const std::wstring& placeholder) {
   ::ReadFile(mark.Get(), bytes, static_cast<DWORD>(size.QuadPart), &read, nullptr);
 }
 
-void BareShellIcon(const std::wstring& name, bool large) {
-  ShellIcon(name, large);
+UniqueIcon BareShellIcon(const std::wstring& name, bool large) {
+  SHFILEINFOW info = {};
+  const UINT wanted = large ? SHGFI_SYSICONINDEX : SHGFI_ICON | SHGFI_SMALLICON;
+  ::SHGetFileInfoW(name.c_str(), FILE_ATTRIBUTE_NORMAL, &info, sizeof(info),
+                   wanted | SHGFI_USEFILEATTRIBUTES);
+  UniqueIcon icon(info.hIcon);
+  if (!large) return icon;
+  UniqueCom<IImageList> list;
+  ::SHGetImageList(SHIL_JUMBO, __uuidof(IImageList), reinterpret_cast<void**>(list.Out()));
+  list.Get()->GetIcon(info.iIcon, ILD_NORMAL, icon.Out());
+  return icon;
 }
 
 void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
@@ -170,7 +164,7 @@ void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
 
 void BareColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress) {
   BareMark(placeholder);
-  const UniqueGpBitmap typeIcon = BareBitmapOf(ShellIcon(name, large).Get());
+  const UniqueGpBitmap typeIcon = BareBitmapOf(BareShellIcon(name, large).Get());
   CopyPixels(typeIcon.Get());
   BareExtraction(typeIcon.Get(), Badge(SizeOf(typeIcon.Get()), progress).Get());
 }

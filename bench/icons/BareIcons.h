@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "core/WindowsOwners.h"
 #include "shellext/icons/GdiplusOwners.h"
 
 namespace veskard::bench {
@@ -14,8 +15,8 @@ void BareMark(const std::wstring& placeholder);
 /// The icon as a bitmap with its alpha, drawn onto an empty one.
 UniqueGpBitmap BareBitmapOf(HICON icon);
 
-/// The Shell's icon for a name, fetched and destroyed.
-void BareShellIcon(const std::wstring& name, bool large);
+/// The Shell's icon for a name.
+UniqueIcon BareShellIcon(const std::wstring& name, bool large);
 
 /// One clone, one draw, one conversion to an icon.
 void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge);

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "core/ModuleHandle.h"
+#include "bench/library/Libraries.h"
 #include "core/WindowsOwners.h"
 
 namespace veskard::bench {
@@ -65,11 +65,6 @@ FirstLoad LoadInNewProcess(const std::wstring& library, const std::vector<std::w
     Give("read what load_once.exe measured");
   }
   return load;
-}
-
-std::wstring BesideThisProgram(const wchar_t* name) {
-  const std::wstring program = ReadModulePath(nullptr);
-  return program.substr(0, program.rfind(L'\\') + 1) + name;
 }
 
 }  // namespace veskard::bench

@@ -16,7 +16,4 @@ struct FirstLoad {
 /// Runs load_once.exe. Ends the program with a message when that fails.
 FirstLoad LoadInNewProcess(const std::wstring& library, const std::vector<std::wstring>& systemLibraries);
 
-/// A program or library that was built beside this one.
-std::wstring BesideThisProgram(const wchar_t* name);
-
 }  // namespace veskard::bench

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bench/library/FirstLoad.h"
+#include "bench/library/Libraries.h"
 #include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
 #include "tools/common/ImportSlot.h"
@@ -14,18 +15,13 @@
 namespace veskard::bench {
 namespace {
 
-// What the library imports beside kernel32.dll. Explorer has all of them.
-const std::vector<std::wstring> kSystemLibraries = {
-    L"advapi32.dll", L"gdi32.dll",   L"gdiplus.dll", L"mpr.dll",    L"msvcrt.dll",
-    L"ole32.dll",    L"shell32.dll", L"shlwapi.dll", L"user32.dll",
-};
 constexpr int kFirstLoads = 31;
 constexpr double kMillisecondsMoreAtMost = 0.5;
 
 // Those that are compared.
 struct Libraries {
-  std::wstring ours = BesideThisProgram(L"..\\VeskardShellExt.dll");
-  std::wstring empty = BesideThisProgram(L"empty_library.dll");
+  std::wstring ours = BuiltLibrary();
+  std::wstring empty = EmptyLibrary();
 };
 
 void PrintMore(const Times& ours, const Times& empty) {

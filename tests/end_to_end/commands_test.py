@@ -54,8 +54,10 @@ TABLE = [
     ("scripts/dependencies.py", "Looks at the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
+    ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
     # the scripts
     ("scripts/bench.sh", "Measures everything in one run", {"now": 'cannot use "now" here'}),
+    ("scripts/bench-instructions.sh", "Counts instructions", {"all": 'cannot use "all" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
     ("scripts/check-reproducible.sh", "Builds the library once more", {
