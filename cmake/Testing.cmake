@@ -33,14 +33,11 @@ target_precompile_headers(test_headers PRIVATE
 set_target_properties(test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 target_compile_options(test_headers PRIVATE ${test_optimisation})
 
-set(VESKARD_TIMEOUT_FACTOR 1 CACHE STRING "How much longer than usual a test may take")
-
 function(veskard_test name)
   cmake_parse_arguments(arg "RESTRICTED" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
-  math(EXPR timeout "${arg_TIMEOUT} * ${VESKARD_TIMEOUT_FACTOR}")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE veskard_flags ${arg_LIBS} gmock test_main)
   target_compile_options(${name} PRIVATE ${test_optimisation})
@@ -54,7 +51,7 @@ function(veskard_test name)
     set(runner ${test_runner})
   endif()
   add_test(NAME ${name} COMMAND ${runner} $<TARGET_FILE:${name}>)
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
   if(VESKARD_SANITIZERS)
     # The default on most systems, but not to be left to it.
     set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=detect_leaks=1)

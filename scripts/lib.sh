@@ -41,6 +41,14 @@ run() {
 wine_environment() {
   export WINEPREFIX=${WINEPREFIX:-$wine_prefix}
   export WINEARCH=win64
+  # VESKARD_HEAP_CHECKS=marks: Wine puts marks behind every block of a heap (see
+  # heap_marks), and says which it finds damaged. VESKARD_HEAP_CHECKS=all: it also fills
+  # what is free and keeps freed blocks for a while, which takes half a millisecond for
+  # each block freed in a heap of some size.
+  case "${VESKARD_HEAP_CHECKS:-}" in
+    marks) WINEDEBUG=-all,err+heap ;;
+    all) WINEDEBUG=-all,err+heap,warn+heap ;;
+  esac
   export WINEDEBUG=${WINEDEBUG:--all}
   export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d;winemenubuilder.exe=d"
 }
@@ -50,6 +58,7 @@ wine_prefix_ready() {
   wine_environment
   if [ -e "$WINEPREFIX/.ready" ]; then
     wine_server_stays
+    heap_marks
     return 0
   fi
   say "making a Wine prefix (about ten seconds)"
@@ -62,6 +71,22 @@ wine_prefix_ready() {
   wine_stop
   touch "$WINEPREFIX/.ready"
   wine_server_stays
+  heap_marks
+}
+
+# Has every program of this prefix put marks behind its heaps' blocks, or none again,
+# as VESKARD_HEAP_CHECKS asks.
+heap_marks() {
+  local made="$WINEPREFIX/.heap-marks" wanted=''
+  local key='HKLM\System\CurrentControlSet\Control\Session Manager'
+  [ "${VESKARD_HEAP_CHECKS:-}" != marks ] || wanted=yes
+  if [ -n "$wanted" ] && [ ! -e "$made" ]; then
+    run "$build/logs/heap-marks.log" timeout 60 wine reg add "$key" /v GlobalFlag /t REG_DWORD /d 0x10 /f
+    touch "$made"
+  elif [ -z "$wanted" ] && [ -e "$made" ]; then
+    run "$build/logs/heap-marks.log" timeout 60 wine reg delete "$key" /v GlobalFlag /f
+    rm "$made"
+  fi
 }
 
 # Ends the server of this prefix, and of no other.
@@ -83,14 +108,16 @@ wine_server_stays() {
 # that does has ended, and keeps the standard error of the first: a file here, shown
 # afterwards, or whoever reads our output would wait for a stranger's program.
 run_under_wine() {
-  local folder errors rc=0
+  local folder rc=0
   folder=$(mktemp -d)
-  errors="$folder/errors"
-  [ -z "${VESKARD_HEAP_CHECKS:-}" ] || errors=/dev/stderr  # too many for a file
   wine_server_stays
   TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
-    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" 2>"$errors" || rc=$?
-  [ ! -e "$folder/errors" ] || cat "$folder/errors" >&2
+    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" 2>"$folder/errors" || rc=$?
+  cat "$folder/errors" >&2
+  if grep -aq ':heap:' "$folder/errors"; then
+    say "a heap was damaged (exit code $rc)" >&2
+    [ "$rc" -ne 0 ] || rc=70
+  fi
   if [ -e "$folder/unfinished" ]; then
     say "the tests did not come to their end (exit code $rc)" >&2
     [ "$rc" -ne 0 ] || rc=70

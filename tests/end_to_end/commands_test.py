@@ -84,7 +84,7 @@ TABLE = [
     ("scripts/soak.sh", "right-clicks and icons", {
         "long": 'ROUNDS is a number, not "long"', "1 2": 'cannot use "2" here', "--fast": "there is no option --fast"}),
     # These three hand every word on to the program that runs the tests.
-    ("scripts/test-heap.sh", "Wine's heap checking", {}),
+    ("scripts/test-heap.sh", "The test suite with heap checks", {}),
     ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
     ("scripts/torture.sh", "Every request for memory", {}),
     ("scripts/test.sh", "Everything tested", {"some": 'cannot use "some" here'}),

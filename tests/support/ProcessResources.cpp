@@ -15,7 +15,15 @@ namespace {
 constexpr size_t kHandleLimit = 0x8000;
 constexpr size_t kTlsLimit = 1088;
 
+/// With its heap checks on, Wine keeps the blocks that were freed last and counts them
+/// as taken: these take their places, always the same.
+void ReplaceFreedBlocks(HANDLE heap) {
+  constexpr int kKept = 1024;
+  for (int i = 0; i <= kKept; ++i) ::HeapFree(heap, 0, ::HeapAlloc(heap, 0, 1));
+}
+
 void AddHeap(ProcessResources& count, HANDLE heap) {
+  ReplaceFreedBlocks(heap);
   ::HeapLock(heap);
   PROCESS_HEAP_ENTRY entry = {};
   while (::HeapWalk(heap, &entry)) {

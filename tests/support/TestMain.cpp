@@ -3,6 +3,18 @@
 
 #include <cstdio>
 
+#if defined(_WIN32)
+#include "tests/support/HeapChecks.h"
+
+static void Prepare() {
+  // GoogleTest destroys its listeners, and this process ends before.
+  if (veskard::test::HeapChecks::AreWanted())
+    testing::UnitTest::GetInstance()->listeners().Append(new veskard::test::HeapChecks);
+}
+#else
+static void Prepare() {}
+#endif
+
 #if defined(_WIN32) && !defined(VESKARD_COVERAGE)
 #include <windows.h>
 
@@ -23,5 +35,6 @@ static int End(int result) {
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
+  Prepare();
   return End(RUN_ALL_TESTS());
 }
