@@ -35,20 +35,57 @@ class MemoryWatch {
 class MemberCloser {
  public:
   explicit MemberCloser(unzFile archive) noexcept : archive_(archive) {}
-  ~MemberCloser() { Close(); }
+  ~MemberCloser() { unzCloseCurrentFile(archive_); }
   MemberCloser(const MemberCloser&) = delete;
   MemberCloser& operator=(const MemberCloser&) = delete;
-
-  /// UNZ_OK, or UNZ_CRCERROR when all bytes were read and their checksum differs.
-  int Close() noexcept {
-    const int error = archive_ == nullptr ? UNZ_OK : unzCloseCurrentFile(archive_);
-    archive_ = nullptr;
-    return error;
-  }
 
  private:
   unzFile archive_;
 };
+
+/// Inflates the current member, which is open for its raw bytes.
+class Inflater {
+ public:
+  explicit Inflater(unzFile archive) noexcept
+      : archive_(archive), error_(inflateInit2(&stream_, -MAX_WBITS)) {}
+  ~Inflater() { inflateEnd(&stream_); }
+  Inflater(const Inflater&) = delete;
+  Inflater& operator=(const Inflater&) = delete;
+
+  /// The number of bytes put into `contents`, fewer than its size where the stream
+  /// ends early; negative for bytes that are missing or do not inflate.
+  int FillFrom(std::string& contents) noexcept {
+    stream_.next_out = reinterpret_cast<Bytef*>(contents.data());
+    stream_.avail_out = static_cast<uInt>(contents.size());
+    while (error_ == Z_OK && stream_.avail_out > 0) Continue();
+    if (error_ != Z_OK && error_ != Z_STREAM_END) return error_;
+    return static_cast<int>(contents.size() - stream_.avail_out);
+  }
+
+ private:
+  void Continue() noexcept {
+    if (stream_.avail_in == 0) {
+      const int count = unzReadCurrentFile(archive_, input_.data(), static_cast<unsigned>(input_.size()));
+      if (count < 0) {
+        error_ = count;
+        return;
+      }
+      stream_.next_in = input_.data();
+      stream_.avail_in = static_cast<uInt>(count);  // none at the end, which zlib calls an error
+    }
+    error_ = inflate(&stream_, Z_SYNC_FLUSH);
+  }
+
+  unzFile archive_;
+  z_stream stream_{};
+  int error_;
+  std::array<Bytef, 4096> input_{};
+};
+
+bool IsChecksum(uLong expected, const std::string& contents) noexcept {
+  return crc32(0, reinterpret_cast<const Bytef*>(contents.data()), static_cast<uInt>(contents.size())) ==
+         expected;
+}
 
 }  // namespace
 
@@ -77,39 +114,41 @@ std::vector<std::string> ZipReader::MemberNames() {
 ZipOutcome ZipReader::ReadMember(const std::string& name, std::string& contents) {
   const MemoryWatch watch;
   contents.clear();
-  size_t size = 0;
-  ZipOutcome outcome = OpenMember(name, size);
-  if (outcome.Succeeded()) outcome = ReadOpenMember(contents, size);
+  unz_file_info64 info{};
+  ZipOutcome outcome = OpenMember(name, info);
+  if (outcome.Succeeded()) outcome = ReadOpenMember(contents, info);
   if (outcome.Succeeded()) return outcome;
   contents.clear();
   watch.ThrowIfMemoryEnded();
   return outcome;
 }
 
-ZipOutcome ZipReader::OpenMember(const std::string& name, size_t& size) {
+ZipOutcome ZipReader::OpenMember(const std::string& name, unz_file_info64& info) {
   int error = unzLocateFile(archive_.get(), name.c_str(), kCaseSensitive);
   if (error != UNZ_OK) return {ZipStep::kLocate, error};
 
-  unz_file_info64 info{};
   error = unzGetCurrentFileInfo64(archive_.get(), &info, nullptr, 0, nullptr, 0, nullptr, 0);
   if (error != UNZ_OK) return {ZipStep::kInfo, error};
   if (info.uncompressed_size > kMaxMemberSize) return {ZipStep::kInfo, UNZ_BADZIPFILE};
-  size = static_cast<size_t>(info.uncompressed_size);
 
-  error = IsReadable(info) ? unzOpenCurrentFile(archive_.get()) : UNZ_BADZIPFILE;
+  // For its raw bytes: asked to inflate them itself, minizip loses a buffer when zlib
+  // finds no memory.
+  int method = 0, level = 0;
+  error = IsReadable(info) ? unzOpenCurrentFile2(archive_.get(), &method, &level, 1) : UNZ_BADZIPFILE;
   return error == UNZ_OK ? ZipOutcome{} : ZipOutcome{ZipStep::kOpen, error};
 }
 
-ZipOutcome ZipReader::ReadOpenMember(std::string& contents, size_t size) {
-  MemberCloser member(archive_.get());
+ZipOutcome ZipReader::ReadOpenMember(std::string& contents, const unz_file_info64& info) {
+  const MemberCloser member(archive_.get());
+  const auto size = static_cast<unsigned>(info.uncompressed_size);
   contents.resize(size);
-  const int count = unzReadCurrentFile(archive_.get(), contents.data(), static_cast<unsigned>(size));
+  const int count = info.compression_method == kStored
+                        ? unzReadCurrentFile(archive_.get(), contents.data(), size)
+                        : Inflater(archive_.get()).FillFrom(contents);
   if (count <= 0) return {ZipStep::kRead, count};
 
-  // A stream that ends early is never checked against its checksum.
-  const bool isShort = static_cast<size_t>(count) < size;
-  const int error = isShort ? UNZ_CRCERROR : member.Close();
-  return error == UNZ_OK ? ZipOutcome{} : ZipOutcome{ZipStep::kClose, error};
+  const bool isWhole = static_cast<unsigned>(count) == size && IsChecksum(info.crc, contents);
+  return isWhole ? ZipOutcome{} : ZipOutcome{ZipStep::kClose, UNZ_CRCERROR};
 }
 
 }  // namespace veskard

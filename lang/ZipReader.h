@@ -58,8 +58,8 @@ class ZipReader {
     void operator()(void* archive) const noexcept { unzClose(archive); }
   };
 
-  ZipOutcome OpenMember(const std::string& name, size_t& size);
-  ZipOutcome ReadOpenMember(std::string& contents, size_t size);
+  ZipOutcome OpenMember(const std::string& name, unz_file_info64& info);
+  ZipOutcome ReadOpenMember(std::string& contents, const unz_file_info64& info);
 
   MemoryFile file_;
   std::unique_ptr<void, ArchiveCloser> archive_;  // null when the bytes are none
