@@ -31,7 +31,9 @@ std::wstring DecodeAnsi(std::string_view bytes) {
 }
 
 void WriteReport(const std::wstring& path, std::string_view mark, const std::wstring& report) {
-  const std::string bytes = std::string(mark) + Utf8FromWide(report);
+  const std::string text = Utf8FromWide(report);
+  if (text.empty()) return;  // it cannot be converted: an older report says more than none
+  const std::string bytes = std::string(mark) + text;
   WriteFileReplacing(path.c_str(), bytes.data(), static_cast<uint32_t>(bytes.size()));
 }
 
@@ -49,8 +51,9 @@ void ApplyCheckFile(StringTable& table, const std::wstring& checkFilePath) {
   std::string bytes;
   if (!ReadWholeFile(checkFilePath, bytes)) return;
   const bool isUtf8 = bytes.starts_with(kUtf8Mark);
-  const std::wstring text =
-      isUtf8 ? WideFromUtf8(std::string_view(bytes).substr(kUtf8Mark.size())) : DecodeAnsi(bytes);
+  const std::string_view encoded = std::string_view(bytes).substr(isUtf8 ? kUtf8Mark.size() : 0);
+  const std::wstring text = isUtf8 ? WideFromUtf8(encoded) : DecodeAnsi(encoded);
+  if (text.empty() && !encoded.empty()) return;  // the system cannot convert it
   const std::wstring report = ApplyCheckText(table, text);
   if (!report.empty()) WriteReport(CheckReportPath(checkFilePath), isUtf8 ? kUtf8Mark : "", report);
 }

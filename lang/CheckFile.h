@@ -15,8 +15,8 @@ std::wstring CheckFilePath(const std::wstring& programPath);
 std::wstring CheckReportPath(const std::wstring& checkFilePath);
 
 /// Tries a check file on the table and writes the report beside it when there is
-/// anything to report. A file that does not exist, cannot be read or has more than a
-/// megabyte is passed over. The file is UTF-8 when it begins with the byte-order mark,
+/// anything to report. A file that does not exist, cannot be read or converted or has more
+/// than a megabyte is passed over. The file is UTF-8 when it begins with the byte-order mark,
 /// else text in the system's ANSI code page; the report is UTF-8, with the mark where
 /// the file has it. Never fails: a report that cannot be written is not. Throws
 /// std::bad_alloc only.

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "lang/BuiltInStrings.h"
+#include "tests/support/ImportPatch.h"
 
 namespace veskard {
 namespace {
@@ -152,6 +153,30 @@ TEST_F(CheckFileTest, FolderInItsPlaceIsPassedOver) {
   ApplyCheckFile(table_, CheckPath().wstring());
   EXPECT_EQ(table_.Get(8), L"x");
   EXPECT_FALSE(fs::exists(ReportPath()));
+}
+
+int WINAPI RefuseToWiden(UINT, DWORD, LPCCH, int, LPWSTR wide, int) {
+  return wide == nullptr ? 1 : 0;  // there is a length, and then nothing comes
+}
+
+int WINAPI RefuseToNarrow(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) {
+  return 0;
+}
+
+TEST_F(CheckFileTest, FileThatCannotBeConvertedIsPassedOver) {
+  Write(ReportPath(), "an older report");
+  const test::FunctionPatch<decltype(::MultiByteToWideChar)> refused(nullptr, "MultiByteToWideChar",
+                                                                     &RefuseToWiden);
+  Apply("nonsense\r\nUnsinn\r\n");
+  EXPECT_EQ(Read(ReportPath()), "an older report");
+}
+
+TEST_F(CheckFileTest, ReportThatCannotBeConvertedLeavesTheOlderOne) {
+  Write(ReportPath(), "an older report");
+  const test::FunctionPatch<decltype(::WideCharToMultiByte)> refused(nullptr, "WideCharToMultiByte",
+                                                                     &RefuseToNarrow);
+  Apply("nonsense\r\nUnsinn\r\n");
+  EXPECT_EQ(Read(ReportPath()), "an older report");
 }
 
 TEST_F(CheckFileTest, ReportThatCannotBeWrittenIsNot) {
