@@ -51,7 +51,7 @@ bool Exists(const std::wstring& file) {
 
 std::wstring LibraryToRegister(const Arguments& arguments) {
   if (arguments.Has("--dll")) return FullPath(arguments.Text("--dll"));
-  const std::wstring registered = RegisteredLibraryPath();
+  std::wstring registered = RegisteredLibraryPath();
   if (Exists(registered)) return registered;
   const std::wstring program = ReadModulePath(nullptr);
   return program.substr(0, program.find_last_of(L'\\')) + L"\\VeskardShellExt.dll";

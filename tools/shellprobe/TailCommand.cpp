@@ -56,7 +56,7 @@ class LinePrinter {
 
 std::wstring FileToFollow(const Arguments& arguments) {
   if (arguments.Has("--file")) return FullPath(arguments.Text("--file"));
-  const std::wstring path = DiagnosticLogPath();
+  std::wstring path = DiagnosticLogPath();
   if (path.empty()) throw ToolError(ExitCode::kFailed, "the system does not tell where the log lies");
   return path;
 }

@@ -367,7 +367,7 @@ void FormatRun<Char>::Convert(Char letter) {
   // clang-format on
   static constexpr auto kEmitters = [] {
     std::array<Emitter, 128> emitters{};
-    for (const Conversion& row : kConversions) emitters[static_cast<size_t>(row.letter)] = row.emit;
+    for (const Conversion& row : kConversions) emitters[static_cast<unsigned char>(row.letter)] = row.emit;
     return emitters;
   }();
   const auto code = static_cast<std::make_unsigned_t<Char>>(letter);
