@@ -19,7 +19,8 @@ bool IsCounted(const char* name, void* function) {
   HMODULE home = nullptr;
   ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        static_cast<const wchar_t*>(function), &home);
-  return home != ::GetModuleHandleW(L"msvcrt.dll") &&
+  // The heap checks put functions of this program before the C run-time library's.
+  return home != ::GetModuleHandleW(L"msvcrt.dll") && home != ::GetModuleHandleW(nullptr) &&
          std::none_of(std::begin(kNotCounted), std::end(kNotCounted),
                       [name](const char* other) { return std::strcmp(name, other) == 0; });
 }
