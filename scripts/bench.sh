@@ -2,7 +2,8 @@
 # Measures everything in one run: the platform-neutral code natively, optimised, side
 # by side with its peers; under Wine, as ratios to the least that the work takes, the
 # right-click and the choice, the loading, the icons and the log; the library's size; and
-# the instructions where an aim is missed. Takes some six minutes on a quiet machine.
+# the instructions where an aim is missed. Takes three minutes on a quiet
+# machine, without building.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
