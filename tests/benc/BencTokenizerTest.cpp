@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "benc/BencParser.h"
@@ -141,6 +142,19 @@ TEST(TokenizerTest, BehindAStringThatRunsPastTheEndThereAreOnlyErrors) {
     EXPECT_EQ(parser.NextToken(&text, &length), TokError);
     EXPECT_EQ(length, 0u);
     EXPECT_EQ(text, before) << "the text output is left as it was";
+  }
+}
+
+TEST(TokenizerTest, TheTextOfAStartOrAnEndLiesBehindIt) {
+  for (const auto& [input, token] :
+       {std::pair("li", TokListStart), std::pair("di", TokDictStart), std::pair("ei", TokEnd)}) {
+    GuardedBuffer buffer(input);
+    BencParser parser(buffer.begin(), buffer.end());
+    const char* text = nullptr;
+    size_t length = 7;
+    EXPECT_EQ(parser.NextToken(&text, &length), token);
+    EXPECT_EQ(text, buffer.begin() + 1) << input;
+    EXPECT_EQ(length, 0u) << input;
   }
 }
 

@@ -80,7 +80,8 @@ TEST_F(OwnerTest, OutClosesWhatIsOwnedAndTakesWhatIsWritten) {
 
 TEST(AssertionDeathTest, NamesUnitAndLineAndStopsTheProcess) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_DEATH(AssertionFailed("fs\\util\\Handle", 72), "assert failed fs.util.Handle:72 \\(34013186\\)");
+  EXPECT_DEATH(AssertionFailed("fs\\util\\Handle", 72),
+               "\nassert failed fs\\\\util\\\\Handle:72 \\(34013186\\)\r?\n");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The argument list of one formatting run: typed slots instead of C varargs, so
-// that a format that does not match its arguments prints a wrong text but never
-// reads what is not there.
+// that a format that does not match its arguments prints a wrong text but reads
+// nothing that is not there. How many bytes lie behind a pointer no type says: for
+// "m", "h", "H" and the precision of a text the caller vouches.
 #pragma once
 
 #include <array>

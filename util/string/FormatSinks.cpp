@@ -50,12 +50,25 @@ void FormatRunOf(FormatSink& sink, const wchar_t* format, FormatArgs args) {
   FormatWide(sink, format, args);
 }
 
+// Ends an array's text where the run ended, also when memory ended the run.
+template <class Char>
+class Terminated {
+ public:
+  explicit Terminated(const ArraySink<Char>& sink) noexcept : sink_(sink) {}
+  ~Terminated() { sink_.array[sink_.written] = Char(); }
+  Terminated(const Terminated&) = delete;
+  Terminated& operator=(const Terminated&) = delete;
+
+ private:
+  const ArraySink<Char>& sink_;
+};
+
 template <class Char>
 size_t FormatIntoBuffer(Char* buffer, size_t size, const Char* format, FormatArgs args) {
   if (size == 0) return 0;
   ArraySink<Char> sink(buffer, size - 1);
+  const Terminated<Char> terminated(sink);
   FormatRunOf(sink, format, args);
-  buffer[sink.written] = Char();
   return sink.written;
 }
 

@@ -69,11 +69,11 @@ class FormatRun {
   FormatRun(FormatSink& sink, FormatArgs args) noexcept : out_(sink), args_(args) {}
 
   void Run(const Char* format) {
-    while (!out_.IsFull()) {
+    for (;;) {
       const Char* const literal = format;
       while (*format != 0 && *format != '%') ++format;
       if (format != literal) out_.Write(literal, static_cast<size_t>(format - literal));
-      if (*format == 0) return;
+      if (*format == 0 || out_.IsFull()) return;
       format = FormatSpecParser<Char>(format + 1, args_).Parse(spec_);
       if (*format == 0) return;
       Convert(*format++);
@@ -240,7 +240,7 @@ class FormatRun {
 
   void ByteVector() {
     const FormatArg* slot = args_.Next();
-    if (slot == nullptr || slot->kind != Kind::kByteVector || slot->IsNull()) return;
+    if (slot == nullptr || slot->kind != Kind::kByteVector || !IsPlausible(*slot)) return;
     const auto& bytes = *PointerIn<std::vector<uint8_t>>(*slot);
     if (!bytes.empty()) HexBytes(bytes.data(), std::min(bytes.size(), kMostBytesShown), kUpperDigits);
   }
@@ -251,14 +251,11 @@ class FormatRun {
     const FormatArg* slot = args_.Next();
     if (slot == nullptr || slot->IsNull()) return;
     ByteBuilder dump(kDumpCapacity);
-    const bool isDump =
-        slot->kind == Kind::kBencValue && formatServices.dumpDictionary(dump, *PointerIn<BencValue>(*slot));
-    if (!isDump) {
-      WriteMark(kInvalidText);
-      return;
-    }
+    const bool isDump = slot->kind == Kind::kBencValue && IsPlausible(*slot) &&
+                        formatServices.dumpDictionary(dump, *PointerIn<BencValue>(*slot));
     dump.Append("", 1);
-    out_.WriteField(spec_, dump.Data(), TextLength(dump.Data(), spec_));
+    const char* const text = isDump ? dump.Data() : kInvalidText;
+    out_.WriteField(spec_, text, TextLength(text, spec_));
   }
 
   // One decimal; with the alternate flag three significant digits.
@@ -302,7 +299,7 @@ class FormatRun {
     const FormatArg* slot = args_.Next();
     if (slot == nullptr || slot->IsNull()) {
       WriteMark(kNullText);
-    } else if (slot->kind != Kind::kAddress) {
+    } else if (slot->kind != Kind::kAddress || !IsPlausible(*slot)) {
       WriteMark(kErrorText);
     } else {
       WriteAddressField(*PointerIn<NetworkAddress>(*slot), writer);
@@ -316,7 +313,7 @@ class FormatRun {
     const FormatArg* slot = args_.Next();
     if (slot == nullptr || slot->IsNull()) {
       WriteMark(kNullText);
-    } else if (slot->kind != Kind::kAddressList) {
+    } else if (slot->kind != Kind::kAddressList || !IsPlausible(*slot)) {
       WriteMark(kErrorText);
     } else {
       WriteAddressList(*PointerIn<NetworkAddressList>(*slot));

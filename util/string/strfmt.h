@@ -35,7 +35,8 @@ std::wstring FormatStringArgs(const wchar_t* format, FormatArgs args);
 
 /// Formats into an array of `size` characters: at most size - 1 of them, always
 /// terminated (a size of 0 writes nothing). Returns the number written, without
-/// the terminator.
+/// the terminator. Throws std::bad_alloc only, and only in "%D": the array then
+/// ends before it.
 template <class Character, class... Args>
 size_t FormatBuffer(Character* buffer, size_t size, const Character* format, const Args&... args) {
   return FormatBufferArgs(buffer, size, format, FormatArgPack<sizeof...(Args)>(args...));

@@ -50,6 +50,7 @@ TYPED_TEST(FormatAddressTest, PrintsAListOfAddresses) {
   const NetworkAddressList list = {Ipv4(10, 0, 0, 1, 80), Ipv6({0, 0, 0, 0, 0, 0, 0, 1}, 8080),
                                    Ipv4(1, 2, 3, 4, 5)};
   EXPECT_EQ(this->Print("%V", &list), "10.0.0.1:80,[::1]:8080,1.2.3.4:5");
+  EXPECT_EQ(this->Print("%11V|", &list), "10.0.0.1:80, [::1]:8080,  1.2.3.4:5|") << "each of them";
   const NetworkAddressList empty;
   EXPECT_EQ(this->Print("[%V]", &empty), "[]");
 }
@@ -68,6 +69,9 @@ TYPED_TEST(FormatAddressTest, MarksWhatIsNoAddress) {
   const NetworkAddress four = Ipv4(1, 2, 3, 4);
   const NetworkAddressList list = {four};
   EXPECT_EQ(this->Print("%a %A %V", &list, 5, &four), "<ERROR> <ERROR> <ERROR>");
+  const auto* const noAddress = reinterpret_cast<const NetworkAddress*>(uintptr_t{5});
+  const auto* const noList = reinterpret_cast<const NetworkAddressList*>(uintptr_t{5});
+  EXPECT_EQ(this->Print("%a %A %V", noAddress, noAddress, noList), "<ERROR> <ERROR> <ERROR>");
 }
 
 std::string TextOf(const NetworkAddress& address) {

@@ -20,6 +20,7 @@ TYPED_TEST(FormatBytesTest, PrintsRawBytes) {
                                                                                    4));
   EXPECT_EQ(this->Print("%.*m|", 2, static_cast<const char*>(bytes)), std::string_view("a\0|", 3));
   EXPECT_EQ(this->Print("[%m%.0m]", bytes, bytes), "[]") << "as many as the precision says, and no more";
+  EXPECT_EQ(this->Print("[%9.1m]", bytes), "[a]") << "a width pads texts and numbers";
 }
 
 TYPED_TEST(FormatBytesTest, PrintsNoRawBytesOfAnythingElse) {
@@ -66,6 +67,7 @@ TYPED_TEST(FormatBytesTest, NoVectorAndAnEmptyOnePrintNothing) {
   EXPECT_EQ(this->Print("[%B]", &empty), "[]");
   EXPECT_EQ(this->Print("[%B]", static_cast<const std::vector<uint8_t>*>(nullptr)), "[]");
   EXPECT_EQ(this->Print("[%B%B%B]", nullptr, 5, "text"), "[]");
+  EXPECT_EQ(this->Print("[%B]", reinterpret_cast<const std::vector<uint8_t>*>(uintptr_t{5})), "[]");
   EXPECT_EQ(this->Print("[%B]"), "[]");
 }
 
@@ -91,6 +93,8 @@ TYPED_TEST(FormatBytesTest, WhatIsNoDictionaryIsInvalid) {
   const BencValue none;
   EXPECT_EQ(this->Print("%D %D", &list, &none), "invalid invalid");
   EXPECT_EQ(this->Print("%9D|", &list), "  invalid|");
+  EXPECT_EQ(this->Print("%5.3D|", &list), "  inv|");
+  EXPECT_EQ(this->Print("%D", reinterpret_cast<const BencValue*>(uintptr_t{5})), "invalid");
   EXPECT_EQ(this->Print("%D", 5), "invalid");
   EXPECT_EQ(this->Print("%D", "text"), "invalid");
 }

@@ -258,7 +258,7 @@ TYPED_TEST(FormatIntegerTest, ANegativePadCountStopsTheProcess) {
   TypeParam buffer[8];
   ArraySink<TypeParam> sink(buffer, 7);
   FormatOutput<TypeParam> out(sink);
-  EXPECT_DEATH(out.Pad(' ', -1), "assert failed util.string.strfmt:.+34013186");
+  EXPECT_DEATH(out.Pad(' ', -1), "\nassert failed util\\\\string\\\\strfmt:.+34013186\\)\r?\n");
 }
 #endif
 

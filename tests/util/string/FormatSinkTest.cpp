@@ -75,6 +75,18 @@ TYPED_TEST(FormatSinkTest, AFullSinkStopsTheRun) {
   EXPECT_EQ(this->written_, 0u);
 }
 
+// A dump takes memory: it shows whether a conversion behind the limit is still made.
+TYPED_TEST(FormatSinkTest, NothingIsConvertedBehindTheLimit) {
+  const BencodedDict dict;
+  TypeParam buffer[4];
+  for (const char* text : {"abc%D", "%d%D"}) {
+    const auto format = InWidth<TypeParam>(text);
+    const size_t before = test::AllocationsOfThisThread();
+    EXPECT_EQ(FormatBuffer(buffer, 4, format.c_str(), 123, &dict), 3u) << text;
+    EXPECT_EQ(test::AllocationsOfThisThread(), before) << text;
+  }
+}
+
 // --- Bounded arrays ---
 
 TYPED_TEST(FormatSinkTest, AnArrayOfSizeFourReceivesThreeCharactersAndATerminator) {
@@ -139,6 +151,22 @@ TYPED_TEST(FormatSinkTest, EveryAllocationMayFail) {
                                });
   EXPECT_GT(failed, 4u);
   EXPECT_GT(target.size(), 1300u + 4096u);
+}
+
+TYPED_TEST(FormatSinkTest, AnArrayIsTerminatedAlsoWhenMemoryEnds) {
+  BencodedDict dict;
+  for (int i = 0; i < 800; ++i) dict.InsertInt(std::to_string(i).c_str(), i);
+  const auto format = InWidth<TypeParam>("abc%D");
+  TypeParam buffer[64];
+  const auto spoilAndFormat = [&] {
+    std::fill_n(buffer, 64, TypeParam(1));
+    FormatBuffer(buffer, 64, format.c_str(), &dict);
+  };
+  const size_t failed = test::FailEachAllocation(spoilAndFormat, [&](size_t number, bool threw, size_t) {
+    EXPECT_TRUE(threw) << number;
+    EXPECT_EQ(this->Narrowed(std::basic_string<TypeParam>(buffer, 4)), std::string("abc\0", 4)) << number;
+  });
+  EXPECT_GT(failed, 1u);
 }
 
 TYPED_TEST(FormatSinkTest, ArraysTakeNoMemory) {
