@@ -96,7 +96,7 @@ bool DiagnosticLog::Open() noexcept {
   });
   if (!file_) return false;
   WriteLine(kStartLine, FormatArgs());
-  return true;
+  return enabled_;  // the line may have rotated the file and failed to open the next
 }
 
 void DiagnosticLog::Close() noexcept {
@@ -134,7 +134,7 @@ void DiagnosticLog::Rotate() {
   // An old log is not replaced: the move then fails and the current log goes
   // instead, so that the first generation is the one that is kept.
   if (!::MoveFileExW(path.c_str(), old.c_str(), MOVEFILE_WRITE_THROUGH)) ::DeleteFileW(path.c_str());
-  Open();
+  SetEnabled(Open());
 }
 
 CriticalSection& LogLock() noexcept {

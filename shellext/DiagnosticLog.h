@@ -24,7 +24,8 @@ std::wstring DiagnosticLogPath();
 /// failure: the log then stays, or becomes, closed.
 ///
 ///     closed  --switch on, file opens-->  open      open  --too large-->  open
-///     open    --switch off, detach---->   closed    (rotated)
+///     open    --switch off, detach---->   closed    (rotated), or closed when
+///                                         the new file does not open
 ///     open    --file found deleted---->   silent: enabled without a file, until
 ///                                         the switch goes off and on again
 class DiagnosticLog {

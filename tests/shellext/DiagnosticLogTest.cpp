@@ -1,6 +1,7 @@
 #include "shellext/DiagnosticLog.h"
 
 #include <gmock/gmock.h>
+#include <shlobj.h>
 
 #include <atomic>
 #include <filesystem>
@@ -416,6 +417,20 @@ TEST_F(DiagnosticLogFolderTest, WithoutAnApplicationDataFolderItStaysOff) {
   EXPECT_FALSE(fs::exists(ApplicationData() + L"\\missing")) << "nor is that folder made";
 }
 
+// A system that refuses, though it has named a folder in which the log could lie.
+BOOL WINAPI RefuseButFillIn(HWND, wchar_t* folder, int, BOOL) {
+  ::SHGetFolderPathW(nullptr, CSIDL_APPDATA, nullptr, 0, folder);
+  return FALSE;
+}
+
+TEST_F(DiagnosticLogFolderTest, ARefusedQuestionForTheFolderKeepsTheLogOff) {
+  const test::FunctionPatch<decltype(::SHGetSpecialFolderPathW)> refused(nullptr, "SHGetSpecialFolderPathW",
+                                                                         &RefuseButFillIn);
+  EXPECT_EQ(DiagnosticLogPath(), L"");
+  CreateLog();
+  EXPECT_FALSE(IsLogEnabled());
+}
+
 TEST_F(DiagnosticLogFolderTest, APathThatCannotBeOpenedKeepsTheLogOff) {
   fs::create_directory(File());
   CreateLog();
@@ -559,11 +574,14 @@ class DiagnosticLogMoveTest : public DiagnosticLogTest {
 
   std::vector<std::wstring> moves;
   bool refuse = false;
+  bool takeName = false;  // a folder takes the name that the move has left
 
  private:
   static BOOL WINAPI Move(const wchar_t* from, const wchar_t* to, DWORD flags) {
     self_->moves.push_back(std::wstring(from) + L" > " + to + L" " + std::to_wstring(flags));
-    return self_->refuse ? FALSE : self_->move_.CallOriginal(from, to, flags);
+    const BOOL moved = self_->refuse ? FALSE : self_->move_.CallOriginal(from, to, flags);
+    if (self_->takeName) fs::create_directory(from);
+    return moved;
   }
 
   inline static DiagnosticLogMoveTest* self_ = nullptr;
@@ -582,6 +600,29 @@ TEST_F(DiagnosticLogMoveTest, ARefusedMoveDeletesTheFileAlsoWithoutAnOldOne) {
   MakeLongFile(kThreshold);
   CreateLog();
   EXPECT_FALSE(fs::exists(OldFile()));
+  EXPECT_THAT(Messages(), ElementsAre(kStart));
+}
+
+TEST_F(DiagnosticLogMoveTest, ANewFileThatDoesNotOpenClosesTheLogUntilARefreshFindsThatItDoes) {
+  MakeLongFile(kThreshold - LineBytes(kStart));
+  CreateLog();
+  takeName = true;
+  Log(L"one too many");
+  EXPECT_FALSE(IsLogEnabled());
+  EXPECT_FALSE(RefreshLogState()) << "tried again, in vain";
+  fs::remove(File());
+  EXPECT_TRUE(RefreshLogState());
+  EXPECT_THAT(Messages(), ElementsAre(kStart));
+  EXPECT_THAT(test::ReadLogMessages(OldFile()), ElementsAre(kStart, L"one too many", kEnd));
+}
+
+TEST_F(DiagnosticLogMoveTest, TheSameAtTheStartLineThatFindsTheFileTooLarge) {
+  takeName = true;
+  MakeLongFile(kThreshold);
+  CreateLog();
+  EXPECT_FALSE(IsLogEnabled());
+  fs::remove(File());
+  EXPECT_TRUE(RefreshLogState());
   EXPECT_THAT(Messages(), ElementsAre(kStart));
 }
 
@@ -607,6 +648,15 @@ TEST_F(DiagnosticLogRotationTest, AnEndLineBeyondTheThresholdMovesTheFileAndStar
   CreateLog();
   CloseLogAtDetach(Detach::kUnload);
   EXPECT_THAT(test::ReadLogMessages(OldFile()), ElementsAre(kStart, kEnd));
+  EXPECT_FALSE(fs::exists(File()));
+}
+
+TEST_F(DiagnosticLogRotationTest, AnEndLineBeyondItWithAnOldFileDeletesTheFile) {
+  std::ofstream(fs::path(OldFile())) << "kept";
+  MakeLongFile(kThreshold - LineBytes(kStart));
+  CreateLog();
+  CloseLogAtDetach(Detach::kUnload);
+  EXPECT_EQ(fs::file_size(OldFile()), 4u);
   EXPECT_FALSE(fs::exists(File()));
 }
 
