@@ -6,8 +6,9 @@
 namespace veskard {
 
 /// Held by every live handler of either class: the first one starts GDI+, the
-/// last one shuts it down. A failing start is not reported; drawing then simply
-/// yields nothing. Safe from several threads.
+/// last one shuts it down. A failing start is not reported: drawing then simply
+/// yields nothing, and nothing is shut down, for GDI+ counts its users in a process
+/// and one too few would take it from the host. Safe from several threads.
 class GdiplusUser {
  public:
   GdiplusUser() noexcept;

@@ -27,11 +27,15 @@ UniqueGpBitmap ViewWithAlpha(const LockedBits& bits) noexcept {
   return view;
 }
 
+bool DrawOnto(Gdiplus::GpBitmap* canvas, Gdiplus::GpBitmap* image) noexcept {
+  const UniqueGpGraphics graphics = GraphicsOn(canvas);
+  return gdip::GdipDrawImageI(graphics.Get(), image, 0, 0) == Gdiplus::Ok;
+}
+
 UniqueGpBitmap CopyWithAlpha(Gdiplus::GpBitmap* image, BitmapShape shape) noexcept {
   shape.format = PixelFormat32bppARGB;
   UniqueGpBitmap copy = NewBitmap(shape);
-  const UniqueGpGraphics graphics = GraphicsOn(copy.Get());
-  if (gdip::GdipDrawImageI(graphics.Get(), image, 0, 0) != Gdiplus::Ok) copy.Reset();
+  if (!DrawOnto(copy.Get(), image)) return {};
   return copy;
 }
 

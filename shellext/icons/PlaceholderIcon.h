@@ -12,7 +12,8 @@ namespace veskard {
 /// received has no badge. Large and small choose where the Shell's icon comes from
 /// (shellext/icons/TypeIcon.h), not a size in pixels.
 ///
-/// Empty when the Shell has no icon or drawing fails. Safe from several threads:
+/// Empty when the Shell has no icon or the icon cannot be made; a badge that
+/// cannot be drawn, whole or in part, is left out of it. Safe from several threads:
 /// the lock of SharedIconCache is held while an icon is composed, so that nothing
 /// is made twice. GDI+ must be running. Throws std::bad_alloc only.
 UniqueIcon ComposePlaceholderIcon(const std::wstring& placeholderPath, bool large);

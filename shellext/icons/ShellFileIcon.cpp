@@ -6,7 +6,6 @@
 #include "core/ModuleHandle.h"
 #include "core/WindowsOwners.h"
 #include "shellext/ClassFactory.h"
-#include "shellext/ComBoundary.h"
 #include "shellext/ServedClasses.h"
 #include "shellext/icons/IconCache.h"
 #include "shellext/icons/PlaceholderIcon.h"
@@ -38,13 +37,22 @@ struct IconPair {
   UniqueIcon small;
 };
 
-IconPair ComposeBoth(const std::wstring& path) {
-  UniqueIcon large = ComposePlaceholderIcon(path, true);
-  return {std::move(large), ComposePlaceholderIcon(path, false)};
+// Where memory ends one icon is missing; the other is shown all the same.
+UniqueIcon ComposeOrNone(const wchar_t* path, bool large) noexcept {
+  try {
+    return ComposePlaceholderIcon(path, large);
+  } catch (...) {
+    return {};
+  }
 }
 
-IconPair ComposeSmallTwice(const std::wstring& path) {
-  UniqueIcon icon = ComposePlaceholderIcon(path, false);
+IconPair ComposeBoth(const wchar_t* path) noexcept {
+  UniqueIcon large = ComposeOrNone(path, true);
+  return {std::move(large), ComposeOrNone(path, false)};
+}
+
+IconPair ComposeSmallTwice(const wchar_t* path) noexcept {
+  UniqueIcon icon = ComposeOrNone(path, false);
   UniqueIcon copy(::DuplicateIcon(nullptr, icon.Get()));
   return {std::move(icon), std::move(copy)};
 }
@@ -106,15 +114,10 @@ HRESULT ShellFileIcon::GetIconLocation(UINT, PWSTR, UINT, int*, UINT* pwFlags) n
 HRESULT ShellFileIcon::Extract(PCWSTR, UINT, HICON* phiconLarge, HICON* phiconSmall,
                                UINT nIconSize) noexcept {
   if (!EqualsIgnoringCase(::PathFindExtensionW(fileName_), kPlaceholderExtension)) return E_NOTIMPL;
-  *phiconLarge = nullptr;
-  *phiconSmall = nullptr;
-  return ComBoundary([&] {
-    const auto compose = AsksForTwoSizes(nIconSize) ? &ComposeBoth : &ComposeSmallTwice;
-    IconPair icons = compose(fileName_);
-    *phiconLarge = icons.large.Release();
-    *phiconSmall = icons.small.Release();
-    return S_OK;
-  });
+  IconPair icons = AsksForTwoSizes(nIconSize) ? ComposeBoth(fileName_) : ComposeSmallTwice(fileName_);
+  *phiconLarge = icons.large.Release();
+  *phiconSmall = icons.small.Release();
+  return S_OK;
 }
 
 IClassFactory* NewFileIconFactory() {

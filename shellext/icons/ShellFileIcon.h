@@ -42,10 +42,10 @@ class ShellFileIcon final : public IPersistFile, public IExtractIconW, private R
   STDMETHODIMP GetIconLocation(UINT uFlags, PWSTR szIconFile, UINT cchMax, int* piIndex,
                                UINT* pwFlags) noexcept override;
   /// For a file that was loaded with the extension ".ghpl" (in any case): S_OK and
-  /// two icons, owned by the caller, either of them null where composing failed.
-  /// Where `nIconSize` asks for one size twice, both are the small icon. E_NOTIMPL
-  /// and nothing touched for any other file, E_OUTOFMEMORY when memory ends. Both
-  /// pointers must be given.
+  /// two icons, owned by the caller, either of them null where composing it failed
+  /// or memory ended. Where `nIconSize` asks for one size twice, both are the small
+  /// icon. E_NOTIMPL and nothing touched for any other file. Both pointers must be
+  /// given.
   STDMETHODIMP Extract(PCWSTR pszFile, UINT nIconIndex, HICON* phiconLarge, HICON* phiconSmall,
                        UINT nIconSize) noexcept override;
 

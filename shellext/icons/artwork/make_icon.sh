@@ -4,7 +4,7 @@
 #   make_icon.sh SOURCE.svg RESULT.ico
 #
 # A menu asks for the size of its check mark, which follows its font and is
-# always an odd number; with a picture for each of them nothing is ever scaled.
+# always an odd number; with a picture for each of them up to 31 nothing is scaled up to 200 percent.
 # The even sizes are those of lists, tool bars and large views.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)

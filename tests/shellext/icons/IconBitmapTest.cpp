@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "shellext/GdiplusUser.h"
 #include "tests/support/GdiHandleCount.h"
@@ -130,6 +132,42 @@ TEST_F(IconBitmapTest, ColoursWithoutRoomForAlphaAreTakenOpaque) {
     EXPECT_EQ(PixelsOf(bitmap.Get()), Paint(32, 32, [](int, int) { return 0xFFFFFFFFu; })) << bits;
   }
   EXPECT_EQ(CountGdiHandles(), handles);
+}
+
+// Refuses to draw, and remembers in which order things are given back.
+class RefusedDrawing {
+ public:
+  RefusedDrawing() { self_ = this; }
+
+  std::vector<std::string> givenBack;
+
+ private:
+  static Gdiplus::GpStatus WINGDIPAPI Draw(Gdiplus::GpGraphics*, Gdiplus::GpImage*, INT, INT) {
+    return Gdiplus::OutOfMemory;
+  }
+  static Gdiplus::GpStatus WINGDIPAPI DeleteGraphics(Gdiplus::GpGraphics* graphics) {
+    self_->givenBack.push_back("graphics");
+    return self_->deleteGraphics_.CallOriginal(graphics);
+  }
+  static Gdiplus::GpStatus WINGDIPAPI DisposeImage(Gdiplus::GpImage* image) {
+    self_->givenBack.push_back("image");
+    return self_->disposeImage_.CallOriginal(image);
+  }
+
+  static inline RefusedDrawing* self_ = nullptr;
+  const test::FunctionPatch<decltype(gdip::GdipDrawImageI)> draw_{nullptr, "GdipDrawImageI", &Draw};
+  const test::FunctionPatch<decltype(gdip::GdipDeleteGraphics)> deleteGraphics_{nullptr, "GdipDeleteGraphics",
+                                                                                &DeleteGraphics};
+  const test::FunctionPatch<decltype(gdip::GdipDisposeImage)> disposeImage_{nullptr, "GdipDisposeImage",
+                                                                            &DisposeImage};
+};
+
+TEST_F(IconBitmapTest, ARefusedDrawingGivesTheSurfaceBackBeforeItsBitmap) {
+  const UniqueIcon icon = IconOf(ManyColours(16, 16));
+  RefusedDrawing refused;
+  EXPECT_FALSE(IconToBitmap(icon.Get()));
+  // The surface and its bitmap; then the view of the pixels, and the colours.
+  EXPECT_EQ(refused.givenBack, (std::vector<std::string>{"graphics", "image", "image", "image"}));
 }
 
 TEST_F(IconBitmapTest, NoBitmapComesOfADestroyedIcon) {

@@ -8,6 +8,7 @@
 #include "shellext/icons/TypeIcon.h"
 #include "tests/shellext/icons/StockFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -40,7 +41,21 @@ TEST_F(OldSystemIconTest, ALargeFolderIsTheStockIcon) {
 }
 
 TEST_F(OldSystemIconTest, TheStockIconIsTheSystemsOwn) {
-  EXPECT_EQ(Folder(true), DrawnOnEmpty(test::StockFolderPicture()));
+  const test::Picture own = test::StockFolderPicture();
+  ASSERT_EQ(own.width, 256);
+  EXPECT_EQ(Folder(true), DrawnOnEmpty(own));
+}
+
+HRESULT STDAPICALLTYPE KnowNoStockIcon(SHSTOCKICONID, UINT, SHSTOCKICONINFO*) {
+  return E_FAIL;
+}
+
+TEST_F(OldSystemIconTest, AShellThatDoesNotAnswerGivesNothing) {
+  const test::CountedLibraries libraries;
+  const test::FunctionPatch<decltype(::SHGetStockIconInfo)> silent(nullptr, "SHGetStockIconInfo",
+                                                                   &KnowNoStockIcon);
+  EXPECT_FALSE(GetTypeIcon(L"music.vlk2fldr", true, true));
+  EXPECT_EQ(libraries.Requests(), 0) << "of a path that nobody gave";
 }
 
 TEST_F(OldSystemIconTest, ALibraryOrAnIconThatIsNotThereGivesNothing) {
@@ -50,6 +65,17 @@ TEST_F(OldSystemIconTest, ALibraryOrAnIconThatIsNotThereGivesNothing) {
   }
   const test::StockFolderPatch elsewhere(9999);
   EXPECT_FALSE(GetTypeIcon(L"music.vlk2fldr", true, true));
+}
+
+TEST_F(OldSystemIconTest, NothingOfTheStockIconStaysBehind) {
+  const test::CountedLibraries libraries;
+  Folder(true);  // what the process keeps from the first time
+  const int before = libraries.Loaded();
+  const size_t handles = test::CountGdiHandles();
+  ASSERT_EQ(Folder(true).width, 256);
+  EXPECT_EQ(libraries.Requests(), 2);
+  EXPECT_EQ(libraries.Loaded(), before);
+  EXPECT_EQ(test::CountGdiHandles(), handles);
 }
 
 TEST_F(OldSystemIconTest, ASmallFolderIsNot) {

@@ -66,6 +66,7 @@ void ExpectGoldenIcons(const FileKind& kind) {
   const std::wstring placeholder = kind.path + L".ghpl";
   for (const bool large : {true, false}) {
     const Picture own = DrawnOnEmpty(large ? kind.large : kind.small);
+    ASSERT_GT(own.width, 0) << "nothing to compare with";
     for (int progress = 0; progress <= 100; progress += 5) {
       SetPlaceholder(placeholder, {{progress, kind.isFolder}, kSelective});
       const test::Golden golden = GoldenIcon(own, progress);
@@ -213,6 +214,18 @@ TEST_F(PlaceholderIconTest, FoldersHaveAKeyOfTheirOwn) {
   Compose(L"C:\\sync\\music.txt.ghpl", true);
   EXPECT_TRUE(IsCached(L".vlk2fldrL"));
   EXPECT_FALSE(IsCached(L".txtL"));
+}
+
+// Nobody has such a name by chance; telling the two apart would take another key.
+TEST_F(PlaceholderIconTest, AFileNamedLikeAFoldersKeySharesIt) {
+  SetPlaceholder(L"C:\\sync\\x.vlk2fldr.ghpl", {{-1, false}, kSelective});
+  SetPlaceholder(L"C:\\sync\\music.ghpl", {{-1, true}, kSelective});
+  for (const bool large : {true, false}) {
+    const Picture first = Compose(L"C:\\sync\\x.vlk2fldr.ghpl", large);
+    EXPECT_EQ(Compose(L"C:\\sync\\music.ghpl", large), first);
+    EXPECT_TRUE(IsCached(large ? L".vlk2fldrL" : L".vlk2fldrS"));
+  }
+  EXPECT_EQ(CacheSize(), 2u);
 }
 
 TEST_F(PlaceholderIconTest, AnEntryIsUsedAsItIs) {

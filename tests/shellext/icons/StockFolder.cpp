@@ -43,4 +43,20 @@ HRESULT StockFolderPatch::Answer(SHSTOCKICONID id, UINT flags, SHSTOCKICONINFO* 
   return S_OK;
 }
 
+CountedLibraries::CountedLibraries() {
+  self_ = this;
+}
+
+HMODULE CountedLibraries::Load(const wchar_t* name) {
+  ++self_->requests_;
+  const HMODULE library = self_->load_.CallOriginal(name);
+  if (library != nullptr) ++self_->loads_;
+  return library;
+}
+
+BOOL CountedLibraries::Free(HMODULE library) {
+  ++self_->frees_;
+  return self_->free_.CallOriginal(library);
+}
+
 }  // namespace veskard::test

@@ -36,4 +36,24 @@ class StockFolderPatch {
   const ImportPatch patch_{nullptr, "SHGetStockIconInfo", reinterpret_cast<void*>(&Answer)};
 };
 
+/// Counts the libraries that this program loads and frees while it lives.
+class CountedLibraries {
+ public:
+  CountedLibraries();
+  /// How often one was asked for, and how many were loaded and not freed.
+  int Requests() const noexcept { return requests_; }
+  int Loaded() const noexcept { return loads_ - frees_; }
+
+ private:
+  static HMODULE WINAPI Load(const wchar_t* name);
+  static BOOL WINAPI Free(HMODULE library);
+
+  static inline CountedLibraries* self_ = nullptr;
+  int requests_ = 0;
+  int loads_ = 0;
+  int frees_ = 0;
+  const FunctionPatch<decltype(::LoadLibraryW)> load_{nullptr, "LoadLibraryW", &Load};
+  const FunctionPatch<decltype(::FreeLibrary)> free_{nullptr, "FreeLibrary", &Free};
+};
+
 }  // namespace veskard::test
