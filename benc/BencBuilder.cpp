@@ -1,9 +1,9 @@
+#include "benc/BencBuilder.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
-
-#include "benc/BencPayload.h"
 
 namespace veskard {
 namespace {

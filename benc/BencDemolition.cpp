@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "benc/BencHeap.h"
+
 namespace veskard {
 namespace {
 

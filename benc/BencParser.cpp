@@ -3,7 +3,8 @@
 #include <limits>
 #include <string_view>
 
-#include "benc/BencPayload.h"
+#include "benc/BencBuilder.h"
+#include "benc/BencTree.h"
 #include "benc/InlineStack.h"
 
 namespace veskard {

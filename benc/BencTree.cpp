@@ -1,9 +1,8 @@
-// The red-black tree behind a dictionary.
+#include "benc/BencTree.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
-
-#include "benc/BencPayload.h"
 
 namespace veskard {
 namespace {

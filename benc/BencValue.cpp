@@ -2,8 +2,9 @@
 
 #include <utility>
 
+#include "benc/BencBuilder.h"
 #include "benc/BencDemolition.h"
-#include "benc/BencPayload.h"
+#include "benc/BencTree.h"
 #include "benc/BencWalk.h"
 #include "benc/InlineStack.h"
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "benc/BencPayload.h"
+#include "benc/BencTree.h"
 #include "benc/BencValue.h"
 #include "benc/InlineStack.h"
 

@@ -1,6 +1,6 @@
 // The owners of the operating system's resources, one line each: no other
-// place closes a handle, key, icon, bitmap or block of the system. (GDI+ objects
-// have theirs in shellext/icons/GdiplusOwners.h.)
+// place closes a handle, key, icon, bitmap or block of the system. GDI+'s objects
+// have theirs in core/GdiplusOwners.h.
 #pragma once
 
 #include <windows.h>

@@ -1,8 +1,8 @@
-// The product names inside the texts.
+#include "lang/AppNames.h"
+
 #include <string_view>
 
 #include "core/Product.h"
-#include "lang/LanguageTable.h"
 
 namespace veskard {
 namespace {

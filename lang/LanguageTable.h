@@ -54,7 +54,4 @@ struct LanguageStatus {
 /// The status of the last LoadLanguage; an empty one before it.
 LanguageStatus GetLanguageStatus();
 
-/// Replaces "%APPNAME%" and then "%APPSHORTNAME%" by the agent's names.
-void ExpandAppNames(std::wstring& text);
-
 }  // namespace veskard

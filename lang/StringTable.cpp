@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bitset>
 
+#include "lang/AppNames.h"
 #include "lang/BuiltInStrings.h"
 #include "lang/LineFile.h"
 

@@ -33,10 +33,6 @@ ABOVE = {
 TOOLS = list(ABOVE)
 ABOVE |= {"tests": [*LIBRARY, *TOOLS], "bench": [*LIBRARY, *TOOLS, "tests"], "fuzz": [*LIBRARY, "tests"]}
 
-# Headers that a lower folder may use although they lie higher: they define owners
-# of system resources and use nothing but core.
-SHARED_HEADERS = {"shellext/icons/GdiplusOwners.h"}
-
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 SOURCES = (".h", ".cpp")
 LIST = "docs/pictures/dependencies.txt"
@@ -77,15 +73,8 @@ def check_directions(includes):
         for target in targets:
             if target not in includes:
                 yield f"{path}: includes {target}, which is not there"
-            elif target not in SHARED_HEADERS and folder_of(target) not in allowed(folder):
+            elif folder_of(target) not in allowed(folder):
                 yield f"{path}: {folder} may not use {target}"
-
-
-def check_shared_headers(includes):
-    for header in sorted(SHARED_HEADERS & set(includes)):
-        for target in includes[header]:
-            if folder_of(target) != "core":
-                yield f"{header}: is shared with lower folders and may not use {target}"
 
 
 def check_cycles(includes):
@@ -106,8 +95,7 @@ def check_cycles(includes):
 
 
 def find_edges(includes):
-    pairs = {(folder_of(path), folder_of(target)) for path, targets in includes.items() for target in targets
-             if target not in SHARED_HEADERS}
+    pairs = {(folder_of(path), folder_of(target)) for path, targets in includes.items() for target in targets}
     return sorted((user, used) for user, used in pairs if user != used and user and used)
 
 
@@ -157,7 +145,7 @@ def check_committed(root, edges):
 
 def check(root):
     includes = read_includes(root)
-    findings = [*check_directions(includes), *check_shared_headers(includes), *check_cycles(includes)]
+    findings = [*check_directions(includes), *check_cycles(includes)]
     # A picture is of sources that are in order.
     findings += [] if findings else check_committed(root, find_edges(includes))
     for finding in findings:

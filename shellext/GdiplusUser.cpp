@@ -1,7 +1,7 @@
 #include "shellext/GdiplusUser.h"
 
 #include "core/CriticalSection.h"
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "core/GdiplusOwners.h"
 #include "core/WindowsOwners.h"
-#include "shellext/icons/GdiplusOwners.h"
 
 namespace veskard::bench {
 

@@ -40,9 +40,6 @@ std::wstring GetAgentPipeName(AgentScope scope);
 /// Whether the named mutex exists.
 bool IsMutexPresent(const std::wstring& name) noexcept;
 
-/// The UNC form of a path on a mapped network drive; any other path unchanged.
-std::wstring ToUniversalName(const std::wstring& path);
-
 /// Builds the messages for the first `itemCount` items of `drop` and hands them
 /// to a detached sender thread; returns at once. S_OK when the command was handed
 /// over, and also when no agent is there and none may be started (the command is

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "shellext/contextmenu/DropNames.h"
+#include "shellext/contextmenu/UniversalName.h"
 #include "util/string/CodePage.h"
 
 namespace veskard {

@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <memory>
 
-#include "shellext/contextmenu/AgentChannel.h"
-
 namespace veskard {
 namespace {
 

@@ -15,4 +15,8 @@ using UniversalNameQuery = DWORD(WINAPI*)(const wchar_t* path, DWORD level, void
 /// when it fails or reports a size of zero. Throws std::bad_alloc only.
 std::wstring QueryUniversalName(const std::wstring& path, UniversalNameQuery query);
 
+/// The UNC form of a path on a mapped network drive; any other path unchanged. Throws
+/// std::bad_alloc only.
+std::wstring ToUniversalName(const std::wstring& path);
+
 }  // namespace veskard

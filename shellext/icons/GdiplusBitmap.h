@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard {
 

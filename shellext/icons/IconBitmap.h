@@ -1,8 +1,8 @@
 // Conversions between icons and GDI+ bitmaps that keep the alpha channel.
 #pragma once
 
+#include "core/GdiplusOwners.h"
 #include "core/WindowsOwners.h"
-#include "shellext/icons/GdiplusOwners.h"
 
 namespace veskard {
 

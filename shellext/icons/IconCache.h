@@ -6,7 +6,7 @@
 #include <string>
 
 #include "core/CriticalSection.h"
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard {
 

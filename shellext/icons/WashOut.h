@@ -1,7 +1,7 @@
 // WashOut: makes a picture read as something absent.
 #pragma once
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard {
 

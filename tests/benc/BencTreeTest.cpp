@@ -1,3 +1,5 @@
+#include "benc/BencTree.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,7 +9,7 @@
 #include <random>
 #include <string>
 
-#include "benc/BencPayload.h"
+#include "benc/BencBuilder.h"
 #include "benc/BencValue.h"
 
 namespace veskard {

@@ -78,13 +78,6 @@ class DependenciesTest(unittest.TestCase):
         self.source("core/A.h", "core/Gone.h")
         self.assertEqual(self.check(), ["core/A.h: includes core/Gone.h, which is not there"])
 
-    def test_a_header_that_lower_folders_share_uses_core_alone(self):
-        self.good_tree()
-        self.source("shellext/icons/GdiplusOwners.h", "lang/Table.h")
-        self.source("shellext/User.cpp", "shellext/icons/GdiplusOwners.h")
-        self.assertEqual(self.check(), ["shellext/icons/GdiplusOwners.h: is shared with lower folders and may not use "
-                                        "lang/Table.h"])
-
     def test_a_stale_list_and_a_stale_picture_are_found(self):
         self.good_tree()
         self.committed(("lang", "core"))

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
+#include "lang/AppNames.h"
 
-#include "lang/LanguageTable.h"
+#include <gtest/gtest.h>
 
 namespace veskard {
 namespace {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 #include "tests/support/ImportPatch.h"
 
 namespace veskard {

@@ -1,6 +1,6 @@
 #include "tests/support/PngReader.h"
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 
 namespace veskard::test {
 namespace {

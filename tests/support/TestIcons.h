@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "core/GdiplusOwners.h"
 #include "core/WindowsOwners.h"
-#include "shellext/icons/GdiplusOwners.h"
 
 namespace veskard::test {
 

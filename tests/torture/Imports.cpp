@@ -20,7 +20,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 #include "tests/torture/Faults.h"
 #include "tools/common/ImportSlot.h"
 

@@ -1,6 +1,6 @@
 #include "tools/shellprobe/PngFile.h"
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 

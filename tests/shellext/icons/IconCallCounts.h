@@ -5,7 +5,7 @@
 
 #include <shellapi.h>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 #include "tests/support/CallCounts.h"
 
 namespace veskard::test {

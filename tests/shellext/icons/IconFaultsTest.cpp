@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "shellext/icons/GdiplusOwners.h"
+#include "core/GdiplusOwners.h"
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"

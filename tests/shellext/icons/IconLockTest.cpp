@@ -6,8 +6,8 @@
 
 #include <optional>
 
+#include "core/GdiplusOwners.h"
 #include "shellext/Module.h"
-#include "shellext/icons/GdiplusOwners.h"
 #include "shellext/icons/IconCache.h"
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/FakePlaceholders.h"
