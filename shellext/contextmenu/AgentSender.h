@@ -19,8 +19,10 @@ using ThreadCreator = HANDLE(WINAPI*)(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_STA
 void StartAgentSender(std::wstring pipeName, CommandBatch batch, ThreadCreator create = &::CreateThread);
 
 /// Starts the user's agent and waits for its pipe when `pipeName` is empty, then
-/// writes the batch. Whatever fails drops what is left, silently. A pipe that
-/// nobody reads holds the thread until the agent ends. Throws std::bad_alloc only.
+/// writes the batch. A pipe that does not appear, cannot be opened or cannot be set
+/// up drops the batch; a failed write loses that message only. Nothing is reported.
+/// A pipe that nobody reads holds the thread until the agent ends. Throws
+/// std::bad_alloc only.
 void AgentSenderThread(std::wstring pipeName, CommandBatch batch);
 
 }  // namespace veskard

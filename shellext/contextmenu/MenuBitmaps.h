@@ -17,8 +17,9 @@ namespace veskard {
 /// cannot be loaded or drawn. GDI+ must be running. Throws std::bad_alloc only.
 std::vector<UniqueBitmap> LoadMenuBitmaps();
 
-/// The icon from the file beside the library, else from the library's resources;
-/// empty when neither has it. Throws std::bad_alloc only.
+/// The icon from the module's resources; empty when it has none. The file beside
+/// the module is asked for first, deliberately in a way that loads nothing. Throws
+/// std::bad_alloc only.
 UniqueIcon LoadMenuIcon(const MenuIcon& icon, HMODULE module, SIZE size);
 
 /// The icon drawn to a new bitmap of that size; empty for no icon and on failure.

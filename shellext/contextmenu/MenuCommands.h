@@ -54,7 +54,8 @@ const MenuCommand& MenuCommandAt(CommandOffset offset) noexcept;
 /// and may then be called again.
 void LoadMenuTexts();
 
-/// One icon: the file beside the library that may replace it, and the resource.
+/// One icon: the file that is asked for first, deliberately in a way that loads
+/// nothing, and the resource that is shown.
 struct MenuIcon {
   const wchar_t* fileName;
   WORD resourceId;

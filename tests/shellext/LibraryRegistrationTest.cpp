@@ -286,6 +286,19 @@ TEST_F(ServerPathTest, OtherLettersAreAnotherName) {
   EXPECT_EQ(RegisteredPathOf(Folder() + L"\\ext_NEW.dll"), L"REG_SZ " + Folder() + L"\\ext_NEW.dll");
 }
 
+DWORD WINAPI NameAnotherPath(HMODULE, wchar_t* buffer, DWORD size) {
+  const size_t length = std::wstring(L"C:\\another\\path.dll").copy(buffer, size - 1);
+  buffer[length] = L'\0';
+  return static_cast<DWORD>(length);
+}
+
+TEST_F(ServerPathTest, TheFirstPathIsThePathForAsLongAsTheProcess) {
+  EXPECT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
+  const test::FunctionPatch patch(library_.Module(), "GetModuleFileNameW", &NameAnotherPath);
+  EXPECT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
+  EXPECT_EQ(LocalMachine(), Written(AllRows()));
+}
+
 // ---- The log
 
 TEST_F(RegistrationTest, EachInstallationIsLoggedAndNoRemoval) {

@@ -9,6 +9,7 @@
 #include "core/Product.h"
 #include "shellext/ClassIds.h"
 #include "tests/shellext/LogFixture.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySnapshot.h"
@@ -220,6 +221,14 @@ TEST_F(LibraryTest, ExtensionVersionIsTwo) {
 
 TEST_F(LibraryTest, TheStandardRegistrationPairDoesNothing) {
   const test::RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE);
+  EXPECT_EQ(library_.DllRegisterServer(), S_OK);
+  EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE), before);
+}
+
+TEST_F(LibraryTest, NorDoesItChangeWhatIsRegistered) {
+  ASSERT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
+  const test::RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE);
+  ASSERT_EQ(before, Written(TenRows(test::ExtensionLibraryPath())));
   EXPECT_EQ(library_.DllRegisterServer(), S_OK);
   EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE), before);
   EXPECT_EQ(library_.DllUnregisterServer(), S_OK);

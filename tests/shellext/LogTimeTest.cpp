@@ -26,6 +26,21 @@ TEST(LogTimeTest, ClockIsInSecondsSince1970) {
   EXPECT_LE(now, before + 2);
 }
 
+void WINAPI ReadNoClock(FILETIME* now) {
+  *now = {};
+}
+void WINAPI ReadTheSecondBefore1970(FILETIME* now) {
+  constexpr uint64_t kTicks = uint64_t{11'644'473'599} * 10'000'000;
+  *now = {static_cast<DWORD>(kTicks), static_cast<DWORD>(kTicks >> 32)};
+}
+
+TEST(LogTimeTest, AClockThatCannotBeReadOrIsSetBefore1970CountsAsZero) {
+  for (const auto clock : {&ReadNoClock, &ReadTheSecondBefore1970}) {
+    const test::FunctionPatch patch(nullptr, "GetSystemTimeAsFileTime", clock);
+    EXPECT_EQ(SecondsSince1970(), 0u);
+  }
+}
+
 TEST(LogTimeTest, NowIsShownInLocalTime) {
   const uint64_t now = SecondsSince1970();
   EXPECT_EQ(LogTimestamp(now), LocalText(static_cast<std::time_t>(now)));

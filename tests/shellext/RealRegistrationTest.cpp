@@ -50,6 +50,13 @@ TEST_F(RealClientTest, WithoutInstallItRegistersNothing) {
   EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"), before);
 }
 
+TEST_F(RealClientTest, WithoutInstallItRemovesNothing) {
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  const RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software");
+  EXPECT_EQ(RunRegsvr32(L"/s /u"), 0u);
+  EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"), before);
+}
+
 /// Whether an interface is the library's own, or a proxy for it.
 bool IsInLibrary(IUnknown* object) {
   const void* const firstMethod = **reinterpret_cast<void***>(object);

@@ -17,6 +17,7 @@ using testing::AnyOf;
 
 constexpr wchar_t kEnglish[] = L"Remove from all devices";
 constexpr wchar_t kGerman[] = L"Von allen Ger\u00E4ten entfernen";
+constexpr char kGermanInUtf8[] = "Von allen Ger\xC3\xA4ten entfernen";
 // Text that cannot be converted from UTF-8 is taken for the system's own code page.
 constexpr wchar_t kGermanAsAnsi[] = L"Von allen Ger\u00C3\u00A4ten entfernen";
 constexpr UINT kOffset = 5;
@@ -45,18 +46,23 @@ class LanguageScenario : public Scenario {
           factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(handler.Out()));
     }
     text_[0] = L'\0';
+    narrow_[0] = '\0';
     if (SUCCEEDED(result_)) {
       result_ = handler.Get()->GetCommandString(kOffset, GCS_HELPTEXTW, nullptr,
                                                 reinterpret_cast<char*>(text_), 100);
+    }
+    if (SUCCEEDED(result_)) {
+      result_ = handler.Get()->GetCommandString(kOffset, GCS_HELPTEXTA, nullptr, narrow_, 100);
     }
   }
 
   // Memory that ended is made up for by the next handler. What the system has
   // refused once stays for this process: its texts are loaded once.
-  void CheckText(const Struck& struck, const wchar_t* right) {
+  void CheckText(const Struck& struck, const wchar_t* right, const char* rightInUtf8) {
     if (struck.Nothing()) {
       EXPECT_EQ(result_, S_OK);
       EXPECT_TRUE(std::wstring(text_) == right || mayStayEnglish_) << testing::PrintToString(text_);
+      EXPECT_TRUE(std::string(narrow_) == rightInUtf8 || mayStayEnglish_) << narrow_;
       mayStayEnglish_ = false;
       return;
     }
@@ -74,16 +80,18 @@ class LanguageScenario : public Scenario {
 
   HRESULT result_ = S_OK;
   wchar_t text_[100] = {};
+  char narrow_[100] = {};
   bool mayStayEnglish_ = false;
 };
 
 class LanguageTable final : public LanguageScenario {
-  void Check(const Struck& struck) override { CheckText(struck, kGerman); }
+  void Check(const Struck& struck) override { CheckText(struck, kGerman, kGermanInUtf8); }
 };
 
 // --- The check file ---
 
 constexpr wchar_t kTried[] = L"Ueberall weg";
+constexpr char kTriedInUtf8[] = "Ueberall weg";
 constexpr char kCheckFile[] = "Remove from all devices\r\nUeberall weg\r\nno such text\r\nkein Text\r\n";
 constexpr char kOldReport[] = "the report of another day";
 
@@ -111,7 +119,7 @@ class CheckFile final : public LanguageScenario {
 
   void Check(const Struck& struck) override {
     const bool isStruckBefore = mayStayEnglish_;
-    CheckText(struck, kTried);
+    CheckText(struck, kTried, kTriedInUtf8);
     EXPECT_EQ(ReadBytes(CheckPath()), kCheckFile);
     const std::string report = ReadBytes(ReportPath());
     if (struck.Nothing() && report_.empty() && !isStruckBefore) report_ = report;

@@ -8,6 +8,7 @@
 #include "core/WindowsOwners.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
+#include "tests/support/ImportPatch.h"
 
 namespace veskard {
 namespace {
@@ -72,6 +73,28 @@ TEST_F(AgentChannelTest, AMutexIsPresentForAsLongAsSomebodyHoldsIt) {
     EXPECT_TRUE(IsMutexPresent(L"Local\\veskard_test_mutex"));
   }
   EXPECT_FALSE(IsMutexPresent(L"Local\\veskard_test_mutex"));
+}
+
+struct MutexRequest {
+  DWORD access;
+  BOOL inherit;
+  std::wstring name;
+};
+std::vector<MutexRequest> mutexRequests;
+HANDLE WINAPI NoteMutexRequest(DWORD access, BOOL inherit, const wchar_t* name) {
+  mutexRequests.push_back({access, inherit, name});
+  return nullptr;
+}
+
+// The service's mutex is somebody else's, who need not grant more.
+TEST_F(AgentChannelTest, AMutexIsOpenedForNoMoreThanItTakesToWaitForIt) {
+  const test::FunctionPatch patch(nullptr, "OpenMutexW", &NoteMutexRequest);
+  mutexRequests.clear();
+  EXPECT_FALSE(IsMutexPresent(L"Global\\pipesynccmd_SIT"));
+  ASSERT_EQ(mutexRequests.size(), 1u);
+  EXPECT_EQ(mutexRequests[0].access, 0x100000u);
+  EXPECT_FALSE(mutexRequests[0].inherit);
+  EXPECT_EQ(mutexRequests[0].name, L"Global\\pipesynccmd_SIT");
 }
 
 TEST_F(AgentChannelTest, TheServiceGetsTheMessagesOfASelection) {

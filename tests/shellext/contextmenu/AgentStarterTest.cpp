@@ -147,7 +147,7 @@ TEST_F(AgentStarterTest, TheLocationIsReadFromTheUsersUninstallEntry) {
 TEST_F(AgentStarterTest, The32BitViewIsTheSecondChoice) {
   WriteLocation(L"C:\\agent");
   fake->refuseFirstView = true;
-  ReadAgentLocation(System());
+  EXPECT_EQ(ReadAgentLocation(System()), L"C:\\agent");
   EXPECT_EQ(fake->views, (std::vector<REGSAM>{0x20119, 0x20219}));
 }
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <ostream>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "core/ModuleHandle.h"
@@ -138,6 +140,62 @@ TEST_F(MenuBitmapsTest, AFileBesideTheModuleIsNotLoaded) {
       ::LoadImageW(nullptr, file.c_str(), IMAGE_ICON, kCheckSize.cx, kCheckSize.cy, LR_LOADFROMFILE))));
   EXPECT_FALSE(LoadMenuIcon({L"menu_sync.ico", 999}, ::GetModuleHandleW(nullptr), kCheckSize));
   ::DeleteFileW(file.c_str());
+}
+
+// A system whose check marks are higher than they are wide.
+int WINAPI MetricsOfHighCheckMarks(int index) {
+  return index == 71 ? 20 : index == 72 ? 24 : 0;
+}
+
+struct ImageRequest {
+  HINSTANCE module;
+  std::wstring name;  // "#110" for a resource's number
+  UINT type;
+  int width;
+  int height;
+  UINT flags;
+  bool operator==(const ImageRequest&) const = default;
+};
+void PrintTo(const ImageRequest& request, std::ostream* out) {
+  *out << (request.module == nullptr ? "no module, " : "a module, ") << testing::PrintToString(request.name)
+       << ", type " << request.type << ", " << request.width << " by " << request.height << ", flags "
+       << request.flags;
+}
+std::vector<ImageRequest> imageRequests;
+HANDLE WINAPI NoteImageRequest(HINSTANCE module, const wchar_t* name, UINT type, int width, int height,
+                               UINT flags) {
+  const std::wstring shown =
+      IS_INTRESOURCE(name) ? L"#" + std::to_wstring(reinterpret_cast<UINT_PTR>(name)) : std::wstring(name);
+  imageRequests.push_back({module, shown, type, width, height, flags});
+  return nullptr;
+}
+
+TEST_F(MenuBitmapsTest, EachIconIsAskedForAsAFileOfTypeSeventeenAndThenAsAResource) {
+  const test::FunctionPatch metrics(nullptr, "GetSystemMetrics", &MetricsOfHighCheckMarks);
+  const test::FunctionPatch loadImage(nullptr, "LoadImageW", &NoteImageRequest);
+  imageRequests.clear();
+  for (const UniqueBitmap& bitmap : LoadMenuBitmaps()) EXPECT_FALSE(bitmap);
+  const HINSTANCE module = ::GetModuleHandleW(nullptr);
+  const std::wstring program = ReadModulePath(nullptr);
+  const std::wstring folder = program.substr(0, program.find_last_of(L'\\') + 1);
+  EXPECT_EQ(imageRequests, (std::vector<ImageRequest>{{nullptr, folder + L"menu_sync.ico", 17, 20, 24, 0},
+                                                      {module, L"#110", IMAGE_ICON, 20, 24, 0},
+                                                      {nullptr, folder + L"menu_remove.ico", 17, 20, 24, 0},
+                                                      {module, L"#108", IMAGE_ICON, 20, 24, 0},
+                                                      {nullptr, folder + L"menu_destroy.ico", 17, 20, 24, 0},
+                                                      {module, L"#109", IMAGE_ICON, 20, 24, 0},
+                                                      {nullptr, folder + L"menu_stop.ico", 17, 20, 24, 0},
+                                                      {module, L"#107", IMAGE_ICON, 20, 24, 0}}));
+}
+
+TEST_F(MenuBitmapsTest, BitmapsAreAsWideAndAsHighAsCheckMarksAre) {
+  const test::FunctionPatch metrics(nullptr, "GetSystemMetrics", &MetricsOfHighCheckMarks);
+  for (const UniqueBitmap& bitmap : LoadMenuBitmaps()) {
+    BITMAP shape = {};
+    ASSERT_NE(::GetObjectW(bitmap.Get(), sizeof(shape), &shape), 0);
+    EXPECT_EQ(shape.bmWidth, 20);
+    EXPECT_EQ(shape.bmHeight, 24);
+  }
 }
 
 TEST_F(MenuBitmapsTest, HundredsOfThemLeaveNothingBehind) {

@@ -158,16 +158,18 @@ TEST(MenuSelectionTest, TheAgentsMetadataIsInNoFolder) {
 TEST(MenuSelectionTest, TheOwnerIsTheUserOnlyCharacterForCharacter) {
   SyncTree tree;
   const std::string user = Utf8FromWide(CurrentUserName());
-  ASSERT_FALSE(user.empty());
+  ASSERT_GT(user.size(), 1u) << "or a part of it is everybody";
   std::string otherCase = user;
   otherCase[0] = static_cast<char>(otherCase[0] ^ 0x20);
   tree.MarkRoot(L"own", test::SelectiveOwnedBy(user));
   tree.MarkRoot(L"longer", test::SelectiveOwnedBy(user + "x"));
-  tree.MarkRoot(L"shorter", test::SelectiveOwnedBy(user.substr(1)));
+  tree.MarkRoot(L"ending", test::SelectiveOwnedBy(user.substr(1)));
+  tree.MarkRoot(L"beginning", test::SelectiveOwnedBy(user.substr(0, user.size() - 1)));
   tree.MarkRoot(L"case", test::SelectiveOwnedBy(otherCase));
   EXPECT_TRUE(Inspect({tree.MakeFile(L"own\\x")}).isOwner);
   EXPECT_FALSE(Inspect({tree.MakeFile(L"longer\\x")}).isOwner);
-  EXPECT_FALSE(Inspect({tree.MakeFile(L"shorter\\x")}).isOwner);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"ending\\x")}).isOwner);
+  EXPECT_FALSE(Inspect({tree.MakeFile(L"beginning\\x")}).isOwner);
   EXPECT_FALSE(Inspect({tree.MakeFile(L"case\\x")}).isOwner);
 }
 

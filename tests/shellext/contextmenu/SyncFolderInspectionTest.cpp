@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "core/WindowsOwners.h"
+#include "tests/support/CallCounts.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
 
@@ -132,6 +135,52 @@ TEST(FindSyncFolderRootTest, TheWalkStopsAtTheFirstRoot) {
   asked.clear();
   FindSyncFolderRoot(L"Q:\\a\\b");
   EXPECT_EQ(asked, std::vector<std::wstring>{L"Q:\\.sync\\ID"});
+}
+
+// Shares and long paths: a test has none of its own either.
+std::wstring markedRoot;
+DWORD WINAPI AttributesOfMarkedRoot(const wchar_t* path) {
+  asked.emplace_back(path);
+  return asked.back() == markedRoot + L"\\.sync\\ID" ? FILE_ATTRIBUTE_HIDDEN : INVALID_FILE_ATTRIBUTES;
+}
+
+class FindSyncFolderRootByFormTest : public testing::Test {
+ protected:
+  // The root of `path` where `root` is marked; `asked` then holds the queries.
+  static std::wstring RootOf(const std::wstring& path, const std::wstring& root) {
+    markedRoot = root;
+    asked.clear();
+    return FindSyncFolderRoot(path);
+  }
+
+  const test::FunctionPatch<decltype(::GetFileAttributesW)> patch_{ThisProgram(), "GetFileAttributesW",
+                                                                   &AttributesOfMarkedRoot};
+};
+
+TEST_F(FindSyncFolderRootByFormTest, AShareIsWalkedWithBothLeadingBackslashes) {
+  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\a", L"\\\\srv\\share\\root"), L"\\\\srv\\share\\root");
+  EXPECT_EQ(asked,
+            (std::vector<std::wstring>{L"\\\\.sync\\ID", L"\\\\srv\\.sync\\ID", L"\\\\srv\\share\\.sync\\ID",
+                                       L"\\\\srv\\share\\root\\.sync\\ID"}));
+  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\.sync\\x", L"\\\\srv\\share\\root"), L"");
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ALongPathKeepsItsPrefix) {
+  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\a", L"\\\\?\\C:\\root"), L"\\\\?\\C:\\root");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\C:\\.sync\\ID", L"\\\\?\\C:\\root\\.sync\\ID"}));
+  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\.sync\\x", L"\\\\?\\C:\\root"), L"");
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ALongPathToAShareKeepsItsPrefix) {
+  EXPECT_EQ(RootOf(L"\\\\?\\UNC\\srv\\root\\a", L"\\\\?\\UNC\\srv\\root"), L"\\\\?\\UNC\\srv\\root");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\UNC\\.sync\\ID", L"\\\\?\\UNC\\srv\\.sync\\ID",
+                                              L"\\\\?\\UNC\\srv\\root\\.sync\\ID"}));
+}
+
+TEST_F(FindSyncFolderRootByFormTest, AnAddressOfTheAgentsStorageIsWalkedWithItsOwnSeparator) {
+  EXPECT_EQ(RootOf(L"cloud:/s1/s2/s3/root/a", L"cloud://s1/s2/s3/root"), L"cloud://s1/s2/s3/root");
+  EXPECT_EQ(asked,
+            (std::vector<std::wstring>{L"cloud://s1/s2/s3\\.sync\\ID", L"cloud://s1/s2/s3/root\\.sync\\ID"}));
 }
 
 TEST(FindSyncFolderRootTest, TheAgentsOwnMetadataIsNoContent) {
@@ -355,6 +404,7 @@ TEST(ReadPlaceholderStateTest, AStatusOfAnotherKindIsProgressZero) {
 
 TEST(ReadPlaceholderStateTest, TheTypeTwoStandsForAFolder) {
   EXPECT_TRUE(StateOf("d8:vlk_typei2ee").typeFlag);
+  EXPECT_TRUE(StateOf("d8:vlk_typei4294967298ee").typeFlag) << "integers are cut to 32 bits first";
   EXPECT_FALSE(StateOf("d8:vlk_typei1ee").typeFlag);
   EXPECT_FALSE(StateOf("d8:vlk_type1:2e").typeFlag);
   EXPECT_FALSE(StateOf("de").typeFlag);
@@ -385,6 +435,19 @@ TEST(ReadPlaceholderStateTest, AProgressStreamIsNotAskedWhenADictionaryIsThere) 
   EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, -1);
 }
 
+TEST(ReadPlaceholderStateTest, TheFirstStreamThatOpensWinsWhateverItHolds) {
+  SyncTree tree;
+  tree.MakePlaceholder(L"a.ghpl", "d10:vlk_status");
+  tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, -1);
+  tree.MakePlaceholder(L"b.ghpl", "d10:vlk_status");
+  tree.WriteStream(L"b.ghpl", kPredecessorStream, "d10:vlk_statusi20ee");
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"b.ghpl")).progress, -1);
+  tree.WriteStream(L"c.ghpl", kPredecessorStream, "de");
+  tree.WriteStream(L"c.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"c.ghpl")).progress, -1);
+}
+
 PlaceholderState StateOfProgressStream(const std::string& bytes) {
   SyncTree tree;
   tree.WriteStream(L"a.ghpl", kProgressStream, bytes);
@@ -402,6 +465,56 @@ TEST(ReadPlaceholderStateTest, AProgressStreamShorterThanEightBytesSaysNothing) 
   EXPECT_EQ(StateOfProgressStream("\x32\0\0\0"s).progress, -1);
   EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0"s).progress, -1);
   EXPECT_EQ(StateOfProgressStream("").progress, -1);
+}
+
+// --- What it costs ---
+
+// The calls that reading one mark makes.
+struct MarkCalls {
+  int fileSizes;    // of a file, asked by its name
+  int streamSizes;  // of a stream
+  int reads;
+  bool operator==(const MarkCalls&) const = default;
+};
+void PrintTo(const MarkCalls& calls, std::ostream* out) {
+  *out << calls.fileSizes << " and " << calls.streamSizes << " sizes, " << calls.reads << " reads";
+}
+
+template <class Operation>
+MarkCalls CallsOf(const Operation& operation) {
+  std::atomic<int> live = 0;
+  const test::CallCount<"FindFirstFileExW", test::Effect::kNone, decltype(&::FindFirstFileExW)> fileSizes(
+      live);
+  const test::CallCount<"GetFileSizeEx", test::Effect::kNone, decltype(&::GetFileSizeEx)> streamSizes(live);
+  const test::CallCount<"ReadFile", test::Effect::kNone, decltype(&::ReadFile)> reads(live);
+  operation();
+  return {fileSizes.Calls(), streamSizes.Calls(), reads.Calls()};
+}
+
+TEST(MarkCostTest, ARecordIsSizedOnceAndReadOnce) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root", "d4:typei2ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }), (MarkCalls{1, 0, 1}));
+}
+
+TEST(MarkCostTest, ARecordInAStreamToo) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  tree.WriteStream(L"root\\.sync\\ID", L"_TYPE", "d4:typei3ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 3u); }), (MarkCalls{0, 1, 1}));
+}
+
+TEST(MarkCostTest, AStatusIsSizedOnceAndReadOnce) {
+  SyncTree tree;
+  const std::wstring file = tree.MakePlaceholder(L"a.ghpl", "d10:vlk_statusi40ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 40); }), (MarkCalls{0, 1, 1}));
+}
+
+TEST(MarkCostTest, AProgressStreamIsOnlyReadOnce) {
+  SyncTree tree;
+  tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  const std::wstring file = tree.Path(L"a.ghpl");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 50); }), (MarkCalls{0, 0, 1}));
 }
 
 }  // namespace
