@@ -12,4 +12,7 @@ inline constexpr int kVersionPatch = 2;
 inline constexpr wchar_t kAgentName[] = L"Nimbrel Veskard Agent";
 inline constexpr wchar_t kAgentShortName[] = L"Veskard Agent";
 
+/// What the names of placeholder files end in.
+inline constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
+
 }  // namespace veskard

@@ -7,6 +7,7 @@
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "fs/util/Handle.h"
+#include "shellext/Clock.h"
 #include "shellext/Log.h"
 #include "shellext/LogSwitch.h"
 #include "shellext/LogTime.h"

@@ -2,23 +2,10 @@
 
 #include <windows.h>
 
+#include "shellext/Clock.h"
 #include "util/string/Timestamp.h"
 
 namespace veskard {
-namespace {
-
-constexpr uint64_t kTicksPerSecond = 10'000'000;  // of 100 nanoseconds
-constexpr uint64_t kSecondsFrom1601To1970 = 11'644'473'600;
-
-}  // namespace
-
-uint64_t SecondsSince1970() noexcept {
-  FILETIME now = {};
-  ::GetSystemTimeAsFileTime(&now);
-  const uint64_t ticks = uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime;
-  const uint64_t seconds = ticks / kTicksPerSecond;
-  return seconds < kSecondsFrom1601To1970 ? 0 : seconds - kSecondsFrom1601To1970;
-}
 
 std::string LogTimestamp(uint64_t secondsSince1970) {
   const uint64_t ticks = (kSecondsFrom1601To1970 + secondsSince1970) * kTicksPerSecond;

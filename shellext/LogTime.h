@@ -1,4 +1,4 @@
-// The clock of the log.
+// The time stamps of the log.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,7 @@
 
 namespace veskard {
 
-/// Whole seconds since 1970; 0 for a clock set before that.
-uint64_t SecondsSince1970() noexcept;
-
-/// That second in local time as the log writes it. Only whole seconds are kept,
+/// A second in local time as the log writes it. Only whole seconds are kept,
 /// so the milliseconds are always "000". Throws std::bad_alloc only.
 std::string LogTimestamp(uint64_t secondsSince1970);
 

@@ -10,6 +10,7 @@
 
 #include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
+#include "shellext/Clock.h"
 #include "shellext/DiagnosticLog.h"
 #include "shellext/Log.h"
 #include "shellext/LogTime.h"

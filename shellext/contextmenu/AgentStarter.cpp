@@ -48,25 +48,18 @@ bool StartProgram(const std::wstring& program, const AgentStarterSystem& system)
 }
 
 std::wstring WaitForUserPipe(const AgentStarterSystem& system) {
-  const int64_t start = system.seconds();
+  const uint64_t start = system.seconds();
   for (int poll = 0; poll < kMostPolls; ++poll) {
     system.sleep(kPollMilliseconds);
     std::wstring pipeName = GetAgentPipeName(AgentScope::kUser);
-    if (!pipeName.empty() || system.seconds() - start >= kPatienceSeconds) return pipeName;
+    // Negative when the clock is set back meanwhile.
+    const auto waited = static_cast<int64_t>(system.seconds() - start);
+    if (!pipeName.empty() || waited >= kPatienceSeconds) return pipeName;
   }
   return {};
 }
 
 }  // namespace
-
-int64_t SystemSeconds() noexcept {
-  constexpr int64_t kTicksPerSecond = 10'000'000;
-  constexpr int64_t kSecondsFrom1601To1970 = 11'644'473'600;
-  FILETIME now = {};
-  ::GetSystemTimeAsFileTime(&now);
-  const int64_t ticks = static_cast<int64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
-  return ticks / kTicksPerSecond - kSecondsFrom1601To1970;
-}
 
 std::wstring ReadAgentLocation(const AgentStarterSystem& system) {
   const UniqueRegKey key = OpenInstallKey(system);

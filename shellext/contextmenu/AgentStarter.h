@@ -3,20 +3,18 @@
 
 #include <windows.h>
 
-#include <cstdint>
 #include <string>
 
-namespace veskard {
+#include "shellext/Clock.h"
 
-/// Seconds since 1970 by the system's clock.
-int64_t SystemSeconds() noexcept;
+namespace veskard {
 
 /// The system as the starter sees it; a test puts its own calls here.
 struct AgentStarterSystem {
   decltype(&::RegOpenKeyExW) openKey = &::RegOpenKeyExW;
   decltype(&::CreateProcessW) createProcess = &::CreateProcessW;
   decltype(&::Sleep) sleep = &::Sleep;
-  decltype(&SystemSeconds) seconds = &SystemSeconds;
+  decltype(&SecondsSince1970) seconds = &SecondsSince1970;
 };
 
 /// The folder that the agent's installer wrote down for the current user, of at

@@ -4,12 +4,12 @@
 
 #include <cwchar>
 
+#include "core/Product.h"
 #include "shellext/contextmenu/SyncFolderInspection.h"
 
 namespace veskard {
 namespace {
 
-constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
 constexpr uint32_t kTypeRemovableEverywhere = 2;
 constexpr DWORD kUserNameSize = 256;
 

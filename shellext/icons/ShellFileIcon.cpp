@@ -4,6 +4,7 @@
 #include <shlwapi.h>
 
 #include "core/ModuleHandle.h"
+#include "core/Product.h"
 #include "core/WindowsOwners.h"
 #include "shellext/ClassFactory.h"
 #include "shellext/ServedClasses.h"
@@ -12,8 +13,6 @@
 
 namespace veskard {
 namespace {
-
-constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
 
 constexpr wchar_t AsciiLower(wchar_t c) noexcept {
   return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;

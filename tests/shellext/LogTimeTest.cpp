@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "shellext/Clock.h"
 #include "tests/support/ImportPatch.h"
 
 namespace veskard {
@@ -17,28 +18,6 @@ std::string LocalText(std::time_t second) {
   char text[32];
   std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S.000", &parts);
   return text;
-}
-
-TEST(LogTimeTest, ClockIsInSecondsSince1970) {
-  const auto before = static_cast<uint64_t>(std::time(nullptr));
-  const uint64_t now = SecondsSince1970();
-  EXPECT_GE(now, before);
-  EXPECT_LE(now, before + 2);
-}
-
-void WINAPI ReadNoClock(FILETIME* now) {
-  *now = {};
-}
-void WINAPI ReadTheSecondBefore1970(FILETIME* now) {
-  constexpr uint64_t kTicks = uint64_t{11'644'473'599} * 10'000'000;
-  *now = {static_cast<DWORD>(kTicks), static_cast<DWORD>(kTicks >> 32)};
-}
-
-TEST(LogTimeTest, AClockThatCannotBeReadOrIsSetBefore1970CountsAsZero) {
-  for (const auto clock : {&ReadNoClock, &ReadTheSecondBefore1970}) {
-    const test::FunctionPatch patch(nullptr, "GetSystemTimeAsFileTime", clock);
-    EXPECT_EQ(SecondsSince1970(), 0u);
-  }
 }
 
 TEST(LogTimeTest, NowIsShownInLocalTime) {
