@@ -48,12 +48,18 @@ class BencWriter {
   // overlapping halves of a fixed size instead.
   static void CopyBytes(char* target, std::string_view bytes) noexcept {
     const size_t count = bytes.size();
-    if (count > 32 || count < 8) {
-      if (count != 0) std::memcpy(target, bytes.data(), count);
+    if (count > 32) {
+      std::memcpy(target, bytes.data(), count);
     } else if (count > 16) {
       CopyHalves<16>(target, bytes);
-    } else {
+    } else if (count >= 8) {
       CopyHalves<8>(target, bytes);
+    } else if (count >= 4) {
+      CopyHalves<4>(target, bytes);
+    } else if (count >= 2) {
+      CopyHalves<2>(target, bytes);
+    } else if (count == 1) {
+      *target = bytes.front();
     }
   }
 
