@@ -23,7 +23,8 @@ TABLE = [
     ("shellprobe.exe explain", "Tells why the paths get the commands that they get", {
         "": "something is missing: shellprobe explain PATH...", "--xml a": "there is no option --xml"}),
     ("shellprobe.exe doctor", "Checks the installation", {
-        "now": 'cannot use "now" here', "--dll": "--dll needs a value"}),
+        "now": 'cannot use "now" here', "--dll": "--dll needs a value",
+        "--dll a.dll": "--dll needs --repair"}),
     ("shellprobe.exe tail", "Prints the diagnostic log's lines", {
         "--lines many": '--lines needs a number, not "many"', "file": 'cannot use "file" here'}),
     ("shellprobe.exe menu", "Right-clicks the paths and prints the commands", {
