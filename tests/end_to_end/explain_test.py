@@ -194,7 +194,8 @@ class ExplainTest(unittest.TestCase):
                 (b"whatever", "it is damaged at byte 0" + unset),
                 (b"d4:modei1e4:type", "it is damaged at byte 16" + unset),
                 (b"d4:modei1e99:type", "it is damaged at byte 10" + unset),
-                (b"d4:modei1e4:modei1ee", "it is damaged at byte 16" + unset),
+                (b"d4:modei1e4:modei1ee", "it is damaged at byte 10" + unset),
+                (b"d4:modee", "it is damaged at byte 7" + unset),
                 (b"l4:modee", 'it holds no dictionary but [ "mode" ]' + unset),
                 (b" " * (16 * 1024 * 1024 + 1), "it is larger than any mark and is not read" + unset)]:
             with self.subTest(contents[:20]):
