@@ -5,8 +5,8 @@
 
 namespace veskard {
 
-/// A recursive lock. A critical section and not a standard mutex: it may be
-/// taken while the process exits, when the threads that held it are gone.
+/// A recursive lock. A critical section and not a standard mutex: it may be tried
+/// (TryEnter) while the process exits, when the threads that held it are gone.
 class CriticalSection {
  public:
   CriticalSection() noexcept { ::InitializeCriticalSection(&section_); }

@@ -1,4 +1,5 @@
-// The product's names and version: the one place where they are written.
+// The product's names and version: the place that the code reads them from. The
+// version also stands in the library's version resource and in the build's scripts.
 #pragma once
 
 namespace veskard {

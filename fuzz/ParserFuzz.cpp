@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "benc/BencDump.h"
 #include "benc/BencParser.h"
@@ -37,8 +38,23 @@ void RequireAscendingKeys(const BencValue& dict) {
   }
 }
 
+// Of every dictionary in the value, at any depth without recursion.
+void RequireAscendingKeysBelow(const BencValue& root) {
+  std::vector<const BencValue*> waiting = {&root};
+  while (!waiting.empty()) {
+    const BencValue& value = *waiting.back();
+    waiting.pop_back();
+    if (value.GetKind() == BencValue::Kind::List) {
+      for (const BencValue& item : value.Items()) waiting.push_back(&item);
+    } else if (value.GetKind() == BencValue::Kind::Dict) {
+      RequireAscendingKeys(value);
+      for (const auto entry : value.Entries()) waiting.push_back(&entry.value);
+    }
+  }
+}
+
 void CheckAccepted(const BencValue& value) {
-  RequireAscendingKeys(value);
+  RequireAscendingKeysBelow(value);
   ByteBuilder first;
   WriteBencoded(first, value);
 

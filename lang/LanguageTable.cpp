@@ -44,12 +44,12 @@ const StringTable& CurrentTable() {
 
 void TranslateFromArchive(LoadedLanguage& language, std::string_view bytes, int32_t code) {
   LanguageArchive archive(bytes);
-  language.status.member = ChooseMember(archive.MemberNames(), WantedCodes(code));
+  const std::string member = ChooseMember(archive.MemberNames(), WantedCodes(code));
   std::wstring translation;
   std::wstring english;
-  if (!language.status.member.empty() && archive.ReadText(language.status.member, translation) &&
-      archive.ReadText("english.txt", english)) {
+  if (!member.empty() && archive.ReadText(member, translation) && archive.ReadText("english.txt", english)) {
     language.table.Translate(translation, english);
+    language.status.member = member;
   }
   language.status.diagnostics = archive.Diagnostics();
 }

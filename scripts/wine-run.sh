@@ -4,7 +4,7 @@
 # With VESKARD_HEAP_CHECKS set a program fails in which Wine finds a damaged heap.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
-exit_codes="the program's own; 124 time limit; 2 no program"
+exit_codes="the program's own; 124 time limit; 70 its tests did not come to their end, or it damaged a heap; 2 no program"
 answer_help "$@"
 refuse_options "$@"
 [ $# -gt 0 ] || wrong_usage "which program?"

@@ -22,8 +22,9 @@ enum RegistrationName : size_t {
 };
 using RegistrationNames = std::array<std::wstring, kRegistrationNameCount>;
 
-/// Computes the seven names. The handler name carries the version, so that
-/// every version has keys of its own. Throws std::bad_alloc only.
+/// Computes the seven names. The handler name and the class identifiers carry the
+/// version, so that every version has keys of its own, except the icon handler's key,
+/// which all versions share. Throws std::bad_alloc only.
 RegistrationNames MakeRegistrationNames();
 
 /// One value to write: REG_SZ `data` under `valueName` (empty: the key's default
@@ -52,7 +53,8 @@ std::vector<RegistryEntry> MakeRegistrationTable(const RegistrationNames& names,
 /// the Shell, also in the removal. Throws std::bad_alloc only.
 bool Register();
 
-/// Removes this version's keys, ignoring every refusal; always true.
+/// Removes this version's keys and the icon handler's, whichever version registered
+/// that last, ignoring every refusal; always true.
 bool Unregister();
 
 /// The inside of DllInstall: S_OK or E_FAIL.

@@ -88,8 +88,9 @@ class SyncHandle {
   /// kinds that have none.
   virtual int64_t GetModificationTime(uint32_t* error);
 
-  /// Size in bytes as the disk has it now, whether or not the handle is open; 0
-  /// when it cannot be told. (A file found under a name that differs in letter case
+  /// Size in bytes as the folder's listing has it, whether or not the handle is open;
+  /// 0 when it cannot be told. For a file that is open somewhere Windows may bring the
+  /// listing up to date only when that is closed. (A file found under a name that differs in letter case
   /// has its size and ERROR_FILE_NOT_FOUND.)
   virtual uint64_t GetSize(uint32_t* error);
 

@@ -56,8 +56,8 @@ std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file);
 bool IsProgressMark(const SyncHandle& mark);
 
 /// -1 for 0xFFFFFFFF; otherwise rounded down to a multiple of 5 and then capped at
-/// 100, compared as a signed number, so that numbers far above 2^31 come out
-/// negative: 47 -> 45, 250 -> 100, 4294967294 -> -6.
+/// 100, compared as a signed number, so that numbers from 2147483650 on come out
+/// negative: 47 -> 45, 250 -> 100, 2147483649 -> 100, 4294967294 -> -6.
 int32_t RoundProgress(uint32_t value) noexcept;
 
 }  // namespace veskard

@@ -11,9 +11,11 @@
 #include "tests/end_to_end/RightClickTest.h"
 #include "tests/support/AgentFolder.h"
 #include "tests/support/ExtensionLibrary.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tests/support/ToolRun.h"
+#include "tools/shellprobe/Explanation.h"
 
 namespace veskard::test {
 namespace {
@@ -42,7 +44,8 @@ TEST_F(InsightTest, ExplainTellsTheWholeChain) {
   for (const char* text :
        {"the menu handler for \"*\" is {8AF59405-", "its version is 2.7.2", "\\Root\\.sync\\FolderType, ",
         "\"mode\": 1", "selective sync: yes", "who is the current user", "being received, 45 %",
-        "takes commands", "Cancel receiving          shown: a placeholder is selected that is being received",
+        "has a free instance",
+        "Cancel receiving          shown: a placeholder is selected that is being received",
         "Remove from all devices   greyed: the folder's type is not 2"}) {
     EXPECT_THAT(result.output, HasSubstr(text));
   }
@@ -98,6 +101,26 @@ TEST_F(InsightTest, ExplainAnswersPrograms) {
   EXPECT_THAT(result.output, HasSubstr("\"menu\": false"));
   EXPECT_THAT(result.output,
               HasSubstr("\"command\": 5, \"text\": \"Remove from all devices\", \"state\": \"hidden\""));
+}
+
+// Wine lets everybody open a mutex, whatever its access list: the system's answer is laid out here.
+HANDLE WINAPI RefuseMutex(DWORD, BOOL, const wchar_t*) {
+  ::SetLastError(ERROR_ACCESS_DENIED);
+  return nullptr;
+}
+
+TEST_F(InsightTest, ExplainTellsAMutexThatThisUserMayNotOpen) {
+  Root();
+  const std::wstring file = File(L"Root\\a.txt");
+  const FunctionPatch patch(nullptr, "OpenMutexW", &RefuseMutex);
+  const Explanation explanation = ExplainSelection({file});
+  EXPECT_THAT(
+      explanation.report.AsText(),
+      HasSubstr("BAD   it is running, but this user may not open its mutex Global\\pipesynccmd_SIT\n"));
+  EXPECT_FALSE(explanation.HasMenu());
+  EXPECT_THAT(explanation.commands[2].reason,
+              "this user may not open the agent's mutex; otherwise shown: a file is selected that is on this "
+              "device");
 }
 
 TEST_F(InsightTest, ExplainTellsABusyPipe) {
@@ -251,6 +274,21 @@ TEST_F(InstalledTest, ExplainChangesNothing) {
   const auto before = state();
   EXPECT_EQ(Explain(paths).exitCode, 0u);
   EXPECT_TRUE(state() == before);
+}
+
+TEST_F(InstalledTest, ExplainTriesNoCheckFile) {
+  // A copy of the program, so that no other test meets its check file.
+  const std::wstring probe = folder_ / L"shellprobe.exe";
+  const std::filesystem::path report = folder_ / L"shellprobe.exe.lang.log";
+  std::filesystem::copy_file(BuiltProgram(L"shellprobe.exe"), probe);
+  std::ofstream(std::filesystem::path(folder_ / L"shellprobe.exe.lang.txt")) << "No text of ours\n";
+  Root();
+  const std::wstring file = File(L"Root\\a.txt");
+  EXPECT_EQ(RunProgram(probe, {L"explain", file}).exitCode, 0u);
+  EXPECT_FALSE(std::filesystem::exists(report));
+  // Not because it would not be found: a right-click tries it.
+  EXPECT_EQ(RunProgram(probe, {L"menu", file}).exitCode, 0u);
+  EXPECT_TRUE(std::filesystem::exists(report));
 }
 
 }  // namespace

@@ -12,7 +12,6 @@ from programs import Programs
 ROOT, FOLDER = sys.argv[1:3]
 del sys.argv[1:3]
 PROGRAMS = Programs(ROOT, FOLDER)
-SCRIPTS = os.path.join(ROOT, "scripts")
 
 # The command, what its help must say of it, and wrong command lines with the
 # beginning of the one line that answers them. {} is the command's own name.
@@ -23,7 +22,8 @@ TABLE = [
     ("shellprobe.exe explain", "Tells why the paths get the commands that they get", {
         "": "something is missing: shellprobe explain PATH...", "--xml a": "there is no option --xml"}),
     ("shellprobe.exe doctor", "Checks the installation", {
-        "now": 'cannot use "now" here', "--dll": "--dll needs a value"}),
+        "now": 'cannot use "now" here', "--dll": "--dll needs a value",
+        "--dll a.dll": "--dll needs --repair"}),
     ("shellprobe.exe tail", "Prints the diagnostic log's lines", {
         "--lines many": '--lines needs a number, not "many"', "file": 'cannot use "file" here'}),
     ("shellprobe.exe menu", "Right-clicks the paths and prints the commands", {
@@ -47,6 +47,12 @@ TABLE = [
     # the painter
     ("contact-sheet.exe", "Draws placeholders of several types", {
         "a": "something is missing: contact-sheet FOLDER", "a b c d --paper": "there is no option --paper"}),
+    # the painters of the menu's icons
+    ("shellext/icons/artwork/make_icon.sh", "Draws one icon at every size", {
+        "": "SOURCE.svg and RESULT.ico are needed", "a.svg": "SOURCE.svg and RESULT.ico are needed",
+        "-x a b": "there is no option -x", "a b c": 'cannot use "c" here'}),
+    ("shellext/icons/artwork/fit_to_pixels.py", "straight edges moved onto pixels", {
+        "": "SOURCE.svg SIZE are needed", "a.svg wide": 'SIZE is a number of pixels, not "wide"'}),
     # the translators' and the packers' programs
     ("tools/langlint/langlint.py", "Checks the translations", {"": "which folder?", "a b c": "which folder?"}),
     ("lang/make_archive.py", "Packs the language archive", {"": "FOLDER VERSION ZIP are needed"}),
@@ -107,6 +113,23 @@ def run(command, *words):
                           timeout=120)
 
 
+def is_script(path):
+    """What can be started by its name; of scripts/ the programs that others there start, too."""
+    if os.path.dirname(path) == os.path.join(ROOT, "scripts") and path.endswith(".py"):
+        return True
+    with open(path, "rb") as file:
+        return os.access(path, os.X_OK) and file.read(2) == b"#!"
+
+
+def scripts_of_the_tree():
+    for folder, folders, names in os.walk(ROOT):
+        # What is built, and what no person starts.
+        folders[:] = [name for name in folders if name != "build" and not name.startswith(".")]
+        for path in (os.path.join(folder, name) for name in names):
+            if os.path.isfile(path) and is_script(path):
+                yield os.path.relpath(path, ROOT)
+
+
 class CommandsTest(unittest.TestCase):
     def test_every_command_says_what_it_does(self):
         for command, summary, _ in TABLE:
@@ -130,10 +153,7 @@ class CommandsTest(unittest.TestCase):
 
     def test_the_table_has_every_command(self):
         listed = {command for command, _, _ in TABLE}
-        scripts = {f"scripts/{name}" for name in os.listdir(SCRIPTS)
-                   if os.path.isfile(os.path.join(SCRIPTS, name))
-                   and (name.endswith(".py") or os.access(os.path.join(SCRIPTS, name), os.X_OK))}
-        self.assertLessEqual(scripts, listed)
+        self.assertLessEqual(set(scripts_of_the_tree()), listed)
         overview = run("shellprobe.exe", "--help").stdout
         commands = re.findall(r"(?m)^  ([a-z]+)  ", overview)
         self.assertEqual({f"shellprobe.exe {name}" for name in commands},

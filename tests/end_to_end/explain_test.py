@@ -15,10 +15,13 @@ del sys.argv[1:3]
 
 PROGRAMS = Programs(ROOT, FOLDER)
 TREE = "C:\\Explained"
-LIBRARY = "Z:" + os.path.join(FOLDER, "VeskardShellExt.dll").replace("/", "\\")
+LIBRARY = PROGRAMS.library("VeskardShellExt.dll")
+OLDER_LIBRARY = PROGRAMS.library("tests/packages/older_library.dll")
 MENU_CLASS = "{8AF59405-CC05-0002-0702-AE6472CC92B2}"
 MENU_KEY = "HKLM\\Software\\Classes\\*\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2"
 SERVER_KEY = f"HKLM\\Software\\Classes\\CLSID\\{MENU_CLASS}\\InprocServer32"
+ICON_SERVER_KEY = SERVER_KEY.replace("8AF59405", "8AF59406")
+ICON_KEY = "HKLM\\Software\\Classes\\Nimbrel Veskard Agent\\shellex\\IconHandler"
 MARKS = {"good": "  ok    ", "note": "        ", "bad": "  BAD   "}
 SERVICE_MUTEX, SERVICE_PIPE = "Global\\pipesynccmd_SIT", "\\\\.\\pipe\\syncsvccmd_SIT"
 
@@ -71,11 +74,11 @@ class ExplainTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.register()
-        cls.addClassCleanup(PROGRAMS.must, "regsvr32", "/s", "/u", "/n", "/i:S", LIBRARY)
+        cls.addClassCleanup(PROGRAMS.register, LIBRARY, "/u")
 
     @staticmethod
     def register():
-        PROGRAMS.must("regsvr32", "/s", "/n", "/i:S", LIBRARY)
+        PROGRAMS.register(LIBRARY)
 
     def setUp(self):
         self.addCleanup(shutil.rmtree, on_disk(TREE), ignore_errors=True)
@@ -194,7 +197,8 @@ class ExplainTest(unittest.TestCase):
                 (b"whatever", "it is damaged at byte 0" + unset),
                 (b"d4:modei1e4:type", "it is damaged at byte 16" + unset),
                 (b"d4:modei1e99:type", "it is damaged at byte 10" + unset),
-                (b"d4:modei1e4:modei1ee", "it is damaged at byte 16" + unset),
+                (b"d4:modei1e4:modei1ee", "it is damaged at byte 10" + unset),
+                (b"d4:modee", "it is damaged at byte 7" + unset),
                 (b"l4:modee", 'it holds no dictionary but [ "mode" ]' + unset),
                 (b" " * (16 * 1024 * 1024 + 1), "it is larger than any mark and is not read" + unset)]:
             with self.subTest(contents[:20]):
@@ -299,7 +303,10 @@ class ExplainTest(unittest.TestCase):
         for library, fact, text in [
                 ("C:\\gone.dll", "library", "the registry names a library that is not there: C:\\gone.dll"),
                 (TREE + "\\plain.txt", "exports", None),
-                ("C:\\windows\\system32\\version.dll", "exports", "it loads but has no DllGetClassObject")]:
+                ("C:\\windows\\system32\\version.dll", "exports", "it loads but has no DllGetClassObject"),
+                (OLDER_LIBRARY, "version", "its version is 2.7.1, this program's is 2.7.2"),
+                # It serves its own version's classes only.
+                (OLDER_LIBRARY, "menuClass", "the menu handler's class cannot be activated")]:
             with self.subTest(library):
                 PROGRAMS.must("reg", "add", SERVER_KEY, "/ve", "/d", library, "/f")
                 with Agent():
@@ -307,6 +314,49 @@ class ExplainTest(unittest.TestCase):
                 self.expect(facts, **{fact: ("bad", text) if text else ("bad",)})
                 self.assertEqual(states, ["hidden"] * 4)
                 self.assertTrue(reasons[2].startswith("the registered library cannot be used; otherwise shown: "))
+
+    def test_a_class_that_names_no_library(self):
+        lay_root(TREE)
+        self.addCleanup(self.register)
+        PROGRAMS.must("reg", "delete", SERVER_KEY, "/f")
+        with Agent():
+            facts, states, reasons, _ = self.explain(TREE + "\\plain.txt")
+        self.expect(facts, library=("bad", "the handler's class names no library"))
+        self.assertEqual(states, ["hidden"] * 4)
+        self.assertTrue(reasons[2].startswith("the registered library cannot be used; otherwise shown: "))
+
+    def test_a_wrong_icon_handler_hides_no_command(self):
+        lay_root(TREE)
+        self.addCleanup(self.register)
+        PROGRAMS.must("reg", "add", ICON_SERVER_KEY, "/ve", "/d", "C:\\gone.dll", "/f")
+        with Agent():
+            gone = self.explain(TREE + "\\plain.txt")
+        self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class is not tried: its "
+                                                               "library is missing or none of ours"))
+        PROGRAMS.must("reg", "delete", ICON_KEY, "/f")
+        with Agent():
+            missing = self.explain(TREE + "\\plain.txt")
+        self.expect(missing[0], iconHandler=("bad", "no icon handler is registered: no " +
+                                             ICON_KEY.replace("HKLM", "HKEY_LOCAL_MACHINE")))
+        for explained in [gone, missing]:
+            self.assertEqual(explained[1:], (["hidden", "hidden", "shown", "shown"], gone[2], 0))
+
+    def test_a_drive_that_is_a_root(self):
+        self.addCleanup(shutil.rmtree, on_disk("C:\\.sync"))
+        lay_root("C:\\")
+        with Agent():
+            facts, states, _, code = self.explain("C:\\")
+        self.expect(facts, root=("good", "C:"), nested=("note", "the item is the root itself"))
+        self.assertEqual((states, code), (["shown", "hidden", "shown", "shown"], 0))
+
+    def test_a_folder_with_the_name_of_a_placeholder(self):
+        lay_root(TREE)
+        folder = TREE + "\\photos.ghpl"
+        write(folder + "\\a.jpg", b"")
+        with Agent():
+            facts, states, reasons, _ = self.explain(folder)
+        self.expect(facts, item=("note", folder + ": a folder with the name of a placeholder, not being received"))
+        self.assertEqual((states[0], reasons[0]), ("shown", "a folder is selected"))
 
 
 if __name__ == "__main__":

@@ -19,11 +19,12 @@ class Programs:
         path = os.path.join(self.folder, program) if program.endswith(".exe") else program
         return [self.runner, path, *words]
 
-    def run(self, program, *words):
+    def run(self, program, *words, **environment):
+        """Runs it to its end; further environment variables may be given by name."""
         # Into files: Wine's own processes outlive the program and keep the ends of its pipes.
         with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
             result = subprocess.run(self.command(program, *words), stdin=subprocess.DEVNULL, stdout=output,
-                                    stderr=errors, env=ENVIRONMENT, timeout=120)
+                                    stderr=errors, env={**ENVIRONMENT, **environment}, timeout=120)
             result.stdout, result.stderr = contents(output), contents(errors)
         return result
 
@@ -36,6 +37,18 @@ class Programs:
     def start(self, program, *words):
         return subprocess.Popen(self.command(program, *words), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 text=True, encoding="utf-8", env=ENVIRONMENT)
+
+    def library(self, name):
+        """What was built, as the programs see it."""
+        return "Z:" + os.path.join(self.folder, name).replace("/", "\\")
+
+    def register(self, library, *switches):
+        self.must("regsvr32", "/s", *switches, "/n", "/i:S", library)
+
+    def agent_folder(self):
+        """Where the agent's own installer makes the folder that the log lies in, for this program."""
+        roaming = self.must("cmd", "/c", "echo %APPDATA%").strip().removeprefix("C:\\")
+        return os.path.join(self.drive_c(), *roaming.split("\\"), "Nimbrel Veskard Agent")
 
     def drive_c(self):
         return os.path.join(os.environ["WINEPREFIX"], "drive_c")

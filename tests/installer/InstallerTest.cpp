@@ -173,6 +173,18 @@ TEST_F(InstallerTest, TakesTheExtensionFromAnotherFileType) {
   WriteRegistryText(HKEY_LOCAL_MACHINE, kBinding, L"", L"Something else");
   ASSERT_EQ(Install(ShippedPackage()), 0u);
   EXPECT_EQ(ReadMachineText(kBinding), L"Nimbrel Veskard Agent");
+  ASSERT_EQ(RemoveProducts(), 0u);
+  EXPECT_EQ(ReadMachineText(kBinding), std::nullopt);
+}
+
+// One icon for all placeholders would keep the Shell from asking for each file's own.
+TEST_F(InstallerTest, ReplacesAnotherIconOfTheFileType) {
+  const std::wstring icon = std::wstring(kFileType) + L"\\DefaultIcon";
+  WriteRegistryText(HKEY_LOCAL_MACHINE, icon, L"", L"C:\\agent.ico");
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  EXPECT_EQ(ReadMachineText(icon), L"%1");
+  ASSERT_EQ(RemoveProducts(), 0u);
+  EXPECT_EQ(ReadMachineText(icon), std::nullopt);
 }
 
 }  // namespace

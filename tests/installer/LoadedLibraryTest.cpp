@@ -38,6 +38,15 @@ std::string ServedBy(const std::wstring& version) {
 
 class LoadedLibraryTest : public InstallerFixture {
  protected:
+  /// What a package has added, but for the file that is in use, in its folder.
+  static std::vector<std::wstring> AddedWithoutTheLibraryInUse(const std::wstring& version) {
+    std::vector<std::wstring> added = AddedByPackage(Clean(), TakeMachineState());
+    std::erase_if(added, [&](const std::wstring& path) {
+      return path == VersionFolder(version) || path == InstalledLibrary(version);
+    });
+    return added;
+  }
+
   /// Nothing may be left but the file that was in use, in its folders.
   static void ExpectOnlyTheLibraryInUse(const std::wstring& version) {
     const std::filesystem::path folder = VersionFolder(version);
@@ -50,6 +59,7 @@ class LoadedLibraryTest : public InstallerFixture {
 };
 
 TEST_F(LoadedLibraryTest, AnUpgradeTakesEffectAtOnceAndDisturbsNobody) {
+  const std::vector<std::wstring> expected = AddedByShippedPackage();
   ASSERT_EQ(Install(OlderPackage()), kDone);
   {
     HostProcess host;
@@ -66,6 +76,7 @@ TEST_F(LoadedLibraryTest, AnUpgradeTakesEffectAtOnceAndDisturbsNobody) {
 
     EXPECT_THAT(InstalledProducts(), SizeIs(1));
     EXPECT_EQ(ServerOf(kOlderIconClass), L"none");
+    EXPECT_EQ(AddedWithoutTheLibraryInUse(L"2.7.1"), expected);
   }
   ASSERT_EQ(RemoveProducts(), kDone);
   ExpectOnlyTheLibraryInUse(L"2.7.1");

@@ -17,6 +17,8 @@
 #include "lang/LineFile.h"
 #include "lang/ResourceData.h"
 #include "lang/StringTable.h"
+#include "tests/lang/ZipBuilder.h"
+#include "tests/support/ImportPatch.h"
 #include "util/string/FormatServices.h"
 #include "util/string/strfmt.h"
 
@@ -25,6 +27,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 void Load(std::string_view code) {
   LoadLanguage(static_cast<int32_t>(PackLanguageCode(code)));
@@ -58,6 +61,36 @@ TEST(LanguageTableTest, CodeWithoutAMemberGivesEnglish) {
     for (uint32_t number = 0; number < kStringCount; ++number) {
       EXPECT_EQ(GetString(number), StringTable().Get(number)) << code;
     }
+  }
+}
+
+// An archive of the test's own in the place of the program's resource.
+std::string archiveBytes;
+void* WINAPI LockArchive(HGLOBAL) {
+  return archiveBytes.data();
+}
+DWORD WINAPI SizeOfArchive(HMODULE, HRSRC) {
+  return static_cast<DWORD>(archiveBytes.size());
+}
+
+TEST(LanguageTableTest, StatusNamesOnlyAMemberThatIsInForce) {
+  const test::FunctionPatch lock(nullptr, "LockResource", &LockArchive);
+  const test::FunctionPatch size(nullptr, "SizeofResource", &SizeOfArchive);
+  const ZipMember version = {.name = "version", .contents = "1"};
+  const ZipMember english = {.name = "english.txt", .contents = "Cancel\n"};
+  const ZipMember german = {.name = "German!de.txt", .contents = "Abbrechen\n"};
+  const ZipMember damaged = {.name = "German!de.txt", .contents = "Abbrechen\n", .claimedCrc = 1};
+
+  archiveBytes = BuildZip({version, english, german});
+  Load("de");
+  EXPECT_EQ(GetString(8), L"Abbrechen");
+  EXPECT_EQ(GetLanguageStatus().member, "German!de.txt");
+  for (const std::vector<ZipMember>& members : {std::vector{version, english, damaged}, {version, german}}) {
+    archiveBytes = BuildZip(members);
+    Load("de");
+    EXPECT_EQ(GetString(8), L"Cancel");
+    EXPECT_EQ(GetLanguageStatus().member, "");
+    EXPECT_THAT(GetLanguageStatus().diagnostics, SizeIs(1));
   }
 }
 

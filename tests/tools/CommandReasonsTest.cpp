@@ -32,6 +32,42 @@ TEST(CommandReasonsTest, StatesAreTheLibrarysOwn) {
   EXPECT_THAT(StatesOf(selection), ElementsAre("shown", "shown", "shown", "hidden"));
 }
 
+TEST(CommandReasonsTest, EachCommandHasTheReasonOfItsRule) {
+  struct Row {
+    MenuSelection selection;
+    std::vector<std::string> reasons;
+  };
+  const auto with = [](bool MenuSelection::*what) {
+    MenuSelection selection = InOwnFolder();
+    selection.*what = true;
+    return selection;
+  };
+  MenuSelection folder = with(&MenuSelection::anyDirectory);
+  folder.hasLocalFile = true;
+  MenuSelection forbidden = with(&MenuSelection::hasLocalFile);
+  forbidden.removeAllDisabled = true;
+  const std::string noDownload = "no folder is selected, and no placeholder that is not being received";
+  const std::string noReceiving = "no placeholder is selected that is being received";
+  const std::string noFile = "no folder is selected, and no file that is on this device";
+  const std::string file = "a file is selected that is on this device";
+  const std::string type = "the folder's type is 2";
+  const Row rows[] = {
+      {folder, {"a folder is selected", noReceiving, "a folder is selected", type}},
+      {with(&MenuSelection::needsDownload),
+       {"a placeholder is selected that is not being received", noReceiving, noFile, type}},
+      {with(&MenuSelection::receiving),
+       {noDownload, "a placeholder is selected that is being received", noFile,
+        "a placeholder is selected that is being received"}},
+      {with(&MenuSelection::hasLocalFile), {noDownload, noReceiving, file, type}},
+      {forbidden, {noDownload, noReceiving, file, "the folder forbids removing from all devices"}},
+  };
+  for (const Row& row : rows) {
+    std::vector<std::string> reasons;
+    for (const CommandVerdict& verdict : ExplainCommands(row.selection)) reasons.push_back(verdict.reason);
+    EXPECT_EQ(reasons, row.reasons);
+  }
+}
+
 TEST(CommandReasonsTest, AFolderThatRulesTheMenuOutIsTheReasonForAll) {
   MenuSelection outside;
   MenuSelection whole = InOwnFolder();

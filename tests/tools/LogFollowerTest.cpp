@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard {
@@ -12,10 +13,16 @@ using testing::IsEmpty;
 
 class LogFollowerTest : public testing::Test {
  protected:
-  void Append(const std::wstring& text) const {
-    const UniqueFile file(::CreateFileW(path_.c_str(), FILE_APPEND_DATA,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  void Append(const std::wstring& text) const { Append(Writer(), text); }
+
+  // As a process that writes the log has it open.
+  UniqueFile Writer() const {
+    return UniqueFile(::CreateFileW(path_.c_str(), FILE_APPEND_DATA,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  }
+
+  static void Append(const UniqueFile& file, const std::wstring& text) {
     DWORD written = 0;
     ASSERT_TRUE(::WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size() * sizeof(wchar_t)),
                             &written, nullptr));
@@ -58,6 +65,52 @@ TEST_F(LogFollowerTest, FollowsIntoTheFileThatARotationMakes) {
   EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"last of the old", L"first of the new"));
 }
 
+TEST_F(LogFollowerTest, ReadsOnInTheFileThatAnotherProcessStillWrites) {
+  const UniqueFile other = Writer();
+  Append(other, L"one\r\nhalf ");
+  log_.ReadNewLines();
+  ASSERT_TRUE(::MoveFileExW(path_.c_str(), (path_ + L".old").c_str(), 0));
+  Append(L"new\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"new"));
+  Append(L"newer\r\n");
+  Append(other, L"and whole\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"half and whole", L"newer"));
+  EXPECT_THAT(log_.ReadNewLines(), IsEmpty());
+}
+
+TEST_F(LogFollowerTest, FollowsARenamedFileUntilThereIsANewOne) {
+  const UniqueFile other = Writer();
+  log_.ReadNewLines();
+  ASSERT_TRUE(::MoveFileExW(path_.c_str(), (path_ + L".old").c_str(), 0));
+  Append(other, L"one\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"one"));
+}
+
+// Wine never says that an open file was deleted.
+BOOL WINAPI AnswerDeletePending(HANDLE, FILE_INFO_BY_HANDLE_CLASS what, void* answer, DWORD size) {
+  if (what != FileStandardInfo || size != sizeof(FILE_STANDARD_INFO)) return FALSE;
+  static_cast<FILE_STANDARD_INFO*>(answer)->DeletePending = TRUE;
+  return TRUE;
+}
+
+TEST_F(LogFollowerTest, LetsADeletedFileGoAndReadsTheNextOneFromItsStart) {
+  Append(L"one\r\n");
+  log_.ReadNewLines();
+  Append(L"two\r\nhalf ");
+  {
+    const test::FunctionPatch pending(nullptr, "GetFileInformationByHandleEx", &AnswerDeletePending);
+    EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"two"));
+  }
+  {
+    // Nobody holds it any more: whoever wants it alone gets it.
+    const UniqueFile alone(::CreateFileW(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(alone);
+  }
+  Append(L"new\r\n");
+  EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"new"));
+}
+
 TEST_F(LogFollowerTest, ALineEndIsNeverTakenFromHalvesOfCharacters) {
   // U+0D00 U+0A00 hold a carriage return's and a line feed's bytes, one off.
   Append(L"a\u0d00\u0a00b\r\n");
@@ -78,6 +131,8 @@ TEST(LogLineTest, ProcessesAreToldByNameNumberOrBoth) {
   EXPECT_TRUE(IsLineOfProcess(kLine, L"explorer.exe"));
   EXPECT_TRUE(IsLineOfProcess(kLine, L"4412"));
   EXPECT_TRUE(IsLineOfProcess(kLine, L"explorer.exe:4412"));
+  EXPECT_TRUE(IsLineOfProcess(kLine, L"Explorer.EXE"));
+  EXPECT_TRUE(IsLineOfProcess(kLine, L"Explorer.EXE:4412"));
   EXPECT_FALSE(IsLineOfProcess(kLine, L"412"));
   EXPECT_FALSE(IsLineOfProcess(kLine, L"explorer"));
   EXPECT_FALSE(IsLineOfProcess(L"no tag", L"explorer.exe"));

@@ -40,6 +40,14 @@ TEST_F(MarkContentTest, DamageIsFoundWhereItIs) {
   EXPECT_EQ(Read("d4:modei1x").goodBytes, 9u);
 }
 
+TEST_F(MarkContentTest, WhatIsWellFormedInTheWrongPlaceIsDamageToo) {
+  EXPECT_EQ(Read("i1e").goodBytes, 0u);                    // no container
+  EXPECT_EQ(Read("di1e1:ae").goodBytes, 1u);               // a key that is no text
+  EXPECT_EQ(Read("d4:modee").goodBytes, 7u);               // a key without a value
+  EXPECT_EQ(Read("d4:modei1e4:modei1ee").goodBytes, 10u);  // a key that comes again
+  EXPECT_EQ(Read("d1:ad1:bi1ei2e1:ceee").goodBytes, 11u);  // deeper down
+}
+
 TEST_F(MarkContentTest, AListIsNoRecord) {
   const MarkContent content = Read("li1ei2ee");
   EXPECT_EQ(content.kind, MarkKind::kOtherValue);

@@ -88,16 +88,28 @@ void CheckFileType(Report& report) {
   CheckTypeIcon(report);
 }
 
-bool CanAppend(const std::wstring& file) {
+// Whether something that is there may be opened for that; else the last error says why not.
+bool CanOpen(const std::wstring& path, DWORD access, DWORD flags) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  return static_cast<bool>(UniqueFile(::CreateFileW(file.c_str(), FILE_APPEND_DATA, kShareAll, nullptr,
-                                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+  return static_cast<bool>(
+      UniqueFile(::CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr)));
+}
+
+bool CanAppend(const std::wstring& file) {
+  return CanOpen(file, FILE_APPEND_DATA, FILE_ATTRIBUTE_NORMAL);
+}
+
+// A folder may be there and yet take no new file; trying it would leave one.
+bool CanCreate(const std::wstring& file) {
+  return CanOpen(file.substr(0, file.find_last_of(L'\\')), FILE_ADD_FILE, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
 void CheckLogFile(Report& report, const std::wstring& file) {
+  if (file.empty()) return report.Bad(kLogFact, "nothing is written: the system names no folder for the log");
   if (CanAppend(file)) return report.Good(kLogFact, "it is written to " + ToUtf8(file));
+  if (::GetLastError() == ERROR_FILE_NOT_FOUND && CanCreate(file))
+    return report.Good(kLogFact, "it will be written to " + ToUtf8(file));
   const DWORD error = ::GetLastError();
-  if (error == ERROR_FILE_NOT_FOUND) return report.Good(kLogFact, "it will be written to " + ToUtf8(file));
   if (error == ERROR_PATH_NOT_FOUND) {
     return report.Bad(kLogFact, "nothing is written: the folder of " + ToUtf8(file) + " is missing");
   }
@@ -137,8 +149,9 @@ void CheckLanguage(Report& report, const std::wstring& library) {
   if (status.archive != DataStatus::kReady)
     return report.Bad(kLanguageFact, "the library's texts cannot be read");
   for (const std::string& line : status.diagnostics) report.Bad(kLanguageFact, line);
-  report.Good(kLanguageFact,
-              status.member.empty() ? "texts are English" : "texts come from " + status.member);
+  // English is as it should be unless another language was meant to be there.
+  report.Add(status.diagnostics.empty() ? Finding::kGood : Finding::kNote, kLanguageFact,
+             status.member.empty() ? "texts are English" : "texts come from " + status.member);
   report.Note("sample", "for example \"" + ToUtf8(GetString(StringId::kSyncToThisDevice)) + "\"");
 }
 

@@ -18,8 +18,9 @@ inline constexpr char kLogFact[] = "log";
 inline constexpr char kLanguageFact[] = "language";
 
 /// Checks the registry's ten values, the library and its classes, the file type,
-/// the log and the language. Activates the classes, so the log may get lines;
-/// changes nothing else. COM must be there.
+/// the log and the language. Activates the classes and loads the texts as any
+/// program does, so the log may get lines, and a translator's check file beside this
+/// program its report; changes nothing else. COM must be there.
 Report DiagnoseInstallation();
 
 /// Registers a library, as regsvr32 /n /i:S does. Throws ToolError when it cannot

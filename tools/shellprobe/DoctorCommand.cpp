@@ -17,7 +17,7 @@ namespace {
 
 constexpr OptionSpec kOptions[] = {
     {"--repair", nullptr, "register the library anew, then check (as administrator)"},
-    {"--dll", "FILE", "the library to register; else the registered one, or the one beside this program"},
+    {"--dll", "FILE", "with --repair: this library; else the registered one, or the one beside this program"},
     {"--json", nullptr, "print one JSON object"},
 };
 
@@ -68,7 +68,8 @@ const CommandSpec kDoctorSpec = {
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
-        "Asking whether the classes can be activated may add lines to the diagnostic log.\n"
+        "Asking whether the classes can be activated may add lines to the diagnostic log, and a\n"
+        "translator's check file beside this program gets its report.\n"
         "\n"
         "Exit codes: 0 all well; 1 the repair failed; 2 wrong command line; otherwise the first of\n"
         "these: 20 a registry value is wrong; 21 the library is missing, of another version or cannot\n"
@@ -77,6 +78,9 @@ const CommandSpec kDoctorSpec = {
 };
 
 int RunDoctor(const Arguments& arguments) {
+  if (arguments.Has("--dll") && !arguments.Has("--repair")) {
+    throw ToolError(ExitCode::kWrongUsage, "--dll needs --repair (see shellprobe doctor --help)");
+  }
   const ComApartment apartment;
   if (arguments.Has("--repair")) RegisterLibrary(LibraryToRegister(arguments));
   const Report report = DiagnoseInstallation();

@@ -56,11 +56,14 @@ const CommandSpec kExplainSpec = {
     .options = kOptions,
     .notes =
         "The paths are judged as one selection, as if they were right-clicked together: the first\n"
-        "decides the folder. Look for the first line with BAD.\n"
+        "decides the folder. Begin with the reasons under Commands, then look for the line with BAD\n"
+        "that tells more; not every such line hides a command.\n"
         "\n"
-        "It only reads: nothing is changed, and the diagnostic log gets no line.\n"
+        "It only reads: nothing is changed, the diagnostic log gets no line, and a translator's\n"
+        "check file is not tried.\n"
         "\n"
-        "Exit codes: 0 the menu gets commands; 2 wrong command line; 14 it gets none.\n",
+        "Exit codes: 0 the menu gets commands; 1 a PATH is none, or COM cannot start; 2 wrong command line;\n"
+        "14 it gets none.\n",
 };
 
 int RunExplain(const Arguments& arguments) {

@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 
+#include "core/WindowsOwners.h"
 #include "fs/util/PathVector.h"
 #include "fs/util/SyncHandle.h"
 #include "shellext/contextmenu/AgentChannel.h"
@@ -28,6 +29,7 @@ using Obstacle = const char*;
 constexpr Obstacle kNotRegisteredHere = "no menu handler is registered for the first item";
 constexpr Obstacle kLibraryUseless = "the registered library cannot be used";
 constexpr Obstacle kNoAgent = "no agent is there";
+constexpr Obstacle kForbiddenAgent = "this user may not open the agent's mutex";
 
 std::string YesNo(bool value) {
   return value ? "yes" : "no";
@@ -163,7 +165,7 @@ void ReportNoRoot(Report& report, const std::wstring& path) {
 
 // Nested roots do not count, except for the inner root itself.
 void ReportNesting(Report& report, const std::wstring& path, const std::wstring& root) {
-  if (root == path) return report.Note("nested", "the item is the root itself");
+  if (PathVector(root).Equals(PathVector(path))) return report.Note("nested", "the item is the root itself");
   if (IsSyncFolderRoot(path)) {
     return report.Note("nested", "the item is the root of a nested folder and is judged by its own record",
                        ToUtf8(path));
@@ -192,12 +194,14 @@ void ReportFolder(Report& report, const std::wstring& path) {
   ReportRecord(report, IsSyncFolderRoot(path) ? path : root);
 }
 
-void ReportPlaceholder(Report& report, const std::wstring& path) {
+// A folder may have a placeholder's name: it is read as one, and is a folder too.
+void ReportPlaceholder(Report& report, const std::wstring& path, bool isFolder) {
   const PlaceholderState state = ReadPlaceholderState(path);
   const std::string progress =
       state.progress < 0 ? "not being received" : "being received, " + std::to_string(state.progress) + " %";
   report.Note("item",
-              ToUtf8(path) + ": a placeholder" + (state.typeFlag ? " of a folder, " : ", ") + progress,
+              ToUtf8(path) + (isFolder ? ": a folder with the name of a placeholder" : ": a placeholder") +
+                  (state.typeFlag ? " of a folder, " : ", ") + progress,
               ToUtf8(path));
   ReportMark(report, OpenPlaceholderMark(path).get(), "it has no mark; nothing is being received");
 }
@@ -207,8 +211,8 @@ void ReportItem(Report& report, const std::wstring& path) {
   if (attributes == INVALID_FILE_ATTRIBUTES) {
     return report.Bad("item", ToUtf8(path) + ": not there; it is skipped", ToUtf8(path));
   }
-  if (IsPlaceholderName(path)) return ReportPlaceholder(report, path);
   const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  if (IsPlaceholderName(path)) return ReportPlaceholder(report, path, isFolder);
   report.Note("item", ToUtf8(path) + (isFolder ? ": a folder" : ": a file that is on this device"),
               ToUtf8(path));
 }
@@ -218,11 +222,12 @@ void ReportItems(Report& report, const std::vector<std::wstring>& paths) {
   for (const std::wstring& path : paths) ReportItem(report, path);
 }
 
-// Asks whether an instance is free, without connecting to it.
+// Asks whether an instance is free, without connecting to it. That does not tell
+// whether this user may connect.
 void ReportPipe(Report& report, const std::wstring& pipe) {
   const std::string name = ToUtf8(pipe);
   if (::WaitNamedPipeW(pipe.c_str(), 1))
-    return report.Good("pipe", "its pipe " + name + " takes commands", name);
+    return report.Good("pipe", "its pipe " + name + " has a free instance", name);
   const bool missing = ::GetLastError() == ERROR_FILE_NOT_FOUND;
   report.Bad(
       "pipe",
@@ -230,16 +235,29 @@ void ReportPipe(Report& report, const std::wstring& pipe) {
       name);
 }
 
+// There, but the library, in this user's programs, sees no agent all the same.
+bool IsMutexForbidden(const wchar_t* name) {
+  const UniqueHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, name));
+  return !mutex && ::GetLastError() == ERROR_ACCESS_DENIED;
+}
+
+Obstacle ReportNoAgent(Report& report) {
+  const std::string mutex = ToUtf8(kServiceAgent.mutex);
+  const bool isForbidden = IsMutexForbidden(kServiceAgent.mutex);
+  report.Bad("mutex",
+             isForbidden ? "it is running, but this user may not open its mutex " + mutex
+                         : "it is not running: there is no mutex " + mutex,
+             mutex);
+  report.Note("pipe", "its pipe would be " + ToUtf8(kServiceAgent.pipe), ToUtf8(kServiceAgent.pipe));
+  return isForbidden ? kForbiddenAgent : kNoAgent;
+}
+
 Obstacle ReportAgent(Report& report) {
   report.Section("Agent");
   report.Note("scope", "commands go to the agent of the service", std::to_string(static_cast<int>(kScope)));
-  const std::string mutex = ToUtf8(kServiceAgent.mutex);
   const std::wstring pipe = GetAgentPipeName(kScope);
-  if (pipe.empty()) {
-    report.Bad("mutex", "it is not running: there is no mutex " + mutex, mutex);
-    report.Note("pipe", "its pipe would be " + ToUtf8(kServiceAgent.pipe), ToUtf8(kServiceAgent.pipe));
-    return kNoAgent;
-  }
+  if (pipe.empty()) return ReportNoAgent(report);
+  const std::string mutex = ToUtf8(kServiceAgent.mutex);
   report.Good("mutex", "it is running: there is the mutex " + mutex, mutex);
   ReportPipe(report, pipe);
   return nullptr;

@@ -18,8 +18,8 @@ struct Explanation {
 };
 
 /// Follows the chain from the registration to the commands with the library's own
-/// code. Reads only: nothing is written anywhere, and no log is opened. COM must
-/// be there. Throws std::bad_alloc only.
+/// code. Reads only: nothing is written anywhere, no log is opened and no check file
+/// tried. COM must be there. Throws std::bad_alloc only.
 Explanation ExplainSelection(const std::vector<std::wstring>& paths);
 
 }  // namespace veskard

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <utility>
 
 namespace veskard {
 namespace {
@@ -25,6 +26,14 @@ bool SameFile(HANDLE one, HANDLE other) {
          first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
 }
 
+// While anybody holds a deleted file, some file systems let nobody make a new one of
+// its name. Where the system cannot tell, the answer is no.
+bool IsDeletePending(HANDLE file) {
+  FILE_STANDARD_INFO information = {};
+  return ::GetFileInformationByHandleEx(file, FileStandardInfo, &information, sizeof information) &&
+         information.DeletePending;
+}
+
 // Where a line's end begins, at an even byte; npos without one.
 size_t FindLineEnd(std::string_view bytes) {
   size_t end = bytes.find(kLineEnd);
@@ -36,6 +45,11 @@ std::wstring TextOf(std::string_view bytes) {
   std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
   std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
   return text;
+}
+
+bool IsSameName(std::wstring_view one, std::wstring_view other) {
+  return ::CompareStringOrdinal(one.data(), static_cast<int>(one.size()), other.data(),
+                                static_cast<int>(other.size()), TRUE) == CSTR_EQUAL;
 }
 
 bool IsTag(std::wstring_view text) {
@@ -61,50 +75,51 @@ std::wstring_view TagOf(std::wstring_view line) {
 
 std::vector<std::wstring> LogFollower::ReadNewLines() {
   std::vector<std::wstring> lines;
-  if (!file_ && !Open()) return lines;
-  ReadToEnd(lines);
-  // What came before the change of files has been read; now the new one's start.
-  if (WasReplaced() && Open()) ReadToEnd(lines);
+  ReadToEnd(previous_, lines);
+  if (current_.file && WasReplaced()) {
+    // To its end first: what was written before the change comes before the new file's start.
+    ReadToEnd(current_, lines);
+    previous_ = std::exchange(current_, Source());
+  }
+  if (!current_.file) current_.file = OpenShared(path_);
+  ReadToEnd(current_, lines);
   return lines;
-}
-
-bool LogFollower::Open() {
-  file_ = OpenShared(path_);
-  bytes_.clear();
-  return static_cast<bool>(file_);
 }
 
 bool LogFollower::WasReplaced() const {
   const UniqueFile now = OpenShared(path_);
-  return now && !SameFile(now.Get(), file_.Get());
+  return now && !SameFile(now.Get(), current_.file.Get());
 }
 
-void LogFollower::ReadToEnd(std::vector<std::wstring>& lines) {
+void LogFollower::ReadToEnd(Source& source, std::vector<std::wstring>& lines) {
+  if (!source.file) return;
   char buffer[64 * 1024];
   DWORD count = 0;
-  while (::ReadFile(file_.Get(), buffer, sizeof buffer, &count, nullptr) && count != 0) {
-    bytes_.append(buffer, count);
-    TakeLines(lines);
+  while (::ReadFile(source.file.Get(), buffer, sizeof buffer, &count, nullptr) && count != 0) {
+    source.bytes.append(buffer, count);
+    TakeLines(source.bytes, lines);
   }
+  if (IsDeletePending(source.file.Get())) source = Source();
 }
 
-void LogFollower::TakeLines(std::vector<std::wstring>& lines) {
+void LogFollower::TakeLines(std::string& bytes, std::vector<std::wstring>& lines) {
   size_t start = 0;
   for (;;) {
-    const std::string_view rest = std::string_view(bytes_).substr(start);
+    const std::string_view rest = std::string_view(bytes).substr(start);
     const size_t end = FindLineEnd(rest);
     if (end == std::string_view::npos) break;
     lines.push_back(TextOf(rest.substr(0, end)));
     start += end + kLineEnd.size();
   }
-  bytes_.erase(0, start);
+  bytes.erase(0, start);
 }
 
 bool IsLineOfProcess(std::wstring_view line, std::wstring_view process) {
   const std::wstring_view tag = TagOf(line);
   if (tag.empty()) return false;
   const size_t colon = tag.rfind(L':');
-  return tag == process || tag.substr(0, colon) == process || tag.substr(colon + 1) == process;
+  return IsSameName(tag, process) || IsSameName(tag.substr(0, colon), process) ||
+         IsSameName(tag.substr(colon + 1), process);
 }
 
 }  // namespace veskard

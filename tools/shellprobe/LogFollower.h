@@ -16,22 +16,30 @@ class LogFollower {
 
   /// The whole lines that have come since the last call, without their ends; none
   /// while there is no file. A line that is still being written comes when it is
-  /// complete. A file that took the place of another is read from its start.
+  /// complete. A file that took the place of another is read from its start; the
+  /// other one is read on, because a process that did not rotate the log goes on
+  /// writing there. A deleted file is let go.
   std::vector<std::wstring> ReadNewLines();
 
  private:
-  bool Open();
+  /// An open file, and what was read of it that is not yet a whole line.
+  struct Source {
+    UniqueFile file;
+    std::string bytes;
+  };
+
   bool WasReplaced() const;
-  void ReadToEnd(std::vector<std::wstring>& lines);
-  void TakeLines(std::vector<std::wstring>& lines);
+  static void ReadToEnd(Source& source, std::vector<std::wstring>& lines);
+  static void TakeLines(std::string& bytes, std::vector<std::wstring>& lines);
 
   std::wstring path_;
-  UniqueFile file_;
-  std::string bytes_;  // read, but not yet a whole line
+  Source current_;
+  Source previous_;  // what was at the path before
 };
 
 /// Whether a line comes from a process: "explorer.exe:4412", "explorer.exe" or
-/// "4412" for a line tagged "(explorer.exe:4412)".
+/// "4412" for a line tagged "(explorer.exe:4412)", in any case: the tag has the
+/// letters that the process was started with.
 bool IsLineOfProcess(std::wstring_view line, std::wstring_view process);
 
 }  // namespace veskard

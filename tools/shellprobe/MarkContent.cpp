@@ -16,17 +16,20 @@ namespace {
 // What the library reads of a progress mark.
 constexpr size_t kProgressSize = 8;
 
-/// Hands the parser's tokens on and remembers where the last good one ended.
+/// Hands the parser's tokens on and remembers how far they were good. Whoever reads
+/// them stops at the first that it cannot use, whether that is malformed itself or
+/// well formed in the wrong place; the good ones end where that one begins.
 class TrackingParser final : public IBencParser {
  public:
   TrackingParser(char* begin, char* end) noexcept : inner_(begin, end), begin_(begin) {}
 
   BencToken NextToken(const char** text, size_t* length) override {
+    goodBytes_ = tokenEnd_;
     const BencToken token = inner_.NextToken(text, length);
     if (token == BencToken::TokError || token == BencToken::TokEndOfInput) return token;
     const char* end = *text + *length;
     if (token == BencToken::TokInt && end != InputEnd() && *end == 'e') ++end;
-    goodBytes_ = static_cast<size_t>(end - begin_);
+    tokenEnd_ = static_cast<size_t>(end - begin_);
     return token;
   }
   const char* InputEnd() const noexcept override { return inner_.InputEnd(); }
@@ -36,7 +39,8 @@ class TrackingParser final : public IBencParser {
  private:
   BencParser inner_;
   const char* begin_;
-  size_t goodBytes_ = 0;
+  size_t goodBytes_ = 0;  // to the start of the last token
+  size_t tokenEnd_ = 0;   // of the last that is well formed
 };
 
 std::wstring PlaceOf(const SyncHandle& mark) {
@@ -74,8 +78,10 @@ void ReadBencoded(MarkContent& content, SyncHandle& mark) {
   TrackingParser parser(bytes.data(), bytes.data() + bytes.size());
   BencValue value;
   const bool good = ParseBencoded(value, parser);
-  content.goodBytes = parser.GoodBytes();
-  if (!good) return;
+  if (!good) {
+    content.goodBytes = parser.GoodBytes();
+    return;
+  }
   content.kind = value.GetKind() == BencValue::Kind::Dict ? MarkKind::kDictionary : MarkKind::kOtherValue;
   ByteBuilder dump;
   DumpValue(dump, value, 0);

@@ -24,7 +24,8 @@ struct MarkContent {
   uint64_t size = 0;   // bytes
   MarkKind kind = MarkKind::kDamaged;
   std::string dump;      // what it holds, as text, when it could be read
-  size_t goodBytes = 0;  // how far it could be read, when it is damaged
+  size_t goodBytes = 0;  // when it is damaged: the offset of the first byte that cannot stand there,
+                         // its size when it breaks off
 };
 
 /// Reads a mark that the inspection has opened. Throws std::bad_alloc only.

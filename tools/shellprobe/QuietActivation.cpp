@@ -10,27 +10,34 @@
 namespace veskard {
 namespace {
 
-// By which the library asks for the folder that its log lies in.
+// By which the library asks for the folder that its log lies in, and by which it
+// opens a translator's check file, to write a report beside it.
 constexpr char kFolderQuery[] = "SHGetSpecialFolderPathW";
+constexpr char kFileOpening[] = "CreateFileW";
 
 BOOL WINAPI NoFolder(HWND, wchar_t*, int, BOOL) noexcept {
   return FALSE;
 }
 
-/// While it lives, the module finds no application-data folder.
-class NoFolderFor {
+HANDLE WINAPI NoFile(const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) noexcept {
+  ::SetLastError(ERROR_FILE_NOT_FOUND);
+  return INVALID_HANDLE_VALUE;
+}
+
+/// While it lives, the module calls another function in an import's place.
+class Replacement {
  public:
-  explicit NoFolderFor(HMODULE module) noexcept
-      : slot_(module == nullptr ? nullptr : FindImport(module, kFolderQuery)) {
+  Replacement(HMODULE module, const char* import, void* function) noexcept
+      : slot_(module == nullptr ? nullptr : FindImport(module, import)) {
     if (slot_ == nullptr) return;
     original_ = *slot_;
-    WriteImport(slot_, reinterpret_cast<void*>(&NoFolder));
+    WriteImport(slot_, function);
   }
-  ~NoFolderFor() {
+  ~Replacement() {
     if (slot_ != nullptr) WriteImport(slot_, original_);
   }
-  NoFolderFor(const NoFolderFor&) = delete;
-  NoFolderFor& operator=(const NoFolderFor&) = delete;
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
 
   explicit operator bool() const noexcept { return slot_ != nullptr; }
 
@@ -46,8 +53,9 @@ std::optional<HRESULT> ActivateQuietly(const std::wstring& classId) {
   if (FAILED(::CLSIDFromString(classId.c_str(), &id))) return std::nullopt;
   const UniqueModule library(
       ::LoadLibraryExW(LibraryOfClass(classId).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  const NoFolderFor quiet(library.Get());
-  if (!quiet) return std::nullopt;
+  const Replacement noFolder(library.Get(), kFolderQuery, reinterpret_cast<void*>(&NoFolder));
+  const Replacement noFile(library.Get(), kFileOpening, reinterpret_cast<void*>(&NoFile));
+  if (!noFolder || !noFile) return std::nullopt;
   UniqueCom<IUnknown> object;
   return ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, OutVoid(object));
 }

@@ -20,7 +20,8 @@ constexpr ULONGLONG kForever = ~ULONGLONG{0};
 
 constexpr OptionSpec kOptions[] = {
     {"--lines", "N", "begin with the last N lines that are there (10)"},
-    {"--process", "NAME", "only lines of this process: explorer.exe, 4412 or explorer.exe:4412"},
+    {"--process", "NAME",
+     "only lines of this process: explorer.exe (in any case), 4412 or both with a colon"},
     {"--no-follow", nullptr, "print what is there and end"},
     {"--count", "N", "end after N lines"},
     {"--time-limit", "SECONDS", "give up after so long"},
@@ -85,7 +86,8 @@ const CommandSpec kTailSpec = {
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
-        "A log that is not there yet is waited for; a rotated one is followed into the new file.\n"
+        "A log that is not there yet is waited for; after a rotation lines\n"
+        "come from the new file, and from the old one where processes still write it.\n"
         "\n"
         "Exit codes: 0 done; 1 there is no log (with --no-follow); 2 wrong command line; 3 time limit.\n",
 };

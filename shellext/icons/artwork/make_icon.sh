@@ -8,7 +8,13 @@
 # The even sizes are those of lists, tool bars and large views.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
+. "$here/../../../scripts/lib.sh"
+answer_help "$@"
+refuse_options "$@"
+[ $# -ge 2 ] || wrong_usage "SOURCE.svg and RESULT.ico are needed"
 source=$1 result=$2
+shift 2
+takes_nothing_more "$@"
 sizes=(11 13 15 16 17 19 20 21 23 24 25 27 29 31 32 48)
 
 work=$(mktemp -d)

@@ -356,6 +356,7 @@ constexpr ProgressRow kProgressRows[] = {
     {250, 100},
     {0x7FFFFFFF, 100},
     {0x80000000, 100},
+    {0x80000001, 100},
     {0x80000002, -2147483646},
     {0xFFFFFFFE, -6},
     {0xFFFFFFFF, -1},

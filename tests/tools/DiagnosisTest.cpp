@@ -1,0 +1,105 @@
+// What doctor says of the log, in a registry and a folder of the test's own.
+#include "tools/shellprobe/Diagnosis.h"
+
+#include <windows.h>
+// After windows.h, which it needs.
+#include <shlobj.h>
+
+#include <gmock/gmock.h>
+
+#include "core/WindowsOwners.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/ScratchFolder.h"
+#include "tools/common/Utf8.h"
+
+namespace veskard::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class DiagnosisTest : public testing::Test {
+ protected:
+  DiagnosisTest() { sandbox_.SetApplicationData(folder_.Path()); }
+
+  void MakeAgentFolder() const { ASSERT_TRUE(::CreateDirectoryW(agentFolder_.c_str(), nullptr)); }
+
+  void MakeLog() const {
+    ASSERT_TRUE(UniqueFile(::CreateFileW(log_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr)));
+  }
+
+  /// Expects one line about the log, and the fact to be bad or not.
+  static void ExpectLog(const std::string& line, bool isBad = false) {
+    const Report report = DiagnoseInstallation();
+    EXPECT_THAT(report.AsText(), HasSubstr((isBad ? "  BAD   " : "  ok    ") + line));
+    EXPECT_EQ(report.HasBad(kLogFact), isBad);
+  }
+
+  ScratchFolder folder_;
+  RegistrySandbox sandbox_;
+  const std::wstring agentFolder_ = folder_ / L"Nimbrel Veskard Agent";
+  const std::wstring log_ = agentFolder_ + L"\\ShellExtCM.log";
+};
+
+TEST_F(DiagnosisTest, ALogThatIsThereIsWritten) {
+  MakeAgentFolder();
+  MakeLog();
+  ExpectLog("it is written to " + ToUtf8(log_) + "\n");
+}
+
+TEST_F(DiagnosisTest, ALogThatIsNotThereYetWillBeWritten) {
+  MakeAgentFolder();
+  ExpectLog("it will be written to " + ToUtf8(log_) + "\n");
+  EXPECT_EQ(::GetFileAttributesW(log_.c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(DiagnosisTest, AMissingFolderIsTold) {
+  ExpectLog("nothing is written: the folder of " + ToUtf8(log_) + " is missing\n", true);
+}
+
+TEST_F(DiagnosisTest, ALogThatCannotBeOpenedIsTold) {
+  MakeAgentFolder();
+  ASSERT_TRUE(::CreateDirectoryW(log_.c_str(), nullptr));
+  ExpectLog("nothing is written to " + ToUtf8(log_) + ": ", true);
+}
+
+// Refuses a folder to whoever wants to make a file there, and lets the rest through.
+const FunctionPatch<decltype(::CreateFileW)>* opening = nullptr;
+HANDLE WINAPI RefuseNewFiles(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                             DWORD how, DWORD flags, HANDLE like) {
+  const bool isFolder = (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+  if (!isFolder || access != FILE_ADD_FILE)
+    return opening->CallOriginal(path, access, share, security, how, flags, like);
+  ::SetLastError(ERROR_ACCESS_DENIED);
+  return INVALID_HANDLE_VALUE;
+}
+
+TEST_F(DiagnosisTest, AFolderThatTakesNoNewFileIsTold) {
+  MakeAgentFolder();
+  const FunctionPatch patch(nullptr, "CreateFileW", &RefuseNewFiles);
+  opening = &patch;
+  ExpectLog("nothing is written to " + ToUtf8(log_) + ": ", true);
+  MakeLog();
+  ExpectLog("it is written to " + ToUtf8(log_) + "\n");
+}
+
+BOOL WINAPI NoFolder(HWND, wchar_t*, int, BOOL) {
+  return FALSE;
+}
+
+TEST_F(DiagnosisTest, ASystemWithoutAFolderForTheLogIsTold) {
+  const FunctionPatch patch(nullptr, "SHGetSpecialFolderPathW", &NoFolder);
+  ExpectLog("nothing is written: the system names no folder for the log\n", true);
+}
+
+TEST_F(DiagnosisTest, ALogThatIsSwitchedOffNeedsNoFolder) {
+  WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", 0);
+  const Report report = DiagnoseInstallation();
+  EXPECT_THAT(report.AsText(), HasSubstr("it is switched off (ShellExtLog is 0)\n"));
+  EXPECT_THAT(report.AsText(), Not(HasSubstr("it is switched on")));
+  EXPECT_FALSE(report.HasBad(kLogFact));
+}
+
+}  // namespace
+}  // namespace veskard::test
