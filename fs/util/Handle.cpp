@@ -118,6 +118,11 @@ std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size) {
 }
 
 bool DeleteTree(const std::wstring& path) {
+  // What is below no path at all would be the root of the current drive.
+  if (path.empty()) {
+    ::SetLastError(ERROR_PATH_NOT_FOUND);
+    return false;
+  }
   DeleteContents(path);
   return ::RemoveDirectoryW(path.c_str()) != FALSE;
 }

@@ -32,8 +32,9 @@ std::shared_ptr<SyncHandle> MakeHandle(const PathVector& path, HandleKind kind);
 
 /// Deletes a folder and everything below it, read-only files included. What a
 /// link or junction inside points to is not below it: such an entry is removed and
-/// not entered. True when the folder itself is gone in the end; otherwise the
-/// thread's last error tells why it is not.
+/// not entered. An empty path, which is what a path text that is not understood
+/// leaves, is ERROR_PATH_NOT_FOUND, and nothing is deleted. True when the folder
+/// itself is gone in the end; otherwise the thread's last error tells why it is not.
 bool DeleteTree(const std::wstring& path);
 
 }  // namespace veskard

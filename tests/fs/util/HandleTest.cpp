@@ -180,6 +180,27 @@ TEST_F(DeleteTreeTest, RemovesWideAndNestedTreesAndNothingBesides) {
   EXPECT_EQ(test::NamesIn(folder_.Path()), std::vector<std::wstring>{L"beside"});
 }
 
+// FindFirstFileW where nothing may be listed at all.
+HANDLE WINAPI ListNothing(LPCWSTR pattern, WIN32_FIND_DATAW*) {
+  ADD_FAILURE() << "lists " << testing::PrintToString(std::wstring(pattern));
+  ::SetLastError(ERROR_FILE_NOT_FOUND);
+  return INVALID_HANDLE_VALUE;
+}
+
+TEST(DeleteTreeWithoutAPathTest, DeletesNothing) {
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "FindFirstFileW",
+                                reinterpret_cast<void*>(&ListNothing));
+  ASSERT_NE(patch.Original(), nullptr) << "the current drive would be emptied";
+  EXPECT_FALSE(DeleteTree(L""));
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
+  // Texts that give a path no components.
+  for (const wchar_t* text : {L"", L"\\\\", L"\\\\?\\unc\\srv\\share\\x", L"\\\\?\\GLOBALROOT\\x"}) {
+    uint32_t error = 77;
+    EXPECT_FALSE(MakeHandle(PathVector(text), HandleKind::kFolder)->Delete(true, &error));
+    EXPECT_EQ(error, DWORD{ERROR_PATH_NOT_FOUND});
+  }
+}
+
 // Runs a function on a thread with as little stack as the system gives.
 void RunOnASmallStack(const std::function<void()>& function) {
   const auto run = [](void* parameter) -> DWORD {
