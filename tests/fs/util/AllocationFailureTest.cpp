@@ -4,6 +4,8 @@
 
 #include <cstring>
 #include <functional>
+#include <thread>
+#include <tuple>
 
 #include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
@@ -78,18 +80,41 @@ TEST_F(AllocationFailureTest, HandleOperationsLeaveNothingBehind) {
 TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLosesNothing) {
   WriteBytes(folder_ / L"source:stream", "new");
   const std::wstring source = folder_ / L"source\\stream";
-  const PathVector target(path_);
-  bool copied = false;
-  const auto copy = [&] {
-    copied = false;
-    FileHandle handle(target);
-    copied = handle.CopyFrom(source, HandleKind::kStream);
-  };
-  test::FailEachAllocation(copy, [&](size_t number, bool threw, size_t) {
-    EXPECT_TRUE(threw) << number;
-    EXPECT_FALSE(copied);
-  });
-  EXPECT_TRUE(copied);
+  const std::wstring stream = path_ + L":s";
+  for (const auto& [kind, path, contents] :
+       {std::tuple{HandleKind::kFile, path_, path_}, {HandleKind::kStream, path_ + L"\\s", stream}}) {
+    WriteBytes(contents, "old");
+    const PathVector target(path);
+    bool copied = false;
+    const auto copy = [&, kind = kind] {
+      copied = false;
+      copied = MakeHandle(target, kind)->CopyFrom(source, HandleKind::kStream);
+    };
+    test::FailEachAllocation(copy, [&, contents = contents](size_t number, bool threw, size_t) {
+      EXPECT_TRUE(threw) << number;
+      EXPECT_FALSE(copied);
+      EXPECT_EQ(ReadBytes(contents), "old") << number;
+    });
+    EXPECT_TRUE(copied);
+    EXPECT_EQ(ReadBytes(contents), "new");
+  }
+}
+
+TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLeavesTheHandleClosed) {
+  WriteBytes(folder_ / L"source:stream", "new");
+  const std::wstring source = folder_ / L"source\\stream";
+  // On a thread of its own, whose record of transfers is still to be made: by then
+  // the target is open.
+  std::thread([&] {
+    FileHandle handle{PathVector(path_)};
+    handle.SetAccounting(true);
+    test::FailEachAllocation([&] { handle.CopyFrom(source, HandleKind::kStream); },
+                             [&](size_t number, bool threw, size_t) {
+                               EXPECT_TRUE(threw) << number;
+                               EXPECT_FALSE(handle.IsOpen()) << number;
+                               EXPECT_EQ(handle.Mode(), kModeClosed) << number;
+                             });
+  }).join();
   EXPECT_EQ(ReadBytes(path_), "new");
 }
 
