@@ -18,7 +18,7 @@ namespace veskard {
 /// failure. Throws std::bad_alloc only.
 std::shared_ptr<SyncHandle> MakeHandle(const PathVector& path, HandleKind kind);
 
-/// The one place where files are opened: `CreateFileW` with the row `mode` of
+/// The one place where handles and ReadWholeFile open a file: `CreateFileW` with the row `mode` of
 /// kOpenModes, `extraFlags` added to its flags and attributes. On failure the owner
 /// is empty and the thread's last error tells why: an unknown mode is
 /// ERROR_INVALID_PARAMETER, and an append whose move to the end fails has the

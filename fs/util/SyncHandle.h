@@ -60,8 +60,8 @@ using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 ///
 /// Results are true for success, unless said otherwise. A failing system call
 /// leaves its Windows error code in LastError(), a successful operation leaves 0;
-/// an operation refused because the handle is not open leaves it as it was.
-/// Nothing throws but std::bad_alloc. `error` parameters may be null; when given
+/// an operation refused because the handle is not open leaves it as it was, except
+/// Flush. Nothing throws but std::bad_alloc. `error` parameters may be null; when given
 /// they receive the error code, 0 for success.
 ///
 /// Handles live in shared pointers (MakeHandle in fs/util/Handle.h). A handle
