@@ -10,6 +10,7 @@
 #include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "fs/util/IoStatistics.h"
+#include "fs/util/NtFunctions.h"
 #include "fs/util/Security.h"
 #include "fs/util/StreamList.h"
 #include "fs/util/WriteFileReplacing.h"
@@ -26,13 +27,16 @@ using test::WriteBytes;
 class AllocationFailureTest : public testing::Test {
  protected:
   // Runs once undisturbed, which also makes what is made once per process, then
-  // with each allocation failing. Returns how many there were.
-  size_t FailEach(const std::function<void()>& scenario) {
+  // with each allocation failing, but for number `spared`. Returns how many there were.
+  size_t FailEach(const std::function<void()>& scenario, size_t spared = 0) {
     scenario();
     const size_t handles = test::CountOpenHandles();
-    const size_t count = test::FailEachAllocation(scenario, [](size_t number, bool, size_t before) {
-      EXPECT_EQ(test::LiveBlocks(), before) << "allocation " << number;
-    });
+    const size_t count = test::FailEachAllocation(
+        scenario,
+        [](size_t number, bool, size_t before) {
+          EXPECT_EQ(test::LiveBlocks(), before) << "allocation " << number;
+        },
+        spared);
     EXPECT_EQ(test::CountOpenHandles(), handles);
     return count;
   }
@@ -73,8 +77,35 @@ TEST_F(AllocationFailureTest, HandleOperationsLeaveNothingBehind) {
               StreamHandle handle(stream);
               handle.Open(kModeRead, 0, 0);
               (void)handle.GetSize(nullptr);
+              (void)handle.GetName();
+              handle.Delete(false, nullptr);
             }),
-            3u);
+            4u);
+  EXPECT_GT(FailEach([&] {
+              FileHandle handle(file);
+              (void)handle.GetModificationTime(nullptr);
+              handle.Create();
+              handle.Delete(false, nullptr);
+            }),
+            1u);
+  EXPECT_GT(FailEach([&] {
+              SymlinkHandle link(file);
+              link.Write(L"a target whose text no short string holds", 0);
+            }),
+            1u);
+}
+
+TEST_F(AllocationFailureTest, CopyingLeavesNothingBehind) {
+  const std::wstring source = folder_ / L"source";
+  WriteBytes(source, "main");
+  WriteBytes(source + L":stream", "stream");
+  const PathVector file(path_);
+  const PathVector stream(path_ + L"\\s");
+  for (const auto& [kind, from] :
+       {std::pair{HandleKind::kFile, source}, {HandleKind::kStream, source + L"\\stream"}}) {
+    EXPECT_GT(FailEach([&, kind = kind, from = from] { FileHandle(file).CopyFrom(from, kind); }), 0u);
+    EXPECT_GT(FailEach([&, kind = kind, from = from] { StreamHandle(stream).CopyFrom(from, kind); }), 3u);
+  }
 }
 
 TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLosesNothing) {
@@ -164,6 +195,41 @@ TEST_F(AllocationFailureTest, AStreamListLeavesNothingBehind) {
               WalkStreamAnswer(answer, streams);
             }),
             3u);
+}
+
+// A system that lists three streams.
+class ListedStreams {
+ public:
+  ListedStreams() { Nt().queryInformationFile = &Query; }
+  ~ListedStreams() { Nt().queryInformationFile = real_; }
+
+  // Which allocation of a scenario makes the room for the answer: where that one fails
+  // the process ends.
+  static size_t RoomForTheAnswer(const std::function<void()>& scenario) {
+    scenario();  // what is made once per process
+    const size_t before = test::AllocationsOfThisThread();
+    scenario();
+    return allocationsUntilTheQuery_ - before;
+  }
+
+ private:
+  static NTSTATUS NTAPI Query(HANDLE, IO_STATUS_BLOCK*, void* answer, ULONG size, ULONG) {
+    allocationsUntilTheQuery_ = test::AllocationsOfThisThread();
+    std::memcpy(answer, answer_.data(), size);
+    return 0;
+  }
+  static inline const std::vector<char> answer_ = ThreeStreams();
+  static inline size_t allocationsUntilTheQuery_ = 0;
+  const NtQueryInformationFileFunction real_ = Nt().queryInformationFile;
+};
+
+TEST_F(AllocationFailureTest, ListingStreamsLeavesNothingBehind) {
+  const ListedStreams listed;
+  const auto read = [this] { FileInfoImpl(path_).ReadStreams(); };
+  EXPECT_GT(FailEach(read, ListedStreams::RoomForTheAnswer(read)), 3u);
+  const PathVector path(path_);
+  const auto list = [&] { FileHandle(path).GetStreams(); };
+  EXPECT_GT(FailEach(list, ListedStreams::RoomForTheAnswer(list)), 9u);
 }
 
 TEST_F(AllocationFailureTest, RewritingAccessListsLeavesNothingBehind) {
