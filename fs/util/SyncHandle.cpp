@@ -1,6 +1,5 @@
 #include "fs/util/SyncHandle.h"
 
-#include "fs/util/Handle.h"
 #include "fs/util/IoStatistics.h"
 #include "fs/util/NtFunctions.h"
 #include "fs/util/PathText.h"

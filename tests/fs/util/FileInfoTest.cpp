@@ -8,8 +8,8 @@
 
 #include <array>
 
-#include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
+#include "fs/util/OpenMode.h"
 #include "fs/util/Trace.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <thread>
 
+#include "fs/util/DeleteTree.h"
 #include "fs/util/Handle.h"
 #include "tests/fs/util/AllCalls.h"
 #include "tests/support/FileTools.h"
@@ -29,6 +30,7 @@ struct Operation {
   bool whileClosed = false;
 };
 using Text = std::wstring;
+using enum HandleKind;
 
 // clang-format off
 const Operation kOperations[] = {
@@ -49,8 +51,8 @@ const Operation kOperations[] = {
     {"Flush",               "fdls", [](SyncHandle& h, const Text&) { h.Flush(nullptr); }},
     {"CancelIo",            "fdls", [](SyncHandle& h, const Text&) { h.CancelIo(); }},
     {"IsDeletePending",     "fdls", [](SyncHandle& h, const Text&) { h.IsDeletePending(); }},
-    {"CopyFrom a file",     "fs",   [](SyncHandle& h, const Text& s) { h.CopyFrom(s, HandleKind::kFile); }},
-    {"CopyFrom a stream",   "fs",   [](SyncHandle& h, const Text& s) { h.CopyFrom(s + L"\\s", HandleKind::kStream); }},
+    {"CopyFrom a file",     "fs",   [](SyncHandle& h, const Text& s) { h.CopyFrom(s, kFile); }},
+    {"CopyFrom a stream",   "fs",   [](SyncHandle& h, const Text& s) { h.CopyFrom(s + L"\\s", kStream); }},
     {"Create",              "fd",   [](SyncHandle& h, const Text&) { h.Create(); }, true},
     {"Delete",              "fdls", [](SyncHandle& h, const Text&) { h.Delete(true, nullptr); }},
 };
@@ -62,10 +64,10 @@ struct Kind {
   uint32_t mode;
   const wchar_t* pathEnd;
 };
-constexpr Kind kKinds[] = {{'f', HandleKind::kFile, 1, L""},
-                           {'d', HandleKind::kFolder, kModeQuery, L""},
-                           {'l', HandleKind::kSymlink, 1, L""},
-                           {'s', HandleKind::kStream, 1, L"\\s"}};
+constexpr Kind kKinds[] = {{'f', kFile, 1, L""},
+                           {'d', kFolder, kModeQuery, L""},
+                           {'l', kSymlink, 1, L""},
+                           {'s', kStream, 1, L"\\s"}};
 
 // Sees one thread's way through one section: that it asks for it, how often it gets
 // it, and which calls of the system it makes before and after.
@@ -98,12 +100,12 @@ class HandleLockTest : public testing::Test {
     const std::wstring path = folder_ / L"object";
     ::DeleteFileW(path.c_str());
     DeleteTree(path);
-    if (kind.kind == HandleKind::kFolder) {
+    if (kind.kind == kFolder) {
       test::MakeFolder(path);
     } else {
       WriteBytes(path, "contents");
     }
-    if (kind.kind == HandleKind::kStream) WriteBytes(path + L":s", "stream");
+    if (kind.kind == kStream) WriteBytes(path + L":s", "stream");
     auto handle = MakeHandle(PathVector(path + kind.pathEnd), kind.kind);
     EXPECT_EQ(open && handle->Open(kind.mode, 0, 0), open);
     return handle;
