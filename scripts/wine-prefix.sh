@@ -12,7 +12,8 @@ answer_help "$@"
 case "${1:-}" in make | renew | stop) ;; *) wrong_usage "make, renew or stop, not \"${1:-}\"" ;; esac
 [ $# -ge 2 ] || wrong_usage "which folder?"
 takes_nothing_more "${@:3}"
-export WINEPREFIX=$2
+export WINEPREFIX
+WINEPREFIX=$(realpath -m "$2")  # Wine takes no other
 wine_environment
 case "$1" in
   make) wine_prefix_ready ;;

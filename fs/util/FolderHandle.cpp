@@ -1,6 +1,6 @@
 #include "fs/util/FolderHandle.h"
 
-#include "fs/util/Handle.h"
+#include "fs/util/DeleteTree.h"
 
 namespace veskard {
 namespace {

@@ -25,7 +25,7 @@ struct IoRecord {
   std::array<uint32_t, 4> reservedWords = {};
 };
 
-/// What a record held at one moment.
+/// What a record held when it was read.
 struct IoSnapshot {
   uint64_t bytesWritten = 0;
   uint64_t bytesRead = 0;
@@ -46,8 +46,9 @@ class IoStatistics {
   void CountRead(uint32_t bytes) { Count(&IoRecord::bytesRead, bytes); }
   void CountWritten(uint32_t bytes) { Count(&IoRecord::bytesWritten, bytes); }
 
-  /// A consistent reading of one thread's record: counting pauses meanwhile. All
-  /// zero for a thread without a record.
+  /// A reading of one thread's record. Counting that begins meanwhile waits; a
+  /// transfer that had found no pause just before may still land between two of the
+  /// values. All zero for a thread without a record.
   IoSnapshot TakeSnapshot(uint32_t threadId);
 
  private:

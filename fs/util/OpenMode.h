@@ -6,6 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+
+#include "core/WindowsOwners.h"
 
 namespace veskard {
 
@@ -46,5 +49,12 @@ inline constexpr uint32_t kModeAppend = 4;
 
 /// What a closed handle reports as its mode.
 inline constexpr uint32_t kModeClosed = 0xFFFFFFFF;
+
+/// The one place where handles and ReadWholeFile open a file: `CreateFileW` with the
+/// row `mode` of kOpenModes, `extraFlags` added to its flags and attributes. On
+/// failure the owner is empty and the thread's last error tells why: an unknown mode
+/// is ERROR_INVALID_PARAMETER, and an append whose move to the end fails has the
+/// move's error, the file being closed again.
+[[nodiscard]] UniqueFile OpenByMode(const std::wstring& path, uint32_t mode, uint32_t extraFlags) noexcept;
 
 }  // namespace veskard

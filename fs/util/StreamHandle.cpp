@@ -1,7 +1,6 @@
 #include "fs/util/StreamHandle.h"
 
 #include "fs/util/FileHandle.h"
-#include "fs/util/Handle.h"
 #include "fs/util/PathText.h"
 #include "fs/util/SameFile.h"
 

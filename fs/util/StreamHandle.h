@@ -15,7 +15,8 @@ namespace veskard {
 class StreamHandle : public SyncHandle {
  public:
   /// `path` ends in the stream's name. A path of fewer than two components has no
-  /// file part; such a stream never opens.
+  /// file part; such a stream never opens (ERROR_PATH_NOT_FOUND), and the current
+  /// folder's stream of that name is left alone.
   explicit StreamHandle(const PathVector& path);
   StreamHandle(const std::wstring& filePath, std::wstring streamName);
   ~StreamHandle() override { StreamHandle::Close(); }
@@ -54,7 +55,10 @@ class StreamHandle : public SyncHandle {
 
  private:
   bool IsSameStream(const StreamHandle& other) const;
-  std::wstring FullName() const { return filePath_ + L':' + streamName_; }
+  /// Empty without a file path: a colon and a name would be the current folder's stream.
+  std::wstring FullName() const {
+    return filePath_.empty() ? std::wstring() : filePath_ + L':' + streamName_;
+  }
 
   std::wstring streamName_;
   std::wstring filePath_;

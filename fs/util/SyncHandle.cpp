@@ -1,6 +1,5 @@
 #include "fs/util/SyncHandle.h"
 
-#include "fs/util/Handle.h"
 #include "fs/util/IoStatistics.h"
 #include "fs/util/NtFunctions.h"
 #include "fs/util/PathText.h"
@@ -13,6 +12,19 @@ constexpr uint32_t kCopyChunk = 64 * 1024;
 void StoreTo(uint32_t* target, uint32_t value) noexcept {
   if (target != nullptr) *target = value;
 }
+
+// Closes a handle when the scope ends, however it does: counting a transfer may run
+// out of memory.
+class ClosedAtTheEnd {
+ public:
+  explicit ClosedAtTheEnd(SyncHandle& handle) noexcept : handle_(handle) {}
+  ~ClosedAtTheEnd() { handle_.Close(); }
+  ClosedAtTheEnd(const ClosedAtTheEnd&) = delete;
+  ClosedAtTheEnd& operator=(const ClosedAtTheEnd&) = delete;
+
+ private:
+  SyncHandle& handle_;
+};
 
 OVERLAPPED PlaceAt(uint64_t offset) noexcept {
   OVERLAPPED place = {};
@@ -166,17 +178,20 @@ uint32_t SyncHandle::FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD tra
   return transferred;
 }
 
-// The source is opened first: one that cannot be read must not cost this object
-// its old contents.
+// The source is opened first, and the buffer made: one that cannot be read, and
+// memory that is missing, must not cost this object its old contents.
 bool SyncHandle::FillFrom(SyncHandle& source) {
   if (!source.Open(kModeRead, 0, 0)) return Record(source.LastError());
-  const uint32_t result = Open(kModeReplace, openFlag_, 0) ? CarryFrom(source) : lastError_;
-  Close();
-  return Record(result);
+  std::vector<char> buffer(kCopyChunk);
+  return Record(ReplaceBy(source, buffer));
 }
 
-uint32_t SyncHandle::CarryFrom(SyncHandle& source) {
-  std::vector<char> buffer(kCopyChunk);
+uint32_t SyncHandle::ReplaceBy(SyncHandle& source, std::vector<char>& buffer) {
+  const ClosedAtTheEnd closed(*this);
+  return Open(kModeReplace, openFlag_, 0) ? CarryFrom(source, buffer) : lastError_;
+}
+
+uint32_t SyncHandle::CarryFrom(SyncHandle& source, std::vector<char>& buffer) {
   while (const uint32_t count = source.Read(buffer.data(), kCopyChunk)) {
     if (Write(buffer.data(), count) != count) return lastError_ != 0 ? lastError_ : ERROR_DISK_FULL;
   }

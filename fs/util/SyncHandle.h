@@ -60,8 +60,8 @@ using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 ///
 /// Results are true for success, unless said otherwise. A failing system call
 /// leaves its Windows error code in LastError(), a successful operation leaves 0;
-/// an operation refused because the handle is not open leaves it as it was.
-/// Nothing throws but std::bad_alloc. `error` parameters may be null; when given
+/// an operation refused because the handle is not open leaves it as it was, except
+/// Flush. Nothing throws but std::bad_alloc. `error` parameters may be null; when given
 /// they receive the error code, 0 for success.
 ///
 /// Handles live in shared pointers (MakeHandle in fs/util/Handle.h). A handle
@@ -193,13 +193,15 @@ class SyncHandle {
   uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset);
   uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset);
   /// Opens `source` for reading and this handle by kModeReplace, carries all bytes
-  /// over, flushes, and closes this handle. False, with the error recorded, when
-  /// anything fails; a source that does not open leaves this object untouched,
-  /// later failures leave what was carried so far.
+  /// over, flushes, and closes this handle, also when memory runs out. False, with
+  /// the error recorded, when anything fails; a source that does not open and memory
+  /// that is missing for the copying leave this object untouched, later failures
+  /// leave what was carried so far.
   bool FillFrom(SyncHandle& source);
 
  private:
-  uint32_t CarryFrom(SyncHandle& source);
+  uint32_t ReplaceBy(SyncHandle& source, std::vector<char>& buffer);
+  uint32_t CarryFrom(SyncHandle& source, std::vector<char>& buffer);
   uint32_t FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD transferred);
 
   std::wstring path_;

@@ -41,8 +41,9 @@ std::wstring TargetName(const wchar_t* path, bool exists) {
   return CutName(isLong ? kLongNameSize : kNameSize, L"%s%s", path, exists ? L".new" : L"");
 }
 
-// A name that was cut back to the path, or to the path and a dot (which the system
-// takes for the path), or to something shorter, is not one of ours.
+// A name that was cut back to the path, or to something shorter, is not one of ours.
+// Nor is the path and a dot: the system takes a plain one for the path, and behind the
+// long-path prefix the replacement and the backup would both have that name.
 bool IsSideName(const std::wstring& name, const wchar_t* path) noexcept {
   return name.size() >= std::wstring_view(path).size() + 2;
 }

@@ -4,10 +4,15 @@
 
 #include <cstring>
 #include <functional>
+#include <thread>
+#include <tuple>
 
+#include "fs/util/DeleteTree.h"
 #include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "fs/util/IoStatistics.h"
+#include "fs/util/NtFunctions.h"
+#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "fs/util/StreamList.h"
 #include "fs/util/WriteFileReplacing.h"
@@ -24,13 +29,16 @@ using test::WriteBytes;
 class AllocationFailureTest : public testing::Test {
  protected:
   // Runs once undisturbed, which also makes what is made once per process, then
-  // with each allocation failing. Returns how many there were.
-  size_t FailEach(const std::function<void()>& scenario) {
+  // with each allocation failing, but for number `spared`. Returns how many there were.
+  size_t FailEach(const std::function<void()>& scenario, size_t spared = 0) {
     scenario();
     const size_t handles = test::CountOpenHandles();
-    const size_t count = test::FailEachAllocation(scenario, [](size_t number, bool, size_t before) {
-      EXPECT_EQ(test::LiveBlocks(), before) << "allocation " << number;
-    });
+    const size_t count = test::FailEachAllocation(
+        scenario,
+        [](size_t number, bool, size_t before) {
+          EXPECT_EQ(test::LiveBlocks(), before) << "allocation " << number;
+        },
+        spared);
     EXPECT_EQ(test::CountOpenHandles(), handles);
     return count;
   }
@@ -71,25 +79,75 @@ TEST_F(AllocationFailureTest, HandleOperationsLeaveNothingBehind) {
               StreamHandle handle(stream);
               handle.Open(kModeRead, 0, 0);
               (void)handle.GetSize(nullptr);
+              (void)handle.GetName();
+              handle.Delete(false, nullptr);
             }),
-            3u);
+            4u);
+  EXPECT_GT(FailEach([&] {
+              FileHandle handle(file);
+              (void)handle.GetModificationTime(nullptr);
+              handle.Create();
+              handle.Delete(false, nullptr);
+            }),
+            1u);
+  EXPECT_GT(FailEach([&] {
+              SymlinkHandle link(file);
+              link.Write(L"a target whose text no short string holds", 0);
+            }),
+            1u);
+}
+
+TEST_F(AllocationFailureTest, CopyingLeavesNothingBehind) {
+  const std::wstring source = folder_ / L"source";
+  WriteBytes(source, "main");
+  WriteBytes(source + L":stream", "stream");
+  const PathVector file(path_);
+  const PathVector stream(path_ + L"\\s");
+  for (const auto& [kind, from] :
+       {std::pair{HandleKind::kFile, source}, {HandleKind::kStream, source + L"\\stream"}}) {
+    EXPECT_GT(FailEach([&, kind = kind, from = from] { FileHandle(file).CopyFrom(from, kind); }), 0u);
+    EXPECT_GT(FailEach([&, kind = kind, from = from] { StreamHandle(stream).CopyFrom(from, kind); }), 3u);
+  }
 }
 
 TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLosesNothing) {
   WriteBytes(folder_ / L"source:stream", "new");
   const std::wstring source = folder_ / L"source\\stream";
-  const PathVector target(path_);
-  bool copied = false;
-  const auto copy = [&] {
-    copied = false;
-    FileHandle handle(target);
-    copied = handle.CopyFrom(source, HandleKind::kStream);
-  };
-  test::FailEachAllocation(copy, [&](size_t number, bool threw, size_t) {
-    EXPECT_TRUE(threw) << number;
-    EXPECT_FALSE(copied);
-  });
-  EXPECT_TRUE(copied);
+  const std::wstring stream = path_ + L":s";
+  for (const auto& [kind, path, contents] :
+       {std::tuple{HandleKind::kFile, path_, path_}, {HandleKind::kStream, path_ + L"\\s", stream}}) {
+    WriteBytes(contents, "old");
+    const PathVector target(path);
+    bool copied = false;
+    const auto copy = [&, kind = kind] {
+      copied = false;
+      copied = MakeHandle(target, kind)->CopyFrom(source, HandleKind::kStream);
+    };
+    test::FailEachAllocation(copy, [&, contents = contents](size_t number, bool threw, size_t) {
+      EXPECT_TRUE(threw) << number;
+      EXPECT_FALSE(copied);
+      EXPECT_EQ(ReadBytes(contents), "old") << number;
+    });
+    EXPECT_TRUE(copied);
+    EXPECT_EQ(ReadBytes(contents), "new");
+  }
+}
+
+TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLeavesTheHandleClosed) {
+  WriteBytes(folder_ / L"source:stream", "new");
+  const std::wstring source = folder_ / L"source\\stream";
+  // On a thread of its own, whose record of transfers is still to be made: by then
+  // the target is open.
+  std::thread([&] {
+    FileHandle handle{PathVector(path_)};
+    handle.SetAccounting(true);
+    test::FailEachAllocation([&] { handle.CopyFrom(source, HandleKind::kStream); },
+                             [&](size_t number, bool threw, size_t) {
+                               EXPECT_TRUE(threw) << number;
+                               EXPECT_FALSE(handle.IsOpen()) << number;
+                               EXPECT_EQ(handle.Mode(), kModeClosed) << number;
+                             });
+  }).join();
   EXPECT_EQ(ReadBytes(path_), "new");
 }
 
@@ -139,6 +197,41 @@ TEST_F(AllocationFailureTest, AStreamListLeavesNothingBehind) {
               WalkStreamAnswer(answer, streams);
             }),
             3u);
+}
+
+// A system that lists three streams.
+class ListedStreams {
+ public:
+  ListedStreams() { Nt().queryInformationFile = &Query; }
+  ~ListedStreams() { Nt().queryInformationFile = real_; }
+
+  // Which allocation of a scenario makes the room for the answer: where that one fails
+  // the process ends.
+  static size_t RoomForTheAnswer(const std::function<void()>& scenario) {
+    scenario();  // what is made once per process
+    const size_t before = test::AllocationsOfThisThread();
+    scenario();
+    return allocationsUntilTheQuery_ - before;
+  }
+
+ private:
+  static NTSTATUS NTAPI Query(HANDLE, IO_STATUS_BLOCK*, void* answer, ULONG size, ULONG) {
+    allocationsUntilTheQuery_ = test::AllocationsOfThisThread();
+    std::memcpy(answer, answer_.data(), size);
+    return 0;
+  }
+  static inline const std::vector<char> answer_ = ThreeStreams();
+  static inline size_t allocationsUntilTheQuery_ = 0;
+  const NtQueryInformationFileFunction real_ = Nt().queryInformationFile;
+};
+
+TEST_F(AllocationFailureTest, ListingStreamsLeavesNothingBehind) {
+  const ListedStreams listed;
+  const auto read = [this] { FileInfoImpl(path_).ReadStreams(); };
+  EXPECT_GT(FailEach(read, ListedStreams::RoomForTheAnswer(read)), 3u);
+  const PathVector path(path_);
+  const auto list = [&] { FileHandle(path).GetStreams(); };
+  EXPECT_GT(FailEach(list, ListedStreams::RoomForTheAnswer(list)), 9u);
 }
 
 TEST_F(AllocationFailureTest, RewritingAccessListsLeavesNothingBehind) {

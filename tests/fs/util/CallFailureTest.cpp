@@ -1,19 +1,18 @@
 // Every Windows call of every operation failing in turn: what is returned and
 // recorded, that no handle stays open, and that no contents are lost.
-#include <windows.h>
-
-#include <aclapi.h>
 #include <gtest/gtest.h>
-#include <sddl.h>
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
 
+#include "fs/util/DeleteTree.h"
 #include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
+#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
+#include "tests/fs/util/AllCalls.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
@@ -26,39 +25,6 @@ using test::kInjectedError;
 using test::ReadBytes;
 using test::Watch;
 using test::WriteBytes;
-
-// All calls that the layer makes, but for those that only close something.
-struct AllCalls {
-  test::FailingCalls calls{
-      Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE),
-      Watch<&::ReadFile>("ReadFile", FALSE),
-      Watch<&::WriteFile>("WriteFile", FALSE),
-      Watch<&::SetFilePointerEx>("SetFilePointerEx", FALSE),
-      Watch<&::SetFileInformationByHandle>("SetFileInformationByHandle", FALSE),
-      Watch<&::SetFileValidData>("SetFileValidData", FALSE),
-      Watch<&::FlushFileBuffers>("FlushFileBuffers", FALSE),
-      Watch<&::GetFileSizeEx>("GetFileSizeEx", FALSE),
-      Watch<&::CancelIoEx>("CancelIoEx", FALSE),
-      Watch<&::CopyFileW>("CopyFileW", FALSE),
-      Watch<&::DeleteFileW>("DeleteFileW", FALSE),
-      Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
-      Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
-      Watch<&::CreateDirectoryW>("CreateDirectoryW", FALSE),
-      Watch<&::RemoveDirectoryW>("RemoveDirectoryW", FALSE),
-      Watch<&::FindFirstFileW>("FindFirstFileW", INVALID_HANDLE_VALUE),
-      Watch<&::FindNextFileW>("FindNextFileW", FALSE),
-      Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE),
-      Watch<&::GetFileInformationByHandle>("GetFileInformationByHandle", FALSE),
-      Watch<&::GetFinalPathNameByHandleW>("GetFinalPathNameByHandleW", 0),
-      Watch<&::GetNamedSecurityInfoW>("GetNamedSecurityInfoW", kInjectedError),
-      Watch<&::ConvertSecurityDescriptorToStringSecurityDescriptorW>(
-          "ConvertSecurityDescriptorToStringSecurityDescriptorW", FALSE),
-      Watch<&::ConvertStringSecurityDescriptorToSecurityDescriptorW>(
-          "ConvertStringSecurityDescriptorToSecurityDescriptorW", FALSE),
-      Watch<&::ConvertStringSidToSidW>("ConvertStringSidToSidW", FALSE),
-      Watch<&::ConvertSidToStringSidW>("ConvertSidToStringSidW", FALSE),
-  };
-};
 
 class CallFailureTest : public testing::Test {
  protected:
@@ -115,7 +81,7 @@ class CallFailureTest : public testing::Test {
     EXPECT_EQ(handle.LastError(), tolerated ? 0 : kInjectedError) << operation.name << ", " << failed;
   }
 
-  AllCalls all_;
+  test::AllCalls all_;
   test::ScratchFolder folder_;
   const std::wstring path_ = folder_ / L"file";
   const std::wstring source_ = folder_ / L"source";

@@ -4,9 +4,12 @@
 
 #include <aclapi.h>
 #include <gtest/gtest.h>
+#include <sddl.h>
 
-#include "fs/util/Handle.h"
+#include <array>
+
 #include "fs/util/NtFunctions.h"
+#include "fs/util/OpenMode.h"
 #include "fs/util/Trace.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
@@ -229,6 +232,11 @@ TEST_F(FileInfoTest, AnEmptyPathHasNoVolume) {
 
 // ---- What a look-up answers, field by field.
 
+// Seconds since 1970 of the creation, the last access and the last write.
+using LookUpTimes = std::array<uint64_t, 3>;
+constexpr LookUpTimes kTimesAtTheBorders = {0, 0xFFFFFFFF, 0x100000000};
+LookUpTimes lookUpTimes;
+
 HANDLE WINAPI DescribeStrangely(LPCWSTR, FINDEX_INFO_LEVELS level, LPVOID answer, FINDEX_SEARCH_OPS operation,
                                 LPVOID filter, DWORD flags) {
   EXPECT_EQ(level, FindExInfoBasic);
@@ -244,9 +252,9 @@ HANDLE WINAPI DescribeStrangely(LPCWSTR, FINDEX_INFO_LEVELS level, LPVOID answer
     const uint64_t ticks = (11644473600u + seconds) * 10000000u;
     time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
   };
-  set(entry->ftCreationTime, 0);
-  set(entry->ftLastAccessTime, 0xFFFFFFFF);
-  set(entry->ftLastWriteTime, 0x100000000);
+  set(entry->ftCreationTime, lookUpTimes[0]);
+  set(entry->ftLastAccessTime, lookUpTimes[1]);
+  set(entry->ftLastWriteTime, lookUpTimes[2]);
   return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
 }
 
@@ -267,6 +275,7 @@ class StrangeLookUpTest : public testing::Test {
 
   void SetUp() override {
     searchClosed = false;
+    lookUpTimes = kTimesAtTheBorders;
     ASSERT_TRUE(info_.Refresh(0));
   }
 };
@@ -290,6 +299,14 @@ TEST_F(StrangeLookUpTest, TimesOutsideTheRangeAre0) {
   EXPECT_EQ(info_.GetCreationTime(), 0u);
   EXPECT_EQ(info_.GetLastAccessTime(), 0xFFFFFFFFu);
   EXPECT_EQ(info_.GetLastWriteTime(), 0u);
+}
+
+TEST_F(StrangeLookUpTest, EachTimeIsItsOwn) {
+  lookUpTimes = {1000000001, 1000000002, 1000000003};
+  ASSERT_TRUE(info_.Refresh(0));
+  EXPECT_EQ(info_.GetCreationTime(), 1000000001u);
+  EXPECT_EQ(info_.GetLastAccessTime(), 1000000002u);
+  EXPECT_EQ(info_.GetLastWriteTime(), 1000000003u);
 }
 
 TEST_F(StrangeLookUpTest, WithoutTheConversionTimesAre0) {
@@ -454,11 +471,26 @@ TEST_F(FileInfoTest, AFailedSecurityReadKeepsTheOldStrings) {
   EXPECT_EQ(info.GetAccessList(), list);
 }
 
+DWORD WINAPI GiveAnInheritedDuplicate(LPWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*,
+                                      PACL*, PSECURITY_DESCRIPTOR* descriptor) {
+  return ::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"O:BAG:SYD:(A;;FA;;;BA)(A;ID;FA;;;BA)",
+                                                                SDDL_REVISION_1, descriptor, nullptr)
+             ? 0
+             : ::GetLastError();
+}
+
 TEST_F(FileInfoTest, StrippingRewritesTheRecordsOwnList) {
+  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
+                                reinterpret_cast<void*>(&GiveAnInheritedDuplicate));
   FileInfoImpl info(path_);
   ASSERT_TRUE(info.Refresh(kRefreshSecurity));
+  EXPECT_EQ(info.GetAccessList(), L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");
   EXPECT_TRUE(info.StripInheritedDuplicates());
-  EXPECT_TRUE(info.GetAccessList().starts_with(L"D:"));
+  EXPECT_EQ(info.GetAccessList(), L"D:(A;;FA;;;S-1-5-32-544)");
+  EXPECT_EQ(info.GetOwner(), L"O:S-1-5-32-544");
+  EXPECT_EQ(info.GetOwnerText(), L"O:S-1-5-32-544");
+  EXPECT_EQ(info.GetGroup(), L"G:S-1-5-18");
+  EXPECT_EQ(info.GetGroupText(), L"G:S-1-5-18");
 }
 
 }  // namespace

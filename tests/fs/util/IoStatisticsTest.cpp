@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "fs/util/Handle.h"
+#include "tests/support/AllocationFaults.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -136,9 +137,17 @@ TEST(IoRecordTest, CountsBeyondFourGigabytes) {
 
 TEST(IoRecordTest, ASnapshotOfAnUnknownThreadIsEmptyAndMakesNoRecord) {
   IoStatistics statistics;
-  EXPECT_EQ(statistics.TakeSnapshot(1234).firstTick, 0u);
+  const size_t before = test::AllocationsOfThisThread();
+  const IoSnapshot unknown = statistics.TakeSnapshot(1234);
   statistics.CountRead(0);
-  EXPECT_EQ(statistics.TakeSnapshot(::GetCurrentThreadId()).firstTick, 0u);
+  statistics.CountWritten(0);
+  const IoSnapshot own = statistics.TakeSnapshot(::GetCurrentThreadId());
+  EXPECT_EQ(test::AllocationsOfThisThread(), before);
+  for (const IoSnapshot& snapshot : {unknown, own}) {
+    EXPECT_EQ(snapshot.bytesRead, 0u);
+    EXPECT_EQ(snapshot.bytesWritten, 0u);
+    EXPECT_EQ(snapshot.firstTick, 0u);
+  }
 }
 
 TEST(IoRecordTest, ASnapshotEndsThePause) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fs/util/Handle.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"

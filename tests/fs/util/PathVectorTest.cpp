@@ -75,6 +75,11 @@ TEST(PathVectorTest, PrintsTheFirstComponents) {
   EXPECT_EQ(path.ToString(L'|', 2), L"\\|srv");
 }
 
+TEST(PathVectorTest, PrintsIntoRoomForAPathOfTheUsualLength) {
+  EXPECT_GE(PathVector(L"C:").ToString(L'\\', 0).capacity(), 256u);
+  EXPECT_GE(PathVector(L"").ToString(L'\\', 0).capacity(), 256u);
+}
+
 TEST(PathVectorTest, DecidesAnUndecidedSeparatorByTheText) {
   const PathVector slashes(L"a/b/c", 0);
   EXPECT_EQ(slashes.Separator(), L'/');

@@ -6,9 +6,14 @@
 #include <sddl.h>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/DeleteTree.h"
+#include "fs/util/FileHandle.h"
 #include "fs/util/FileInfo.h"
-#include "fs/util/Handle.h"
+#include "fs/util/FolderHandle.h"
+#include "fs/util/OpenMode.h"
+#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
+#include "fs/util/StreamHandle.h"
 #include "fs/util/WriteFileReplacing.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fs/util/Handle.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -38,13 +37,47 @@ TEST_F(StreamHandleTest, KeepsPrefixesInTheFilesPath) {
             L"\\\\?\\UNC\\srv\\share\\f");
 }
 
-TEST_F(StreamHandleTest, AStreamWithoutAFileNeverOpens) {
+// A folder made current, in which nothing but one file may ever be found.
+class CurrentFolderTest : public StreamHandleTest {
+ protected:
+  void SetUp() override {
+    StreamHandleTest::SetUp();
+    before_.resize(::GetCurrentDirectoryW(0, nullptr));
+    before_.resize(::GetCurrentDirectoryW(static_cast<DWORD>(before_.size()), before_.data()));
+    ASSERT_TRUE(::SetCurrentDirectoryW(folder_.Path().c_str()));
+  }
+  void TearDown() override {
+    EXPECT_EQ(test::NamesIn(folder_.Path()), std::vector<std::wstring>{L"file.txt"});
+    EXPECT_TRUE(::SetCurrentDirectoryW(before_.c_str()));
+  }
+
+  std::wstring before_;
+};
+
+TEST_F(CurrentFolderTest, AStreamWithoutAFileNeverOpens) {
   for (const wchar_t* path : {L"", L"name"}) {
     StreamHandle stream{PathVector(path)};
     EXPECT_EQ(stream.FilePath(), L"");
     EXPECT_EQ(stream.GetName(), path);
-    EXPECT_FALSE(stream.Open(0, 0, 0));
-    EXPECT_NE(stream.LastError(), 0u);
+    for (uint32_t mode = 0; mode < kOpenModes.size(); ++mode) {
+      EXPECT_FALSE(stream.Open(mode, 0, 0)) << mode;
+      EXPECT_EQ(stream.LastError(), 3u) << mode;
+    }
+  }
+}
+
+TEST_F(CurrentFolderTest, AStreamWithoutAFileIsNeitherMeasuredNorFilledNorDeleted) {
+  for (const wchar_t* path : {L"", L"name"}) {
+    StreamHandle stream{PathVector(path)};
+    EXPECT_EQ(stream.GetSize(&error_), 0u);
+    EXPECT_EQ(error_, 3u);
+    EXPECT_FALSE(stream.CopyFrom(file_, HandleKind::kFile));
+    EXPECT_EQ(stream.LastError(), 3u);
+    EXPECT_FALSE(stream.Delete(false, &error_));
+    EXPECT_EQ(error_, 3u);
+    // As the source neither.
+    EXPECT_FALSE(stream_.CopyFrom(path, HandleKind::kStream));
+    EXPECT_EQ(stream_.LastError(), 3u);
   }
 }
 

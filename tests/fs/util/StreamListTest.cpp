@@ -186,6 +186,7 @@ class StreamQueryTest : public testing::Test {
     EXPECT_EQ(what, 22u);
     self_->sizes_.push_back(size);
     for (ULONG i = 0; i < size; ++i) EXPECT_EQ(static_cast<char*>(buffer)[i], '\0');
+    ::SetLastError(self_->lastError_);
     if (self_->status_ != 0) return self_->status_;
     const size_t given = std::min<size_t>(size, self_->answer_.size());
     std::memcpy(buffer, self_->answer_.data(), given);
@@ -197,6 +198,7 @@ class StreamQueryTest : public testing::Test {
   const std::wstring path_ = folder_ / L"file";
   std::string answer_;
   NTSTATUS status_ = 0;
+  DWORD lastError_ = 0;  // left standing by the query
   std::vector<ULONG> sizes_;
   const NtQueryInformationFileFunction real_ = Nt().queryInformationFile;
   FileInfoImpl info_{path_};
@@ -243,9 +245,15 @@ TEST_F(StreamQueryTest, AnAnswerOfExactly1024BytesNeedsNoGrowth) {
 
 TEST_F(StreamQueryTest, AnotherStatusRecordsTheLastErrorAsItStands) {
   status_ = static_cast<NTSTATUS>(0xC000000D);
-  ::SetLastError(0);
-  EXPECT_FALSE(info_.ReadStreams());
-  EXPECT_TRUE(info_.GetStreams().empty());
+  for (const DWORD error : {DWORD{77}, DWORD{0}}) {
+    lastError_ = error;
+    EXPECT_FALSE(info_.ReadStreams());
+    EXPECT_TRUE(info_.GetStreams().empty());
+    EXPECT_EQ(info_.Error(), error);
+    FileHandle file{PathVector(path_)};
+    EXPECT_FALSE(file.GetStreams().has_value());
+    EXPECT_EQ(file.LastError(), error);
+  }
 }
 
 TEST_F(StreamQueryTest, AMalformedAnswerGivesNoStreamsAndError13) {

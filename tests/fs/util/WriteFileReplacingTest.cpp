@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "core/WindowsOwners.h"
-#include "fs/util/Handle.h"
+#include "fs/util/DeleteTree.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"

@@ -1,0 +1,15 @@
+// Deleting a folder with all that is in it.
+#pragma once
+
+#include <string>
+
+namespace veskard {
+
+/// Deletes a folder and everything below it, read-only files included. What a
+/// link or junction inside points to is not below it: such an entry is removed and
+/// not entered. An empty path, which is what a path text that is not understood
+/// leaves, is ERROR_PATH_NOT_FOUND, and nothing is deleted. True when the folder
+/// itself is gone in the end; otherwise the thread's last error tells why it is not.
+bool DeleteTree(const std::wstring& path);
+
+}  // namespace veskard
