@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <ostream>
 #include <vector>
@@ -56,8 +57,9 @@ size_t CountTlsIndices() {
 ProcessResources CountProcessResources() {
   ProcessResources count;
   std::array<HANDLE, 64> heaps = {};
-  const DWORD heapCount = ::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-  for (DWORD i = 0; i < heapCount; ++i) AddHeap(count, heaps[i]);
+  // The answer is how many there are, which may be more than fit.
+  const size_t heapCount = ::GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+  for (size_t i = 0; i < std::min(heapCount, heaps.size()); ++i) AddHeap(count, heaps[i]);
   count.handles = CountHandles();
   count.gdiObjects = CountGdiHandles();
   count.tlsIndices = CountTlsIndices();
