@@ -1,5 +1,5 @@
-// The heap blocks behind a BencValue, and the one class that fills them. Internal
-// to this folder.
+// The heap blocks behind a BencValue, and the two classes that make them: BencTree a
+// dictionary's, BencBuilder all others. Internal to this folder.
 #pragma once
 
 #include <cstddef>

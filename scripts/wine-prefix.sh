@@ -12,13 +12,14 @@ answer_help "$@"
 case "${1:-}" in make | renew | stop) ;; *) wrong_usage "make, renew or stop, not \"${1:-}\"" ;; esac
 [ $# -ge 2 ] || wrong_usage "which folder?"
 takes_nothing_more "${@:3}"
-export WINEPREFIX=$2
+export WINEPREFIX=$(realpath -m "$2")
 wine_environment
 case "$1" in
   make) wine_prefix_ready ;;
   renew)
     # Only what a former run has made here: never a folder that is something else.
     [ ! -e "$WINEPREFIX" ] || [ -d "$WINEPREFIX/drive_c" ] || die "$WINEPREFIX is no Wine prefix"
+    wine_prefix_take
     wine_stop
     rm -rf "$WINEPREFIX"
     wine_prefix_ready
