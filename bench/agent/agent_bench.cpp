@@ -67,7 +67,7 @@ class AgentBench {
  public:
   AgentBench() {
     registry_.SetApplicationData(applicationData_.Path());
-    test::WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", 0);
+    test::SetLogSwitch(0);
     tree_.MarkRoot(L"root", test::kSelective);
     for (int i = 0; i < kItems; ++i)
       items_.push_back(tree_.MakeFile(L"root\\" + std::to_wstring(i) + L".txt"));

@@ -11,11 +11,11 @@
 #include "shellext/ClassIds.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tests/support/ProcessResources.h"
+#include "tests/support/TestIcons.h"
 
 namespace veskard::test {
 namespace {
 
-constexpr UINT kTwoSizes = 0x00100020;
 constexpr int kWarmUp = 100;
 constexpr int kIconsOfAMenu = 4;
 
@@ -63,25 +63,16 @@ class SoakTest : public LibraryMenuTest {
 
   void Round(int number) {
     // The log is on for one block of rounds in twenty: it waits for the disk.
-    if (number % 50 == 0) {
-      WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog",
-                         number / 50 % 20 == 0 ? 1 : 0);
-    }
+    if (number % 50 == 0) SetLogSwitch(number / 50 % 20 == 0 ? 1 : 0);
     ASSERT_EQ(MenuFor(selection_), "SRa");
     Extract(icons_[static_cast<size_t>(number) % icons_.size()]);
   }
 
   // One handler for each file, as Explorer has it: nothing comes from the cache.
   void Extract(const std::wstring& file) const {
-    UniqueCom<IClassFactory> factory;
     UniqueCom<IPersistFile> handler;
     UniqueCom<IExtractIconW> icons;
-    ASSERT_EQ(
-        library_.DllGetClassObject(ClassId(6), IID_IClassFactory, reinterpret_cast<void**>(factory.Out())),
-        S_OK);
-    ASSERT_EQ(
-        factory.Get()->CreateInstance(nullptr, IID_IPersistFile, reinterpret_cast<void**>(handler.Out())),
-        S_OK);
+    ASSERT_EQ(library_.Create(kFileIconClass, IID_IPersistFile, handler), S_OK);
     ASSERT_EQ(handler.Get()->QueryInterface(IID_IExtractIconW, reinterpret_cast<void**>(icons.Out())), S_OK);
     ASSERT_EQ(handler.Get()->Load(file.c_str(), STGM_READ), S_OK);
     UniqueIcon large, small;

@@ -89,7 +89,7 @@ class RightClick final : public Scenario {
  private:
   void Click(const ExtensionLibrary& library, FakeDataObject& selection) {
     ComReference<IContextMenu> handler;
-    created_ = Create(library, handler);
+    created_ = library.Create(kContextMenuClass, IID_IContextMenu, handler);
     if (FAILED(created_)) return;
     ComReference<IShellExtInit> init;
     EXPECT_EQ(handler.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
@@ -99,18 +99,6 @@ class RightClick final : public Scenario {
     asked_ = handler.Get()->GetCommandString(2, GCS_HELPTEXTW, nullptr, reinterpret_cast<char*>(help_), 100);
     init.Get()->Initialize(nullptr, nullptr, nullptr);
     EXPECT_EQ(selection.References(), 0u) << "nothing is selected any more";
-  }
-
-  static HRESULT Create(const ExtensionLibrary& library, ComReference<IContextMenu>& handler) {
-    ComReference<IClassFactory> factory;
-    const HRESULT result =
-        library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
-    EXPECT_EQ(factory.Get() == nullptr, FAILED(result));
-    if (FAILED(result)) return result;
-    const HRESULT made =
-        factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(handler.Out()));
-    EXPECT_EQ(handler.Get() == nullptr, FAILED(made));
-    return made;
   }
 
   // The letters between the host's two items.
