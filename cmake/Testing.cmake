@@ -17,7 +17,8 @@ if(NOT MSVC)
   target_compile_options(gmock PRIVATE -O1)
 endif()
 
-# Tests of the Windows flavours run under Wine, each in the prefix of its build tree.
+# Tests of the Windows flavours run under Wine, all in one prefix (scripts/lib.sh) unless
+# they name another.
 if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run.sh)
   set(restricted_test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run-restricted.sh)

@@ -124,9 +124,12 @@ class ThreadRecords {
     return nullptr;
   }
 
+  // A thread that cannot be opened for any other reason than that there is none lives,
+  // for all that is known.
   static bool IsAlive(DWORD thread) noexcept {
     const UniqueHandle handle(::OpenThread(SYNCHRONIZE, FALSE, thread));
-    return handle && ::WaitForSingleObject(handle.Get(), 0) != WAIT_OBJECT_0;
+    if (!handle) return ::GetLastError() != ERROR_INVALID_PARAMETER;
+    return ::WaitForSingleObject(handle.Get(), 0) != WAIT_OBJECT_0;
   }
 
   std::array<Slot, 512> slots_ = {};

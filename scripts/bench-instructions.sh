@@ -15,8 +15,8 @@ cd "$root"
 run "$build/logs/configure-win64.log" cmake --preset win64
 run "$build/logs/build-instructions.log" cmake --build --preset win64 --target icon_instructions load_instructions
 wine_prefix_ready
-trap 'wine_stop; rm -rf "$outputs"' EXIT
 outputs=$(mktemp -d)
+trap 'wine_stop; rm -rf "$outputs"' EXIT
 
 # count NAME COMMAND...: the table of what a program has named.
 count() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Prints gcovr's summary as one row of lines and branches for each folder:
-coverage_table.py SUMMARY.json
+"""Prints gcovr's summary as one row of lines and branches for each folder, and fails when
+all of them together stay below the aim: coverage_table.py SUMMARY.json
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
@@ -9,6 +9,7 @@ import json
 import os
 import sys
 
+AIMS = {"line": 95, "branch": 85}  # percent
 KINDS = ("line_covered", "line_total", "branch_covered", "branch_total")
 
 
@@ -29,11 +30,20 @@ def main():
     print(f"{'folder':24}{'lines':>18}{'branches':>20}")
     for name, counts in sorted(folders.items(), key=lambda item: (item[0] == "in all", item[0])):
         print(f"{name:24}{share(counts, 'line')}{share(counts, 'branch'):>20}")
+    missed = [f"fewer than {aim} % of the {kind}{'es' if kind == 'branch' else 's'}"
+              for kind, aim in AIMS.items() if percent_of(folders["in all"], kind) < aim]
+    if missed:
+        sys.exit(f"error: the tests reach {' and '.join(missed)}")
+
+
+def percent_of(counts, kind):
+    total = counts[kind + "_total"]
+    return 100 * counts[kind + "_covered"] / total if total else 0
 
 
 def share(counts, kind):
-    covered, total = counts[kind + "_covered"], counts[kind + "_total"]
-    percent = f"{100 * covered / total:.1f} %" if total else "-"
+    total = counts[kind + "_total"]
+    percent = f"{percent_of(counts, kind):.1f} %" if total else "-"
     return f"{percent:>8} of {total:>6}"
 
 

@@ -4,8 +4,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build"
 
-# The build of a debug or sanitizer flavour keeps its own prefix beside it; this
-# is the one of the release build, which the tests and the demo use.
+# The Wine prefix of all scripts and tests that do not say otherwise, whatever the flavour.
 wine_prefix="$build/wine"
 
 say() { printf '%s\n' "==> $*"; }
@@ -53,9 +52,31 @@ wine_environment() {
   export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d;winemenubuilder.exe=d"
 }
 
-# Makes the prefix when it is missing or half made.
+# When a process began, in ticks of the system's clock; nothing when there is none. A
+# process number comes back, together with this it does not.
+process_start() { { sed 's/.*) //' "/proc/$1/stat" | cut -d ' ' -f 20; } 2>/dev/null || true; }
+
+# Takes the prefix for this script and those that it starts: when a script has done, it
+# ends whatever runs in its prefix. One that was ended itself holds nothing any more.
+wine_prefix_take() {
+  local note="$WINEPREFIX.taken" process='' began='' name=''
+  [ "${VESKARD_TAKEN_PREFIX:-}" != "$WINEPREFIX" ] || return 0
+  mkdir -p "${WINEPREFIX%/*}"
+  {
+    flock 8
+    read -r process began name <&8 || true
+    if [ -n "$began" ] && [ "$(process_start "$process")" = "$began" ]; then
+      die "$name (process $process) is using ${WINEPREFIX#"$root"/}: try again when it has ended"
+    fi
+    printf '%s %s %s\n' $$ "$(process_start $$)" "${0##*/}" >"$note"
+  } 8<>"$note"
+  export VESKARD_TAKEN_PREFIX=$WINEPREFIX
+}
+
+# Makes the prefix when it is missing or half made; for this script alone.
 wine_prefix_ready() {
   wine_environment
+  wine_prefix_take
   if [ -e "$WINEPREFIX/.ready" ]; then
     wine_server_stays
     heap_marks

@@ -6,9 +6,4 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-
-"$root/scripts/build.sh" win64-traps
-wine_prefix_ready
-trap wine_stop EXIT
-cd "$root"
-ctest --preset win64-traps "$@"
+exec "$root/scripts/test.sh" win64-traps "$@"

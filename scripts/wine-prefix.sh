@@ -20,6 +20,7 @@ case "$1" in
   renew)
     # Only what a former run has made here: never a folder that is something else.
     [ ! -e "$WINEPREFIX" ] || [ -d "$WINEPREFIX/drive_c" ] || die "$WINEPREFIX is no Wine prefix"
+    wine_prefix_take
     wine_stop
     rm -rf "$WINEPREFIX"
     wine_prefix_ready

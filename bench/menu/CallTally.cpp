@@ -26,16 +26,22 @@ bool IsCounted(const char* name, void* function) {
 }
 
 // One function's detour. No register that carries an argument is touched, so that it
-// serves a function of any type:
+// serves a function of any type. The first three lines are there when one thread's calls
+// are counted only; the system keeps a thread's id at that place.
 //
-//     49 BA <counter>      mov  r10, counter
-//     F0 41 FF 02          lock inc dword [r10]
-//     49 BA <original>     mov  r10, original
-//     41 FF E2             jmp  r10
+//     41 BA <thread>                mov  r10d, thread
+//     65 44 3B 14 25 48 00 00 00    cmp  r10d, gs:[0x48]
+//     75 0E                         jne  original
+//     49 BA <counter>               mov  r10, counter
+//     F0 41 FF 02                   lock inc dword [r10]
+//     49 BA <original>  original:   mov  r10, original
+//     41 FF E2                      jmp  r10
+constexpr BYTE kLoadThread[] = {0x41, 0xBA};
+constexpr BYTE kUnlessThisThread[] = {0x65, 0x44, 0x3B, 0x14, 0x25, 0x48, 0x00, 0x00, 0x00, 0x75, 0x0E};
 constexpr BYTE kLoad[] = {0x49, 0xBA};
 constexpr BYTE kCount[] = {0xF0, 0x41, 0xFF, 0x02};
 constexpr BYTE kJump[] = {0x41, 0xFF, 0xE2};
-constexpr size_t kThunkSize = 32;
+constexpr size_t kThunkSize = 48;
 static_assert(sizeof(void*) == 8, "the detours are written for 64 bits");
 
 template <class T>
@@ -44,7 +50,9 @@ BYTE* Append(BYTE* place, const T& bytes) {
   return place + sizeof(bytes);
 }
 
-void WriteThunk(BYTE* place, volatile LONG* counter, void* original) {
+void WriteThunk(BYTE* place, CallTally::Of threads, volatile LONG* counter, void* original) {
+  if (threads == CallTally::Of::kThisThread)
+    place = Append(Append(Append(place, kLoadThread), ::GetCurrentThreadId()), kUnlessThisThread);
   place = Append(Append(place, kLoad), counter);
   place = Append(place, kCount);
   place = Append(Append(place, kLoad), original);
@@ -55,7 +63,7 @@ void WriteThunk(BYTE* place, volatile LONG* counter, void* original) {
 
 // Detours and counters stay when counting ends: a thread of the module may be on its
 // way through one.
-CallTally::CallTally(HMODULE module)
+CallTally::CallTally(HMODULE module, Of threads)
     : functions_([]() -> std::vector<Counted>& {
         static std::list<std::vector<Counted>> all;
         return all.emplace_back();
@@ -63,14 +71,14 @@ CallTally::CallTally(HMODULE module)
   ForEachImport(module, [this](const char* name, void** slot) {
     if (IsCounted(name, *slot)) functions_.push_back({name, slot, *slot});
   });
-  PutThunks();
+  PutThunks(threads);
 }
 
-void CallTally::PutThunks() {
+void CallTally::PutThunks(Of threads) {
   auto* place = static_cast<BYTE*>(::VirtualAlloc(nullptr, functions_.size() * kThunkSize,
                                                   MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
   for (Counted& function : functions_) {
-    WriteThunk(place, &function.calls, function.original);
+    WriteThunk(place, threads, &function.calls, function.original);
     WriteImport(function.slot, place);
     place += kThunkSize;
   }

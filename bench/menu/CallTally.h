@@ -12,12 +12,14 @@ namespace veskard::bench {
 /// Calls by the function's name; functions that were not called have 0.
 using CallNumbers = std::map<std::string, long>;
 
-/// Counts for as long as it lives, the calls of all threads. The C run-time library is
-/// left out, and so are the functions that never leave the process and cost next to
+/// Counts for as long as it lives, the calls of all threads or of the one that makes it.
+/// The C run-time library is left out, and so are the functions that never leave the process and cost next to
 /// nothing (locks, the last error, a thread's own values).
 class CallTally {
  public:
-  explicit CallTally(HMODULE module);
+  enum class Of { kAllThreads, kThisThread };
+
+  explicit CallTally(HMODULE module, Of threads = Of::kAllThreads);
   ~CallTally();
   CallTally(const CallTally&) = delete;
   CallTally& operator=(const CallTally&) = delete;
@@ -31,7 +33,7 @@ class CallTally {
     void* original;
     volatile LONG calls = 0;
   };
-  void PutThunks();
+  void PutThunks(Of threads);
 
   std::vector<Counted>& functions_;
 };

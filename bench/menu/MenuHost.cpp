@@ -3,7 +3,7 @@
 namespace veskard::bench {
 
 MenuHost::MenuHost() {
-  test::WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", 0);
+  test::SetLogSwitch(0);
 }
 
 void MenuHost::RightClick(IDataObject* selection, HMENU menu) const {

@@ -6,11 +6,13 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "core/WindowsOwners.h"
 #include "tests/support/ImportPatch.h"
 
 namespace veskard {
@@ -69,12 +71,95 @@ TEST_F(ExceptionMemoryTest, WhatIsGivenBackIsThereAgain) {
   for (int i = 0; i < 1000; ++i) ASSERT_EQ(Nest(1), 2) << i;
 }
 
-TEST_F(ExceptionMemoryTest, ThreadsThatHaveEndedMakeRoomForOthers) {
-  for (int i = 0; i < 1500; ++i) {
-    int caught = 0;
-    std::thread([&] { caught = Nest(0); }).join();
-    ASSERT_EQ(caught, 1) << i;
+// --- More threads than there are records ---
+
+constexpr int kMoreThanRecords = 600;
+
+DWORD WINAPI ThrowAndCatch(void*) {
+  return static_cast<DWORD>(Nest(0));
+}
+
+/// Threads that have thrown and ended. Their handles stay open for as long as this
+/// lives, so that the system gives none of their ids to another thread.
+class EndedThreads {
+ public:
+  explicit EndedThreads(int count) {
+    for (int i = 0; i < count; ++i) {
+      DWORD id = 0, caught = 0;
+      const UniqueHandle& thread =
+          threads_.emplace_back(::CreateThread(nullptr, 0, &ThrowAndCatch, nullptr, 0, &id));
+      EXPECT_EQ(::WaitForSingleObject(thread.Get(), 60'000), WAIT_OBJECT_0);
+      EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &caught));
+      EXPECT_EQ(caught, 1u) << i;
+      EXPECT_TRUE(ids_.insert(id).second) << "an id comes back";
+    }
   }
+
+ private:
+  std::vector<UniqueHandle> threads_;
+  std::set<DWORD> ids_;
+};
+
+TEST_F(ExceptionMemoryTest, ThreadsThatHaveEndedMakeRoomForOthers) {
+  const EndedThreads ended(kMoreThanRecords);
+}
+
+TEST_F(ExceptionMemoryTest, ThreadsThatAreGoneMakeRoomForOthers) {
+  { const EndedThreads gone(kMoreThanRecords); }
+  const EndedThreads ended(kMoreThanRecords);
+}
+
+decltype(&::OpenThread) systemsOpenThread = nullptr;
+DWORD threadThatCannotBeOpened = 0;
+std::atomic<int> opened = 0;
+std::atomic<int> refused = 0;
+
+HANDLE WINAPI OpenOtherThread(DWORD access, BOOL inherits, DWORD id) {
+  ++opened;
+  if (id != threadThatCannotBeOpened) return systemsOpenThread(access, inherits, id);
+  ++refused;
+  ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+  return nullptr;
+}
+
+UniqueHandle HandleOfThisThread() {
+  UniqueHandle handle;
+  const HANDLE process = ::GetCurrentProcess();
+  ::DuplicateHandle(process, ::GetCurrentThread(), process, handle.Out(), 0, FALSE, DUPLICATE_SAME_ACCESS);
+  return handle;
+}
+
+enum class Kept { kYes, kNo, kNotTried };
+
+// Whether a thread still has what it has caught when others have looked for a record and
+// could not open it. Not tried on a thread whose id has a record from before: one that
+// takes the first record that it can get is the first to be asked about.
+Kept KeepWhileOthersLookForRecords() {
+  opened = refused = 0;
+  try {
+    throw std::runtime_error("in flight");
+  } catch (const std::exception&) {
+    if (opened == 0) return Kept::kNotTried;
+    threadThatCannotBeOpened = ::GetCurrentThreadId();
+    const EndedThreads others(kMoreThanRecords);
+    return std::current_exception() != nullptr ? Kept::kYes : Kept::kNo;
+  }
+}
+
+TEST_F(ExceptionMemoryTest, AThreadThatCannotBeOpenedKeepsItsRecord) {
+  const test::ImportPatch patch(nullptr, "OpenThread", reinterpret_cast<void*>(&OpenOtherThread));
+  systemsOpenThread = reinterpret_cast<decltype(&::OpenThread)>(patch.Original());
+  const EndedThreads ended(kMoreThanRecords);  // every record is somebody's
+  std::vector<UniqueHandle> known;
+  Kept kept = Kept::kNotTried;
+  while (kept == Kept::kNotTried && known.size() < kMoreThanRecords) {
+    std::thread([&] {
+      known.push_back(HandleOfThisThread());
+      kept = KeepWhileOthersLookForRecords();
+    }).join();
+  }
+  EXPECT_EQ(kept, Kept::kYes);
+  EXPECT_GT(refused, 0) << "nobody has asked about the thread";
 }
 
 TEST_F(ExceptionMemoryTest, EachThreadHasItsOwnExceptions) {

@@ -83,13 +83,14 @@ class DocumentsTest(unittest.TestCase):
         known = {"shellprobe": commands(names, "tools/shellprobe"),
                  "standin-agent": commands(names, "tools/standin_agent"),
                  "--preset": commands(r'"configurePreset": "([\w-]+)"', ".", "CMakePresets.json")}
-        known["scripts/build.sh"] = known["--preset"]
+        known["scripts/build.sh"] = known["scripts/test.sh"] = known["--preset"]
         for document in documents():
             text = read(document)
             spans = [*CODE.findall(FENCE.sub("", text)), *(line for block in FENCE.findall(text)
                                                            for line in block.splitlines())]
-            for program, word in re.findall(r"(?m)(shellprobe|standin-agent|--preset|scripts/build\.sh) ([a-z][\w-]*)",
-                                            "\n".join(spans)):
+            for program, word in re.findall(
+                    r"(?m)(shellprobe|standin-agent|--preset|scripts/(?:build|test)\.sh) ([a-z][\w-]*)",
+                    "\n".join(spans)):
                 with self.subTest(document, program=program):
                     self.assertIn(word, known[program])
 

@@ -33,7 +33,7 @@ int main() {
   ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   const veskard::ThreadWatch senders;
   if (!Choose()) return 1;
-  ::Sleep(300);  // the sender is inside its write by now
+  if (senders.WaitForNewThreads(std::chrono::milliseconds(300))) return 5;  // nobody waits for the agent
   for (int i = 0; i < 3; ++i) ::CoFreeUnusedLibrariesEx(0, 0);
   if (!IsLoaded()) return 2;
   ::CoUninitialize();

@@ -62,7 +62,7 @@ TABLE = [
     ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
     # the scripts
-    ("scripts/bench.sh", "Measures everything in one run", {"now": 'cannot use "now" here'}),
+    ("scripts/bench.sh", "Measures everything in one run", {"now": 'there is no benchmark "now"'}),
     ("scripts/bench-instructions.sh", "Counts instructions", {"all": 'cannot use "all" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
@@ -93,7 +93,8 @@ TABLE = [
     ("scripts/test-heap.sh", "The test suite with heap checks", {}),
     ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
     ("scripts/torture.sh", "Every request for memory", {}),
-    ("scripts/test.sh", "Everything tested", {"some": 'cannot use "some" here'}),
+    ("scripts/test.sh", "Everything tested", {
+        "some": 'there are no tests of a preset "some"', "win32": 'there are no tests of a preset "win32"'}),
     ("scripts/wine-prefix.sh", "Makes a Wine prefix ready", {
         "": "make, renew or stop", "burn x": "make, renew or stop", "make": "which folder?",
         "stop a b": 'cannot use "b" here'}),

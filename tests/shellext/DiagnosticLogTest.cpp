@@ -87,7 +87,7 @@ TEST_F(DiagnosticLogSwitchTest, EveryOtherNumberIsOn) {
 }
 
 TEST_F(DiagnosticLogSwitchTest, ATextCountsAsMissing) {
-  test::WriteRegistryText(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", L"0");
+  test::WriteRegistryText(HKEY_LOCAL_MACHINE, test::kLogSwitchKey, test::kLogSwitchValue, L"0");
   CreateLog();
   EXPECT_THAT(Messages(), ElementsAre(kStart));
 }
@@ -95,12 +95,12 @@ TEST_F(DiagnosticLogSwitchTest, ATextCountsAsMissing) {
 TEST_F(DiagnosticLogSwitchTest, FourBytesOfAnotherTypeCountAsMissing) {
   SetSwitch(0);
   UniqueRegKey key;
-  ASSERT_EQ(::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", 0, KEY_WRITE | KEY_WOW64_64KEY,
-                            key.Out()),
-            ERROR_SUCCESS);
+  ASSERT_EQ(
+      ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, test::kLogSwitchKey, 0, KEY_WRITE | KEY_WOW64_64KEY, key.Out()),
+      ERROR_SUCCESS);
   const DWORD zero = 0;
-  ASSERT_EQ(::RegSetValueExW(key.Get(), L"ShellExtLog", 0, REG_BINARY, reinterpret_cast<const BYTE*>(&zero),
-                             sizeof(zero)),
+  ASSERT_EQ(::RegSetValueExW(key.Get(), test::kLogSwitchValue, 0, REG_BINARY,
+                             reinterpret_cast<const BYTE*>(&zero), sizeof(zero)),
             ERROR_SUCCESS);
   CreateLog();
   EXPECT_TRUE(IsLogEnabled());

@@ -8,9 +8,6 @@
 namespace veskard::test {
 namespace {
 
-constexpr wchar_t kSwitchKey[] = L"Software\\Nimbrel\\Sync";
-constexpr wchar_t kSwitchValue[] = L"ShellExtLog";
-
 /// The file's bytes without whole blocks of zeros: those are what MakeLongFile
 /// made, a hundred megabytes of them.
 std::string ReadBytes(const std::wstring& path) {
@@ -104,11 +101,11 @@ std::wstring LogFixture::Folder() const {
 }
 
 void LogFixture::SetSwitch(DWORD value) {
-  WriteRegistryDword(HKEY_LOCAL_MACHINE, kSwitchKey, kSwitchValue, value);
+  SetLogSwitch(value);
 }
 
 void LogFixture::RemoveSwitch() {
-  DeleteRegistryValue(HKEY_LOCAL_MACHINE, kSwitchKey, kSwitchValue);
+  DeleteRegistryValue(HKEY_LOCAL_MACHINE, kLogSwitchKey, kLogSwitchValue);
 }
 
 void LogFixture::MakeLongFile(uint64_t size) const {

@@ -43,7 +43,7 @@ namespace {
 
 using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
 using WriteProbeLine = void(const wchar_t*);
-using StayInsideLog = void();
+using StayInsideLog = void(HANDLE);
 
 /// The loaded probe, with a log. The library that ships takes its place where no
 /// line is to be written.
@@ -59,7 +59,7 @@ class Probe {
 
   HMODULE Module() const noexcept { return module_; }
   void Write(const std::wstring& line) const { write_(line.c_str()); }
-  void StayInside() const { Find<StayInsideLog>("StayInsideLog")(); }
+  void StayInside(HANDLE inside) const { Find<StayInsideLog>("StayInsideLog")(inside); }
   void Unload() const { ::FreeLibrary(module_); }
 
  private:
@@ -146,13 +146,31 @@ DWORD WINAPI WriteForever(void* probe) {
   for (;;) static_cast<const Probe*>(probe)->Write(line);
 }
 
-DWORD WINAPI StayInside(void* probe) {
-  static_cast<const Probe*>(probe)->StayInside();
+void StartThread(LPTHREAD_START_ROUTINE start, void* parameter) {
+  const UniqueHandle thread(::CreateThread(nullptr, 0, start, parameter, 0, nullptr));
+}
+
+void StartWriting(const Run& run) {
+  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, const_cast<Probe*>(&run.probe));
+}
+
+/// What the thread reads before it is inside.
+struct Insider {
+  const Probe& probe;
+  UniqueHandle inside{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+};
+
+DWORD WINAPI StayInside(void* insider) {
+  const Insider& self = *static_cast<const Insider*>(insider);
+  self.probe.StayInside(self.inside.Get());
   return 0;
 }
 
-void StartThread(LPTHREAD_START_ROUTINE start, const Run& run) {
-  const UniqueHandle thread(::CreateThread(nullptr, 0, start, const_cast<Probe*>(&run.probe), 0, nullptr));
+/// Has a thread stay inside the log for ever; returns when it is there.
+void HaveAThreadInside(const Run& run) {
+  Insider insider{run.probe};
+  StartThread(&StayInside, &insider);
+  ::WaitForSingleObject(insider.inside.Get(), INFINITE);
 }
 
 [[noreturn]] void LeaveAtOnce() {
@@ -160,13 +178,13 @@ void StartThread(LPTHREAD_START_ROUTINE start, const Run& run) {
 }
 
 void ExitWriting(const Run& run) {
-  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, run);
+  StartWriting(run);
   ::Sleep(::GetTickCount() % 20);
   LeaveAtOnce();
 }
 
 void BeKilledWriting(const Run& run) {
-  for (int i = 0; i < 4; ++i) StartThread(&WriteForever, run);
+  StartWriting(run);
   ::Sleep(20 + ::GetTickCount() % 20);
   run.Set(L"ready");
   ::Sleep(INFINITE);
@@ -174,8 +192,7 @@ void BeKilledWriting(const Run& run) {
 
 void ExitInside(const Run& run) {
   run.probe.Write(L"last words");
-  StartThread(&StayInside, run);
-  ::Sleep(100);
+  HaveAThreadInside(run);
   LeaveAtOnce();
 }
 
@@ -195,8 +212,7 @@ void ForbidHeap(const Run& run) {
 }
 
 void ExitInsideHeap(const Run& run) {
-  StartThread(&StayInside, run);
-  ::Sleep(100);
+  HaveAThreadInside(run);
   ForbidHeap(run);
   LeaveAtOnce();
 }

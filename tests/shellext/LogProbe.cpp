@@ -12,9 +12,11 @@ void WriteProbeLine(const wchar_t* text) {
   veskard::Log(L"%s", text);
 }
 
-/// Never returns: the calling thread stays inside the log's lock.
-void StayInsideLog() {
+/// Never returns: the calling thread stays inside the log's lock, and sets the event
+/// when it has it.
+void StayInsideLog(HANDLE inside) {
   const veskard::CriticalSectionHold hold(veskard::LogLock());
+  ::SetEvent(inside);
   ::Sleep(INFINITE);
 }
 

@@ -1,5 +1,5 @@
 // A test that writes a byte behind a block: with the heap checks on it must fail.
-// Registered as a test that fails.
+// Registered as a test that must fail.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -4,14 +4,18 @@
 #include <shlobj.h>
 
 #include <cstring>
+#include <utility>
 
 namespace veskard::test {
 namespace {
 
-// The "release me instead" of one list: frees the list when the holder lets go.
+// The "release me instead" of one list: frees the list when the holder lets go, which
+// may be after the data object is gone.
 class ListKeeper final : public IUnknown {
  public:
-  ListKeeper(HGLOBAL list, std::atomic<int>& inUse) : list_(list), inUse_(inUse) { ++inUse_; }
+  ListKeeper(HGLOBAL list, std::shared_ptr<std::atomic<int>> inUse) : list_(list), inUse_(std::move(inUse)) {
+    ++*inUse_;
+  }
 
   STDMETHODIMP QueryInterface(REFIID, void** ppv) override {
     *ppv = nullptr;
@@ -22,7 +26,7 @@ class ListKeeper final : public IUnknown {
     const ULONG left = --references_;
     if (left == 0) {
       ::GlobalFree(list_);
-      --inUse_;
+      --*inUse_;
       delete this;
     }
     return left;
@@ -31,7 +35,7 @@ class ListKeeper final : public IUnknown {
  private:
   ULONG references_ = 1;
   HGLOBAL list_;
-  std::atomic<int>& inUse_;
+  std::shared_ptr<std::atomic<int>> inUse_;
 };
 
 }  // namespace

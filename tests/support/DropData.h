@@ -7,6 +7,7 @@
 #include <shellapi.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,7 @@ class DropListForTest {
 
 /// A data object with a real drop list, on the stack of a test, that counts who
 /// holds it and what it handed out. Every list it gives is its own to free, so it
-/// also knows how many are still in use.
+/// also knows how many are still in use; a list may outlive it.
 class FakeDataObject final : public IDataObject {
  public:
   explicit FakeDataObject(std::vector<std::wstring> paths) : paths_(std::move(paths)) {}
@@ -41,7 +42,7 @@ class FakeDataObject final : public IDataObject {
 
   ULONG References() const noexcept { return references_; }
   int ListsGiven() const noexcept { return given_; }
-  int ListsInUse() const noexcept { return inUse_; }
+  int ListsInUse() const noexcept { return *inUse_; }
   const FORMATETC& LastFormat() const noexcept { return lastFormat_; }
 
   /// What GetData answers instead of a list.
@@ -70,7 +71,7 @@ class FakeDataObject final : public IDataObject {
   std::vector<std::wstring> paths_;
   ULONG references_ = 0;
   int given_ = 0;
-  std::atomic<int> inUse_ = 0;
+  std::shared_ptr<std::atomic<int>> inUse_ = std::make_shared<std::atomic<int>>(0);
   FORMATETC lastFormat_ = {};
   bool answersInstead_ = false;
   HRESULT result_ = S_OK;

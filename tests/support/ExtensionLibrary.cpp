@@ -1,10 +1,12 @@
 #include "tests/support/ExtensionLibrary.h"
 
 #include <gtest/gtest.h>
+#include <unknwn.h>
 
 #include <filesystem>
 
 #include "core/ModuleHandle.h"
+#include "shellext/ClassIds.h"
 
 namespace veskard::test {
 
@@ -20,6 +22,17 @@ ExtensionLibrary::ExtensionLibrary(const std::wstring& path) : module_(::LoadLib
   Resolve(register_, "DllRegisterServer");
   Resolve(unregister_, "DllUnregisterServer");
   Resolve(getExtVersion_, "GetExtVersion");
+}
+
+HRESULT ExtensionLibrary::CreateObject(unsigned classIndex, REFIID riid, void** ppv) const {
+  UniqueCom<IClassFactory> factory;
+  HRESULT result =
+      DllGetClassObject(ClassId(classIndex), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
+  EXPECT_EQ(!factory, FAILED(result));
+  if (FAILED(result)) return result;
+  result = factory.Get()->CreateInstance(nullptr, riid, ppv);
+  EXPECT_EQ(*ppv == nullptr, FAILED(result));
+  return result;
 }
 
 template <class Function>

@@ -23,6 +23,13 @@ class ExtensionLibrary {
   /// Gives back the one reference; nothing may be called afterwards.
   void Unload() noexcept { module_.Reset(); }
 
+  /// An object of the class of that index, made as a host makes it, by the class factory.
+  /// The test fails when an answer does not fit what is handed out.
+  template <class Pointer>
+  HRESULT Create(unsigned classIndex, REFIID riid, Pointer& object) const {
+    return CreateObject(classIndex, riid, reinterpret_cast<void**>(object.Out()));
+  }
+
   HRESULT DllGetClassObject(REFCLSID classId, REFIID riid, void** ppv) const {
     return getClassObject_(classId, riid, ppv);
   }
@@ -36,6 +43,7 @@ class ExtensionLibrary {
  private:
   template <class Function>
   void Resolve(Function*& function, const char* name);
+  HRESULT CreateObject(unsigned classIndex, REFIID riid, void** ppv) const;
 
   UniqueModule module_;
   HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, void**) = nullptr;

@@ -76,10 +76,9 @@ std::vector<std::wstring> NamesIn(const std::wstring& folder) {
   return names;
 }
 
-size_t CountOpenHandles() noexcept {
-  constexpr uintptr_t kHighestHandle = 0x800;
+size_t CountOpenHandles(uintptr_t end) noexcept {
   size_t count = 0;
-  for (uintptr_t value = 4; value < kHighestHandle; value += 4) {
+  for (uintptr_t value = 4; value < end; value += 4) {
     DWORD flags = 0;
     count += ::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1u : 0u;
   }

@@ -28,9 +28,11 @@ void MakeFolder(const std::wstring& path);
 /// Names in a folder, sorted, without "." and "..".
 std::vector<std::wstring> NamesIn(const std::wstring& folder);
 
-/// Open handles of this process, counted by asking about each possible value,
-/// since Wine answers `GetProcessHandleCount` with 0.
-size_t CountOpenHandles() noexcept;
+/// Open handles of this process, counted by asking about each possible value below
+/// `end`, since Wine answers `GetProcessHandleCount` with 0. Values are multiples of four,
+/// given from the bottom. The usual end leaves room for five hundred, some ten times what
+/// a test opens, and is near enough to be asked for after every single failing call.
+size_t CountOpenHandles(uintptr_t end = 0x800) noexcept;
 
 /// `folder` made longer, with folders that are created, so that it and a backslash
 /// and a name of `nameLength` characters have `total` characters together.

@@ -75,4 +75,8 @@ void DeleteRegistryValue(HKEY root, const std::wstring& key, const std::wstring&
   ::RegDeleteValueW(opened.Get(), value.c_str());
 }
 
+void SetLogSwitch(DWORD on) {
+  WriteRegistryDword(HKEY_LOCAL_MACHINE, kLogSwitchKey, kLogSwitchValue, on);
+}
+
 }  // namespace veskard::test

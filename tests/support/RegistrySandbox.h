@@ -43,4 +43,9 @@ void WriteRegistryText(HKEY root, const std::wstring& key, const std::wstring& v
                        const std::wstring& data);
 void DeleteRegistryValue(HKEY root, const std::wstring& key, const std::wstring& value);
 
+/// The machine's log switch: 0 is off, any other number on.
+inline constexpr wchar_t kLogSwitchKey[] = L"Software\\Nimbrel\\Sync";
+inline constexpr wchar_t kLogSwitchValue[] = L"ShellExtLog";
+void SetLogSwitch(DWORD on);
+
 }  // namespace veskard::test

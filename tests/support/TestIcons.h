@@ -11,6 +11,11 @@
 
 namespace veskard::test {
 
+/// The sizes that Explorer asks for, the large icon's in the lower half: two different
+/// ones, or one twice.
+inline constexpr UINT kTwoSizes = 0x00100020;
+inline constexpr UINT kOneSize = 0x00300030;
+
 /// Pixels as 0xAARRGGBB, rows from the top.
 struct Picture {
   int width = 0;

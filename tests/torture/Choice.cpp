@@ -1,6 +1,8 @@
 // Choosing a command: from InvokeCommand to the end of its sender.
 #include <gmock/gmock.h>
 
+#include <optional>
+
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tests/torture/Scenario.h"
 #include "util/string/CodePage.h"
@@ -25,8 +27,8 @@ class Choice final : public Scenario {
 
   void Prepare(const ExtensionLibrary& library) override {
     handler_ = std::make_unique<MenuHandler>(library);
-    FakeDataObject selection(items_);
-    handler_->Select(&selection);
+    selection_.emplace(items_);
+    handler_->Select(&*selection_);
     const UniqueMenu menu(::CreatePopupMenu());
     EXPECT_EQ(handler_->Query(menu.Get()), 6);
     handler_->Select(nullptr);
@@ -64,7 +66,10 @@ class Choice final : public Scenario {
     }
   }
 
-  void Finish() override { handler_.reset(); }
+  void Finish() override {
+    handler_.reset();
+    EXPECT_EQ(selection_->ListsInUse(), 0) << "the handler is gone, its list should be too";
+  }
 
  private:
   std::string First() const { return Message(action_, items_[0], false); }
@@ -110,6 +115,7 @@ class Choice final : public Scenario {
   SyncTree tree_;
   FakeAgent agent_{AgentKind::kService};
   std::vector<std::wstring> items_;
+  std::optional<FakeDataObject> selection_;
   std::unique_ptr<MenuHandler> handler_;
   int action_ = 3;
   HRESULT result_ = S_OK;

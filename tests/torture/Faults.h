@@ -30,8 +30,10 @@ enum class Held {
   kLock,
   kModule,
   kSender,
+  kSearch,       // of a folder
+  kLocalMemory,  // of the system, freed by LocalFree
 };
-inline constexpr size_t kHeldKinds = 7;
+inline constexpr size_t kHeldKinds = 9;
 
 /// The plan that is carried out, for all threads of the library, and the counts.
 class Faults {

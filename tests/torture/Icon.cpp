@@ -11,8 +11,6 @@ namespace {
 
 using testing::AnyOf;
 
-constexpr UINT kTwoSizes = 0x00100020;
-
 struct Pictures {
   Picture large, small;
 };
@@ -20,13 +18,7 @@ struct Pictures {
 /// An icon handler as Explorer has it.
 struct Handler {
   HRESULT Create(const ExtensionLibrary& library) {
-    UniqueCom<IClassFactory> factory;
-    HRESULT result =
-        library.DllGetClassObject(ClassId(6), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
-    EXPECT_EQ(!factory, FAILED(result));
-    if (FAILED(result)) return result;
-    result = factory.Get()->CreateInstance(nullptr, IID_IPersistFile, reinterpret_cast<void**>(file.Out()));
-    EXPECT_EQ(!file, FAILED(result));
+    const HRESULT result = library.Create(kFileIconClass, IID_IPersistFile, file);
     if (FAILED(result)) return result;
     return file.Get()->QueryInterface(IID_IExtractIconW, reinterpret_cast<void**>(icons.Out()));
   }

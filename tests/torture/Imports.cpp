@@ -108,6 +108,8 @@ decltype(&std::realloc) originalRealloc;
 decltype(&std::free) originalFree;
 decltype(&::GetModuleHandleExW) originalGetModuleHandleEx;
 decltype(&::FreeLibraryAndExitThread) originalFreeLibraryAndExitThread;
+decltype(&::GetNamedSecurityInfoW) originalGetNamedSecurityInfo;
+decltype(&::LocalFree) originalLocalFree;
 
 void* Taken(void* block) noexcept {
   if (block != nullptr) Faults::Take(Held::kBlock, 1);
@@ -154,6 +156,19 @@ void WINAPI FreeModuleAndExitThread(HMODULE module, DWORD exitCode) {
   originalFreeLibraryAndExitThread(module, exitCode);
 }
 
+DWORD WINAPI GetNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION parts, PSID* owner,
+                                  PSID* group, PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor) {
+  if (Faults::Strikes(FaultKind::kSystemCall, "GetNamedSecurityInfoW")) return ERROR_ACCESS_DENIED;
+  const DWORD error = originalGetNamedSecurityInfo(name, type, parts, owner, group, dacl, sacl, descriptor);
+  if (error == ERROR_SUCCESS) Faults::Take(Held::kLocalMemory, 1);
+  return error;
+}
+
+HLOCAL WINAPI FreeLocalMemory(HLOCAL memory) {
+  if (memory != nullptr) Faults::Take(Held::kLocalMemory, -1);
+  return originalLocalFree(memory);
+}
+
 // The types may differ in what the compiler knows about them, such as "noreturn".
 template <class Replacement, class Function>
 WatchedImport ByHand(const char* name, Replacement* replacement, Function*& original) {
@@ -188,13 +203,15 @@ std::vector<WatchedImport> MakeTable() {
       FAILS(RegDeleteKeyW,                ERROR_ACCESS_DENIED, ERROR_SUCCESS),
 
       // Security
-      FAILS(ConvertSecurityDescriptorToStringSecurityDescriptorW, FALSE, ERROR_NOT_ENOUGH_MEMORY),
-      FAILS(ConvertStringSecurityDescriptorToSecurityDescriptorW, FALSE, ERROR_NOT_ENOUGH_MEMORY),
-      FAILS(ConvertSidToStringSidW,       FALSE, ERROR_NOT_ENOUGH_MEMORY),
-      FAILS(ConvertStringSidToSidW,       FALSE, ERROR_NOT_ENOUGH_MEMORY),
+      FAILS(ConvertSecurityDescriptorToStringSecurityDescriptorW, FALSE, ERROR_NOT_ENOUGH_MEMORY,
+            Held::kLocalMemory),
+      FAILS(ConvertStringSecurityDescriptorToSecurityDescriptorW, FALSE, ERROR_NOT_ENOUGH_MEMORY,
+            Held::kLocalMemory),
+      FAILS(ConvertSidToStringSidW,       FALSE, ERROR_NOT_ENOUGH_MEMORY, Held::kLocalMemory),
+      FAILS(ConvertStringSidToSidW,       FALSE, ERROR_NOT_ENOUGH_MEMORY, Held::kLocalMemory),
       FAILS(DeleteAce,                    FALSE, ERROR_INVALID_ACL),
       FAILS(GetAce,                       FALSE, ERROR_INVALID_ACL),
-      FAILS(GetNamedSecurityInfoW,        DWORD{ERROR_ACCESS_DENIED}, ERROR_SUCCESS),
+      ByHand("GetNamedSecurityInfoW", &GetNamedSecurityInfo, originalGetNamedSecurityInfo),
       FAILS(GetSecurityDescriptorDacl,    FALSE, ERROR_INVALID_SECURITY_DESCR),
       FAILS(GetUserNameW,                 FALSE, ERROR_NO_SYSTEM_RESOURCES),
 
@@ -219,12 +236,14 @@ std::vector<WatchedImport> MakeTable() {
       FAILS(DeleteFileW,                  FALSE, ERROR_SHARING_VIOLATION),
       FAILS(CreateDirectoryW,             FALSE, ERROR_ACCESS_DENIED),
       FAILS(RemoveDirectoryW,             FALSE, ERROR_SHARING_VIOLATION),
-      FAILS(FindFirstFileW,               INVALID_HANDLE_VALUE, ERROR_TOO_MANY_OPEN_FILES),
-      FAILS(FindFirstFileExW,             INVALID_HANDLE_VALUE, ERROR_TOO_MANY_OPEN_FILES),
+      FAILS(FindFirstFileW,               INVALID_HANDLE_VALUE, ERROR_TOO_MANY_OPEN_FILES, Held::kSearch),
+      FAILS(FindFirstFileExW,             INVALID_HANDLE_VALUE, ERROR_TOO_MANY_OPEN_FILES, Held::kSearch),
       FAILS(FindNextFileW,                FALSE, ERROR_NO_MORE_FILES),
+      GIVES(FindClose,                    Held::kSearch),
 
       // Processes, threads, modules and the agent's pipe
       FAILS(CreateThread,                 nullptr, ERROR_NOT_ENOUGH_MEMORY, Held::kSender),
+      FAILS(OpenThread,                   nullptr, kNoResources),
       FAILS(CreateProcessW,               FALSE, ERROR_NOT_ENOUGH_MEMORY),
       FAILS(CreateEventA,                 nullptr, kNoResources),
       FAILS(OpenMutexW,                   nullptr, ERROR_FILE_NOT_FOUND),
@@ -244,7 +263,10 @@ std::vector<WatchedImport> MakeTable() {
       FAILS(SizeofResource,               DWORD{0}, ERROR_RESOURCE_NAME_NOT_FOUND),
       FAILS(VerifyVersionInfoW,           FALSE, ERROR_OLD_WIN_VERSION),
 
-      // Texts and times
+      // Texts and times. The run-time library alone calls FormatMessageA, and has it take
+      // the memory.
+      FAILS(FormatMessageA,               DWORD{0}, ERROR_MR_MID_NOT_FOUND, Held::kLocalMemory),
+      ByHand("LocalFree", &FreeLocalMemory, originalLocalFree),
       FAILS(MultiByteToWideChar,          0, ERROR_NO_UNICODE_TRANSLATION),
       FAILS(WideCharToMultiByte,          0, ERROR_INSUFFICIENT_BUFFER),
       FAILS(CompareStringOrdinal,         0, ERROR_INVALID_PARAMETER),
@@ -311,9 +333,10 @@ std::vector<WatchedImport> MakeTable() {
 }
 
 constexpr std::string_view kUnwatched[] = {
-    // Give back what is counted in the process's own tables
-    "CloseHandle", "FindClose", "RegCloseKey", "LocalFree", "DeleteObject", "DeleteDC", "ReleaseDC",
-    "DestroyIcon", "ReleaseStgMedium",
+    // Give back what is counted in the process's own tables: kernel handles, drawing objects
+    "CloseHandle", "RegCloseKey", "DeleteObject", "DeleteDC", "ReleaseDC", "DestroyIcon",
+    // Gives back a selection's list, which the selection counts
+    "ReleaseStgMedium",
     // Cannot fail, or whose failure says nothing but "no"
     "DeleteCriticalSection", "InitializeCriticalSection", "EqualSid", "GetACP", "GetCurrentProcess",
     "GetCurrentProcessId", "GetCurrentThread", "GetCurrentThreadId", "GetHandleInformation", "GetLastError",
@@ -322,10 +345,12 @@ constexpr std::string_view kUnwatched[] = {
     "VerSetConditionMask", "WakeAllConditionVariable", "lstrcpynA", "lstrcpynW",
     // Ends the process on purpose
     "RaiseFailFastException",
-    // The compiler's run-time library: threads, exceptions, relocation at load
+    // The compiler's run-time library: threads, exceptions, relocation at load. Of these our
+    // own code calls WaitForSingleObject too (core/ExceptionMemory.cpp), once, without
+    // waiting; the locks of the run-time library do not bear that it fails.
     "AddVectoredExceptionHandler", "RemoveVectoredExceptionHandler", "CreateSemaphoreA", "DuplicateHandle",
-    "FormatMessageA", "GetProcessAffinityMask", "SetProcessAffinityMask", "GetThreadContext",
-    "SetThreadContext", "GetThreadPriority", "SetThreadPriority", "OpenProcess", "OpenThread", "OutputDebugStringA",
+    "GetProcessAffinityMask", "SetProcessAffinityMask", "GetThreadContext",
+    "SetThreadContext", "GetThreadPriority", "SetThreadPriority", "OpenProcess", "OutputDebugStringA",
     "RaiseException", "ReleaseSemaphore", "ResetEvent", "SetEvent", "ResumeThread", "SuspendThread",
     "RtlCaptureContext", "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind", "TlsAlloc",
     "TlsGetValue", "TlsSetValue", "VirtualProtect", "VirtualQuery", "WaitForMultipleObjects",

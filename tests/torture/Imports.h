@@ -19,8 +19,8 @@ struct WatchedImport {
 std::span<const WatchedImport> WatchedImports();
 
 /// Those that are left alone: what they free is counted elsewhere, they cannot
-/// fail, or the compiler's run-time library alone calls them. Of the C run-time
-/// library's functions only those of the heap are watched.
+/// fail, or they are what the compiler's run-time library stands on. Of the C
+/// run-time library's functions only those of the heap are watched.
 std::span<const std::string_view> UnwatchedImports();
 
 /// From the next WatchImportsOf on, calls of that function that do not fail are
@@ -28,8 +28,8 @@ std::span<const std::string_view> UnwatchedImports();
 void AnswerBy(std::string_view function, void* standIn);
 void StopAnswering();
 
-/// Puts the harness in front of everything in the module's import table; only
-/// unloading the module undoes it. One module at a time.
+/// Puts the harness in front of the watched functions in the module's import table;
+/// only unloading the module undoes it. One module at a time.
 void WatchImportsOf(HMODULE module);
 
 }  // namespace veskard::test

@@ -63,19 +63,10 @@ class RightClick final : public Scenario {
   }
 
   void Run(const ExtensionLibrary& library) override {
-    ComReference<IContextMenu> handler;
-    created_ = Create(library, handler);
-    if (FAILED(created_)) return;
-    ComReference<IShellExtInit> init;
-    EXPECT_EQ(handler.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
     FakeDataObject selection(items_);
-    EXPECT_EQ(init.Get()->Initialize(nullptr, &selection, nullptr), S_OK);
-    queried_ = handler.Get()->QueryContextMenu(menu_.Get(), 1, kFirstId, kFirstId + 100, CMF_NORMAL);
-    shown_ = ItemsOf(menu_.Get());
-    asked_ = handler.Get()->GetCommandString(2, GCS_HELPTEXTW, nullptr, reinterpret_cast<char*>(help_), 100);
-    init.Get()->Initialize(nullptr, nullptr, nullptr);
+    Click(library, selection);
     EXPECT_EQ(selection.References(), 0u);
-    given_ = selection.ListsGiven();
+    EXPECT_EQ(selection.ListsInUse(), 0) << "the handler is gone, its list should be too";
   }
 
   void Check(const Struck& struck) override {
@@ -98,16 +89,18 @@ class RightClick final : public Scenario {
   void Finish() override { menu_.Reset(); }
 
  private:
-  static HRESULT Create(const ExtensionLibrary& library, ComReference<IContextMenu>& handler) {
-    ComReference<IClassFactory> factory;
-    const HRESULT result =
-        library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
-    EXPECT_EQ(factory.Get() == nullptr, FAILED(result));
-    if (FAILED(result)) return result;
-    const HRESULT made =
-        factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(handler.Out()));
-    EXPECT_EQ(handler.Get() == nullptr, FAILED(made));
-    return made;
+  void Click(const ExtensionLibrary& library, FakeDataObject& selection) {
+    ComReference<IContextMenu> handler;
+    created_ = library.Create(kContextMenuClass, IID_IContextMenu, handler);
+    if (FAILED(created_)) return;
+    ComReference<IShellExtInit> init;
+    EXPECT_EQ(handler.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
+    EXPECT_EQ(init.Get()->Initialize(nullptr, &selection, nullptr), S_OK);
+    queried_ = handler.Get()->QueryContextMenu(menu_.Get(), 1, kFirstId, kFirstId + 100, CMF_NORMAL);
+    shown_ = ItemsOf(menu_.Get());
+    asked_ = handler.Get()->GetCommandString(2, GCS_HELPTEXTW, nullptr, reinterpret_cast<char*>(help_), 100);
+    init.Get()->Initialize(nullptr, nullptr, nullptr);
+    EXPECT_EQ(selection.References(), 0u) << "nothing is selected any more";
   }
 
   // The letters between the host's two items.
@@ -165,7 +158,6 @@ class RightClick final : public Scenario {
   std::vector<ShownItem> shown_;
   HRESULT created_ = S_OK, queried_ = S_OK, asked_ = S_OK;
   wchar_t help_[100] = {};
-  int given_ = 0;
 };
 
 }  // namespace

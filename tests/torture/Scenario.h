@@ -64,10 +64,6 @@ class Scenario {
     SetLogSwitch(0);
   }
 
-  static void SetLogSwitch(DWORD on) {
-    WriteRegistryDword(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel\\Sync", L"ShellExtLog", on);
-  }
-
   RegistrySandbox registry_;
   ScratchFolder applicationData_;
 };

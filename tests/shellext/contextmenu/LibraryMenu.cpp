@@ -1,7 +1,6 @@
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 
 #include "core/WindowsOwners.h"
-#include "shellext/ClassIds.h"
 
 namespace veskard::test {
 namespace {
@@ -37,12 +36,7 @@ std::string Letters(const std::vector<ShownItem>& items) {
 }
 
 MenuHandler::MenuHandler(const ExtensionLibrary& library, unsigned classIndex) {
-  ComReference<IClassFactory> factory;
-  EXPECT_EQ(library.DllGetClassObject(ClassId(classIndex), IID_IClassFactory,
-                                      reinterpret_cast<void**>(factory.Out())),
-            S_OK);
-  EXPECT_EQ(factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(menu_.Out())),
-            S_OK);
+  EXPECT_EQ(library.Create(classIndex, IID_IContextMenu, menu_), S_OK);
   EXPECT_EQ(menu_.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init_.Out())), S_OK);
 }
 

@@ -26,9 +26,15 @@ class SenderLifetimeTest : public testing::Test {
     EXPECT_EQ(handler.Invoke(1), S_OK);
   }
 
-  // Runs the host beside this test to its end.
+  // Runs the host beside this test to its end, which comes when its sender has reached an
+  // agent that lets it wait.
   static DWORD ExitCodeOfHost(const std::wstring& arguments) {
-    return ChildProcess(BuiltTestProgram(L"exiting_host.exe"), arguments).Wait();
+    FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
+    const UniqueHandle mayLeave(::CreateEventW(nullptr, TRUE, FALSE, L"Local\\veskard-exiting-host"));
+    const ChildProcess host(BuiltTestProgram(L"exiting_host.exe"), arguments);
+    EXPECT_TRUE(agent.WaitForClient()) << "there is no sender to wait for";
+    ::SetEvent(mayLeave.Get());
+    return host.Wait();
   }
 
   RegistrySandbox registry_;
@@ -81,15 +87,11 @@ TEST_F(SenderLifetimeTest, ALibraryLoadedAgainMeanwhileGoesOnWorking) {
 }
 
 TEST_F(SenderLifetimeTest, AHostExitsWhileASenderWaits) {
-  FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
   EXPECT_EQ(ExitCodeOfHost(L""), 42u);
-  EXPECT_TRUE(agent.WaitForClient(std::chrono::milliseconds(0))) << "there was no sender to wait for";
 }
 
 TEST_F(SenderLifetimeTest, AHostLetsGoOfTheLibraryAndExitsWhileASenderWaits) {
-  FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
   EXPECT_EQ(ExitCodeOfHost(L"free"), 42u);
-  EXPECT_TRUE(agent.WaitForClient(std::chrono::milliseconds(0))) << "there was no sender to wait for";
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "core/WindowsOwners.h"
+#include "tests/support/TestIcons.h"
 
 namespace veskard::test {
 
@@ -17,10 +18,6 @@ struct ExtractedIcons {
   UniqueIcon large;
   UniqueIcon small;
 };
-
-/// The sizes that Explorer asks for: two different ones, or one twice.
-inline constexpr UINT kTwoSizes = 0x00100020;
-inline constexpr UINT kOneSize = 0x00300030;
 
 class IconHandler {
  public:
