@@ -88,4 +88,11 @@ using UniqueMenu = Owner<NullableResource<HMENU, &::DestroyMenu>>;
 template <class Interface>
 using UniqueCom = Owner<ComResource<Interface>>;
 
+/// Adds a reference to `object` and holds it; null holds nothing.
+template <class Interface>
+UniqueCom<Interface> HoldCom(Interface* object) noexcept {
+  if (object != nullptr) object->AddRef();
+  return UniqueCom<Interface>(object);
+}
+
 }  // namespace veskard

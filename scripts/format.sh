@@ -10,7 +10,7 @@ case "${1:-}" in "" | --check) ;; *) wrong_usage "there is no option $1" ;; esac
 takes_nothing_more "${@:2}"
 
 cd "$root"
-mapfile -t files < <(git ls-files -co --exclude-standard -- '*.h' '*.cpp')
+mapfile -t files < <(find . -path ./build -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
 if [ "${1:-}" = --check ]; then
   clang-format --dry-run --Werror "${files[@]}" || die "the formatting differs: run scripts/format.sh"
 else

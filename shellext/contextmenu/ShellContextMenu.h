@@ -11,7 +11,6 @@
 #include "shellext/GdiplusUser.h"
 #include "shellext/Module.h"
 #include "shellext/RefCountedObject.h"
-#include "shellext/contextmenu/ComReference.h"
 #include "shellext/contextmenu/DropMedium.h"
 #include "shellext/contextmenu/MenuDecision.h"
 
@@ -65,7 +64,7 @@ class ShellContextMenu final : public IContextMenu, public IShellExtInit, public
   ModuleUse moduleUse_;
   GdiplusUser gdiplusUser_;
   std::vector<UniqueBitmap> bitmaps_;
-  ComReference<IDataObject> selection_;
+  UniqueCom<IDataObject> selection_;
   DropMedium medium_;
   uint32_t selectedCount_ = 0;
   HMENU menu_ = nullptr;  // the one filled last, for support to see in a dump

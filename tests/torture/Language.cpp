@@ -37,8 +37,8 @@ class LanguageScenario : public Scenario {
   bool IsOnce() const override { return true; }
 
   void Run(const ExtensionLibrary& library) override {
-    ComReference<IClassFactory> factory;
-    ComReference<IContextMenu> handler;
+    UniqueCom<IClassFactory> factory;
+    UniqueCom<IContextMenu> handler;
     result_ =
         library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
     if (SUCCEEDED(result_)) {

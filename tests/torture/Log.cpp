@@ -32,7 +32,7 @@ class LogScenario : public Scenario {
 
   // Making and dropping an object is what has the switch read again.
   static void ReadSwitch(const ExtensionLibrary& library) {
-    ComReference<IClassFactory> factory;
+    UniqueCom<IClassFactory> factory;
     library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
   }
 
@@ -46,11 +46,11 @@ class LogScenario : public Scenario {
 
   // Switched on, used, and switched off again.
   void Run(const ExtensionLibrary& library) override {
-    ComReference<IClassFactory> factory;
+    UniqueCom<IClassFactory> factory;
     if (FAILED(library.DllGetClassObject(ClassId(5), IID_IClassFactory,
                                          reinterpret_cast<void**>(factory.Out()))))
       return;
-    ComReference<IContextMenu> handler;
+    UniqueCom<IContextMenu> handler;
     if (SUCCEEDED(factory.Get()->CreateInstance(nullptr, IID_IContextMenu,
                                                 reinterpret_cast<void**>(handler.Out())))) {
       EXPECT_EQ(handler.Get()->QueryContextMenu(nullptr, 0, 0, 100, CMF_VERBSONLY), E_NOTIMPL);

@@ -90,10 +90,10 @@ class RightClick final : public Scenario {
 
  private:
   void Click(const ExtensionLibrary& library, FakeDataObject& selection) {
-    ComReference<IContextMenu> handler;
+    UniqueCom<IContextMenu> handler;
     created_ = library.Create(kContextMenuClass, IID_IContextMenu, handler);
     if (FAILED(created_)) return;
-    ComReference<IShellExtInit> init;
+    UniqueCom<IShellExtInit> init;
     EXPECT_EQ(handler.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
     EXPECT_EQ(init.Get()->Initialize(nullptr, &selection, nullptr), S_OK);
     queried_ = handler.Get()->QueryContextMenu(menu_.Get(), 1, kFirstId, kFirstId + 100, CMF_NORMAL);

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "shellext/contextmenu/ComReference.h"
+#include "core/WindowsOwners.h"
 #include "tests/support/DropData.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/FakeAgent.h"
@@ -61,8 +61,8 @@ class MenuHandler {
   HRESULT Invoke(UINT_PTR offset) const { return Invoke(reinterpret_cast<const void*>(offset)); }
 
  private:
-  ComReference<IContextMenu> menu_;
-  ComReference<IShellExtInit> init_;
+  UniqueCom<IContextMenu> menu_;
+  UniqueCom<IShellExtInit> init_;
 };
 
 /// A host that has the library loaded, with a registry and an application-data

@@ -23,7 +23,7 @@ class MenuHandlerTest : public LibraryMenuTest {
 
 TEST_F(MenuHandlerTest, IUnknownIsTheIShellExtInitFace) {
   const MenuHandler handler(library_);
-  ComReference<IUnknown> unknown;
+  UniqueCom<IUnknown> unknown;
   ASSERT_EQ(handler.Menu()->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(unknown.Out())), S_OK);
   EXPECT_EQ(static_cast<void*>(unknown.Get()), static_cast<void*>(handler.Init()));
   EXPECT_NE(static_cast<void*>(unknown.Get()), static_cast<void*>(handler.Menu()));
@@ -31,10 +31,10 @@ TEST_F(MenuHandlerTest, IUnknownIsTheIShellExtInitFace) {
 
 TEST_F(MenuHandlerTest, EitherFaceAnswersTheOther) {
   const MenuHandler handler(library_);
-  ComReference<IContextMenu> menu;
+  UniqueCom<IContextMenu> menu;
   EXPECT_EQ(handler.Init()->QueryInterface(IID_IContextMenu, reinterpret_cast<void**>(menu.Out())), S_OK);
   EXPECT_EQ(menu.Get(), handler.Menu());
-  ComReference<IShellExtInit> init;
+  UniqueCom<IShellExtInit> init;
   EXPECT_EQ(handler.Menu()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
   EXPECT_EQ(init.Get(), handler.Init());
 }

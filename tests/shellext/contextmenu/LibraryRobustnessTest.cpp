@@ -18,8 +18,8 @@ class MemoryEndsTest : public LibraryMenuTest {
  protected:
   MemoryEndsTest() { tree_.MarkRoot(L"root", "d4:modei1e5:owner0:4:typei2ee"); }
 
-  ComReference<IClassFactory> Factory() const {
-    ComReference<IClassFactory> factory;
+  UniqueCom<IClassFactory> Factory() const {
+    UniqueCom<IClassFactory> factory;
     EXPECT_EQ(
         library_.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out())),
         S_OK);
@@ -52,7 +52,7 @@ size_t FailEachRequest(const Attempt& attempt) {
 }
 
 TEST_F(MemoryEndsTest, NoHandlerIsMadeAndNothingLeaks) {
-  const ComReference<IClassFactory> factory = Factory();
+  const UniqueCom<IClassFactory> factory = Factory();
   { const MenuHandler warm(library_); }
   const LibraryHeap heap(library_.Module());
   const size_t gdiBefore = CountGdiHandles();
@@ -119,11 +119,11 @@ struct FirstHandler {
 };
 
 FirstHandler MakeFirstHandler(const ExtensionLibrary& library, size_t failingRequest) {
-  ComReference<IClassFactory> factory;
+  UniqueCom<IClassFactory> factory;
   library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
   const LibraryHeap heap(library.Module());
   LibraryHeap::FailRequest(failingRequest);
-  ComReference<IContextMenu> menu;
+  UniqueCom<IContextMenu> menu;
   FirstHandler first;
   first.result =
       factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(menu.Out()));

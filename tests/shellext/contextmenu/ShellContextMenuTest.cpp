@@ -19,9 +19,9 @@ class HandlerScopeTest : public testing::Test {
   HandlerScopeTest() { tree_.MarkRoot(L"root", test::kSelectiveRemovable); }
   ~HandlerScopeTest() override { SetAgentScope(AgentScope::kUnset); }
 
-  static ComReference<IContextMenu> NewHandler() {
-    const ComReference<IClassFactory> factory = HoldCom(NewContextMenuFactory());
-    ComReference<IContextMenu> handler;
+  static UniqueCom<IContextMenu> NewHandler() {
+    const UniqueCom<IClassFactory> factory = HoldCom(NewContextMenuFactory());
+    UniqueCom<IContextMenu> handler;
     EXPECT_EQ(
         factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(handler.Out())),
         S_OK);
@@ -29,8 +29,8 @@ class HandlerScopeTest : public testing::Test {
   }
 
   // What the handler answers for a local file in a folder with commands.
-  HRESULT Query(const ComReference<IContextMenu>& handler) {
-    ComReference<IShellExtInit> init;
+  HRESULT Query(const UniqueCom<IContextMenu>& handler) {
+    UniqueCom<IShellExtInit> init;
     EXPECT_EQ(handler.Get()->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.Out())), S_OK);
     init.Get()->Initialize(nullptr, &selection_, nullptr);
     return handler.Get()->QueryContextMenu(menu_.Get(), 0, 1, 100, CMF_NORMAL);
