@@ -13,6 +13,8 @@ import os
 import re
 import sys
 
+from dependencies import LIBRARY as FOLDERS
+
 AIM = 700 * 1024  # beside the resources
 
 # Sections that take room in the file.
@@ -20,7 +22,6 @@ SECTIONS = {".text", ".data", ".rdata", ".pdata", ".xdata", ".edata", ".idata", 
 # One input section: its address, its size, and the file that it came from.
 CONTRIBUTION = re.compile(r"\s(0x[0-9a-f]{16})\s+(0x[0-9a-f]+) (\S.*)$")
 
-FOLDERS = ["core", "util/string", "benc", "fs/util", "lang", "shellext", "shellext/icons", "shellext/contextmenu"]
 # What other files count to, by their names; the first that fits.
 OTHERS = [
     (r"/lib(stdc\+\+|gcc|gcc_eh|pthread)\.a|/crt(begin|end)\.o", "C++ run-time library"),

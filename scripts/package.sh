@@ -42,7 +42,7 @@ sign() { if [ -n "${VESKARD_SIGN_CERTIFICATE:-}" ]; then "$root/scripts/sign.sh"
 sign "$work/VeskardShellExt.dll" "$work/shellprobe.exe"
 mkdir -p "$result"
 python3 -B "$root/installer/make_msi.py" "$work/VeskardShellExt.dll" "$work/shellprobe.exe" \
-  "$programs/shellext/icons/menu_sync.ico" "$work/package.msi"
+  "$programs/shellext/contextmenu/menu_sync.ico" "$work/package.msi"
 sign "$work/package.msi"
 cp "$work/package.msi" "$package"
 if [ -n "${VESKARD_SIGN_CERTIFICATE:-}" ]; then say "$package (signed)"; else say "$package (unsigned)"; fi

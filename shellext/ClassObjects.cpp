@@ -1,12 +1,20 @@
 #include "shellext/ClassObjects.h"
 
 #include "shellext/ClassIds.h"
-#include "shellext/ServedClasses.h"
+#include "shellext/contextmenu/ShellContextMenu.h"
+#include "shellext/icons/ShellFileIcon.h"
+#include "shellext/module/ClassFactory.h"
 
 namespace veskard {
 namespace {
 
 using NewFactory = IClassFactory* (*)();
+
+/// A new factory with reference count 0, owned by the caller; throws std::bad_alloc.
+template <class T>
+IClassFactory* MakeFactory() {
+  return new ClassFactory<T>();
+}
 
 struct ServedClass {
   GUID classId;
@@ -15,10 +23,10 @@ struct ServedClass {
 
 // clang-format off
 constexpr ServedClass kServedClasses[] = {
-    {ClassId(kContextMenuClassUnregistered), &NewContextMenuFactory},
-    {ClassId(kFileIconClassUnregistered),    &NewFileIconFactory},
-    {ClassId(kContextMenuClass),             &NewContextMenuFactory},
-    {ClassId(kFileIconClass),                &NewFileIconFactory},
+    {ClassId(kContextMenuClassUnregistered), &MakeFactory<ShellContextMenu>},
+    {ClassId(kFileIconClassUnregistered),    &MakeFactory<ShellFileIcon>},
+    {ClassId(kContextMenuClass),             &MakeFactory<ShellContextMenu>},
+    {ClassId(kFileIconClass),                &MakeFactory<ShellFileIcon>},
 };
 // clang-format on
 

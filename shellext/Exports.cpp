@@ -4,10 +4,10 @@
 
 #include "core/ModuleHandle.h"
 #include "shellext/ClassObjects.h"
-#include "shellext/ComBoundary.h"
-#include "shellext/DiagnosticLog.h"
-#include "shellext/Module.h"
 #include "shellext/Registration.h"
+#include "shellext/module/ComBoundary.h"
+#include "shellext/module/DiagnosticLog.h"
+#include "shellext/module/Module.h"
 
 #ifdef _MSC_VER
 #define VESKARD_START_UP _DllMainCRTStartup
@@ -35,10 +35,11 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
   return TRUE;
 }
 
-/// What the loader calls. When the process exits the library's statics are left
+/// The loader calls this function, whose name is ours: the start-up code of MinGW calls
+/// one named DllEntryPoint by itself. When the process exits the library's statics are left
 /// alone: the other threads were ended wherever they were, perhaps inside the heap
 /// or with a lock held, and the system takes the memory back anyway.
-BOOL WINAPI EnterLibrary(HINSTANCE instance, DWORD reason, void* processExits) {
+BOOL WINAPI LibraryEntryPoint(HINSTANCE instance, DWORD reason, void* processExits) {
   const bool exiting = reason == DLL_PROCESS_DETACH && processExits != nullptr;
   return exiting ? DllMain(instance, reason, processExits) : VESKARD_START_UP(instance, reason, processExits);
 }
@@ -66,7 +67,7 @@ STDAPI DllInstall(BOOL bInstall, const wchar_t* pszCmdLine) {
   return veskard::ComBoundary([&] { return veskard::Install(bInstall != FALSE, pszCmdLine); });
 }
 
-/// `version` is not checked: installers have always passed one.
+/// `version` must not be null: it is not checked.
 STDAPI GetExtVersion(DWORD* version) {
   *version = kExtensionInterfaceVersion;
   return S_OK;

@@ -8,7 +8,7 @@
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
 #include "shellext/ClassIds.h"
-#include "shellext/Log.h"
+#include "shellext/module/Log.h"
 #include "util/string/strfmt.h"
 
 namespace veskard {

@@ -10,11 +10,11 @@
 #include "bench/icons/BareIcons.h"
 #include "bench/icons/BenchFiles.h"
 #include "bench/windows/Measure.h"
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
 #include "shellext/icons/PlaceholderIcon.h"
 #include "shellext/icons/WashOut.h"
+#include "shellext/module/GdiplusUser.h"
 
 namespace veskard {
 namespace {
@@ -114,7 +114,7 @@ void BenchPixels() {
   Compare(
       "wash-out of 256 x 256: a copy", 6, kRounds, [&](int) { WashOut(bitmap.Get()); }, copy);
   Compare(
-      "rows turned over, 256 x 256: a copy", 6, kRounds, [&](int) { bits.CopyTurnedOver(target.data()); },
+      "rows turned over, 256 x 256: a copy", 6, kRounds, [&](int) { bits.CopyBottomUp(target.data()); },
       copy);
 }
 

@@ -7,13 +7,13 @@
 #include "bench/icons/BareIcons.h"
 #include "bench/icons/BenchFiles.h"
 #include "bench/instructions/Counted.h"
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
-#include "shellext/icons/IconBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/bitmaps/IconBitmap.h"
 #include "shellext/icons/IconCache.h"
 #include "shellext/icons/PlaceholderIcon.h"
 #include "shellext/icons/StatusCircle.h"
 #include "shellext/icons/WashOut.h"
+#include "shellext/module/GdiplusUser.h"
 
 namespace veskard::bench {
 namespace {

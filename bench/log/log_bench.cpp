@@ -10,10 +10,9 @@
 
 #include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
-#include "shellext/Clock.h"
-#include "shellext/DiagnosticLog.h"
-#include "shellext/Log.h"
-#include "shellext/LogTime.h"
+#include "shellext/module/Clock.h"
+#include "shellext/module/DiagnosticLog.h"
+#include "shellext/module/Log.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScratchFolder.h"
 #include "util/string/strfmt.h"

@@ -1,36 +1,13 @@
 #include "shellext/contextmenu/AgentChannel.h"
 
-#include <atomic>
+#include <string>
 #include <utility>
 
-#include "core/WindowsOwners.h"
 #include "shellext/contextmenu/AgentMessages.h"
+#include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/AgentSender.h"
 
 namespace veskard {
-namespace {
-
-constinit std::atomic<AgentScope> currentScope = AgentScope::kUnset;
-
-}  // namespace
-
-AgentScope CurrentAgentScope() noexcept {
-  return currentScope;
-}
-
-void SetAgentScope(AgentScope scope) noexcept {
-  currentScope = scope;
-}
-
-std::wstring GetAgentPipeName(AgentScope scope) {
-  if (scope != AgentScope::kService && IsMutexPresent(kUserAgent.mutex)) return kUserAgent.pipe;
-  if (scope != AgentScope::kUser && IsMutexPresent(kServiceAgent.mutex)) return kServiceAgent.pipe;
-  return {};
-}
-
-bool IsMutexPresent(const std::wstring& name) noexcept {
-  return static_cast<bool>(UniqueHandle(::OpenMutexW(SYNCHRONIZE, FALSE, name.c_str())));
-}
 
 HRESULT SendAgentCommand(HDROP drop, uint32_t itemCount, AgentAction action) {
   const AgentScope scope = CurrentAgentScope();

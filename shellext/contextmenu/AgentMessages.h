@@ -11,7 +11,7 @@
 #include <string>
 
 #include "benc/BencValue.h"
-#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentAction.h"
 
 namespace veskard {
 

@@ -6,8 +6,8 @@
 
 #include "benc/BencWriter.h"
 #include "core/WindowsOwners.h"
-#include "shellext/Module.h"
 #include "shellext/contextmenu/AgentStarter.h"
+#include "shellext/module/Module.h"
 #include "util/string/ByteBuilder.h"
 
 namespace veskard {

@@ -4,7 +4,7 @@
 
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
-#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentPresence.h"
 
 namespace veskard {
 namespace {

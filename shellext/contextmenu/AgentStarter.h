@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "shellext/Clock.h"
+#include "shellext/module/Clock.h"
 
 namespace veskard {
 

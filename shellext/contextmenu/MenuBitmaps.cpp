@@ -1,8 +1,8 @@
 #include "shellext/contextmenu/MenuBitmaps.h"
 
 #include "core/ModuleHandle.h"
-#include "shellext/icons/GdiplusBitmap.h"
-#include "shellext/icons/IconBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/bitmaps/IconBitmap.h"
 
 namespace veskard {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "lang/LanguageTable.h"
-#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentAction.h"
 
 namespace veskard {
 

@@ -5,7 +5,7 @@
 #include <cwchar>
 
 #include "core/Product.h"
-#include "shellext/contextmenu/SyncFolderInspection.h"
+#include "shellext/contextmenu/marks/SyncFolderInspection.h"
 
 namespace veskard {
 namespace {

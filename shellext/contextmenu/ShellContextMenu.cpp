@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <climits>
 
-#include "shellext/ComBoundary.h"
-#include "shellext/Log.h"
 #include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/MenuBitmaps.h"
 #include "shellext/contextmenu/MenuCommands.h"
 #include "shellext/contextmenu/MenuSelection.h"
+#include "shellext/module/ComBoundary.h"
+#include "shellext/module/Log.h"
 
 namespace veskard {
 namespace {

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "core/WindowsOwners.h"
-#include "shellext/GdiplusUser.h"
-#include "shellext/Module.h"
-#include "shellext/RefCountedObject.h"
 #include "shellext/contextmenu/DropMedium.h"
 #include "shellext/contextmenu/MenuDecision.h"
+#include "shellext/module/GdiplusUser.h"
+#include "shellext/module/Module.h"
+#include "shellext/module/RefCountedObject.h"
 
 namespace veskard {
 

@@ -2,10 +2,10 @@
 
 #include <shlwapi.h>
 
-#include "shellext/icons/GdiplusBitmap.h"
-#include "shellext/icons/IconBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/bitmaps/IconBitmap.h"
+#include "shellext/contextmenu/marks/SyncFolderInspection.h"
 #include "shellext/icons/IconCache.h"
-#include "shellext/icons/PlaceholderStatus.h"
 #include "shellext/icons/StatusCircle.h"
 #include "shellext/icons/TypeIcon.h"
 #include "shellext/icons/WashOut.h"
@@ -69,14 +69,14 @@ UniqueIcon Compose(IconCache& cache, Gdiplus::GpBitmap* typeIcon, int32_t progre
 }  // namespace
 
 UniqueIcon ComposePlaceholderIcon(const std::wstring& placeholderPath, bool large) {
-  const PlaceholderStatus status = QueryPlaceholderStatus(placeholderPath);
-  const std::wstring targetName = TargetName(placeholderPath, status.isFolder);
+  const PlaceholderState state = ReadPlaceholderState(placeholderPath);
+  const std::wstring targetName = TargetName(placeholderPath, state.typeFlag);
 
   IconCache& cache = SharedIconCache();
   const CriticalSectionHold hold(cache.Lock());
-  Gdiplus::GpBitmap* const typeIcon = WashedOutTypeIcon(cache, targetName, large, status.isFolder);
+  Gdiplus::GpBitmap* const typeIcon = WashedOutTypeIcon(cache, targetName, large, state.typeFlag);
   if (typeIcon == nullptr) return {};
-  if (status.progress != kProgressUnknown) return Compose(cache, typeIcon, status.progress, large);
+  if (state.progress != kProgressUnknown) return Compose(cache, typeIcon, state.progress, large);
   // Only here does the folder matter: elsewhere than in a selective one the file
   // is bound to come, so it shows as one of which nothing has come yet.
   if (LiesInSelectiveFolder(placeholderPath)) return BitmapToIcon(typeIcon);

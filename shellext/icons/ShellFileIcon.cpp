@@ -6,8 +6,6 @@
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
-#include "shellext/ClassFactory.h"
-#include "shellext/ServedClasses.h"
 #include "shellext/icons/IconCache.h"
 #include "shellext/icons/PlaceholderIcon.h"
 
@@ -117,10 +115,6 @@ HRESULT ShellFileIcon::Extract(PCWSTR, UINT, HICON* phiconLarge, HICON* phiconSm
   *phiconLarge = icons.large.Release();
   *phiconSmall = icons.small.Release();
   return S_OK;
-}
-
-IClassFactory* NewFileIconFactory() {
-  return new ClassFactory<ShellFileIcon>;
 }
 
 }  // namespace veskard

@@ -6,9 +6,9 @@
 
 #include <string>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/Module.h"
-#include "shellext/RefCountedObject.h"
+#include "shellext/module/GdiplusUser.h"
+#include "shellext/module/Module.h"
+#include "shellext/module/RefCountedObject.h"
 
 namespace veskard {
 

@@ -1,7 +1,7 @@
 #include "shellext/icons/StatusCircle.h"
 
-#include "shellext/Log.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/module/Log.h"
 
 namespace veskard {
 namespace {

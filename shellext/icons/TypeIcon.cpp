@@ -7,7 +7,7 @@
 #include <commoncontrols.h>
 #include <shellapi.h>
 
-#include "shellext/icons/IconBitmap.h"
+#include "shellext/bitmaps/IconBitmap.h"
 
 namespace veskard {
 namespace {

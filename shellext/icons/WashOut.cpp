@@ -1,6 +1,6 @@
 #include "shellext/icons/WashOut.h"
 
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
 
 namespace veskard {
 namespace {

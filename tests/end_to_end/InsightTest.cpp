@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "core/WindowsOwners.h"
-#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentPresence.h"
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
 #include "tests/support/AgentFolder.h"

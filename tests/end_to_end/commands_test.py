@@ -48,10 +48,10 @@ TABLE = [
     ("contact-sheet.exe", "Draws placeholders of several types", {
         "a": "something is missing: contact-sheet FOLDER", "a b c d --paper": "there is no option --paper"}),
     # the painters of the menu's icons
-    ("shellext/icons/artwork/make_icon.sh", "Draws one icon at every size", {
+    ("shellext/contextmenu/artwork/make_icon.sh", "Draws one icon at every size", {
         "": "SOURCE.svg and RESULT.ico are needed", "a.svg": "SOURCE.svg and RESULT.ico are needed",
         "-x a b": "there is no option -x", "a b c": 'cannot use "c" here'}),
-    ("shellext/icons/artwork/fit_to_pixels.py", "straight edges moved onto pixels", {
+    ("shellext/contextmenu/artwork/fit_to_pixels.py", "straight edges moved onto pixels", {
         "": "SOURCE.svg SIZE are needed", "a.svg wide": 'SIZE is a number of pixels, not "wide"'}),
     # the translators' and the packers' programs
     ("tools/langlint/langlint.py", "Checks the translations", {"": "which folder?", "a b c": "which folder?"}),

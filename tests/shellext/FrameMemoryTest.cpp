@@ -6,11 +6,11 @@
 
 #include "shellext/ClassIds.h"
 #include "shellext/ClassObjects.h"
-#include "shellext/DiagnosticLog.h"
-#include "shellext/Log.h"
-#include "shellext/Module.h"
 #include "shellext/Registration.h"
-#include "tests/shellext/LogFixture.h"
+#include "shellext/module/DiagnosticLog.h"
+#include "shellext/module/Log.h"
+#include "shellext/module/Module.h"
+#include "tests/shellext/module/LogFixture.h"
 #include "tests/support/AllocationFaults.h"
 
 namespace veskard {

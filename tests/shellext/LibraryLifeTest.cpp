@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "shellext/ClassIds.h"
-#include "tests/shellext/LogFixture.h"
+#include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LibraryHeap.h"

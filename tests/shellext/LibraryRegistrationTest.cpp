@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "shellext/ClassIds.h"
-#include "tests/shellext/LogFixture.h"
 #include "tests/shellext/RegisteredValues.h"
+#include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySnapshot.h"

@@ -8,8 +8,8 @@
 
 #include "core/Product.h"
 #include "shellext/ClassIds.h"
-#include "tests/shellext/LogFixture.h"
 #include "tests/shellext/RegisteredValues.h"
+#include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySnapshot.h"

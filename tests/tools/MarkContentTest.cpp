@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "fs/util/Handle.h"
-#include "shellext/contextmenu/SyncFolderInspection.h"
+#include "shellext/contextmenu/marks/SyncFolderInspection.h"
 #include "tests/support/ScratchFolder.h"
 #include "tools/marks/Marks.h"
 

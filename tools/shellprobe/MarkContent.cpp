@@ -7,7 +7,7 @@
 #include "benc/BencDump.h"
 #include "benc/BencParser.h"
 #include "fs/util/SyncHandle.h"
-#include "shellext/contextmenu/SyncFolderInspection.h"
+#include "shellext/contextmenu/marks/SyncFolderInspection.h"
 #include "util/string/ByteBuilder.h"
 
 namespace veskard {

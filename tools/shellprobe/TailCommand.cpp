@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "shellext/DiagnosticLog.h"
+#include "shellext/module/DiagnosticLog.h"
 #include "tools/common/Console.h"
 #include "tools/common/FullPath.h"
 #include "tools/common/ToolError.h"

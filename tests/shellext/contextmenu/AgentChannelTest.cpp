@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/WindowsOwners.h"
+#include "shellext/contextmenu/AgentPresence.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
 #include "tests/support/ImportPatch.h"

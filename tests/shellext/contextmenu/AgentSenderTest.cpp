@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "core/WindowsOwners.h"
-#include "shellext/Module.h"
+#include "shellext/module/Module.h"
 #include "tests/support/FakeAgent.h"
 
 namespace veskard {

@@ -15,9 +15,10 @@
 
 #include "core/ModuleHandle.h"
 #include "core/WindowsOwners.h"
-#include "shellext/Module.h"
 #include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/AgentSender.h"
+#include "shellext/module/Module.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
 #include "tests/support/ImportPatch.h"

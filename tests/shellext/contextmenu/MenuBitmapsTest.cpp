@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/ModuleHandle.h"
-#include "shellext/GdiplusUser.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"

@@ -5,8 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "core/WindowsOwners.h"
-#include "shellext/ServedClasses.h"
-#include "shellext/contextmenu/AgentChannel.h"
+#include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/contextmenu/ShellContextMenu.h"
+#include "shellext/module/ClassFactory.h"
 #include "tests/support/DropData.h"
 #include "tests/support/SyncTree.h"
 
@@ -20,7 +21,7 @@ class HandlerScopeTest : public testing::Test {
   ~HandlerScopeTest() override { SetAgentScope(AgentScope::kUnset); }
 
   static UniqueCom<IContextMenu> NewHandler() {
-    const UniqueCom<IClassFactory> factory = HoldCom(NewContextMenuFactory());
+    const UniqueCom<IClassFactory> factory = HoldCom<IClassFactory>(new ClassFactory<ShellContextMenu>());
     UniqueCom<IContextMenu> handler;
     EXPECT_EQ(
         factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(handler.Out())),

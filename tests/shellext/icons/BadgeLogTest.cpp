@@ -1,11 +1,11 @@
 // The line that a badge leaves in the log.
 #include <gtest/gtest.h>
 
-#include "shellext/DiagnosticLog.h"
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/icons/StatusCircle.h"
-#include "tests/shellext/LogFixture.h"
+#include "shellext/module/DiagnosticLog.h"
+#include "shellext/module/GdiplusUser.h"
+#include "tests/shellext/module/LogFixture.h"
 
 namespace veskard {
 namespace {

@@ -17,10 +17,10 @@
 
 #include "core/GdiplusOwners.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconCallCounts.h"
 #include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/GdiHandleCount.h"
@@ -41,7 +41,6 @@ using test::PixelsOf;
 using test::SolidPattern;
 using test::Watch;
 
-constexpr wchar_t kReport[] = L"C:\\sync\\report.vkf.ghpl";
 constexpr int kProgress = 45;
 constexpr auto kRefused = Gdiplus::GenericError;
 
@@ -74,11 +73,9 @@ bool IsAmong(std::span<const char* const> names, const FailedCall& failed) {
 class IconFaultsTest : public testing::Test {
  protected:
   IconFaultsTest() {
-    test::SetPlaceholder(kReport, {{kProgress, false}, true});
     handler_.Extract();  // fills the Shell's own caches
     EmptyCache();
   }
-  ~IconFaultsTest() override { test::ForgetPlaceholders(); }
 
   // No icon, or one that is right where no badge is drawn: a part of the badge may
   // be missing, everything else may not.
@@ -101,7 +98,9 @@ class IconFaultsTest : public testing::Test {
 
   const test::IconCallCounts counts_;
   const test::TestFileType type_{L"vkf", {{SolidPattern(16)}, {SolidPattern(256)}}};
-  const IconHandler handler_{kReport};
+  test::PlaceholderFolder folder_;
+  const std::wstring report_ = folder_.Mark(L"report.vkf.ghpl", {kProgress});
+  const IconHandler handler_{report_};
 };
 
 void IconFaultsTest::FailEveryCall(UINT iconSize, const Picture& largeOwn, const Picture& smallOwn) {
@@ -204,7 +203,7 @@ TEST_F(IconCostTest, ATypeIsFetchedOnceAndABadgeDrawnOnceInASizeClass) {
   const int badges = BadgesDrawn(), types = TypesAskedFor();
   for (int i = 0; i < 3; ++i) {
     for (int progress = 0; progress <= 100; progress += 5) {
-      test::SetPlaceholder(kReport, {{progress, false}, true});
+      folder_.Mark(L"report.vkf.ghpl", {progress});
       handler_.Extract();
     }
   }
@@ -215,7 +214,7 @@ TEST_F(IconCostTest, ATypeIsFetchedOnceAndABadgeDrawnOnceInASizeClass) {
 TEST_F(IconCostTest, ThreadsThatAskAtOnceMakeAnEntryOnce) {
   const int badges = BadgesDrawn(), types = TypesAskedFor();
   std::deque<IconHandler> handlers;  // alive until the end: a dying one empties the cache
-  for (int i = 0; i < 4; ++i) handlers.emplace_back(kReport);
+  for (int i = 0; i < 4; ++i) handlers.emplace_back(report_);
   std::atomic<int> ready = 0;
   std::vector<std::thread> threads;
   for (const IconHandler& handler : handlers) {

@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "shellext/ServedClasses.h"
+#include "shellext/icons/ShellFileIcon.h"
+#include "shellext/module/ClassFactory.h"
 
 namespace veskard::test {
 
 IconHandler::IconHandler() {
-  UniqueCom<IClassFactory> factory(NewFileIconFactory());
+  UniqueCom<IClassFactory> factory(new ClassFactory<ShellFileIcon>());
   factory.Get()->AddRef();
   EXPECT_EQ(factory.Get()->CreateInstance(nullptr, IID_IPersistFile, reinterpret_cast<void**>(file_.Out())),
             S_OK);

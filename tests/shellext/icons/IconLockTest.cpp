@@ -7,11 +7,11 @@
 #include <optional>
 
 #include "core/GdiplusOwners.h"
-#include "shellext/Module.h"
 #include "shellext/icons/IconCache.h"
+#include "shellext/module/Module.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/support/ImportPatch.h"
 
 namespace veskard {
@@ -20,8 +20,6 @@ namespace {
 namespace gdip = Gdiplus::DllExports;
 using test::IconHandler;
 using test::IsCacheFree;
-
-constexpr wchar_t kReport[] = L"C:\\sync\\report.txt.ghpl";
 
 // --- The cache's lock --------------------------------------------------------
 
@@ -53,12 +51,12 @@ class LockProbe<kFunction> {
 
 class IconLockTest : public testing::Test {
  protected:
-  IconLockTest() { test::SetPlaceholder(kReport, {{45, false}, true}); }
-  ~IconLockTest() override { test::ForgetPlaceholders(); }
+  test::PlaceholderFolder folder_;
+  const std::wstring report_ = folder_.Mark(L"report.txt.ghpl", {45});
 };
 
 TEST_F(IconLockTest, IsHeldFromTheTypesIconToTheFinishedOne) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   const LockProbe<&::SHGetFileInfoW> begin("SHGetFileInfoW");
   const LockProbe<&gdip::GdipDrawImageRectI> middle("GdipDrawImageRectI");
   const LockProbe<&::CreateIconIndirect> end("CreateIconIndirect");
@@ -70,7 +68,7 @@ TEST_F(IconLockTest, IsHeldFromTheTypesIconToTheFinishedOne) {
 }
 
 TEST_F(IconLockTest, IsHeldWhileAHandlersEndEmptiesTheCache) {
-  std::optional<IconHandler> handler(kReport);
+  std::optional<IconHandler> handler(report_);
   handler->Extract();
   const LockProbe<&gdip::GdipDisposeImage> disposal("GdipDisposeImage");
   handler.reset();
@@ -99,7 +97,8 @@ TEST(IconHandlerEndTest, EmptiesTheCacheThenStopsGdiplusThenLeavesTheModule) {
   const test::ImportPatch patch(nullptr, "GdiplusShutdown", reinterpret_cast<void*>(&AtShutdown::Look));
   AtShutdown::original = patch.Original();
   const uint32_t moduleUsers = ModuleLockCount();
-  IconHandler(kReport).Extract();
+  test::PlaceholderFolder folder;
+  IconHandler(folder.Mark(L"report.txt.ghpl", {45})).Extract();
   EXPECT_EQ(AtShutdown::stops, 1);
   EXPECT_EQ(AtShutdown::entries, 0u);
   EXPECT_EQ(AtShutdown::moduleUsers, moduleUsers + 1);

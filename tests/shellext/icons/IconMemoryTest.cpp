@@ -1,13 +1,14 @@
 // Memory that ends at any moment.
 #include <gtest/gtest.h>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/Module.h"
-#include "shellext/ServedClasses.h"
+#include "shellext/icons/ShellFileIcon.h"
+#include "shellext/module/ClassFactory.h"
+#include "shellext/module/GdiplusUser.h"
+#include "shellext/module/Module.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/AllocationFaults.h"
 #include "tests/support/GdiHandleCount.h"
@@ -22,20 +23,17 @@ using test::IconHandler;
 using test::IsCacheFree;
 using test::SolidPattern;
 
-// A name too long to be kept without the heap.
-const std::wstring kReport = L"C:\\sync\\a folder of some length\\report of last year.vkm.ghpl";
-
 class IconMemoryTest : public testing::Test {
  protected:
-  IconMemoryTest() { test::SetPlaceholder(kReport, {{45, false}, true}); }
-  ~IconMemoryTest() override { test::ForgetPlaceholders(); }
-
+  test::PlaceholderFolder folder_;
+  // A name too long to be kept without the heap.
+  const std::wstring report_ = folder_.Mark(L"a folder of some length\\report of last year.vkm.ghpl", {45});
   const test::TestFileType type_{L"vkm", {{SolidPattern(16)}, {SolidPattern(256)}}};
 };
 
 // The two are composed one after the other: what spoils one leaves the other right.
 TEST_F(IconMemoryTest, ExtractSucceedsWithoutTheIconForWhichMemoryEnded) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   handler.Extract();  // fills the Shell's own caches
   EmptyCache();
   EXPECT_TRUE(IsCacheFree());  // makes what a first thread makes
@@ -70,7 +68,7 @@ TEST_F(IconMemoryTest, ExtractSucceedsWithoutTheIconForWhichMemoryEnded) {
 }
 
 TEST_F(IconMemoryTest, NoHandlerIsHalfMade) {
-  IClassFactory* const factory = NewFileIconFactory();
+  IClassFactory* const factory = new ClassFactory<ShellFileIcon>();
   factory->AddRef();
   const uint32_t moduleUsers = ModuleLockCount();
   HRESULT result = S_OK;

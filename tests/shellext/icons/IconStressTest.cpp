@@ -11,13 +11,13 @@
 #include <thread>
 #include <vector>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/Module.h"
+#include "shellext/module/GdiplusUser.h"
+#include "shellext/module/Module.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconCallCounts.h"
 #include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
@@ -35,8 +35,8 @@ using test::PixelsOf;
 using test::SeeThroughPattern;
 using test::SolidPattern;
 
-std::wstring Placeholder(int progress) {
-  return L"C:\\sync\\file" + std::to_wstring(progress) + L".vks.ghpl";
+std::wstring NameFor(int progress) {
+  return L"file" + std::to_wstring(progress) + L".vks.ghpl";
 }
 
 size_t PrivateBytes() {
@@ -55,14 +55,15 @@ class IconStressTest : public testing::Test {
  protected:
   IconStressTest() {
     for (int progress = 0; progress <= 100; progress += 5) {
-      test::SetPlaceholder(Placeholder(progress), {{progress, false}, true});
+      folder_.Mark(NameFor(progress), {progress});
       large_.push_back(test::GoldenIcon(test::DrawnOnEmpty(SeeThroughPattern(256)), progress));
       small_.push_back(test::GoldenIcon(test::DrawnOnEmpty(SolidPattern(16)), progress));
     }
     IconHandler(Placeholder(0)).Extract();  // fills the Shell's own caches
     FillDeviceContextCache();
   }
-  ~IconStressTest() override { test::ForgetPlaceholders(); }
+
+  std::wstring Placeholder(int progress) const { return folder_.Selective(NameFor(progress)); }
 
   void ExpectRightIcons(const ExtractedIcons& icons, int progress) const {
     const size_t step = static_cast<size_t>(progress / 5);
@@ -70,6 +71,7 @@ class IconStressTest : public testing::Test {
     EXPECT_TRUE(LooksLike(PixelsOf(icons.small.Get()), small_[step])) << progress;
   }
 
+  test::PlaceholderFolder folder_;
   const test::TestFileType type_{L"vks", {{SolidPattern(16)}, {SeeThroughPattern(256)}}};
   std::vector<Golden> large_, small_;
 };

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "core/ModuleHandle.h"
-#include "shellext/GdiplusUser.h"
 #include "shellext/icons/TypeIcon.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/StockFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"

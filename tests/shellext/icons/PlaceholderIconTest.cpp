@@ -6,12 +6,12 @@
 #include <commoncontrols.h>
 #include <gtest/gtest.h>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/ImportPatch.h"
@@ -29,57 +29,55 @@ using test::LooksLike;
 using test::Picture;
 using test::PixelsOf;
 using test::SeeThroughPattern;
-using test::SetPlaceholder;
 using test::SolidPattern;
 using test::TestFileType;
 
-constexpr bool kSelective = true;
-
-class PlaceholderIconTest : public testing::Test {
- protected:
-  PlaceholderIconTest() { EmptyCache(); }
-  ~PlaceholderIconTest() override {
-    EmptyCache();
-    test::ForgetPlaceholders();
-  }
-
-  static Picture Compose(const std::wstring& path, bool large) {
-    return PixelsOf(ComposePlaceholderIcon(path, large).Get());
-  }
-
-  const GdiplusUser gdiplus_;
-};
-
-// --- What it looks like ------------------------------------------------------
-
 // One kind of file: its name, and its own icon in both size classes.
 struct FileKind {
-  std::wstring path;
+  std::wstring name;
   Picture large;
   Picture small;
   bool isFolder = false;
 };
 
+class PlaceholderIconTest : public testing::Test {
+ protected:
+  PlaceholderIconTest() { EmptyCache(); }
+  ~PlaceholderIconTest() override { EmptyCache(); }
+
+  void ExpectGoldenIcons(const FileKind& kind);
+
+  static Picture Compose(const std::wstring& path, bool large) {
+    return PixelsOf(ComposePlaceholderIcon(path, large).Get());
+  }
+
+  test::PlaceholderFolder folder_;
+  const GdiplusUser gdiplus_;
+};
+
+// --- What it looks like ------------------------------------------------------
+
 // For every progress and for none, in both size classes, twice (the second time
 // from the cache).
-void ExpectGoldenIcons(const FileKind& kind) {
-  const std::wstring placeholder = kind.path + L".ghpl";
+void PlaceholderIconTest::ExpectGoldenIcons(const FileKind& kind) {
+  const std::wstring name = kind.name + L".ghpl";
+  const std::wstring placeholder = folder_.Selective(name);
   for (const bool large : {true, false}) {
     const Picture own = DrawnOnEmpty(large ? kind.large : kind.small);
     ASSERT_GT(own.width, 0) << "nothing to compare with";
     for (int progress = 0; progress <= 100; progress += 5) {
-      SetPlaceholder(placeholder, {{progress, kind.isFolder}, kSelective});
+      folder_.Mark(name, {progress, kind.isFolder});
       const test::Golden golden = GoldenIcon(own, progress);
       for (int round = 0; round < 2; ++round) {
         const UniqueIcon icon = ComposePlaceholderIcon(placeholder, large);
         EXPECT_TRUE(LooksLike(PixelsOf(icon.Get()), golden))
-            << kind.path << (large ? " L " : " S ") << progress;
+            << kind.name << (large ? " L " : " S ") << progress;
       }
     }
-    SetPlaceholder(placeholder, {{-1, kind.isFolder}, kSelective});
+    folder_.Mark(name, {-1, kind.isFolder});
     EXPECT_TRUE(
         LooksLike(PixelsOf(ComposePlaceholderIcon(placeholder, large).Get()), GoldenIcon(own, std::nullopt)))
-        << kind.path << (large ? " L" : " S");
+        << kind.name << (large ? " L" : " S");
   }
 }
 
@@ -102,57 +100,57 @@ Picture ShellsLargeIcon(const wchar_t* name, DWORD attributes = FILE_ATTRIBUTE_N
   return PixelsOf(icon.Get());
 }
 
-FileKind KindOf(const wchar_t* path) {
-  return {path, ShellsLargeIcon(path), ShellsSmallIcon(path)};
+FileKind KindOf(const wchar_t* name) {
+  return {name, ShellsLargeIcon(name), ShellsSmallIcon(name)};
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeWithAlphaAtEverySize) {
   const TestFileType type(L"vkga",
                           {{SeeThroughPattern(16)}, {SeeThroughPattern(32)}, {SeeThroughPattern(256)}});
-  ExpectGoldenIcons({L"C:\\sync\\report.vkga", SeeThroughPattern(256), SeeThroughPattern(16)});
+  ExpectGoldenIcons({L"report.vkga", SeeThroughPattern(256), SeeThroughPattern(16)});
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeWithSolidColours) {
   const TestFileType type(L"vkgb", {{SolidPattern(16)}, {SolidPattern(256)}});
-  ExpectGoldenIcons({L"C:\\sync\\report.vkgb", SolidPattern(256), SolidPattern(16)});
+  ExpectGoldenIcons({L"report.vkgb", SolidPattern(256), SolidPattern(16)});
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeWithASmallIconAlone) {
   const TestFileType type(L"vkgc", {{SolidPattern(16)}});
-  ExpectGoldenIcons({L"C:\\sync\\report.vkgc", ShellsLargeIcon(L"report.vkgc"), SolidPattern(16)});
+  ExpectGoldenIcons({L"report.vkgc", ShellsLargeIcon(L"report.vkgc"), SolidPattern(16)});
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeWithAMonochromeIcon) {
   const TestFileType type(L"vkgd", {{SolidPattern(16), 1}, {SolidPattern(32), 1}});
-  ExpectGoldenIcons(KindOf(L"C:\\sync\\report.vkgd"));
+  ExpectGoldenIcons(KindOf(L"report.vkgd"));
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeWithoutAlpha) {
   const TestFileType type(L"vkge", {{SolidPattern(16), 24}, {SolidPattern(32), 24}, {SolidPattern(256), 24}});
-  ExpectGoldenIcons(KindOf(L"C:\\sync\\report.vkge"));
+  ExpectGoldenIcons(KindOf(L"report.vkge"));
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForANameWithoutAnExtension) {
-  ExpectGoldenIcons(KindOf(L"C:\\sync\\README"));
+  ExpectGoldenIcons(KindOf(L"README"));
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForATypeThatNobodyKnows) {
-  ExpectGoldenIcons(KindOf(L"C:\\sync\\report.nobodyknows"));
+  ExpectGoldenIcons(KindOf(L"report.nobodyknows"));
 }
 
 TEST_F(PlaceholderIconTest, IsGoldenForAFolder) {
-  ExpectGoldenIcons({L"C:\\sync\\music", ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY),
+  ExpectGoldenIcons({L"music", ShellsLargeIcon(L"x", FILE_ATTRIBUTE_DIRECTORY),
                      ShellsSmallIcon(L"x", FILE_ATTRIBUTE_DIRECTORY), true});
 }
 
 TEST_F(PlaceholderIconTest, UnknownProgressHasNoBadgeInASelectiveFolderAndZeroElsewhere) {
   const TestFileType type(L"vkgf", {{SolidPattern(16)}, {SolidPattern(256)}});
-  SetPlaceholder(L"C:\\sync\\a.vkgf.ghpl", {{-1, false}, kSelective});
-  SetPlaceholder(L"C:\\sync\\b.vkgf.ghpl", {{-1, false}, !kSelective});
+  const std::wstring selective = folder_.Mark(L"a.vkgf.ghpl", {});
+  const std::wstring whole = folder_.MarkInWhole(L"a.vkgf.ghpl", {});
   for (const bool large : {true, false}) {
     const Picture own = DrawnOnEmpty(SolidPattern(large ? 256 : 16));
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\a.vkgf.ghpl", large), GoldenIcon(own, std::nullopt)));
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\b.vkgf.ghpl", large), GoldenIcon(own, 0)));
+    EXPECT_TRUE(LooksLike(Compose(selective, large), GoldenIcon(own, std::nullopt)));
+    EXPECT_TRUE(LooksLike(Compose(whole, large), GoldenIcon(own, 0)));
   }
 }
 
@@ -160,11 +158,13 @@ TEST_F(PlaceholderIconTest, UnknownProgressHasNoBadgeInASelectiveFolderAndZeroEl
 TEST_F(PlaceholderIconTest, AnyOtherNegativeProgressHasNoBadgeAnywhere) {
   const TestFileType type(L"vkgg", {{SolidPattern(16)}});
   const Picture own = DrawnOnEmpty(SolidPattern(16));
-  for (const bool selective : {true, false}) {
-    SetPlaceholder(L"C:\\sync\\a.vkgg.ghpl", {{-5, false}, selective});
-    EXPECT_TRUE(LooksLike(Compose(L"C:\\sync\\a.vkgg.ghpl", false), GoldenIcon(own, std::nullopt)));
+  constexpr test::PlaceholderMark kMinusSix = {4294967290};
+  const std::wstring selective = folder_.Mark(L"a.vkgg.ghpl", kMinusSix);
+  const std::wstring whole = folder_.MarkInWhole(L"a.vkgg.ghpl", kMinusSix);
+  for (const std::wstring& path : {selective, whole}) {
+    EXPECT_TRUE(LooksLike(Compose(path, false), GoldenIcon(own, std::nullopt)));
   }
-  EXPECT_TRUE(IsCached(L"-5S"));
+  EXPECT_TRUE(IsCached(L"-6S"));
 }
 
 // --- What it is made from ----------------------------------------------------
@@ -195,34 +195,33 @@ TEST_F(PlaceholderIconTest, StandsForItsNameWithoutTheLastExtension) {
 
 TEST_F(PlaceholderIconTest, NamesOfOneTypeShareItsEntry) {
   const TestFileType type(L"vkha", {{SolidPattern(16)}, {SolidPattern(256)}});
-  SetPlaceholder(L"C:\\sync\\report.vkha.ghpl", {{45, false}, kSelective});
-  SetPlaceholder(L"C:\\sync\\other.vkha.ghpl", {{45, false}, kSelective});
-  Compose(L"C:\\sync\\report.vkha.ghpl", true);
+  const std::wstring report = folder_.Mark(L"report.vkha.ghpl", {45});
+  const std::wstring other = folder_.Mark(L"other.vkha.ghpl", {45});
+  Compose(report, true);
   EXPECT_TRUE(IsCached(L".vkhaL"));
   EXPECT_TRUE(IsCached(L"45L"));
   EXPECT_EQ(CacheSize(), 2u);
-  Compose(L"C:\\sync\\other.vkha.ghpl", true);
+  Compose(other, true);
   EXPECT_EQ(CacheSize(), 2u);
-  Compose(L"C:\\sync\\other.vkha.ghpl", false);
+  Compose(other, false);
   EXPECT_TRUE(IsCached(L".vkhaS"));
   EXPECT_TRUE(IsCached(L"45S"));
   EXPECT_EQ(CacheSize(), 4u);
 }
 
 TEST_F(PlaceholderIconTest, FoldersHaveAKeyOfTheirOwn) {
-  SetPlaceholder(L"C:\\sync\\music.txt.ghpl", {{45, true}, kSelective});
-  Compose(L"C:\\sync\\music.txt.ghpl", true);
+  Compose(folder_.Mark(L"music.txt.ghpl", {45, true}), true);
   EXPECT_TRUE(IsCached(L".vlk2fldrL"));
   EXPECT_FALSE(IsCached(L".txtL"));
 }
 
 // Nobody has such a name by chance; telling the two apart would take another key.
 TEST_F(PlaceholderIconTest, AFileNamedLikeAFoldersKeySharesIt) {
-  SetPlaceholder(L"C:\\sync\\x.vlk2fldr.ghpl", {{-1, false}, kSelective});
-  SetPlaceholder(L"C:\\sync\\music.ghpl", {{-1, true}, kSelective});
+  const std::wstring file = folder_.Mark(L"x.vlk2fldr.ghpl", {});
+  const std::wstring folder = folder_.Mark(L"music.ghpl", {-1, true});
   for (const bool large : {true, false}) {
-    const Picture first = Compose(L"C:\\sync\\x.vlk2fldr.ghpl", large);
-    EXPECT_EQ(Compose(L"C:\\sync\\music.ghpl", large), first);
+    const Picture first = Compose(file, large);
+    EXPECT_EQ(Compose(folder, large), first);
     EXPECT_TRUE(IsCached(large ? L".vlk2fldrL" : L".vlk2fldrS"));
   }
   EXPECT_EQ(CacheSize(), 2u);
@@ -238,17 +237,15 @@ TEST_F(PlaceholderIconTest, AnEntryIsUsedAsItIs) {
     const CriticalSectionHold hold(SharedIconCache().Lock());
     SharedIconCache().Store(L".vkhbS", std::move(entry));
   }
-  SetPlaceholder(L"C:\\sync\\a.vkhb.ghpl", {{-1, false}, kSelective});
-  EXPECT_EQ(Compose(L"C:\\sync\\a.vkhb.ghpl", false),
+  EXPECT_EQ(Compose(folder_.Mark(L"a.vkhb.ghpl", {}), false),
             test::Paint(16, 16, [](int, int) { return 0xFF123456u; }));
 }
 
 TEST_F(PlaceholderIconTest, ComposingDoesNotDrawIntoTheEntries) {
   const TestFileType type(L"vkhc", {{SolidPattern(16)}});
-  const std::wstring path = L"C:\\sync\\a.vkhc.ghpl";
-  SetPlaceholder(path, {{100, false}, kSelective});
+  const std::wstring path = folder_.Mark(L"a.vkhc.ghpl", {100});
   Compose(path, false);
-  SetPlaceholder(path, {{-1, false}, kSelective});
+  folder_.Mark(L"a.vkhc.ghpl", {});
   EXPECT_TRUE(LooksLike(Compose(path, false), GoldenIcon(DrawnOnEmpty(SolidPattern(16)), std::nullopt)));
 }
 
@@ -266,14 +263,14 @@ class ShellIconPatch {
 
 TEST_F(PlaceholderIconTest, ATypeWhoseIconHasNoColoursHasNone) {
   const size_t handles = test::CountGdiHandles();
-  SetPlaceholder(L"a.vkhf.ghpl", {{45, false}, kSelective});
+  const std::wstring path = folder_.Mark(L"a.vkhf.ghpl", {45});
   {
     const ShellIconPatch monochrome;
-    EXPECT_FALSE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
+    EXPECT_FALSE(ComposePlaceholderIcon(path, false));
     EXPECT_EQ(CacheSize(), 0u);
   }
   EXPECT_EQ(test::CountGdiHandles(), handles);
-  EXPECT_TRUE(ComposePlaceholderIcon(L"a.vkhf.ghpl", false));
+  EXPECT_TRUE(ComposePlaceholderIcon(path, false));
 }
 
 // The badge keeps the size of the first icon that it was made for.
@@ -283,10 +280,8 @@ TEST_F(PlaceholderIconTest, ABadgeIsScaledToAnIconOfAnotherSize) {
     SharedIconCache().Store(L".vkhdL", NewBitmap({64, 64, PixelFormat32bppARGB}));
     SharedIconCache().Store(L".vkheL", NewBitmap({128, 128, PixelFormat32bppARGB}));
   }
-  SetPlaceholder(L"a.vkhd.ghpl", {{100, false}, kSelective});
-  SetPlaceholder(L"a.vkhe.ghpl", {{100, false}, kSelective});
-  EXPECT_EQ(Compose(L"a.vkhd.ghpl", true), test::DrawnBadge(64, 64, 100));
-  const Picture scaled = Compose(L"a.vkhe.ghpl", true);
+  EXPECT_EQ(Compose(folder_.Mark(L"a.vkhd.ghpl", {100}), true), test::DrawnBadge(64, 64, 100));
+  const Picture scaled = Compose(folder_.Mark(L"a.vkhe.ghpl", {100}), true);
   ASSERT_EQ(scaled.width, 128);
   EXPECT_EQ(CacheSize(), 3u);
   const int ring = 2 * (13 + 35);  // its right edge at 64 pixels, doubled

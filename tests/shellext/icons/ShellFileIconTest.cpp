@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "core/ModuleHandle.h"
-#include "shellext/ServedClasses.h"
+#include "shellext/module/ClassFactory.h"
 #include "tests/shellext/icons/CacheAccess.h"
-#include "tests/shellext/icons/FakePlaceholders.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/IconHandler.h"
+#include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/TestFileType.h"
 
@@ -25,13 +25,10 @@ using test::PixelsOf;
 using test::SeeThroughPattern;
 using test::SolidPattern;
 
-constexpr wchar_t kReport[] = L"C:\\sync\\report.vkx.ghpl";
-
 class ShellFileIconTest : public testing::Test {
  protected:
-  ShellFileIconTest() { test::SetPlaceholder(kReport, {{45, false}, true}); }
-  ~ShellFileIconTest() override { test::ForgetPlaceholders(); }
-
+  test::PlaceholderFolder folder_;
+  const std::wstring report_ = folder_.Mark(L"report.vkx.ghpl", {45});
   const test::TestFileType type_{L"vkx", {{SolidPattern(16)}, {SeeThroughPattern(256)}}};
   const Golden large_ = test::GoldenIcon(test::DrawnOnEmpty(SeeThroughPattern(256)), 45);
   const Golden small_ = test::GoldenIcon(test::DrawnOnEmpty(SolidPattern(16)), 45);
@@ -90,7 +87,7 @@ TEST_F(ShellFileIconTest, CountsAsAUserOfTheModuleAndOfGdiplusWhileItLives) {
 }
 
 TEST_F(ShellFileIconTest, IsDestroyedAtOnceWhenTheInterfaceIsAnother) {
-  const UniqueCom<IClassFactory> factory(NewFileIconFactory());
+  const UniqueCom<IClassFactory> factory(new ClassFactory<ShellFileIcon>());
   factory.Get()->AddRef();
   void* out = this;
   EXPECT_EQ(factory.Get()->CreateInstance(nullptr, IID_IContextMenu, &out), E_NOINTERFACE);
@@ -99,7 +96,7 @@ TEST_F(ShellFileIconTest, IsDestroyedAtOnceWhenTheInterfaceIsAnother) {
 }
 
 TEST_F(ShellFileIconTest, RefusesAggregation) {
-  const UniqueCom<IClassFactory> factory(NewFileIconFactory());
+  const UniqueCom<IClassFactory> factory(new ClassFactory<ShellFileIcon>());
   factory.Get()->AddRef();
   void* out = this;
   EXPECT_EQ(factory.Get()->CreateInstance(factory.Get(), IID_IUnknown, &out), CLASS_E_NOAGGREGATION);
@@ -109,14 +106,14 @@ TEST_F(ShellFileIconTest, RefusesAggregation) {
 // --- IPersistFile ------------------------------------------------------------
 
 TEST_F(ShellFileIconTest, ImplementsNothingOfPersistenceButLoad) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   CLSID classId = IID_IUnknown;
   LPOLESTR name = nullptr;
   EXPECT_EQ(handler.File().GetClassID(&classId), E_NOTIMPL);
   EXPECT_EQ(classId, IID_IUnknown);
   EXPECT_EQ(handler.File().IsDirty(), E_NOTIMPL);
-  EXPECT_EQ(handler.File().Save(kReport, TRUE), E_NOTIMPL);
-  EXPECT_EQ(handler.File().SaveCompleted(kReport), E_NOTIMPL);
+  EXPECT_EQ(handler.File().Save(report_.c_str(), TRUE), E_NOTIMPL);
+  EXPECT_EQ(handler.File().SaveCompleted(report_.c_str()), E_NOTIMPL);
   EXPECT_EQ(handler.File().GetCurFile(&name), E_NOTIMPL);
   EXPECT_EQ(name, nullptr);
 }
@@ -133,17 +130,17 @@ TEST_F(ShellFileIconTest, KeepsThe259FirstCharactersOfAName) {
 }
 
 TEST_F(ShellFileIconTest, AnotherLoadReplacesTheName) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   handler.Load(L"C:\\sync\\report.vkx");
   EXPECT_EQ(handler.Extract().result, E_NOTIMPL);
-  handler.Load(kReport);
+  handler.Load(report_);
   EXPECT_EQ(handler.Extract().result, S_OK);
 }
 
 // --- IExtractIconW -----------------------------------------------------------
 
 TEST_F(ShellFileIconTest, TellsTheShellThatThereIsNoFileAndNothingToKeep) {
-  for (const wchar_t* file : {kReport, L"C:\\sync\\report.txt", L""}) {
+  for (const wchar_t* file : {report_.c_str(), L"C:\\sync\\report.txt", L""}) {
     const IconHandler handler(file);
     for (const UINT asked : {0u, UINT{GIL_OPENICON}, UINT{GIL_FORSHELL | GIL_ASYNC}}) {
       wchar_t place[] = L"untouched";
@@ -158,7 +155,7 @@ TEST_F(ShellFileIconTest, TellsTheShellThatThereIsNoFileAndNothingToKeep) {
 }
 
 TEST_F(ShellFileIconTest, DrawsPlaceholdersWhateverTheCaseOfTheirExtension) {
-  for (const wchar_t* file : {kReport, L"C:\\sync\\a.GHPL", L"C:\\sync\\a.txt.GhPl", L".ghpl"}) {
+  for (const wchar_t* file : {report_.c_str(), L"C:\\sync\\a.GHPL", L"C:\\sync\\a.txt.GhPl", L".ghpl"}) {
     const ExtractedIcons icons = IconHandler(file).Extract();
     EXPECT_EQ(icons.result, S_OK) << file;
     EXPECT_TRUE(icons.large) << file;
@@ -172,7 +169,7 @@ TEST_F(ShellFileIconTest, LeavesEverythingElseToTheShell) {
         L"C:\\sync\\a.\xff47hpl", L"C:\\sync.ghpl\\a", L"C:\\sync\\a.ghpl "}) {
     const IconHandler handler(file);
     HICON large = reinterpret_cast<HICON>(1), small = reinterpret_cast<HICON>(2);
-    EXPECT_EQ(handler.Icons().Extract(kReport, 0, &large, &small, kTwoSizes), E_NOTIMPL) << file;
+    EXPECT_EQ(handler.Icons().Extract(report_.c_str(), 0, &large, &small, kTwoSizes), E_NOTIMPL) << file;
     EXPECT_EQ(large, reinterpret_cast<HICON>(1));
     EXPECT_EQ(small, reinterpret_cast<HICON>(2));
   }
@@ -183,7 +180,7 @@ TEST_F(ShellFileIconTest, HasNothingToDrawBeforeLoad) {
 }
 
 TEST_F(ShellFileIconTest, TwoSizesGiveALargeAndASmallIcon) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   for (const UINT size : {0x00100020u, 0x00300100u, 0x00100000u, 0x00000010u}) {
     const ExtractedIcons icons = handler.Extract(size);
     EXPECT_TRUE(LooksLike(PixelsOf(icons.large.Get()), large_)) << std::hex << size;
@@ -192,7 +189,7 @@ TEST_F(ShellFileIconTest, TwoSizesGiveALargeAndASmallIcon) {
 }
 
 TEST_F(ShellFileIconTest, OneSizeTwiceGivesTheSmallIconAndACopy) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   for (const UINT size : {0x00300030u, 0x00100010u, 0u}) {
     const ExtractedIcons icons = handler.Extract(size);
     EXPECT_TRUE(LooksLike(PixelsOf(icons.large.Get()), small_)) << std::hex << size;
@@ -203,18 +200,18 @@ TEST_F(ShellFileIconTest, OneSizeTwiceGivesTheSmallIconAndACopy) {
 }
 
 TEST_F(ShellFileIconTest, FollowsTheProgress) {
-  const IconHandler handler(kReport);
+  const IconHandler handler(report_);
   for (const int progress : {0, 45, 100}) {
-    test::SetPlaceholder(kReport, {{progress, false}, true});
+    folder_.Mark(L"report.vkx.ghpl", {progress});
     const Golden golden = test::GoldenIcon(test::DrawnOnEmpty(SolidPattern(16)), progress);
     EXPECT_TRUE(LooksLike(PixelsOf(handler.Extract().small.Get()), golden)) << progress;
   }
 }
 
 TEST_F(ShellFileIconTest, DestroyingAHandlerEmptiesTheCacheUnderAnother) {
-  const IconHandler living(kReport);
+  const IconHandler living(report_);
   {
-    const IconHandler dying(kReport);
+    const IconHandler dying(report_);
     living.Extract();
     EXPECT_EQ(CacheSize(), 4u);
   }
@@ -226,7 +223,7 @@ TEST_F(ShellFileIconTest, DestroyingAHandlerEmptiesTheCacheUnderAnother) {
 }
 
 TEST_F(ShellFileIconTest, IconsOutliveTheirHandler) {
-  ExtractedIcons icons = IconHandler(kReport).Extract();
+  ExtractedIcons icons = IconHandler(report_).Extract();
   EXPECT_TRUE(LooksLike(PixelsOf(icons.large.Get()), large_));
 }
 

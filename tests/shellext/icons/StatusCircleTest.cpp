@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 
 namespace veskard {

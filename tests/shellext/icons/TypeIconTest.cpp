@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "shellext/GdiplusUser.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/StockFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/TestFileType.h"

@@ -4,8 +4,8 @@
 
 #include <chrono>
 
-#include "shellext/GdiplusUser.h"
-#include "shellext/icons/GdiplusBitmap.h"
+#include "shellext/bitmaps/GdiplusBitmap.h"
+#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 
 namespace veskard {

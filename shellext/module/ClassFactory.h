@@ -1,0 +1,55 @@
+// ClassFactory: makes the COM objects of one class.
+#pragma once
+
+#include <unknwn.h>
+
+#include <memory>
+
+#include "shellext/module/ComBoundary.h"
+#include "shellext/module/Module.h"
+#include "shellext/module/RefCountedObject.h"
+
+namespace veskard {
+
+/// Makes objects of class `T`: default constructible, with a public destructor
+/// and a QueryInterface that brings a new object's count from 0 to 1. A factory
+/// itself starts at 0 too, counts as a user of the module for as long as it
+/// lives, and belongs to one apartment.
+template <class T>
+class ClassFactory final : public IClassFactory, private RefCountedObject {
+ public:
+  /// Answers IUnknown and IClassFactory, anything else with E_NOINTERFACE.
+  STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
+    if (ppv == nullptr) return E_POINTER;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown && riid != IID_IClassFactory) return E_NOINTERFACE;
+    *ppv = static_cast<IClassFactory*>(this);
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return AddReference(); }
+  STDMETHODIMP_(ULONG) Release() noexcept override { return ReleaseReference(); }
+
+  /// A new object behind the interface asked for. CLASS_E_NOAGGREGATION with an
+  /// outer object, E_OUTOFMEMORY when memory ends, and what the object answers
+  /// otherwise; whenever that is a refusal the object is destroyed at once.
+  STDMETHODIMP CreateInstance(IUnknown* outer, REFIID riid, void** ppv) noexcept override {
+    if (ppv == nullptr) return E_POINTER;
+    *ppv = nullptr;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    return ComBoundary([&] {
+      auto object = std::make_unique<T>();
+      const HRESULT result = object->QueryInterface(riid, ppv);
+      if (SUCCEEDED(result)) static_cast<void>(object.release());  // its reference count owns it now
+      return result;
+    });
+  }
+
+  /// Does nothing: the library is never unloaded early, so there is no lock.
+  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
+
+ private:
+  const ModuleUse use_;
+};
+
+}  // namespace veskard

@@ -1,0 +1,46 @@
+#include "shellext/module/Module.h"
+
+#include <atomic>
+
+#include "core/ModuleHandle.h"
+#include "shellext/module/DiagnosticLog.h"
+#include "shellext/module/Log.h"
+
+namespace veskard {
+namespace {
+
+// Sender threads count themselves too, beside the apartments' threads.
+constinit std::atomic<uint32_t> moduleLockCount = 0;
+constinit std::atomic<bool> moduleReady = false;
+std::wstring modulePath;
+
+}  // namespace
+
+uint32_t ModuleLockCount() noexcept {
+  return moduleLockCount;
+}
+
+ModuleUse::ModuleUse() noexcept {
+  ++moduleLockCount;
+  RefreshLogState();
+}
+
+ModuleUse::~ModuleUse() {
+  --moduleLockCount;
+  RefreshLogState();
+}
+
+void PrepareModule() {
+  if (moduleReady) return;  // tested without a lock
+  const CriticalSectionHold hold(LogLock());
+  if (moduleReady) return;
+  if (modulePath.empty()) modulePath = ReadModulePath(ModuleHandle());
+  CreateLog();
+  moduleReady = true;
+}
+
+const std::wstring& ModulePath() noexcept {
+  return modulePath;
+}
+
+}  // namespace veskard

@@ -1,0 +1,540 @@
+#include "shellext/contextmenu/marks/SyncFolderInspection.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "core/WindowsOwners.h"
+#include "tests/support/CallCounts.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/SyncTree.h"
+
+namespace veskard {
+namespace {
+
+using test::SyncTree;
+using namespace std::string_literals;
+
+constexpr wchar_t kAgentStream[] = L"com.nimbrel.VeskardAgent";
+constexpr wchar_t kPredecessorStream[] = L"com.marlowgate.sync";
+constexpr wchar_t kProgressStream[] = L"VLKDOWN";
+
+SyncFolderInfo ReadInfo(const std::wstring& root) {
+  SyncFolderInfo info;
+  EXPECT_TRUE(ReadSyncFolderInfo(root, info));
+  return info;
+}
+
+void ExpectDefaults(const SyncFolderInfo& info) {
+  EXPECT_EQ(info.type, 0u);
+  EXPECT_FALSE(info.selective);
+  EXPECT_FALSE(info.disableRemoveFromAllDevices);
+  EXPECT_EQ(info.owner, L"");
+}
+
+std::string Nested(size_t depth) {
+  return "d4:mode" + std::string(depth, 'l');
+}
+
+// --- The root's mark ---
+
+TEST(IsSyncFolderRootTest, AFileNamedIdInTheSyncFolderMarksARoot) {
+  SyncTree tree;
+  EXPECT_TRUE(IsSyncFolderRoot(tree.MarkRoot(L"root")));
+}
+
+TEST(IsSyncFolderRootTest, AFolderWithoutTheMarkIsNone) {
+  SyncTree tree;
+  EXPECT_FALSE(IsSyncFolderRoot(tree.MakeFolder(L"root\\.sync")));
+  EXPECT_FALSE(IsSyncFolderRoot(tree.Path(L"missing")));
+}
+
+TEST(IsSyncFolderRootTest, ADirectoryNamedIdMarksNoRoot) {
+  SyncTree tree;
+  tree.MakeFolder(L"root\\.sync\\ID");
+  EXPECT_FALSE(IsSyncFolderRoot(tree.Path(L"root")));
+}
+
+TEST(IsSyncFolderRootTest, TheMarksContentDoesNotMatter) {
+  SyncTree tree;
+  tree.MakeFile(L"root\\.sync\\ID", "anything");
+  EXPECT_TRUE(IsSyncFolderRoot(tree.Path(L"root")));
+}
+
+// --- Finding the root ---
+
+TEST(FindSyncFolderRootTest, AnItemBelowARootFindsIt) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.MakeFile(L"root\\a\\b.txt")), root);
+}
+
+TEST(FindSyncFolderRootTest, ARootFindsItself) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(root), root);
+}
+
+TEST(FindSyncFolderRootTest, TheItemItselfNeedNotExist) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\gone\\too.txt")), root);
+}
+
+TEST(FindSyncFolderRootTest, WithoutARootThereIsNone) {
+  SyncTree tree;
+  EXPECT_EQ(FindSyncFolderRoot(tree.MakeFile(L"a\\b.txt")), L"");
+  EXPECT_EQ(FindSyncFolderRoot(L""), L"");
+}
+
+TEST(FindSyncFolderRootTest, OfNestedRootsTheOuterOneIsFound) {
+  SyncTree tree;
+  const std::wstring outer = tree.MarkRoot(L"outer");
+  tree.MarkRoot(L"outer\\inner");
+  EXPECT_EQ(FindSyncFolderRoot(tree.MakeFile(L"outer\\inner\\a.txt")), outer);
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"outer\\inner")), outer);
+}
+
+// A drive Q: whose root is marked, and what is asked about it. (A test cannot make
+// a drive of its own under Wine.)
+std::vector<std::wstring> asked;
+DWORD WINAPI AttributesOnMarkedDrive(const wchar_t* path) {
+  asked.emplace_back(path);
+  return asked.back() == L"Q:\\.sync\\ID" ? FILE_ATTRIBUTE_HIDDEN : INVALID_FILE_ATTRIBUTES;
+}
+DWORD WINAPI AttributesOnBareDrive(const wchar_t* path) {
+  asked.emplace_back(path);
+  return INVALID_FILE_ATTRIBUTES;
+}
+HMODULE ThisProgram() {
+  return ::GetModuleHandleW(nullptr);
+}
+
+TEST(FindSyncFolderRootTest, ADrivesRootServesEveryItemOnTheDrive) {
+  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnMarkedDrive);
+  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a\\b\\c.txt"), L"Q:");
+  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a"), L"Q:");
+  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\"), L"Q:");
+}
+
+TEST(FindSyncFolderRootTest, ThePathIsWalkedFromTheDriveDownWithOneQueryEach) {
+  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnBareDrive);
+  asked.clear();
+  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a\\b"), L"");
+  EXPECT_EQ(asked,
+            (std::vector<std::wstring>{L"Q:\\.sync\\ID", L"Q:\\a\\.sync\\ID", L"Q:\\a\\b\\.sync\\ID"}));
+}
+
+TEST(FindSyncFolderRootTest, TheWalkStopsAtTheFirstRoot) {
+  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnMarkedDrive);
+  asked.clear();
+  FindSyncFolderRoot(L"Q:\\a\\b");
+  EXPECT_EQ(asked, std::vector<std::wstring>{L"Q:\\.sync\\ID"});
+}
+
+// Shares and long paths: a test has none of its own either.
+std::wstring markedRoot;
+DWORD WINAPI AttributesOfMarkedRoot(const wchar_t* path) {
+  asked.emplace_back(path);
+  return asked.back() == markedRoot + L"\\.sync\\ID" ? FILE_ATTRIBUTE_HIDDEN : INVALID_FILE_ATTRIBUTES;
+}
+
+class FindSyncFolderRootByFormTest : public testing::Test {
+ protected:
+  // The root of `path` where `root` is marked; `asked` then holds the queries.
+  static std::wstring RootOf(const std::wstring& path, const std::wstring& root) {
+    markedRoot = root;
+    asked.clear();
+    return FindSyncFolderRoot(path);
+  }
+
+  const test::FunctionPatch<decltype(::GetFileAttributesW)> patch_{ThisProgram(), "GetFileAttributesW",
+                                                                   &AttributesOfMarkedRoot};
+};
+
+TEST_F(FindSyncFolderRootByFormTest, AShareIsWalkedWithBothLeadingBackslashes) {
+  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\a", L"\\\\srv\\share\\root"), L"\\\\srv\\share\\root");
+  EXPECT_EQ(asked,
+            (std::vector<std::wstring>{L"\\\\.sync\\ID", L"\\\\srv\\.sync\\ID", L"\\\\srv\\share\\.sync\\ID",
+                                       L"\\\\srv\\share\\root\\.sync\\ID"}));
+  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\.sync\\x", L"\\\\srv\\share\\root"), L"");
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ALongPathKeepsItsPrefix) {
+  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\a", L"\\\\?\\C:\\root"), L"\\\\?\\C:\\root");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\C:\\.sync\\ID", L"\\\\?\\C:\\root\\.sync\\ID"}));
+  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\.sync\\x", L"\\\\?\\C:\\root"), L"");
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ALongPathToAShareKeepsItsPrefix) {
+  EXPECT_EQ(RootOf(L"\\\\?\\UNC\\srv\\root\\a", L"\\\\?\\UNC\\srv\\root"), L"\\\\?\\UNC\\srv\\root");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\UNC\\.sync\\ID", L"\\\\?\\UNC\\srv\\.sync\\ID",
+                                              L"\\\\?\\UNC\\srv\\root\\.sync\\ID"}));
+}
+
+TEST_F(FindSyncFolderRootByFormTest, AnAddressOfTheAgentsStorageIsWalkedWithItsOwnSeparator) {
+  EXPECT_EQ(RootOf(L"cloud:/s1/s2/s3/root/a", L"cloud://s1/s2/s3/root"), L"cloud://s1/s2/s3/root");
+  EXPECT_EQ(asked,
+            (std::vector<std::wstring>{L"cloud://s1/s2/s3\\.sync\\ID", L"cloud://s1/s2/s3/root\\.sync\\ID"}));
+}
+
+TEST(FindSyncFolderRootTest, TheAgentsOwnMetadataIsNoContent) {
+  SyncTree tree;
+  tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync")), L"");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync\\ID")), L"");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync\\Archive\\old.txt")), L"");
+}
+
+TEST(FindSyncFolderRootTest, AFolderNamedSyncInOtherCaseIsContent) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.Sync\\a.txt")), root);
+}
+
+TEST(FindSyncFolderRootTest, ANameThatOnlyBeginsLikeTheMetadataFolderIsContent) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync2\\a.txt")), root);
+}
+
+TEST(FindSyncFolderRootTest, AMetadataFolderFurtherDownIsContent) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\a\\.sync\\ID")), root);
+}
+
+TEST(FindSyncFolderRootTest, DoubledAndTrailingSeparatorsDoNotMatter) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\\\a\\")), root);
+}
+
+TEST(FindSyncFolderRootTest, APathOf32767CharactersIsNoTrouble) {
+  std::wstring path = L"C:";
+  while (path.size() + 100 < 32767) path += L"\\" + std::wstring(99, L'x');
+  path += L"\\" + std::wstring(32767 - path.size() - 1, L'y');
+  ASSERT_EQ(path.size(), 32767u);
+  EXPECT_EQ(FindSyncFolderRoot(path), L"");
+}
+
+// --- The folder's record ---
+
+TEST(ReadSyncFolderInfoTest, ReadsEveryField) {
+  SyncTree tree;
+  const SyncFolderInfo info = ReadInfo(
+      tree.MarkRoot(L"root", "d31:disable_remove_from_all_devicesi1e4:modei1e5:owner5:alice4:typei2ee"));
+  EXPECT_EQ(info.type, 2u);
+  EXPECT_TRUE(info.selective);
+  EXPECT_TRUE(info.disableRemoveFromAllDevices);
+  EXPECT_EQ(info.owner, L"alice");
+}
+
+TEST(ReadSyncFolderInfoTest, WithoutAnySourceNothingIsTouched) {
+  SyncTree tree;
+  SyncFolderInfo info = {7, true, true, L"someone"};
+  EXPECT_FALSE(ReadSyncFolderInfo(tree.MarkRoot(L"root"), info));
+  EXPECT_EQ(info.type, 7u);
+  EXPECT_TRUE(info.selective);
+  EXPECT_TRUE(info.disableRemoveFromAllDevices);
+  EXPECT_EQ(info.owner, L"someone");
+}
+
+TEST(ReadSyncFolderInfoTest, TheAgentsStreamIsTheSecondSource) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  tree.WriteStream(L"root\\.sync\\ID", kAgentStream, "d4:typei2ee");
+  tree.WriteStream(L"root\\.sync\\ID", L"_TYPE", "d4:typei3ee");
+  EXPECT_EQ(ReadInfo(root).type, 2u);
+}
+
+TEST(ReadSyncFolderInfoTest, TheTypeStreamIsTheThirdSource) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  tree.WriteStream(L"root\\.sync\\ID", L"_TYPE", "d4:typei3ee");
+  EXPECT_EQ(ReadInfo(root).type, 3u);
+}
+
+TEST(ReadSyncFolderInfoTest, TheFirstSourceThatOpensWinsWhateverItHolds) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root", "not a record");
+  tree.WriteStream(L"root\\.sync\\ID", kAgentStream, "d4:typei2ee");
+  ExpectDefaults(ReadInfo(root));
+}
+
+TEST(ReadSyncFolderInfoTest, ADirectoryInTheFilesPlaceIsPassedOver) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  tree.MakeFolder(L"root\\.sync\\FolderType");
+  tree.WriteStream(L"root\\.sync\\ID", kAgentStream, "d4:typei2ee");
+  EXPECT_EQ(ReadInfo(root).type, 2u);
+}
+
+TEST(ReadSyncFolderInfoTest, BytesThatAreNoRecordGiveTheDefaults) {
+  SyncTree tree;
+  for (const std::string& bytes : {""s, "x"s, "i5e"s, "3:abc"s, "d"s, "d4:type"s, "d4:typei2e"s,
+                                   "l4:typei2ee"s, "d99999999999:x"s, "\0\0\0\0"s, "d4:typei2e4:typei2ee"s}) {
+    SCOPED_TRACE(bytes);
+    ExpectDefaults(ReadInfo(tree.MarkRoot(L"root", bytes)));
+  }
+}
+
+TEST(ReadSyncFolderInfoTest, HundredsOfThousandsOfNestedListsGiveTheDefaults) {
+  SyncTree tree;
+  ExpectDefaults(ReadInfo(tree.MarkRoot(L"root", Nested(300'000))));
+  ExpectDefaults(ReadInfo(tree.MarkRoot(L"root", Nested(300'000) + std::string(300'001, 'e'))));
+}
+
+TEST(ReadSyncFolderInfoTest, AGiganticFileIsNotRead) {
+  SyncTree tree;
+  const std::wstring path = tree.MakeFile(L"root\\.sync\\FolderType", "d4:typei2ee");
+  tree.MarkRoot(L"root");
+  {
+    const UniqueFile file(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    LARGE_INTEGER end;
+    end.QuadPart = int64_t{6} << 30;
+    ASSERT_TRUE(::SetFilePointerEx(file.Get(), end, nullptr, FILE_BEGIN));
+    ASSERT_TRUE(::SetEndOfFile(file.Get()));
+  }
+  ExpectDefaults(ReadInfo(tree.Path(L"root")));
+}
+
+TEST(ReadSyncFolderInfoTest, AnyOtherModeThanZeroIsSelective) {
+  SyncTree tree;
+  EXPECT_TRUE(ReadInfo(tree.MarkRoot(L"root", "d4:modei2ee")).selective);
+  EXPECT_TRUE(ReadInfo(tree.MarkRoot(L"root", "d4:modei-1ee")).selective);
+  EXPECT_FALSE(ReadInfo(tree.MarkRoot(L"root", "d4:modei0ee")).selective);
+}
+
+TEST(ReadSyncFolderInfoTest, IntegersAreCutTo32BitsFirst) {
+  SyncTree tree;
+  const SyncFolderInfo info = ReadInfo(tree.MarkRoot(
+      L"root", "d31:disable_remove_from_all_devicesi8589934592e4:modei4294967296e4:typei4294967298ee"));
+  EXPECT_EQ(info.type, 2u);
+  EXPECT_FALSE(info.selective);
+  EXPECT_FALSE(info.disableRemoveFromAllDevices);
+}
+
+TEST(ReadSyncFolderInfoTest, ValuesOfAnotherKindCountAsMissing) {
+  SyncTree tree;
+  ExpectDefaults(ReadInfo(
+      tree.MarkRoot(L"root", "d31:disable_remove_from_all_devices1:14:mode1:15:owneri5e4:typeli2eee")));
+}
+
+TEST(ReadSyncFolderInfoTest, TheOwnerIsUtf8) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root",
+                                          "d5:owner6:J\xC3\xB6rg"
+                                          "se");
+  EXPECT_EQ(ReadInfo(root).owner, L"J\u00F6rgs");
+}
+
+TEST(ReadSyncFolderInfoTest, WhatFollowsTheRecordIsIgnored) {
+  SyncTree tree;
+  EXPECT_EQ(ReadInfo(tree.MarkRoot(L"root", "d4:typei2ee and more")).type, 2u);
+}
+
+// --- Progress ---
+
+struct ProgressRow {
+  uint32_t value;
+  int32_t rounded;
+};
+constexpr ProgressRow kProgressRows[] = {
+    {0, 0},
+    {4, 0},
+    {5, 5},
+    {47, 45},
+    {99, 95},
+    {100, 100},
+    {101, 100},
+    {250, 100},
+    {0x7FFFFFFF, 100},
+    {0x80000000, 100},
+    {0x80000001, 100},
+    {0x80000002, -2147483646},
+    {0xFFFFFFFE, -6},
+    {0xFFFFFFFF, -1},
+};
+
+TEST(RoundProgressTest, RoundsDownToStepsOfFiveAndCapsSignedNumbersAtAHundred) {
+  for (const ProgressRow& row : kProgressRows) EXPECT_EQ(RoundProgress(row.value), row.rounded) << row.value;
+}
+
+// --- The placeholder's status ---
+
+PlaceholderState StateOf(const std::string& status) {
+  SyncTree tree;
+  return ReadPlaceholderState(tree.MakePlaceholder(L"a.txt.ghpl", status));
+}
+
+TEST(ReadPlaceholderStateTest, AFileWithoutStreamsHasNoProgress) {
+  SyncTree tree;
+  const PlaceholderState state = ReadPlaceholderState(tree.MakeFile(L"a.ghpl"));
+  EXPECT_EQ(state.progress, -1);
+  EXPECT_FALSE(state.typeFlag);
+}
+
+TEST(ReadPlaceholderStateTest, AMissingFileHasNoProgress) {
+  EXPECT_EQ(ReadPlaceholderState(SyncTree().Path(L"missing.ghpl")).progress, -1);
+}
+
+TEST(ReadPlaceholderStateTest, TheStatusIsRounded) {
+  EXPECT_EQ(StateOf("d10:vlk_statusi47ee").progress, 45);
+  EXPECT_EQ(StateOf("d10:vlk_statusi100ee").progress, 100);
+  EXPECT_EQ(StateOf("d10:vlk_statusi250ee").progress, 100);
+  EXPECT_EQ(StateOf("d10:vlk_statusi4ee").progress, 0);
+  EXPECT_EQ(StateOf("d10:vlk_statusi4294967295ee").progress, -1);
+  EXPECT_EQ(StateOf("d10:vlk_statusi-1ee").progress, -1);
+}
+
+TEST(ReadPlaceholderStateTest, AStatusIsCutTo32BitsFirst) {
+  EXPECT_EQ(StateOf("d10:vlk_statusi4294967346ee").progress, 50);
+  EXPECT_EQ(StateOf("d10:vlk_statusi99999999999999999999ee").progress, -1);
+}
+
+TEST(ReadPlaceholderStateTest, AStatusOfAnotherKindIsProgressZero) {
+  EXPECT_EQ(StateOf("d10:vlk_status2:47e").progress, 0);
+  EXPECT_EQ(StateOf("d10:vlk_statuslee").progress, 0);
+}
+
+TEST(ReadPlaceholderStateTest, TheTypeTwoStandsForAFolder) {
+  EXPECT_TRUE(StateOf("d8:vlk_typei2ee").typeFlag);
+  EXPECT_TRUE(StateOf("d8:vlk_typei4294967298ee").typeFlag) << "integers are cut to 32 bits first";
+  EXPECT_FALSE(StateOf("d8:vlk_typei1ee").typeFlag);
+  EXPECT_FALSE(StateOf("d8:vlk_type1:2e").typeFlag);
+  EXPECT_FALSE(StateOf("de").typeFlag);
+}
+
+TEST(ReadPlaceholderStateTest, BytesThatAreNoRecordGiveTheDefaults) {
+  for (const std::string& bytes : {""s, "x"s, "d10:vlk_status"s, "d10:vlk_statusi47e"s, "d999:x"s}) {
+    EXPECT_EQ(StateOf(bytes).progress, -1) << bytes;
+  }
+}
+
+TEST(ReadPlaceholderStateTest, AListHasNoStatus) {
+  EXPECT_EQ(StateOf("l10:vlk_statusi47ee").progress, -1);
+}
+
+TEST(ReadPlaceholderStateTest, ThePredecessorsStreamIsTheSecondSource) {
+  SyncTree tree;
+  tree.WriteStream(L"a.ghpl", kPredecessorStream, "d10:vlk_statusi20ee");
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, 20);
+  tree.WriteStream(L"a.ghpl", kAgentStream, "d10:vlk_statusi30ee");
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, 30);
+}
+
+TEST(ReadPlaceholderStateTest, AProgressStreamIsNotAskedWhenADictionaryIsThere) {
+  SyncTree tree;
+  tree.MakePlaceholder(L"a.ghpl", "de");
+  tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, -1);
+}
+
+TEST(ReadPlaceholderStateTest, TheFirstStreamThatOpensWinsWhateverItHolds) {
+  SyncTree tree;
+  tree.MakePlaceholder(L"a.ghpl", "d10:vlk_status");
+  tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"a.ghpl")).progress, -1);
+  tree.MakePlaceholder(L"b.ghpl", "d10:vlk_status");
+  tree.WriteStream(L"b.ghpl", kPredecessorStream, "d10:vlk_statusi20ee");
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"b.ghpl")).progress, -1);
+  tree.WriteStream(L"c.ghpl", kPredecessorStream, "de");
+  tree.WriteStream(L"c.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(ReadPlaceholderState(tree.Path(L"c.ghpl")).progress, -1);
+}
+
+PlaceholderState StateOfProgressStream(const std::string& bytes) {
+  SyncTree tree;
+  tree.WriteStream(L"a.ghpl", kProgressStream, bytes);
+  return ReadPlaceholderState(tree.Path(L"a.ghpl"));
+}
+
+TEST(ReadPlaceholderStateTest, AProgressStreamHoldsThePercentInItsFirstFourBytes) {
+  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0\0"s).progress, 50);
+  EXPECT_EQ(StateOfProgressStream("\x2F\0\0\0\xFF\xFF\xFF\xFF"s).progress, 45);
+  EXPECT_EQ(StateOfProgressStream("\xFF\xFF\xFF\xFF\0\0\0\0"s).progress, -1);
+  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0\0and more"s).progress, 50);
+}
+
+TEST(ReadPlaceholderStateTest, AProgressStreamShorterThanEightBytesSaysNothing) {
+  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0"s).progress, -1);
+  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0"s).progress, -1);
+  EXPECT_EQ(StateOfProgressStream("").progress, -1);
+}
+
+// --- What it costs ---
+
+// The calls that reading one mark makes.
+struct MarkCalls {
+  int fileSizes;    // of a file, asked by its name
+  int streamSizes;  // of a stream
+  int reads;
+  bool operator==(const MarkCalls&) const = default;
+};
+void PrintTo(const MarkCalls& calls, std::ostream* out) {
+  *out << calls.fileSizes << " and " << calls.streamSizes << " sizes, " << calls.reads << " reads";
+}
+
+template <class Operation>
+MarkCalls CallsOf(const Operation& operation) {
+  std::atomic<int> live = 0;
+  const test::CallCount<"FindFirstFileExW", test::Effect::kNone, decltype(&::FindFirstFileExW)> fileSizes(
+      live);
+  const test::CallCount<"GetFileSizeEx", test::Effect::kNone, decltype(&::GetFileSizeEx)> streamSizes(live);
+  const test::CallCount<"ReadFile", test::Effect::kNone, decltype(&::ReadFile)> reads(live);
+  operation();
+  return {fileSizes.Calls(), streamSizes.Calls(), reads.Calls()};
+}
+
+TEST(MarkCostTest, ARecordIsSizedOnceAndReadOnce) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root", "d4:typei2ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }), (MarkCalls{1, 0, 1}));
+}
+
+TEST(MarkCostTest, ARecordInAStreamToo) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root");
+  tree.WriteStream(L"root\\.sync\\ID", L"_TYPE", "d4:typei3ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 3u); }), (MarkCalls{0, 1, 1}));
+}
+
+TEST(MarkCostTest, AStatusIsSizedOnceAndReadOnce) {
+  SyncTree tree;
+  const std::wstring file = tree.MakePlaceholder(L"a.ghpl", "d10:vlk_statusi40ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 40); }), (MarkCalls{0, 1, 1}));
+}
+
+TEST(MarkCostTest, AProgressStreamIsOnlyReadOnce) {
+  SyncTree tree;
+  tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  const std::wstring file = tree.Path(L"a.ghpl");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 50); }), (MarkCalls{0, 0, 1}));
+}
+
+TEST(LiesInSelectiveFolderTest, FollowsTheRecordOfTheFolder) {
+  SyncTree tree;
+  tree.MarkRoot(L"selective", test::kSelective);
+  tree.MarkRoot(L"whole", test::kNotSelective);
+  tree.MarkRoot(L"bare");
+  EXPECT_TRUE(LiesInSelectiveFolder(tree.Path(L"selective\\a.ghpl")));
+  EXPECT_FALSE(LiesInSelectiveFolder(tree.Path(L"whole\\a.ghpl")));
+  EXPECT_FALSE(LiesInSelectiveFolder(tree.Path(L"bare\\a.ghpl")));
+  EXPECT_FALSE(LiesInSelectiveFolder(tree.Path(L"elsewhere\\a.ghpl")));
+}
+
+TEST(LiesInSelectiveFolderTest, APlaceholderInANestedFolderIsJudgedByTheOuterOne) {
+  SyncTree tree;
+  tree.MarkRoot(L"outer", test::kSelective);
+  tree.MarkRoot(L"outer\\inner", test::kNotSelective);
+  EXPECT_TRUE(LiesInSelectiveFolder(tree.Path(L"outer\\inner\\a.ghpl")));
+}
+
+}  // namespace
+}  // namespace veskard
