@@ -28,17 +28,17 @@ PathVector::PathVector(std::wstring_view text, wchar_t separator) : TokenVector(
 }
 
 void PathVector::Assign(std::wstring_view text) {
-  tokens_.clear();
   if (text.empty()) return;
   DecideSeparator(text);
+  const bool isLong = text.size() >= kShortestLongPath && text.starts_with(kLongPrefix);
+  const bool isUnc = !isLong && text.size() > kUncPrefix.size() && text.starts_with(kUncPrefix);
+  if (!isUnc) tokens_.clear();
   if (IsCloudPath(text)) {
     AppendCloudAddress(text);
-  } else if (text.size() >= kShortestLongPath && text.starts_with(kLongPrefix)) {
+  } else if (isLong) {
     AppendLongPath(text);
-  } else if (text.size() > kUncPrefix.size() && text.starts_with(kUncPrefix)) {
-    // One backslash stands for the pair: joining adds the other.
-    tokens_.emplace_back(1, kPathSeparator);
-    Split(text.substr(kUncPrefix.size()));
+  } else if (isUnc) {
+    AppendUncPath(text);
   } else {
     Split(text);
   }
@@ -62,6 +62,12 @@ void PathVector::AppendLongPath(std::wstring_view text) {
   tokens_.emplace_back(text.substr(0, prefix));
   // The character after the prefix is taken for the separator unseen.
   if (text.size() > prefix) Split(text.substr(prefix + 1));
+}
+
+void PathVector::AppendUncPath(std::wstring_view text) {
+  // One backslash stands for the pair: joining adds the other.
+  tokens_.emplace_back(1, kPathSeparator);
+  Split(text.substr(kUncPrefix.size()));
 }
 
 bool PathVector::Equals(const PathVector& other) const noexcept {

@@ -45,6 +45,9 @@ class PathVector : public TokenVector {
   /// the text holds one anywhere, a backslash otherwise.
   explicit PathVector(std::wstring_view text, wchar_t separator = kPathSeparator);
 
+  /// Replaces the components by those of `text`, with two exceptions: an empty text
+  /// changes nothing, and a path with two leading backslashes but no long prefix is
+  /// appended to what is there.
   void Assign(std::wstring_view text) override;
   void Parse(std::wstring_view text) { Assign(text); }
 
@@ -63,6 +66,7 @@ class PathVector : public TokenVector {
   void DecideSeparator(std::wstring_view text) noexcept;
   void AppendCloudAddress(std::wstring_view text);
   void AppendLongPath(std::wstring_view text);
+  void AppendUncPath(std::wstring_view text);
 };
 
 }  // namespace veskard

@@ -108,10 +108,33 @@ TEST(PathVectorTest, EqualsOnlyTheSameTextPartByPart) {
 
 TEST(PathVectorTest, ParsingAgainReplacesTheComponents) {
   PathVector path(L"C:\\a\\b");
-  path.Parse(L"\\\\srv\\x");
-  EXPECT_THAT(path.Tokens(), ElementsAre(L"\\", L"srv", L"x"));
-  path.Parse(L"");
+  path.Parse(L"D:\\c");
+  EXPECT_THAT(path.Tokens(), ElementsAre(L"D:", L"c"));
+  path.Parse(L"\\\\?\\E:\\d");
+  EXPECT_THAT(path.Tokens(), ElementsAre(L"\\\\?\\E:", L"d"));
+  path.Parse(L"\\\\?\\UNC\\srv\\x");
+  EXPECT_THAT(path.Tokens(), ElementsAre(L"\\\\?\\UNC", L"srv", L"x"));
+  path.Parse(L"\\");
   EXPECT_EQ(path.Count(), 0u);
+}
+
+TEST(PathVectorTest, ParsingAnEmptyTextChangesNothing) {
+  PathVector path(L"C:\\a");
+  path.Parse(L"");
+  EXPECT_THAT(path.Tokens(), ElementsAre(L"C:", L"a"));
+  EXPECT_EQ(path.Separator(), L'\\');
+}
+
+TEST(PathVectorTest, ParsingALongTextThatIsNotUnderstoodEmptiesTheList) {
+  PathVector path(L"C:\\a");
+  path.Parse(L"\\\\?\\GLOBALROOT\\x");
+  EXPECT_EQ(path.Count(), 0u);
+}
+
+TEST(PathVectorTest, ParsingANetworkPathAppendsToTheList) {
+  PathVector path(L"C:\\a");
+  path.Parse(L"\\\\srv\\x");
+  EXPECT_THAT(path.Tokens(), ElementsAre(L"C:", L"a", L"\\", L"srv", L"x"));
 }
 
 TEST(PathVectorTest, HoldsPathsOfAnyLength) {
