@@ -9,6 +9,15 @@ namespace {
 
 constinit std::atomic<AgentScope> currentScope = AgentScope::kUnset;
 
+// Formulas, so that a scope beyond the three known ones has an answer too: no agent.
+constexpr bool AllowsUserAgent(AgentScope scope) noexcept {
+  return static_cast<uint32_t>(scope) < 2;
+}
+constexpr bool AllowsServiceAgent(AgentScope scope) noexcept {
+  const auto number = static_cast<uint32_t>(scope);
+  return (number & 2) >= number;
+}
+
 }  // namespace
 
 AgentScope CurrentAgentScope() noexcept {
@@ -20,8 +29,8 @@ void SetAgentScope(AgentScope scope) noexcept {
 }
 
 std::wstring GetAgentPipeName(AgentScope scope) {
-  if (scope != AgentScope::kService && IsMutexPresent(kUserAgent.mutex)) return kUserAgent.pipe;
-  if (scope != AgentScope::kUser && IsMutexPresent(kServiceAgent.mutex)) return kServiceAgent.pipe;
+  if (AllowsUserAgent(scope) && IsMutexPresent(kUserAgent.mutex)) return kUserAgent.pipe;
+  if (AllowsServiceAgent(scope) && IsMutexPresent(kServiceAgent.mutex)) return kServiceAgent.pipe;
   return {};
 }
 

@@ -66,6 +66,14 @@ TEST_F(AgentChannelTest, WithoutAScopeTheUsersAgentComesFirst) {
   EXPECT_EQ(GetAgentPipeName(AgentScope::kService), kServicePipe);
 }
 
+TEST_F(AgentChannelTest, AScopeThatNobodyKnowsHasNoAgent) {
+  const FakeAgentMutex user(AgentKind::kUser);
+  const FakeAgentMutex service(AgentKind::kService);
+  for (const uint32_t scope : {3u, 4u, 6u, 0x80000002u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(GetAgentPipeName(static_cast<AgentScope>(scope)), L"") << scope;
+  }
+}
+
 TEST_F(AgentChannelTest, AMutexIsPresentForAsLongAsSomebodyHoldsIt) {
   EXPECT_FALSE(IsMutexPresent(L"Local\\veskard_test_mutex"));
   {
@@ -96,6 +104,25 @@ TEST_F(AgentChannelTest, AMutexIsOpenedForNoMoreThanItTakesToWaitForIt) {
   EXPECT_EQ(mutexRequests[0].access, 0x100000u);
   EXPECT_FALSE(mutexRequests[0].inherit);
   EXPECT_EQ(mutexRequests[0].name, L"Global\\pipesynccmd_SIT");
+}
+
+struct ProbedMutexes {
+  uint32_t scope;
+  std::vector<std::wstring> names;
+};
+
+TEST_F(AgentChannelTest, EachScopeLooksForTheMutexesOfItsAgentsOnly) {
+  const std::wstring user = L"Local\\pipesynccmd_SIT";
+  const std::wstring service = L"Global\\pipesynccmd_SIT";
+  const ProbedMutexes rows[] = {{0, {user, service}}, {1, {user}}, {2, {service}}, {3, {}}, {0xFFFFFFFF, {}}};
+  const test::FunctionPatch patch(nullptr, "OpenMutexW", &NoteMutexRequest);
+  for (const ProbedMutexes& row : rows) {
+    mutexRequests.clear();
+    EXPECT_EQ(GetAgentPipeName(static_cast<AgentScope>(row.scope)), L"");
+    std::vector<std::wstring> names;
+    for (const MutexRequest& request : mutexRequests) names.push_back(request.name);
+    EXPECT_EQ(names, row.names) << row.scope;
+  }
 }
 
 TEST_F(AgentChannelTest, TheServiceGetsTheMessagesOfASelection) {
