@@ -14,6 +14,10 @@ namespace {
 
 constexpr int kStockFolderSize = 256;
 
+// The headers call it SHGSI_SYSICONINDEX. Library and resource come with every flag;
+// SHGSI_ICONLOCATION, which asks for nothing else, is 0.
+constexpr UINT kStockIconFlags = 0x4000;
+
 // IID_IImageList, {46EB5926-582E-4017-9FDF-E8998DAA0950}: not every import library
 // holds it.
 constexpr IID kImageListId = {0x46EB5926, 0x582E, 0x4017, {0x9F, 0xDF, 0xE8, 0x99, 0x8D, 0xAA, 0x09, 0x50}};
@@ -39,7 +43,7 @@ bool TakesLargeFolderFromStock() noexcept {
 UniqueGpBitmap StockFolderIcon() noexcept {
   SHSTOCKICONINFO stock = {};
   stock.cbSize = sizeof(stock);
-  if (FAILED(::SHGetStockIconInfo(SIID_FOLDER, SHGSI_ICONLOCATION, &stock))) return {};
+  if (FAILED(::SHGetStockIconInfo(SIID_FOLDER, kStockIconFlags, &stock))) return {};
   const UniqueModule library(::LoadLibraryW(stock.szPath));
   if (!library) return {};
   // A negative index is a resource's identifier.

@@ -36,7 +36,7 @@ StockFolderPatch::StockFolderPatch(const std::wstring& library, int resource) {
 
 HRESULT StockFolderPatch::Answer(SHSTOCKICONID id, UINT flags, SHSTOCKICONINFO* info) {
   EXPECT_EQ(id, SIID_FOLDER);
-  EXPECT_EQ(flags, UINT{SHGSI_ICONLOCATION});
+  EXPECT_EQ(flags, UINT{0x4000});
   EXPECT_EQ(info->cbSize, sizeof(*info));
   info->iIcon = -resource_;
   library_.copy(info->szPath, MAX_PATH - 1);
