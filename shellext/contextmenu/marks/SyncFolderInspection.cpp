@@ -10,6 +10,7 @@
 #include "benc/BencParser.h"
 #include "benc/BencValue.h"
 #include "fs/util/Handle.h"
+#include "fs/util/PathText.h"
 #include "fs/util/PathVector.h"
 
 namespace veskard {
@@ -17,6 +18,10 @@ namespace {
 
 constexpr wchar_t kRootMark[] = L"\\.sync\\ID";
 constexpr wchar_t kMetadataFolder[] = L".sync";
+
+// The first component of a network path, without and with the long prefix.
+constexpr wchar_t kUncStart[] = L"\\";
+constexpr wchar_t kLongUncStart[] = L"\\\\?\\UNC";
 
 // A place where the agent may have left a mark: what is appended to the path of
 // the folder or file that the mark is about, and what is found there.
@@ -97,6 +102,19 @@ PlaceholderState StateFromProgressMark(SyncHandle& mark) {
   return state;
 }
 
+// How many components the shortest prefix has that can be a folder: a drive, or the
+// share of a network path. What lies above a share names no folder, and a mark
+// appended to it would make the system look for a machine called ".sync".
+size_t ShortestFolder(const PathVector& path) {
+  constexpr size_t kDrive = 1;          // C:  or  \\?\C:
+  constexpr size_t kShare = 3;          // \  server  share  or  \\?\UNC  server  share
+  constexpr size_t kShareByDevice = 5;  // \  .  UNC  server  share
+  const size_t count = path.Count();
+  if (count == 0 || (path.At(0) != kUncStart && path.At(0) != kLongUncStart)) return kDrive;
+  const bool byDevice = count > 2 && path.At(1) == L"." && SamePathText(path.At(2), L"UNC");
+  return byDevice ? kShareByDevice : kShare;
+}
+
 }  // namespace
 
 bool IsSyncFolderRoot(std::wstring path) {
@@ -107,7 +125,7 @@ bool IsSyncFolderRoot(std::wstring path) {
 
 std::wstring FindSyncFolderRoot(std::wstring path) {
   const PathVector components(path);
-  for (size_t count = 1; count <= components.Count(); ++count) {
+  for (size_t count = ShortestFolder(components); count <= components.Count(); ++count) {
     std::wstring prefix = components.ToString(components.Separator(), count);
     if (!IsSyncFolderRoot(prefix)) continue;
     const bool isMetadata = count < components.Count() && components.At(count) == kMetadataFolder;

@@ -36,7 +36,9 @@ struct PlaceholderState {
 bool IsSyncFolderRoot(std::wstring path);
 
 /// The root of the outermost synchronised folder that contains `path` or is
-/// `path`; empty when there is none or when `path` lies in that root's `.sync`.
+/// `path`; empty when there is none or when `path` lies in that root's `.sync`. One
+/// attribute query for each folder from the drive, or from the share of a network
+/// path, down to the first root.
 std::wstring FindSyncFolderRoot(std::wstring path);
 
 /// Overwrites the fields of `info` (which the caller has at their defaults) from

@@ -157,11 +157,10 @@ class FindSyncFolderRootByFormTest : public testing::Test {
                                                                    &AttributesOfMarkedRoot};
 };
 
-TEST_F(FindSyncFolderRootByFormTest, AShareIsWalkedWithBothLeadingBackslashes) {
+TEST_F(FindSyncFolderRootByFormTest, ANetworkPathIsWalkedFromItsShareDown) {
   EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\a", L"\\\\srv\\share\\root"), L"\\\\srv\\share\\root");
   EXPECT_EQ(asked,
-            (std::vector<std::wstring>{L"\\\\.sync\\ID", L"\\\\srv\\.sync\\ID", L"\\\\srv\\share\\.sync\\ID",
-                                       L"\\\\srv\\share\\root\\.sync\\ID"}));
+            (std::vector<std::wstring>{L"\\\\srv\\share\\.sync\\ID", L"\\\\srv\\share\\root\\.sync\\ID"}));
   EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\.sync\\x", L"\\\\srv\\share\\root"), L"");
 }
 
@@ -173,8 +172,37 @@ TEST_F(FindSyncFolderRootByFormTest, ALongPathKeepsItsPrefix) {
 
 TEST_F(FindSyncFolderRootByFormTest, ALongPathToAShareKeepsItsPrefix) {
   EXPECT_EQ(RootOf(L"\\\\?\\UNC\\srv\\root\\a", L"\\\\?\\UNC\\srv\\root"), L"\\\\?\\UNC\\srv\\root");
-  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\UNC\\.sync\\ID", L"\\\\?\\UNC\\srv\\.sync\\ID",
-                                              L"\\\\?\\UNC\\srv\\root\\.sync\\ID"}));
+  EXPECT_EQ(asked, std::vector<std::wstring>{L"\\\\?\\UNC\\srv\\root\\.sync\\ID"});
+}
+
+TEST_F(FindSyncFolderRootByFormTest, AShareThatIsARootServesItselfAndAllBelow) {
+  for (const std::wstring share : {L"\\\\srv\\share", L"\\\\?\\UNC\\srv\\share"}) {
+    EXPECT_EQ(RootOf(share, share), share);
+    EXPECT_EQ(asked, std::vector<std::wstring>{share + L"\\.sync\\ID"});
+    EXPECT_EQ(RootOf(share + L"\\a\\b", share), share);
+    EXPECT_EQ(asked.size(), 1u);
+  }
+}
+
+// Asking would look up a machine called ".sync", or trust a share of that name.
+TEST_F(FindSyncFolderRootByFormTest, NothingIsAskedAboutAMachineWithoutAShare) {
+  for (const std::wstring machine :
+       {L"\\\\srv", L"\\\\srv\\", L"\\\\?\\UNC\\srv", L"\\\\.\\UNC\\srv", L"\\\\.\\UNC", L"\\\\."}) {
+    EXPECT_EQ(RootOf(machine, machine), L"") << machine.c_str();
+    EXPECT_TRUE(asked.empty()) << machine.c_str();
+  }
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ADrivesDevicePathIsWalkedFromTheDriveDown) {
+  EXPECT_EQ(RootOf(L"\\\\.\\C:\\root\\a", L"\\\\.\\C:\\root"), L"\\\\.\\C:\\root");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\.\\C:\\.sync\\ID", L"\\\\.\\C:\\root\\.sync\\ID"}));
+}
+
+TEST_F(FindSyncFolderRootByFormTest, ANetworkDevicePathIsWalkedFromItsShareDown) {
+  for (const std::wstring share : {L"\\\\.\\UNC\\srv\\share", L"\\\\.\\unc\\srv\\share"}) {
+    EXPECT_EQ(RootOf(share + L"\\a", share + L"\\a"), share + L"\\a");
+    EXPECT_EQ(asked, (std::vector<std::wstring>{share + L"\\.sync\\ID", share + L"\\a\\.sync\\ID"}));
+  }
 }
 
 TEST_F(FindSyncFolderRootByFormTest, AnAddressOfTheAgentsStorageIsWalkedWithItsOwnSeparator) {
