@@ -227,6 +227,7 @@ std::vector<WatchedImport> MakeTable() {
       FAILS(SetFileInformationByHandle,   FALSE, ERROR_ACCESS_DENIED),
       FAILS(SetFilePointerEx,             FALSE, ERROR_UNEXP_NET_ERR),
       FAILS(SetFileValidData,             FALSE, ERROR_PRIVILEGE_NOT_HELD),
+      FAILS(GetFullPathNameW,             DWORD{0}, ERROR_NOT_ENOUGH_MEMORY),
       FAILS(GetFinalPathNameByHandleW,    DWORD{0}, ERROR_NOT_ENOUGH_MEMORY),
       FAILS(GetFileAttributesW,           INVALID_FILE_ATTRIBUTES, ERROR_ACCESS_DENIED),
       FAILS(SetFileAttributesW,           FALSE, ERROR_ACCESS_DENIED),

@@ -10,6 +10,7 @@
 #include "benc/BencParser.h"
 #include "benc/BencValue.h"
 #include "fs/util/Handle.h"
+#include "fs/util/LongPath.h"
 #include "fs/util/PathText.h"
 #include "fs/util/PathVector.h"
 
@@ -53,7 +54,7 @@ constexpr uint32_t kNoProgress = 0xFFFFFFFF;
 // The first source that opens; null when none does.
 std::shared_ptr<SyncHandle> OpenFirst(const std::wstring& path, std::initializer_list<MarkSource> sources) {
   for (const MarkSource& source : sources) {
-    auto handle = MakeHandle(PathVector(path + source.suffix), source.kind);
+    auto handle = MakeHandle(PathVector(LongPathForm(path + source.suffix)), source.kind);
     if (handle->Open(kModeRead, 0, 0) && handle->IsOpen()) return handle;
   }
   return nullptr;
@@ -119,7 +120,7 @@ size_t ShortestFolder(const PathVector& path) {
 
 bool IsSyncFolderRoot(std::wstring path) {
   path += kRootMark;
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  const DWORD attributes = ::GetFileAttributesW(LongPathForm(std::move(path)).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 

@@ -31,6 +31,10 @@ struct PlaceholderState {
 // Nothing here reports, logs or writes: a missing or unreadable mark counts as
 // its default. Each call opens what it needs, closes it before it returns, and
 // may be made from any thread. Only std::bad_alloc is thrown.
+//
+// A mark whose path, with the name appended to it, has more than 259 characters is
+// looked for in the path's long form (fs/util/LongPath.h). A relative path has none:
+// Windows refuses it at that length, and the mark counts as missing.
 
 /// Whether `path` holds the mark of a root: a plain file `.sync\ID`.
 bool IsSyncFolderRoot(std::wstring path);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/SyncHandle.h"
 #include "tests/support/CallCounts.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
@@ -494,6 +495,184 @@ TEST(ReadPlaceholderStateTest, AProgressStreamShorterThanEightBytesSaysNothing) 
   EXPECT_EQ(StateOfProgressStream("\x32\0\0\0"s).progress, -1);
   EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0"s).progress, -1);
   EXPECT_EQ(StateOfProgressStream("").progress, -1);
+}
+
+// --- Long paths ---
+
+// Below it, a name of any length makes a path of the length wanted.
+struct LongPathRow {
+  const wchar_t* folder;      // as the Shell gives it
+  const wchar_t* longFolder;  // in its long form
+};
+constexpr LongPathRow kLongPathRows[] = {
+    {L"Q:\\", L"\\\\?\\Q:\\"},
+    {L"\\\\srv\\share\\", L"\\\\?\\UNC\\srv\\share\\"},
+};
+
+// A path of `length` characters.
+std::wstring PathOfLength(const std::wstring& folder, size_t length) {
+  return folder + std::wstring(length - folder.size(), L'x');
+}
+
+std::wstring InLongForm(const LongPathRow& row, const std::wstring& path) {
+  return row.longFolder + path.substr(std::wstring(row.folder).size());
+}
+
+HANDLE WINAPI OpenNothing(const wchar_t* path, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) {
+  asked.emplace_back(path);
+  ::SetLastError(ERROR_FILE_NOT_FOUND);
+  return INVALID_HANDLE_VALUE;
+}
+
+class MarkOfLongPathTest : public testing::Test {
+ protected:
+  static constexpr wchar_t kRootSuffix[] = L"\\.sync\\ID";
+  // What is opened behind a root and behind a placeholder.
+  static constexpr const wchar_t* kRecordSuffixes[] = {
+      L"\\.sync\\FolderType", L"\\.sync\\ID:com.nimbrel.VeskardAgent", L"\\.sync\\ID:_TYPE"};
+  static constexpr const wchar_t* kPlaceholderSuffixes[] = {L":com.nimbrel.VeskardAgent",
+                                                            L":com.marlowgate.sync", L":VLKDOWN"};
+
+  static std::vector<std::wstring> AskedAboutRoot(const std::wstring& root) {
+    asked.clear();
+    EXPECT_FALSE(IsSyncFolderRoot(root));
+    return asked;
+  }
+  static std::vector<std::wstring> OpenedFor(const std::wstring& root, bool placeholder) {
+    asked.clear();
+    SyncFolderInfo info;
+    if (placeholder) {
+      EXPECT_EQ(ReadPlaceholderState(root).progress, -1);
+    } else {
+      EXPECT_FALSE(ReadSyncFolderInfo(root, info));
+    }
+    return asked;
+  }
+
+  // Opens all marks behind paths that, with the mark `which`, have the length at
+  // which the form changes, and one less and more.
+  static void CheckLengths(bool placeholder, size_t which) {
+    const auto& suffixes = placeholder ? kPlaceholderSuffixes : kRecordSuffixes;
+    const std::wstring suffix = suffixes[which];
+    for (const LongPathRow& row : kLongPathRows) {
+      for (const size_t length : {259u, 260u, 261u}) {
+        const std::wstring path = PathOfLength(row.folder, length - suffix.size());
+        const auto opened = OpenedFor(path, placeholder);
+        ASSERT_EQ(opened.size(), 3u);
+        EXPECT_EQ(opened[which], (length > 259 ? InLongForm(row, path) : path) + suffix);
+      }
+    }
+  }
+
+  const test::FunctionPatch<decltype(::CreateFileW)> open_{ThisProgram(), "CreateFileW", &OpenNothing};
+  const test::FunctionPatch<decltype(::GetFileAttributesW)> query_{ThisProgram(), "GetFileAttributesW",
+                                                                   &AttributesOnBareDrive};
+};
+
+TEST_F(MarkOfLongPathTest, ARootsMarkOfMoreThan259CharactersIsAskedForInItsLongForm) {
+  const size_t suffix = std::wstring(kRootSuffix).size();
+  for (const LongPathRow& row : kLongPathRows) {
+    for (const size_t length : {259u, 260u, 261u}) {
+      const std::wstring root = PathOfLength(row.folder, length - suffix);
+      const std::wstring named = length > 259 ? InLongForm(row, root) : root;
+      EXPECT_EQ(AskedAboutRoot(root), std::vector<std::wstring>{named + kRootSuffix});
+    }
+  }
+}
+
+TEST_F(MarkOfLongPathTest, TheSearchUsesTheLongFormFromTheFirstFolderThatNeedsItOn) {
+  const std::wstring folder = PathOfLength(L"Q:\\", 250);
+  asked.clear();
+  EXPECT_EQ(FindSyncFolderRoot(folder + L"\\a"), L"");
+  EXPECT_EQ(asked, (std::vector<std::wstring>{L"Q:\\.sync\\ID", folder + L"\\.sync\\ID",
+                                              L"\\\\?\\" + folder + L"\\a\\.sync\\ID"}));
+}
+
+TEST_F(MarkOfLongPathTest, TheFolderRecordsFileIsOpenedInItsLongForm) {
+  CheckLengths(false, 0);
+}
+
+TEST_F(MarkOfLongPathTest, TheFolderRecordsStreamsAreOpenedInTheirLongForm) {
+  CheckLengths(false, 1);
+  CheckLengths(false, 2);
+}
+
+TEST_F(MarkOfLongPathTest, APlaceholdersStreamsAreOpenedInTheirLongForm) {
+  for (const size_t which : {0u, 1u, 2u}) CheckLengths(true, which);
+}
+
+TEST_F(MarkOfLongPathTest, APathThatHasThePrefixStaysAsItIs) {
+  for (const LongPathRow& row : kLongPathRows) {
+    const std::wstring path = PathOfLength(row.longFolder, 300);
+    EXPECT_EQ(AskedAboutRoot(path), std::vector<std::wstring>{path + kRootSuffix});
+    EXPECT_EQ(OpenedFor(path, false),
+              (std::vector<std::wstring>{path + kRecordSuffixes[0], path + kRecordSuffixes[1],
+                                         path + kRecordSuffixes[2]}));
+    EXPECT_EQ(OpenedFor(path, true),
+              (std::vector<std::wstring>{path + kPlaceholderSuffixes[0], path + kPlaceholderSuffixes[1],
+                                         path + kPlaceholderSuffixes[2]}));
+  }
+}
+
+// There is no long form of it, and the folder that a host stands in is not the
+// item's: Windows refuses the path, and the mark counts as missing.
+TEST_F(MarkOfLongPathTest, ARelativePathStaysAsItIs) {
+  const std::wstring path = PathOfLength(L"a\\", 300);
+  EXPECT_EQ(AskedAboutRoot(path), std::vector<std::wstring>{path + kRootSuffix});
+  EXPECT_EQ(OpenedFor(path, true).at(0), path + kPlaceholderSuffixes[0]);
+}
+
+// Windows would read them in a short path; in a long form it takes them as they stand.
+TEST_F(MarkOfLongPathTest, SlashesDotsAndDoubledSeparatorsAreResolvedFirst) {
+  const std::wstring name(300, L'x');
+  const std::vector<std::wstring> expected = {L"\\\\?\\Q:\\a\\" + name + kRootSuffix};
+  for (const wchar_t* folder : {L"Q:/a/", L"Q:\\b\\..\\a\\.\\", L"Q:\\\\a\\\\"}) {
+    EXPECT_EQ(AskedAboutRoot(folder + name), expected);
+  }
+  EXPECT_EQ(OpenedFor(L"Q:\\\\b\\..\\a\\" + name, true).at(0),
+            L"\\\\?\\Q:\\a\\" + name + kPlaceholderSuffixes[0]);
+}
+
+std::vector<std::wstring> sized;
+const test::FunctionPatch<decltype(::FindFirstFileExW)>* sizes = nullptr;
+HANDLE WINAPI NoteSize(const wchar_t* path, FINDEX_INFO_LEVELS level, void* data, FINDEX_SEARCH_OPS search,
+                       void* filter, DWORD flags) {
+  sized.emplace_back(path);
+  return sizes->CallOriginal(path, level, data, search, filter, flags);
+}
+
+// A folder whose marks all have paths of more than 259 characters.
+constexpr size_t kDeepName = 250;
+
+TEST(MarkOfLongPathOnDiskTest, ARecordIsFoundAndReadInItsLongForm) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(std::wstring(kDeepName, L'r'), "d4:typei2ee");
+  EXPECT_EQ(FindSyncFolderRoot(root + L"\\a.txt"), root);
+  const test::FunctionPatch<decltype(::FindFirstFileExW)> patch(ThisProgram(), "FindFirstFileExW", &NoteSize);
+  sizes = &patch;
+  sized.clear();
+  EXPECT_EQ(ReadInfo(root).type, 2u);
+  EXPECT_EQ(sized, std::vector<std::wstring>{L"\\\\?\\" + root + L"\\.sync\\FolderType"});
+}
+
+TEST(MarkOfLongPathOnDiskTest, SoIsARecordInAStream) {
+  SyncTree tree;
+  const std::wstring name(kDeepName, L'r');
+  const std::wstring root = tree.MarkRoot(name);
+  tree.WriteStream(name + L"\\.sync\\ID", L"_TYPE", "d4:typei3ee");
+  EXPECT_EQ(ReadInfo(root).type, 3u);
+}
+
+TEST(MarkOfLongPathOnDiskTest, SoIsAPlaceholdersState) {
+  SyncTree tree;
+  const std::wstring folder = std::wstring(kDeepName, L'f') + L"\\";
+  EXPECT_EQ(ReadPlaceholderState(tree.MakePlaceholder(folder + L"a.ghpl", "d10:vlk_statusi40ee")).progress,
+            40);
+  tree.WriteStream(folder + L"b.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
+  const auto mark = OpenPlaceholderMark(tree.Path(folder + L"b.ghpl"));
+  ASSERT_NE(mark, nullptr);
+  EXPECT_TRUE(IsProgressMark(*mark));
+  EXPECT_EQ(mark->Path(), L"\\\\?\\" + tree.Path(folder + L"b.ghpl") + L"\\VLKDOWN");
 }
 
 // --- What it costs ---
