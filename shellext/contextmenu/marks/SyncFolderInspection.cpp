@@ -73,7 +73,8 @@ BencValue ParseMark(SyncHandle& mark) {
   return value;
 }
 
-// The marks' integers count as 32 bits: what is above them is cut off first.
+// The marks' integers count as 32 bits: what is above them is cut off first. The one
+// exception is "vlk_type".
 uint32_t MarkInteger(const BencValue& dictionary, const char* key) {
   return static_cast<uint32_t>(dictionary.FindInt(key));
 }
@@ -87,7 +88,7 @@ PlaceholderState StateFrom(const BencValue& mark) {
   PlaceholderState state;
   // A status of another kind than an integer is one all the same: progress 0.
   if (mark.Find("vlk_status") != nullptr) state.progress = RoundProgress(MarkInteger(mark, "vlk_status"));
-  state.typeFlag = MarkInteger(mark, "vlk_type") == kPlaceholderOfFolder;
+  state.typeFlag = mark.FindInt("vlk_type") == kPlaceholderOfFolder;
   return state;
 }
 

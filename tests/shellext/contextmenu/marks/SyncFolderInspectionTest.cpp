@@ -434,7 +434,8 @@ TEST(ReadPlaceholderStateTest, AStatusOfAnotherKindIsProgressZero) {
 
 TEST(ReadPlaceholderStateTest, TheTypeTwoStandsForAFolder) {
   EXPECT_TRUE(StateOf("d8:vlk_typei2ee").typeFlag);
-  EXPECT_TRUE(StateOf("d8:vlk_typei4294967298ee").typeFlag) << "integers are cut to 32 bits first";
+  EXPECT_FALSE(StateOf("d8:vlk_typei4294967298ee").typeFlag) << "this integer counts with all its bits";
+  EXPECT_FALSE(StateOf("d8:vlk_typei-4294967294ee").typeFlag);
   EXPECT_FALSE(StateOf("d8:vlk_typei1ee").typeFlag);
   EXPECT_FALSE(StateOf("d8:vlk_type1:2e").typeFlag);
   EXPECT_FALSE(StateOf("de").typeFlag);
