@@ -39,7 +39,7 @@ TEST(LanguageTableTest, GivenCodeChoosesTheLanguage) {
   EXPECT_EQ(GetLanguageStatus().archive, DataStatus::kReady);
   EXPECT_THAT(GetLanguageStatus().diagnostics, IsEmpty());
   EXPECT_EQ(GetString(StringId::kCancelReceiving), L"Empfang abbrechen");
-  EXPECT_EQ(GetString(StringId::kShareWith), L"Mit Nimbrel Veskard Agent teilen");
+  EXPECT_EQ(GetString(StringId::kShareWith), L"\u00DCber Nimbrel Veskard Agent teilen");
 }
 
 TEST(LanguageTableTest, TextThatStandsTwiceIsTranslatedTwice) {
