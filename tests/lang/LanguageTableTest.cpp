@@ -47,7 +47,7 @@ TEST(LanguageTableTest, TextThatStandsTwiceIsTranslatedTwice) {
   size_t count = 0;
   for (uint32_t number = 0; number < kStringCount; ++number) {
     if (BuiltInString(number) != "Device name") continue;
-    EXPECT_EQ(GetString(number), L"Nom de l'appareil");
+    EXPECT_EQ(GetString(number), L"Nom de l\u2019appareil");
     ++count;
   }
   EXPECT_EQ(count, 2u);
