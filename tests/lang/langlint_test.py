@@ -1,7 +1,12 @@
-"""Tests of tools/langlint/langlint.py: langlint_test.py FOLDER_OF_LANGLINT"""
+"""Tests of tools/langlint/langlint.py: langlint_test.py FOLDER_OF_LANGLINT LANGUAGE_FOLDER
+
+The first class damages a small archive, the second one the files that ship.
+"""
 
 import io
 import os
+import re
+import shutil
 import sys
 import tempfile
 import unittest
@@ -9,6 +14,7 @@ from contextlib import redirect_stderr, redirect_stdout
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, sys.argv.pop(1))
+SHIPPED = sys.argv.pop(1)
 import langlint  # noqa: E402
 
 ENGLISH = ["Open folder", 'Share "%s" with %APPNAME%', "Waiting...", "Delete?\\r\\n\\r\\nIt is gone.", "OK"]
@@ -73,7 +79,7 @@ class LangLintTest(unittest.TestCase):
 
     def test_control_characters(self):
         for character in "\r\t\u200b\u00ad":
-            self.translate(1, "Ordner" + character + " öffnen")
+            self.translate(1, "Ordner ö" + character + "ffnen")
             self.assertIn(("German!de.txt", 1, "encoding"), self.findings(), ascii(character))
 
     # parity and blank
@@ -94,7 +100,7 @@ class LangLintTest(unittest.TestCase):
     # placeholder
 
     def test_missing_placeholder(self):
-        self.translate(2, "Mit %APPNAME% teilen")
+        self.translate(2, "„Ordner“ mit %APPNAME% teilen")
         self.expect_german(2, "placeholder")
 
     def test_other_name_placeholder(self):
@@ -211,9 +217,130 @@ class LangLintTest(unittest.TestCase):
         self.assertEqual(langlint.columns("从此设备。"), 10)
 
     def test_other_texts_may_be_longer(self):
+        self.translate(4, "Löschen?\\r\\n\\r\\nEs ist " + "w" * 80 + ".")
+        self.expect_german(4, "long-menu")
         self.write("BuiltInStrings.cpp", built_in(ENGLISH, "Errors"))
-        self.translate(1, "Ordner " + "ö" * 80)
         self.assertEqual(self.findings(), [])
+
+    # length
+
+    def room_findings(self, english, text):
+        return list(langlint.check_length(langlint.Pair(1, english, text)))
+
+    def test_short_texts_have_room_for_20_columns(self):
+        self.assertEqual(self.room_findings("Add folder", "x" * 20), [])
+        self.assertEqual(self.room_findings("Add folder", "x" * 21), ["21 columns, 20 fit"])
+        self.assertEqual(self.room_findings("Add folder", "文" * 11), ["22 columns, 20 fit"])
+
+    def test_texts_of_middle_length_have_room_for_32_columns(self):
+        self.assertEqual(self.room_findings("Folder name", "x" * 32), [])
+        self.assertEqual(self.room_findings("Folder name", "x" * 33), ["33 columns, 32 fit"])
+
+    def test_longer_texts_have_room_for_twice_as_much(self):
+        self.assertEqual(self.room_findings("Keep all files on this device", "x" * 58), [])
+        self.assertEqual(self.room_findings("Keep all files on this device", "x" * 59), ["59 columns, 58 fit"])
+
+    def test_sentences_and_texts_with_values_may_be_longer(self):
+        for english in ("It failed.", "Delete?", "Yes\\r\\nNo", "Size: %Z"):
+            self.assertEqual(self.room_findings(english, "x" * 99), [], english)
+
+    def test_long_text_of_a_window(self):
+        self.write("BuiltInStrings.cpp", built_in(ENGLISH, "Window: add a folder"))
+        self.translate(1, "Ordner " + "ö" * 26)
+        self.expect_german(1, "length")
+
+    # long-state
+
+    def synced(self, german, *glossary):
+        self.write_lines("english.txt", ENGLISH + ["Synced"])
+        self.write("BuiltInStrings.cpp", built_in(ENGLISH + ["Synced"]))
+        self.write_lines("German!de.txt", GERMAN + [german])
+        self.write_lines("German!de.glossary.txt", [*TERMS, *glossary])
+
+    def test_state_up_to_the_limit(self):
+        self.synced("S" * langlint.STATE_COLUMNS)
+        self.assertEqual(self.findings(), [])
+        self.synced("S" * (langlint.STATE_COLUMNS + 1))
+        self.expect_german(6, "long-state")
+
+    def test_glossary_allows_a_long_state(self):
+        self.synced("S" * (langlint.STATE_COLUMNS + 1), "+ Synced")
+        self.assertEqual(self.findings(), [])
+
+    def test_exception_that_is_not_needed(self):
+        for text in ("Synced", "Waiting..."):
+            self.synced("S" * langlint.STATE_COLUMNS, "+ " + text)
+            self.assertEqual(self.findings(), [("German!de.glossary.txt", 3, "glossary")])
+
+    # quotes
+
+    def quote_findings(self, language, text, english='Share "%s"'):
+        return list(langlint.check_quotes(langlint.Pair(1, english, text), language))
+
+    def test_straight_quotation_marks(self):
+        for text in ('"%s" mit %APPNAME% teilen', "'%s' mit %APPNAME% teilen"):
+            self.translate(2, text)
+            self.assertEqual(set(self.findings()), {("German!de.txt", 2, "quotes")})
+
+    def test_straight_apostrophe(self):
+        self.assertEqual(self.quote_findings("fr", "Nom de l\u2019appareil", "Device name"), [])
+        self.assertEqual(self.quote_findings("fr", "Nom de l'appareil", "Device name"), ["the mark '"])
+
+    def test_every_language_has_its_own_quotation_marks(self):
+        texts = {"de": "„%s“", "es": "«%s»", "fr": "«\u00a0%s\u00a0»", "it": "«%s»", "ja": "「%s」",
+                 "ko": "“%s”", "nl": "‘%s’", "pt": "“%s”", "ru": "«%s»", "zh": "“%s”"}
+        self.assertEqual(set(texts), set(langlint.QUOTES))
+        for language, marks in langlint.QUOTES.items():
+            for text in texts.values():
+                is_own = text.replace("\u00a0", "") == marks[0] + "%s" + marks[1]
+                self.assertEqual(self.quote_findings(language, text) == [], is_own, (language, text))
+
+    def test_missing_quotation_marks(self):
+        for text in ("%s", "„%s", "%s“", "„“", "„%s“ „%s“"):
+            self.assertEqual(len(self.quote_findings("de", text)), 1, text)
+
+    def test_apostrophe_is_no_closing_mark(self):
+        self.assertEqual(self.quote_findings("nl", "foto’s van ‘%s’"), [])
+        self.assertNotEqual(self.quote_findings("nl", "foto’s van ‘%s"), [])
+        self.assertNotEqual(self.quote_findings("ru", "’"), [])
+
+    # spaces
+
+    def space_findings(self, language, text):
+        return list(langlint.check_spaces(langlint.Pair(1, "x", text), language))
+
+    def test_french_spaces_before_a_mark(self):
+        for text in ("Taille\u00a0: %Z", "Continuer\u00a0?", "Oui\u00a0!", "« %s »".replace(" ", "\u00a0")):
+            self.assertEqual(self.space_findings("fr", text), [])
+            for wrong in (text.replace("\u00a0", " "), text.replace("\u00a0", "")):
+                self.assertNotEqual(self.space_findings("fr", wrong), [], wrong)
+
+    def test_no_space_before_a_mark_elsewhere(self):
+        for language, text in (("de", "Größe: %Z"), ("es", "«%s»"), ("ru", "Продолжить?"), ("it", "«%s»: %s")):
+            self.assertEqual(self.space_findings(language, text), [])
+        for text in ("Größe : %Z", "Größe\u00a0: %Z", "Fortfahren ?", "„ %s“", "„%s “"):
+            self.assertNotEqual(self.space_findings("de", text), [], text)
+
+    def test_doubled_blank(self):
+        for language in ("de", "fr", "ja"):
+            self.assertNotEqual(self.space_findings(language, "a  b"), [])
+
+    def test_space_in_a_file(self):
+        self.translate(4, "Löschen ?\\r\\n\\r\\nEs ist weg.")
+        self.expect_german(4, "spaces")
+
+    # ampersand
+
+    def test_lone_ampersand(self):
+        for text in ("&Ordner öffnen", "Ordner & öffnen", "Ordner &&& öffnen", "Ordner öffnen &"):
+            self.translate(1, text)
+            self.expect_german(1, "ampersand")
+
+    def test_doubled_ampersand_only_in_a_menu(self):
+        self.translate(1, "Ordner && öffnen")
+        self.assertEqual(self.findings(), [])
+        self.write("BuiltInStrings.cpp", built_in(ENGLISH, "Errors"))
+        self.expect_german(1, "ampersand")
 
     # script
 
@@ -294,6 +421,16 @@ class LangLintTest(unittest.TestCase):
         self.write_lines("German!de.glossary.txt", TERMS + ["peer\tPeer"])
         self.assertEqual(self.findings(), [("German!de.glossary.txt", 3, "glossary")])
 
+    def test_remove_and_delete_are_kept_apart(self):
+        english = ENGLISH[:4] + ["Remove"]
+        self.write_lines("english.txt", english)
+        self.write("BuiltInStrings.cpp", built_in(english))
+        self.write_lines("German!de.txt", GERMAN[:4] + ["Entfernen"])
+        self.write_lines("German!de.glossary.txt", TERMS[:1] + ["remove\tlösch | entfern", "delete\tLösch"])
+        self.assertEqual(self.findings(), [("German!de.glossary.txt", 3, "glossary")])
+        self.write_lines("German!de.glossary.txt", TERMS[:1] + ["remove\tentfern", "delete\tLösch"])
+        self.assertEqual(self.findings(), [])
+
     def test_line_without_a_meaning(self):
         self.write_lines("German!de.glossary.txt", TERMS + ["peer = Peer"])
         self.assertEqual(self.findings(), [("German!de.glossary.txt", 3, "glossary")])
@@ -335,6 +472,87 @@ class LangLintTest(unittest.TestCase):
     def test_what_cannot_run_ends_with_2(self):
         self.assertEqual(self.run_main()[0], 2)
         self.assertEqual(self.run_main(self.path("nowhere"))[0], 2)
+
+
+class ShippedFilesTest(unittest.TestCase):
+    """Damages one line of a copy of the files that ship, in every language."""
+
+    def setUp(self):
+        temporary = tempfile.TemporaryDirectory()
+        self.addCleanup(temporary.cleanup)
+        self.folder = os.path.join(temporary.name, "archive")
+        shutil.copytree(SHIPPED, self.folder)
+        self.english = self.lines("english.txt")
+        texts = langlint.read_built_in(os.path.join(SHIPPED, "..", "BuiltInStrings.cpp"))
+        self.menu_texts = texts[1]
+        self.required = langlint.read_glossary(self.folder, "english.glossary.txt", [])
+
+    def lines(self, name):
+        with open(os.path.join(self.folder, name), encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def expect_finding(self, rule, line_of, damage, languages=None):
+        """Damages the line that line_of finds in each language; that line gets a finding of the rule."""
+        names = langlint.language_files(self.folder)
+        self.assertEqual(len(names), 10)
+        for name in names:
+            if languages and langlint.language_of(name) not in languages:
+                continue
+            with self.subTest(name):
+                whole = self.lines(name)
+                line = next(n for n, (english, text) in enumerate(zip(self.english, whole)) if line_of(english, text))
+                damaged = damage(whole[line])
+                self.assertNotEqual(damaged, whole[line])
+                self.write(name, whole[:line] + [damaged] + whole[line + 1:])
+                found = langlint.check_language(self.folder, name, self.english, self.required, self.menu_texts)
+                self.write(name, whole)
+                self.assertIn((name, line + 1, rule), [(f.file, f.line, f.rule) for f in found])
+
+    def write(self, name, lines):
+        with open(os.path.join(self.folder, name), "w", encoding="utf-8", newline="") as file:
+            file.write("".join(line + "\n" for line in lines))
+
+    @staticmethod
+    def english_is(wanted):
+        return lambda english, text: english == wanted
+
+    def test_states_are_lines_of_the_files(self):
+        self.assertEqual(langlint.STATES - set(self.english), set())
+
+    def test_straight_quotation_marks(self):
+        self.expect_finding("quotes", lambda english, text: '"%s"' in english,
+                            lambda text: re.sub("[„“”‘’«»「」]", '"', text))
+
+    def test_marks_of_another_language(self):
+        self.expect_finding("quotes", lambda english, text: '"%s"' in english,
+                            lambda text: re.sub("[„“”‘’«»「」]", "›", text))
+
+    def test_straight_apostrophes(self):
+        self.expect_finding("quotes", lambda english, text: "l’" in text.lower(),
+                            lambda text: text.replace("’", "'"), languages=("fr", "it"))
+
+    def test_french_blanks(self):
+        for wrong in (" ", ""):
+            for mark in (":", "?", "»"):
+                self.expect_finding("spaces", lambda english, text: "\u00a0" + mark in text,
+                                    lambda text: text.replace("\u00a0" + mark, wrong + mark), languages=("fr",))
+
+    def test_blank_before_a_colon(self):
+        self.expect_finding("spaces", lambda english, text: re.search("[:：]", text),
+                            lambda text: re.sub("\u00a0?([:：])", r" \1", text))
+
+    def test_lone_ampersand(self):
+        for english in ("Open folder", "Unknown error %d."):
+            self.expect_finding("ampersand", self.english_is(english), lambda text: "&" + text)
+
+    def test_long_button(self):
+        self.expect_finding("length", self.english_is("Cancel"), lambda text: text * 6)
+
+    def test_long_menu_text(self):
+        self.expect_finding("long-menu", self.english_is("Share with %APPNAME%"), lambda text: text + "文" * 20)
+
+    def test_long_state(self):
+        self.expect_finding("long-state", self.english_is("Paused"), lambda text: text + "文" * 8)
 
 
 if __name__ == "__main__":

@@ -21,9 +21,19 @@ The rules:
     ending        the same mark at the end as in the English line
     doubled       no English line twice, no translation for two English lines
     untranslated  no English line as its own translation
+    quotes        the language's own quotation marks around what English quotes,
+                  no straight quotation mark and no straight apostrophe
+    spaces        no-break spaces around French marks, no blank before other
+                  languages' marks, no doubled blank
+    ampersand     no "&" by itself, and a doubled one only in a menu
     long-menu     no menu text of more than MENU_COLUMNS columns
+    long-state    no one-word state of more than STATE_COLUMNS columns, unless the
+                  glossary allows it
+    length        no other label of more columns than its English line leaves room
+                  for: 20 up to 10 columns, 32 up to 16, then twice as many
     script        only characters of the language's script
-    glossary      every term translated as the glossary says, no forbidden word
+    glossary      every term translated as the glossary says, no forbidden word,
+                  "remove" and "delete" kept apart
     built-in      english.txt holds every built-in text and no other
 """
 
@@ -38,6 +48,10 @@ from collections import Counter, namedtuple
 # takes two columns; names are filled in before counting.
 MENU_COLUMNS = 48
 
+# The states of one word, and what a status column shows of them.
+STATES = {"Connecting...", "Disconnected", "Offline", "Online", "Paused", "Preparing...", "Synced"}
+STATE_COLUMNS = 15
+
 NAMES = {"%APPNAME%": "Nimbrel Veskard Agent", "%APPSHORTNAME%": "Veskard Agent"}
 NAME_PLACEHOLDER = re.compile(r"%APPNAME%|%APPSHORTNAME%")
 VALUE_PLACEHOLDER = re.compile(r"%[sdZ]")
@@ -48,7 +62,15 @@ PER_SECOND = re.compile(r"/s\b")
 # The marks that a line may end with; a language's own form stands for the English one.
 END_MARKS = (("...", ("...",)), (":", (":", "：")), ("?", ("?", "？")), (".", (".", "。")))
 
-DASHES_AND_QUOTES = "–—‘’“”„«»"
+DASHES = "–—"
+ALL_QUOTES = "\"'‘’‚‛“”„‟«»‹›「」『』"
+APOSTROPHE = "’"
+NO_BREAK_SPACE = "\u00a0"
+
+# The opening and the closing quotation mark of each language.
+QUOTES = {"de": "„“", "es": "«»", "fr": "«»", "it": "«»", "ja": "「」",
+          "ko": "“”", "nl": "‘’", "pt": "“”", "ru": "«»", "zh": "“”"}
+
 CJK = "\u4e00-\u9fff"
 CJK_MARKS = "\u3001-\u3003\u3008-\u3011\u3014\u3015\uff01-\uff5e"
 ASCII_WITHOUT_LETTERS = " -@\\[-`{-~"
@@ -77,11 +99,12 @@ Term = namedtuple("Term", "line english forms")
 
 
 class Glossary:
-    """The terms, the allowed doubles and the forbidden words of one language."""
+    """The terms, the allowed doubles, the long states and the forbidden words of one language."""
 
     def __init__(self):
         self.terms = []
         self.doubles = set()
+        self.long_states = {}  # English line: line of the glossary
         self.forbidden = []
 
     def accepted_words(self):
@@ -118,6 +141,10 @@ def end_mark(text):
 
 def language_of(name):
     return name.rsplit("!", 1)[1][:2]
+
+
+def glossary_of(name):
+    return name[:-len(".txt")] + ".glossary.txt"
 
 
 # --- Reading ----------------------------------------------------------------
@@ -159,12 +186,14 @@ def read_glossary(folder, name, findings):
             continue
         if line.startswith("! ") and not tab:
             glossary.forbidden += split_forms(line[2:])
+        elif line.startswith("+ ") and not tab:
+            glossary.long_states[line[2:].strip()] = number
         elif line.startswith("= ") and right:
             glossary.doubles.add(frozenset((left[2:].strip(), right.strip())))
         elif split_forms(left) and split_forms(right):
             glossary.terms.append(Term(number, split_forms(left), split_forms(right)))
         else:
-            findings.append(Finding(name, number, "glossary", "is neither a term, nor = nor !"))
+            findings.append(Finding(name, number, "glossary", "is neither a term nor a line with =, + or !"))
     return glossary
 
 
@@ -225,9 +254,49 @@ def check_ending(pair):
             yield f'ends with "{end_mark(text)}" instead of "{end_mark(english)}"'
 
 
-def check_menu_length(pair):
-    if columns(pair.text) > MENU_COLUMNS:
-        yield f"{columns(pair.text)} columns, {MENU_COLUMNS} fit"
+def check_quotes(pair, language):
+    opening, closing = QUOTES.get(language, "“”")
+    own = {opening, closing} | ({APOSTROPHE} if language in LATIN_SCRIPTS else set())
+    for mark in sorted(set(ALL_QUOTES) & set(pair.text) - own):
+        yield f"the mark {mark}"
+    expected = pair.english.count('"') // 2
+    found = len(re.findall(f"{opening}[^{opening}]+?{closing}", pair.text))
+    if found != expected or pair.text.count(opening) != expected:
+        yield f"{found} texts in {opening}{closing} instead of {expected}"
+
+
+def check_spaces(pair, language):
+    if re.search(r"\s\s", pair.text):
+        yield "a doubled blank"
+    if language == "fr":
+        if re.search(f"[^{NO_BREAK_SPACE}:;?!][:;?!]|[^{NO_BREAK_SPACE}]»|«[^{NO_BREAK_SPACE}]", pair.text):
+            yield "a mark without its no-break space"
+        return
+    if re.search(r"\s[:;?!：；？！]", pair.text):
+        yield "a blank before a mark"
+    opening, closing = QUOTES.get(language, "“”")
+    if re.search(rf"{opening}\s|\s{closing}", pair.text):
+        yield "a blank inside quotation marks"
+
+
+def check_ampersands(pair, in_menu):
+    if "&" in pair.text.replace("&&", ""):
+        yield "a menu underlines the character after a single &"
+    elif "&" in pair.text and not in_menu:
+        yield "a doubled &, which only a menu shows as one"
+
+
+def check_columns(pair, room):
+    if columns(pair.text) > room:
+        yield f"{columns(pair.text)} columns, {room} fit"
+
+
+def check_length(pair):
+    """Labels only: sentences wrap, and values are of any length."""
+    if ESCAPE.search(pair.english) or VALUE_PLACEHOLDER.search(pair.english) or end_mark(pair.english) in (".", "?"):
+        return
+    length = columns(pair.english)
+    yield from check_columns(pair, 20 if length <= 10 else max(32, 2 * length))
 
 
 def check_script(pair, language, glossary):
@@ -244,7 +313,7 @@ def check_script(pair, language, glossary):
     else:
         yield f'langlint does not know the script of "{language}"'
         return
-    for character in sorted(set(re.sub(f"[{allowed}{DASHES_AND_QUOTES}]", "", text))):
+    for character in sorted(set(re.sub(f"[{allowed}{DASHES}{ALL_QUOTES}]", "", text))):
         yield f'the character "{character}" (U+{ord(character):04X})'
 
 
@@ -301,6 +370,31 @@ def check_glossary_file(name, glossary, required, english_lines):
         for form in term.english:
             if not any(term_pattern(form).search(line) for line in english_lines):
                 yield Finding(name, term.line, "glossary", f'the term "{form}" occurs in no English line')
+    yield from check_remove_and_delete(name, glossary)
+
+
+def check_remove_and_delete(name, glossary):
+    first_forms = {}
+    for term in glossary.terms:
+        if term.english[0].casefold() in ("remove", "delete"):
+            other = first_forms.setdefault(term.forms[0].casefold(), term)
+            if other is not term:
+                yield Finding(name, term.line, "glossary", f'"{term.english[0]}" is the same as "{other.english[0]}"')
+
+
+def check_long_states(name, pairs, glossary):
+    """Too long are the states that the glossary does not allow; a state that fits needs no allowance."""
+    needed = set()
+    for pair in pairs:
+        if pair.english not in STATES:
+            continue
+        for message in check_columns(pair, STATE_COLUMNS):
+            needed.add(pair.english)
+            if pair.english not in glossary.long_states:
+                yield Finding(name, pair.line, "long-state", message)
+    for english, line in glossary.long_states.items():
+        if english not in needed:
+            yield Finding(glossary_of(name), line, "glossary", f'"{english}" is no state that is too long')
 
 
 def check_doubled(name, pairs, glossary):
@@ -313,17 +407,23 @@ def check_doubled(name, pairs, glossary):
 
 def check_line(pair, language, glossary, menu_texts):
     """The findings of one translation, as rule and message."""
+    in_menu = pair.english in menu_texts
     checks = [
         ("placeholder", check_placeholders(pair)),
         ("escape", check_escapes(pair)),
         ("edge-blank", check_edges(pair)),
         ("ending", check_ending(pair)),
         ("untranslated", check_untranslated(pair, glossary)),
+        ("quotes", check_quotes(pair, language)),
+        ("spaces", check_spaces(pair, language)),
+        ("ampersand", check_ampersands(pair, in_menu)),
         ("script", check_script(pair, language, glossary)),
         ("glossary", check_glossary(pair, glossary)),
     ]
-    if pair.english in menu_texts:
-        checks.append(("long-menu", check_menu_length(pair)))
+    if in_menu:
+        checks.append(("long-menu", check_columns(pair, MENU_COLUMNS)))
+    else:
+        checks.append(("length", check_length(pair)))
     for rule, messages in checks:
         for message in messages:
             yield rule, message
@@ -332,7 +432,7 @@ def check_line(pair, language, glossary, menu_texts):
 def check_language(folder, name, english, required, menu_texts):
     findings = []
     lines = read_lines(folder, name, findings)
-    glossary_name = name[:-len(".txt")] + ".glossary.txt"
+    glossary_name = glossary_of(name)
     glossary = read_glossary(folder, glossary_name, findings)
     findings += check_glossary_file(glossary_name, glossary, required, english)
     if len(lines) != len(english):
@@ -348,6 +448,7 @@ def check_language(folder, name, english, required, menu_texts):
         for rule, message in check_line(pair, language_of(name), glossary, menu_texts):
             findings.append(Finding(name, pair.line, rule, message))
     findings += check_doubled(name, pairs, glossary)
+    findings += check_long_states(name, pairs, glossary)
     return findings
 
 
