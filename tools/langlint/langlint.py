@@ -197,20 +197,25 @@ def read_glossary(folder, name, findings):
     return glossary
 
 
-def read_built_in(path):
-    """The built-in texts as lines, and which of them are menu texts."""
-    texts, menu_texts, group = [], set(), ""
+def read_groups(path):
+    """The groups of built-in texts, each with its comment and its texts."""
+    groups = []
     with open(path, encoding="ascii") as file:
         for line in file:
             comment = re.match(r"\s+// \d+: (.*)", line)
             literal = re.match(r'\s+"(.*?)(?:\\0)?";?$', line)
             if comment:
-                group = comment[1]
-            elif literal and group:
-                texts.append(literal[1].replace('\\"', '"'))
-                if "menu" in group:
-                    menu_texts.add(texts[-1])
-    return texts, menu_texts
+                groups.append((comment[1], []))
+            elif literal and groups:
+                groups[-1][1].append(literal[1].replace('\\"', '"'))
+    return groups
+
+
+def read_built_in(path):
+    """The built-in texts as lines, and which of them are menu texts."""
+    groups = read_groups(path)
+    texts = [text for _, group in groups for text in group]
+    return texts, {text for comment, group in groups if "menu" in comment for text in group}
 
 
 # --- The rules of one line --------------------------------------------------
