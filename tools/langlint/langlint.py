@@ -21,8 +21,8 @@ The rules:
     ending        the same mark at the end as in the English line
     doubled       no English line twice, no translation for two English lines
     untranslated  no English line as its own translation
-    quotes        the language's own quotation marks around what English quotes,
-                  no straight quotation mark and no straight apostrophe
+    quotes        the language's own quotation marks where English has quotes, no
+                  straight quotation mark and no straight apostrophe
     spaces        no-break spaces around French marks, no blank before other
                   languages' marks, no doubled blank
     ampersand     no "&" by itself, and a doubled one only in a menu
@@ -48,7 +48,7 @@ from collections import Counter, namedtuple
 # takes two columns; names are filled in before counting.
 MENU_COLUMNS = 48
 
-# The states of one word, and what a status column shows of them.
+# The states of one word, and the room that a status column has for them.
 STATES = {"Connecting...", "Disconnected", "Offline", "Online", "Paused", "Preparing...", "Synced"}
 STATE_COLUMNS = 15
 
@@ -388,7 +388,7 @@ def check_remove_and_delete(name, glossary):
 
 
 def check_long_states(name, pairs, glossary):
-    """Too long are the states that the glossary does not allow; a state that fits needs no allowance."""
+    """States that are too long without the glossary's leave, and leave that no state needs."""
     needed = set()
     for pair in pairs:
         if pair.english not in STATES:
@@ -399,7 +399,7 @@ def check_long_states(name, pairs, glossary):
                 yield Finding(name, pair.line, "long-state", message)
     for english, line in glossary.long_states.items():
         if english not in needed:
-            yield Finding(glossary_of(name), line, "glossary", f'"{english}" is no state that is too long')
+            yield Finding(glossary_of(name), line, "glossary", f'"{english}" needs no exception: it fits, or is no state')
 
 
 def check_doubled(name, pairs, glossary):
