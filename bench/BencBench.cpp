@@ -8,10 +8,10 @@
 
 #include "benc/BencParser.h"
 #include "benc/BencWriter.h"
-#include "bench/AllocationCount.h"
 #include "bench/Benches.h"
 #include "bench/Inputs.h"
 #include "bench/Measure.h"
+#include "tests/support/Faults.h"
 
 namespace veskard::bench {
 namespace {
@@ -91,9 +91,9 @@ void BenchCopy(Input& input) {
 
 void PrintBlocks(Input& input) {
   const auto values = static_cast<double>(CountValues(Parse(input.text)));
-  const size_t ours = BlocksOf([&] { Keep(Parse(input.text)); });
-  const size_t tree = BlocksOf([&] { Keep(lt::entry(ParseView(input.text))); });
-  const size_t view = BlocksOf([&] { Keep(ParseView(input.text)); });
+  const size_t ours = test::AllocationsOf([&] { Keep(Parse(input.text)); });
+  const size_t tree = test::AllocationsOf([&] { Keep(lt::entry(ParseView(input.text))); });
+  const size_t view = test::AllocationsOf([&] { Keep(ParseView(input.text)); });
   std::printf("  %-36s %8.0f values   ours %s   libtorrent tree %s   libtorrent view %s\n", input.name,
               values, Numbered("%.2f", static_cast<double>(ours) / values).c_str(),
               Numbered("%.2f", static_cast<double>(tree) / values).c_str(),

@@ -7,8 +7,8 @@
 #include "benc/BencDump.h"
 #include "benc/BencParser.h"
 #include "benc/BencWriter.h"
-#include "tests/support/AllocationFaults.h"
 #include "tests/support/BencTesting.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {
@@ -137,9 +137,7 @@ TEST(BencTortureTest, MakingStrings) {
 
 TEST(BencTortureTest, DestroyingTakesNoMemory) {
   BencValue value = Parsed(DeepAndWide());
-  const size_t before = test::AllocationsOfThisThread();
-  value.Reset();
-  EXPECT_EQ(test::AllocationsOfThisThread(), before);
+  EXPECT_EQ(test::AllocationsOf([&] { value.Reset(); }), 0u);
 }
 
 TEST(BencTortureTest, AParsedTreeSharesItsBlocks) {

@@ -5,7 +5,7 @@
 #include "lang/StringTable.h"
 #include "lang/ZipReader.h"
 #include "tests/lang/ZipBuilder.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {

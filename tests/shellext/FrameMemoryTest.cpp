@@ -11,7 +11,7 @@
 #include "shellext/module/Log.h"
 #include "shellext/module/Module.h"
 #include "tests/shellext/module/LogFixture.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {
@@ -101,7 +101,7 @@ TEST_F(FrameMemoryTest, SwitchingOffClosesTheFileWhateverBecomesOfTheEndLine) {
     SetSwitch(0);
     bool happened = false;
     {
-      const test::FailingAllocation failing(number);
+      const test::ArmedFault failing(test::Allocation(number));
       RefreshLogState();
       happened = failing.Happened();
     }
@@ -120,7 +120,7 @@ TEST_F(FrameMemoryTest, ARotationIsSurvived) {
     fs::resize_file(File(), kThreshold);
     bool happened = false;
     {
-      const test::FailingAllocation failing(number);
+      const test::ArmedFault failing(test::Allocation(number));
       Log(L"one too many");
       happened = failing.Happened();
     }

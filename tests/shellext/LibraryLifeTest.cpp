@@ -12,9 +12,9 @@
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
-#include "tests/support/LibraryHeap.h"
 #include "tests/support/LoadObserver.h"
 #include "tests/support/ProcessResources.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -128,12 +128,14 @@ TEST_F(LibraryLifeTest, AFirstClassObjectWithoutMemoryAnswersNullAndTheNextOneSu
   size_t request = 1;
   for (; failed; ++request) {
     const ExtensionLibrary library;
-    const test::LibraryHeap heap(library.Module());
+    const test::WatchedCalls heap(library.Module(), test::kHeapCalls);
     void* out = this;
-    heap.FailRequest(request);
-    const HRESULT result = library.DllGetClassObject(ClassId(5), IID_IClassFactory, &out);
-    failed = heap.HasFailed();
-    heap.FailRequest(0);
+    HRESULT result = E_UNEXPECTED;
+    {
+      const test::ArmedFault failing(test::Allocation(request));
+      result = library.DllGetClassObject(ClassId(5), IID_IClassFactory, &out);
+      failed = failing.Happened();
+    }
     if (FAILED(result)) {
       EXPECT_EQ(result, E_OUTOFMEMORY) << request;
       EXPECT_EQ(out, nullptr) << request;

@@ -4,7 +4,7 @@
 #include <array>
 #include <ostream>
 
-#include "tests/torture/Faults.h"
+#include "tests/support/Faults.h"
 
 namespace veskard::test {
 

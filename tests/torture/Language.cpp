@@ -7,7 +7,7 @@
 #include "shellext/ClassIds.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tests/support/FileTools.h"
-#include "tests/torture/Imports.h"
+#include "tests/support/WatchedCalls.h"
 #include "tests/torture/Scenario.h"
 
 namespace veskard::test {

@@ -9,9 +9,9 @@
 #include <string_view>
 
 #include "tests/support/ExtensionLibrary.h"
+#include "tests/support/Faults.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScratchFolder.h"
-#include "tests/torture/Faults.h"
 
 namespace veskard::test {
 

@@ -16,7 +16,7 @@
 #include "fs/util/Security.h"
 #include "fs/util/StreamList.h"
 #include "fs/util/WriteFileReplacing.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -209,14 +209,13 @@ class ListedStreams {
   // the process ends.
   static size_t RoomForTheAnswer(const std::function<void()>& scenario) {
     scenario();  // what is made once per process
-    const size_t before = test::AllocationsOfThisThread();
-    scenario();
-    return allocationsUntilTheQuery_ - before;
+    test::AllocationsOf(scenario);
+    return allocationsUntilTheQuery_;
   }
 
  private:
   static NTSTATUS NTAPI Query(HANDLE, IO_STATUS_BLOCK*, void* answer, ULONG size, ULONG) {
-    allocationsUntilTheQuery_ = test::AllocationsOfThisThread();
+    allocationsUntilTheQuery_ = test::Faults::Requests();
     std::memcpy(answer, answer_.data(), size);
     return 0;
   }

@@ -13,9 +13,9 @@
 #include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "tests/fs/util/AllCalls.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -23,7 +23,6 @@ namespace {
 using test::FailedCall;
 using test::kInjectedError;
 using test::ReadBytes;
-using test::Watch;
 using test::WriteBytes;
 
 class CallFailureTest : public testing::Test {
@@ -166,10 +165,11 @@ BOOL WINAPI GrantValidData(HANDLE, LONGLONG) {
 }
 
 TEST_F(CallFailureTest, SetValidDataRecordsEachFailure) {
-  // Below the harness, so that the undisturbed call succeeds without the privilege.
-  test::Watched<& ::SetFileValidData>::original = reinterpret_cast<void*>(&GrantValidData);
+  // The undisturbed call succeeds without the privilege.
+  test::AnswerBy("SetFileValidData", reinterpret_cast<void*>(&GrantValidData));
   RunWithEachFailure(
       {"SetValidData", HandleKind::kFile, 1, [](SyncHandle& h) { return h.SetValidData(5); }, 2});
+  test::StopAnswering();
 }
 
 TEST_F(CallFailureTest, CopyingRecordsEachFailureAndNeverReportsPartAsSuccess) {

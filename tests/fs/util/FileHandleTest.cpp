@@ -6,19 +6,18 @@
 #include <thread>
 
 #include "fs/util/Handle.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-using test::CallCounter;
 using test::Exists;
 using test::IsReadOnly;
 using test::ReadBytes;
 using test::SetReadOnly;
-using test::Watch;
 using test::WriteBytes;
 
 class FileHandleTest : public testing::Test {
@@ -299,10 +298,8 @@ TEST_F(FileHandleTest, FlushingAnOpenFileSucceeds) {
 
 TEST_F(FileHandleTest, AFailedFlushGivesItsError) {
   file_.Open(2, 0, 0);
-  test::FailingCalls calls{Watch<&::FlushFileBuffers>("FlushFileBuffers", FALSE, ERROR_WRITE_FAULT)};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("FlushFileBuffers", ERROR_WRITE_FAULT);
   const bool flushed = file_.Flush(&error_);
-  CallCounter::Disarm();
   EXPECT_FALSE(flushed);
   EXPECT_EQ(error_, DWORD{ERROR_WRITE_FAULT});
   EXPECT_EQ(file_.LastError(), DWORD{ERROR_WRITE_FAULT});
@@ -488,10 +485,8 @@ TEST_F(FileHandleTest, SetValidDataSetsTheSizeFirst) {
 
 TEST_F(FileHandleTest, WithoutThePrivilegeSetValidDataRecordsItsAbsence) {
   ASSERT_TRUE(file_.Open(2, 0, 0));
-  test::FailingCalls calls{Watch<&::SetFileValidData>("SetFileValidData", FALSE, ERROR_PRIVILEGE_NOT_HELD)};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("SetFileValidData", ERROR_PRIVILEGE_NOT_HELD);
   const bool extended = file_.SetValidData(1000);
-  CallCounter::Disarm();
   EXPECT_FALSE(extended);
   EXPECT_EQ(file_.LastError(), DWORD{ERROR_PRIVILEGE_NOT_HELD});
   EXPECT_EQ(file_.GetSize(nullptr), 1000u);

@@ -11,15 +11,15 @@
 #include "fs/util/NtFunctions.h"
 #include "fs/util/OpenMode.h"
 #include "fs/util/Trace.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-using test::CallCounter;
-using test::Watch;
+using test::Faults;
 using test::WriteBytes;
 
 constexpr uint32_t kAllFlags[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
@@ -118,31 +118,23 @@ TEST_F(FileInfoTest, AnInvalidNameGivesError123AndDoesNotExist) {
 }
 
 TEST_F(FileInfoTest, AnObjectThatMayNotBeSeenExists) {
-  test::FailingCalls calls{
-      Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
   FileInfoImpl info(folder_ / L"missing");
-  CallCounter::Arm(1);
+  const test::FailingCall failing("FindFirstFileExW", ERROR_ACCESS_DENIED);
   EXPECT_FALSE(info.Refresh(0));
-  CallCounter::Disarm();
   EXPECT_EQ(info.Error(), 2u);  // the open's error follows the look-up's
 
-  test::FailingCalls opens{Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
   FileInfoImpl denied(path_);
-  CallCounter::Arm(1);
+  const test::FailingCall failingOpen("CreateFileW", ERROR_ACCESS_DENIED);
   EXPECT_FALSE(denied.Refresh(kRefreshByOpening));
-  CallCounter::Disarm();
   EXPECT_EQ(denied.Error(), 5u);
   EXPECT_TRUE(denied.Exists());
   EXPECT_FALSE(denied.IsFile());
 }
 
 TEST_F(FileInfoTest, ALookUpThatIsDeniedIsFollowedByAnOpen) {
-  test::FailingCalls calls{
-      Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED)};
   FileInfoImpl info(folder_.Path());
-  CallCounter::Arm(1);
+  const test::FailingCall failing("FindFirstFileExW", ERROR_ACCESS_DENIED);
   EXPECT_TRUE(info.Refresh(0));
-  CallCounter::Disarm();
   EXPECT_TRUE(info.IsDirectory());
   EXPECT_GE(info.LinkCount(), 1u);
   EXPECT_EQ(info.Error(), 5u);  // success does not clear the look-up's error
@@ -151,13 +143,11 @@ TEST_F(FileInfoTest, ALookUpThatIsDeniedIsFollowedByAnOpen) {
 }
 
 TEST_F(FileInfoTest, AnyOtherLookUpErrorFailsAtOnce) {
-  test::FailingCalls calls{Watch<&::FindFirstFileExW>("FindFirstFileExW", INVALID_HANDLE_VALUE, 21),
-                           Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE)};
+  const test::WatchedCalls opens{"CreateFileW"};
   FileInfoImpl info(path_);
-  CallCounter::Arm(1);
+  const test::FailingCall failing("FindFirstFileExW", 21);
   EXPECT_FALSE(info.Refresh(0));
-  CallCounter::Disarm();
-  EXPECT_EQ(CallCounter::Calls(), 1u);
+  EXPECT_EQ(opens.Of("CreateFileW"), 0);
   EXPECT_EQ(info.Error(), 21u);
   EXPECT_TRUE(info.Exists());
 }
@@ -392,11 +382,9 @@ class FileInfoTraceTest : public FileInfoTest {
 };
 
 TEST_F(FileInfoTraceTest, AFailedQueryIsRecordedAndTraced) {
-  test::FailingCalls calls{Watch<&::GetFileInformationByHandle>("GetFileInformationByHandle", FALSE, 31)};
   FileInfoImpl info(path_);
-  CallCounter::Arm(1);
+  const test::FailingCall failing("GetFileInformationByHandle", 31);
   EXPECT_FALSE(info.Refresh(kRefreshByOpening));
-  CallCounter::Disarm();
   EXPECT_EQ(info.Error(), 31u);
   ASSERT_EQ(traced.size(), 1u);
   EXPECT_EQ(traced[0].format, L"FILE_INFO[%s]: GetFileInformationByHandle failed, error - %u");
@@ -405,13 +393,11 @@ TEST_F(FileInfoTraceTest, AFailedQueryIsRecordedAndTraced) {
 }
 
 TEST_F(FileInfoTraceTest, AFailedFinalPathIsRecordedAndTraced) {
-  test::FailingCalls calls{Watch<&::GetFinalPathNameByHandleW>("GetFinalPathNameByHandleW", 0, 31)};
   for (const uint32_t flags : {5u, 8u, 9u, 12u}) {
     traced.clear();
     FileInfoImpl info(path_);
-    CallCounter::Arm(1);
+    const test::FailingCall failing("GetFinalPathNameByHandleW", 31);
     EXPECT_FALSE(info.Refresh(flags));
-    CallCounter::Disarm();
     EXPECT_EQ(info.Error(), 31u);
     ASSERT_EQ(traced.size(), 1u);
     EXPECT_EQ(traced[0].format, L"FILE_INFO[%s]: GetPathOnDiskByHandle failed, error - %u");
@@ -421,12 +407,10 @@ TEST_F(FileInfoTraceTest, AFailedFinalPathIsRecordedAndTraced) {
 }
 
 TEST_F(FileInfoTraceTest, WithoutFlags1And8TheFinalPathIsNotAsked) {
-  test::FailingCalls calls{Watch<&::GetFinalPathNameByHandleW>("GetFinalPathNameByHandleW", 0, 31)};
   FileInfoImpl info(path_);
-  CallCounter::Arm(1);
+  const test::FailingCall failing("GetFinalPathNameByHandleW", 31);
   EXPECT_TRUE(info.Refresh(kRefreshByOpening));
-  CallCounter::Disarm();
-  EXPECT_EQ(CallCounter::Calls(), 0u);
+  EXPECT_EQ(Faults::Requests(), 0u);
   EXPECT_TRUE(traced.empty());
 }
 
@@ -461,11 +445,8 @@ TEST_F(FileInfoTest, AFailedSecurityReadKeepsTheOldStrings) {
   ASSERT_TRUE(info.Refresh(kRefreshSecurity));
   const std::wstring owner = info.GetOwner();
   const std::wstring list = info.GetAccessList();
-  test::FailingCalls calls{
-      Watch<&::GetNamedSecurityInfoW>("GetNamedSecurityInfoW", DWORD{ERROR_ACCESS_DENIED})};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("GetNamedSecurityInfoW", ERROR_ACCESS_DENIED);
   EXPECT_FALSE(info.Refresh(kRefreshSecurity));
-  CallCounter::Disarm();
   EXPECT_EQ(info.Error(), 5u);
   EXPECT_EQ(info.GetOwner(), owner);
   EXPECT_EQ(info.GetAccessList(), list);

@@ -18,7 +18,7 @@
 namespace veskard {
 namespace {
 
-using test::CallCounter;
+using test::Faults;
 using test::WriteBytes;
 
 // One operation, and the kinds of handles for which it does something: f file,
@@ -120,10 +120,9 @@ class HandleLockTest : public testing::Test {
     section_->Enter();
     std::thread thread([&] {
       watchedThread_ = ::GetCurrentThreadId();
-      CallCounter::Arm(0);
+      const test::ArmedFault counting({.kind = test::FaultKind::kSystemCall});
       operation();
-      callsInAll_ = CallCounter::Calls();
-      CallCounter::Disarm();
+      callsInAll_ = Faults::Requests();
       watchedThread_ = 0;
       ::SetEvent(askedOrDone_.Get());
     });
@@ -140,7 +139,7 @@ class HandleLockTest : public testing::Test {
   static void WINAPI Enter(CRITICAL_SECTION* section) {
     if (!IsWatched(section)) return realEnter_(section);
     if (self_->timesHeld_ == 0 && self_->depth_ == 0) {
-      self_->callsBefore_ = CallCounter::Calls();
+      self_->callsBefore_ = Faults::Requests();
       ::SetEvent(self_->askedOrDone_.Get());
     }
     realEnter_(section);
@@ -148,7 +147,7 @@ class HandleLockTest : public testing::Test {
   }
 
   static void WINAPI Leave(CRITICAL_SECTION* section) {
-    if (IsWatched(section) && --self_->depth_ == 0) self_->callsUntilLeft_ = CallCounter::Calls();
+    if (IsWatched(section) && --self_->depth_ == 0) self_->callsUntilLeft_ = Faults::Requests();
     realLeave_(section);
   }
 

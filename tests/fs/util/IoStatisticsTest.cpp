@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "fs/util/Handle.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -137,12 +137,14 @@ TEST(IoRecordTest, CountsBeyondFourGigabytes) {
 
 TEST(IoRecordTest, ASnapshotOfAnUnknownThreadIsEmptyAndMakesNoRecord) {
   IoStatistics statistics;
-  const size_t before = test::AllocationsOfThisThread();
-  const IoSnapshot unknown = statistics.TakeSnapshot(1234);
-  statistics.CountRead(0);
-  statistics.CountWritten(0);
-  const IoSnapshot own = statistics.TakeSnapshot(::GetCurrentThreadId());
-  EXPECT_EQ(test::AllocationsOfThisThread(), before);
+  IoSnapshot unknown, own;
+  EXPECT_EQ(test::AllocationsOf([&] {
+              unknown = statistics.TakeSnapshot(1234);
+              statistics.CountRead(0);
+              statistics.CountWritten(0);
+              own = statistics.TakeSnapshot(::GetCurrentThreadId());
+            }),
+            0u);
   for (const IoSnapshot& snapshot : {unknown, own}) {
     EXPECT_EQ(snapshot.bytesRead, 0u);
     EXPECT_EQ(snapshot.bytesWritten, 0u);

@@ -5,13 +5,10 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/FailingCalls.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
-
-using test::CallCounter;
-using test::Watch;
 
 TEST(NtFunctionsTest, BothAreResolved) {
   EXPECT_NE(ResolveNtQueryInformationFile(), nullptr);
@@ -29,30 +26,25 @@ TEST(NtFunctionsTest, AllThreadsGetTheSame) {
 }
 
 TEST(NtFunctionsTest, TheQueryIsFoundByLoadingWhenTheModuleIsNotFound) {
-  test::FailingCalls calls{Watch<&::GetModuleHandleA>("GetModuleHandleA", nullptr)};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("GetModuleHandleA");
   const auto query = ResolveNtQueryInformationFile();
-  CallCounter::Disarm();
-  EXPECT_EQ(CallCounter::Failed().number, 1u);
+  EXPECT_TRUE(failing.Happened());
   EXPECT_EQ(query, Nt().queryInformationFile);
 }
 
 TEST(NtFunctionsTest, ASystemWithoutTheQueryGivesNull) {
-  test::FailingCalls calls{Watch<&::GetProcAddress>("GetProcAddress", nullptr)};
-  CallCounter::Arm(1);
-  const auto query = ResolveNtQueryInformationFile();
-  CallCounter::Arm(1);
-  const auto convert = ResolveRtlTimeToSecondsSince1970();
-  CallCounter::Disarm();
-  EXPECT_EQ(query, nullptr);
-  EXPECT_EQ(convert, nullptr);
+  const test::FailingCall failing("GetProcAddress");
+  EXPECT_EQ(ResolveNtQueryInformationFile(), nullptr);
+}
+
+TEST(NtFunctionsTest, ASystemWithoutTheConversionGivesNull) {
+  const test::FailingCall failing("GetProcAddress");
+  EXPECT_EQ(ResolveRtlTimeToSecondsSince1970(), nullptr);
 }
 
 TEST(NtFunctionsTest, ASystemWithoutTheLibraryGivesNull) {
-  test::FailingCalls calls{Watch<&::LoadLibraryA>("LoadLibraryA", nullptr)};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("LoadLibraryA");
   const auto convert = ResolveRtlTimeToSecondsSince1970();
-  CallCounter::Disarm();
   EXPECT_EQ(convert, nullptr);
 }
 

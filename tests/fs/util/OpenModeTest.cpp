@@ -2,16 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-using test::CallCounter;
 using test::ReadBytes;
-using test::Watch;
 using test::WriteBytes;
 
 uint64_t PositionOf(const UniqueFile& file) {
@@ -139,12 +138,10 @@ TEST_F(OpenByModeOnDiskTest, Mode4OnAnExistingFileStartsAtItsEnd) {
 }
 
 TEST_F(OpenByModeOnDiskTest, Mode4ClosesTheFileWhenTheMoveToItsEndFails) {
-  test::FailingCalls calls{Watch<&::SetFilePointerEx>("SetFilePointerEx", FALSE, ERROR_SEEK)};
   const size_t handles = test::CountOpenHandles();
-  CallCounter::Arm(1);
+  const test::FailingCall failing("SetFilePointerEx", ERROR_SEEK);
   const UniqueFile file = OpenByMode(present_, 4, 0);
   const DWORD error = ::GetLastError();
-  CallCounter::Disarm();
   EXPECT_FALSE(file);
   EXPECT_EQ(error, DWORD{ERROR_SEEK});
   EXPECT_EQ(test::CountOpenHandles(), handles);

@@ -15,9 +15,9 @@
 #include "fs/util/Security.h"
 #include "fs/util/StreamHandle.h"
 #include "fs/util/WriteFileReplacing.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -27,7 +27,6 @@ using test::FailedCall;
 using test::IsReadOnly;
 using test::ReadBytes;
 using test::SetReadOnly;
-using test::Watch;
 using test::WriteBytes;
 
 class PermissionTest : public testing::Test {
@@ -149,12 +148,7 @@ TEST_F(PermissionTest, AReadOnlyFileIsNotReplacedAndThatCountsAsSuccess) {
 
 class RefusedOnceTest : public PermissionTest {
  protected:
-  test::FailingCalls calls_{
-      Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE),
-      Watch<&::DeleteFileW>("DeleteFileW", FALSE),
-      Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
-      Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
-  };
+  test::WatchedCalls calls_{"CreateFileW", "DeleteFileW", "GetFileAttributesW", "SetFileAttributesW"};
 
   void Prepare() {
     file_.Close();

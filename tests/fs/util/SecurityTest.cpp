@@ -9,16 +9,16 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-using test::CallCounter;
 using test::FailedCall;
-using test::Watch;
+using test::Faults;
 
 constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
 constexpr wchar_t kSystem[] = L"S-1-5-18";
@@ -259,14 +259,11 @@ TEST_F(ReadSecurityStringsTest, AMissingPathGivesTheErrorAndFillsNothing) {
 }
 
 TEST_F(ReadSecurityStringsTest, AFailedConversionStopsTheChain) {
-  test::FailingCalls calls{Watch<&::ConvertSecurityDescriptorToStringSecurityDescriptorW>(
-      "ConvertSecurityDescriptorToStringSecurityDescriptorW", FALSE, 1337)};
   for (const size_t failing : {1u, 2u, 3u}) {
     strings_ = {L"old owner", L"old group", L"old list"};
-    CallCounter::Arm(failing);
+    const test::FailingCall call("ConvertSecurityDescriptorToStringSecurityDescriptorW", 1337, failing);
     EXPECT_EQ(ReadSecurityStrings(path_, strings_), 1337u);
-    CallCounter::Disarm();
-    EXPECT_EQ(CallCounter::Calls(), failing);
+    EXPECT_EQ(Faults::Requests(), failing);
     EXPECT_EQ(strings_.accessList.empty(), failing == 1);
     EXPECT_EQ(strings_.owner.empty(), failing <= 2);
     EXPECT_EQ(strings_.group, L"");
@@ -310,18 +307,14 @@ TEST_F(ReadSecurityStringsTest, AsksForOwnerGroupAndList) {
 // ---- Every call failing in turn.
 
 TEST(SecurityFailureTest, EveryRewriteSurvivesEveryFailingCall) {
-  test::FailingCalls calls{
-      Watch<&::ConvertStringSidToSidW>("ConvertStringSidToSidW", FALSE),
-      Watch<&::ConvertSidToStringSidW>("ConvertSidToStringSidW", FALSE),
-      Watch<&::ConvertStringSecurityDescriptorToSecurityDescriptorW>(
-          "ConvertStringSecurityDescriptorToSecurityDescriptorW", FALSE),
-      Watch<&::ConvertSecurityDescriptorToStringSecurityDescriptorW>(
-          "ConvertSecurityDescriptorToStringSecurityDescriptorW", FALSE),
-      Watch<&::GetSecurityDescriptorDacl>("GetSecurityDescriptorDacl", FALSE),
-      Watch<&::GetAce>("GetAce", FALSE),
-      Watch<&::DeleteAce>("DeleteAce", FALSE),
-      Watch<&::EqualSid>("EqualSid", FALSE),
-  };
+  test::WatchedCalls calls{"ConvertStringSidToSidW",
+                           "ConvertSidToStringSidW",
+                           "ConvertStringSecurityDescriptorToSecurityDescriptorW",
+                           "ConvertSecurityDescriptorToStringSecurityDescriptorW",
+                           "GetSecurityDescriptorDacl",
+                           "GetAce",
+                           "DeleteAce",
+                           "EqualSid"};
   const std::wstring original = L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FR;;;WD)";
   std::wstring text;
   bool done = false;

@@ -6,10 +6,11 @@
 
 #include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
-#include "tests/support/AllocationFaults.h"
-#include "tests/support/FailingCalls.h"
+#include "tests/support/Faults.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -345,7 +346,7 @@ TEST(StreamQueryDeathTest, MemoryThatRunsOutWhileTheAnswerGrowsStopsTheProcess) 
   };
   EXPECT_DEATH(
       {
-        const test::FailingAllocation failing(20);
+        const test::ArmedFault failing(test::Allocation(20));
         info.ReadStreams();
       },
       "assert failed core.StdAfx:474 \\(34013186\\)");

@@ -7,19 +7,18 @@
 
 #include "core/WindowsOwners.h"
 #include "fs/util/DeleteTree.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/FileTools.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-using test::CallCounter;
 using test::Exists;
 using test::FailedCall;
 using test::NamesIn;
 using test::ReadBytes;
-using test::Watch;
 using test::WriteBytes;
 using Names = std::vector<std::wstring>;
 
@@ -267,10 +266,9 @@ TEST_F(BrokenReplacementTest, TheOldContentsAreKeptAndThatCountsAsSuccess) {
 
 TEST_F(BrokenReplacementTest, WhenTheOldContentsCannotBeCopiedEitherItFails) {
   Break(Breakage::kNothingMoved);
-  test::FailingCalls calls{Watch<&::CopyFileW>("CopyFileW", FALSE)};
-  CallCounter::Arm(2);  // the first copies a file onto itself
+  const test::FailingCall failing("CopyFileW", test::kInjectedError,
+                                  2);  // the first copies a file onto itself
   EXPECT_FALSE(Write(path_, "new"));
-  CallCounter::Disarm();
   EXPECT_EQ(ReadBytes(path_), "old");
   EXPECT_EQ(Left(), Names{L"file"});
 }
@@ -284,10 +282,8 @@ TEST_F(BrokenReplacementTest, OldContentsThatWereMovedAsideComeBack) {
 
 TEST_F(BrokenReplacementTest, WhatCannotBeBroughtBackIsNotDeleted) {
   Break(Breakage::kOldMovedToBackup);
-  test::FailingCalls calls{Watch<&::MoveFileExW>("MoveFileExW", FALSE)};
-  CallCounter::Arm(1);
+  const test::FailingCall failing("MoveFileExW");
   EXPECT_FALSE(Write(path_, "new"));
-  CallCounter::Disarm();
   ASSERT_EQ(Left().size(), 2u);
   EXPECT_EQ(ReadBytes(folder_ / Left()[0]), "old");
   EXPECT_EQ(ReadBytes(side_), "new");
@@ -337,16 +333,14 @@ TEST_F(BadWriteTest, AShortWriteOfANewFileFails) {
 // ---- Every call failing, or being the last.
 
 struct Watches {
-  test::FailingCalls calls{
-      Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
-      Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
-      Watch<&::CreateFileW>("CreateFileW", INVALID_HANDLE_VALUE),
-      Watch<&::WriteFile>("WriteFile", FALSE),
-      Watch<&::CopyFileW>("CopyFileW", FALSE),
-      Watch<&::ReplaceFileW>("ReplaceFileW", FALSE, ERROR_UNABLE_TO_REMOVE_REPLACED),
-      Watch<&::DeleteFileW>("DeleteFileW", FALSE, ERROR_ACCESS_DENIED),
-      Watch<&::MoveFileExW>("MoveFileExW", FALSE),
-  };
+  test::WatchedCalls calls{"GetFileAttributesW",
+                           "SetFileAttributesW",
+                           "CreateFileW",
+                           "WriteFile",
+                           "CopyFileW",
+                           {"ReplaceFileW", ERROR_UNABLE_TO_REMOVE_REPLACED},
+                           {"DeleteFileW", ERROR_ACCESS_DENIED},
+                           "MoveFileExW"};
 };
 
 TEST_F(WriteFileReplacingTest, WhateverCallFailsTheOldOrTheNewContentsAreThereWhole) {
@@ -371,13 +365,11 @@ TEST_F(WriteFileReplacingTest, WhateverCallFailsTheOldOrTheNewContentsAreThereWh
 TEST_F(BrokenReplacementTest, WhateverCallOfTheWayBackFailsTheOldContentsAreThereWhole) {
   for (const Breakage how : {Breakage::kNothingMoved, Breakage::kOldMovedToBackup}) {
     Break(how);
-    test::FailingCalls calls{
-        Watch<&::GetFileAttributesW>("GetFileAttributesW", INVALID_FILE_ATTRIBUTES),
-        Watch<&::SetFileAttributesW>("SetFileAttributesW", FALSE),
-        Watch<&::CopyFileW>("CopyFileW", FALSE),
-        Watch<&::DeleteFileW>("DeleteFileW", FALSE, ERROR_ACCESS_DENIED),
-        Watch<&::MoveFileExW>("MoveFileExW", FALSE),
-    };
+    test::WatchedCalls calls{"GetFileAttributesW",
+                             "SetFileAttributesW",
+                             "CopyFileW",
+                             {"DeleteFileW", ERROR_ACCESS_DENIED},
+                             "MoveFileExW"};
     const size_t count = calls.FailEach(
         [this] {
           for (const std::wstring& name : Left()) ::DeleteFileW((folder_ / name).c_str());
@@ -402,10 +394,9 @@ void WriteUntilCall(size_t number) {
   wchar_t path[MAX_PATH] = {};
   ::GetEnvironmentVariableW(kFolderVariable, path, MAX_PATH);
   Watches watches;
-  CallCounter::EndProcessInstead(kInterrupted);
-  CallCounter::Arm(number);
+  const test::ArmedFault end(
+      {.kind = test::FaultKind::kSystemCall, .number = number, .exitCode = kInterrupted});
   Write(path, "new contents");
-  CallCounter::Disarm();
   std::exit(0);
 }
 

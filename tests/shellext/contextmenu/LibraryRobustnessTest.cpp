@@ -1,13 +1,12 @@
 // The built library when memory ends, selections are large, and right-clicks many.
-#include <atomic>
 #include <thread>
+#include <utility>
 
 #include "core/WindowsOwners.h"
 #include "shellext/ClassIds.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tests/support/GdiHandleCount.h"
-#include "tests/support/ImportPatch.h"
-#include "tests/support/LibraryHeap.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard::test {
 namespace {
@@ -33,18 +32,19 @@ class MemoryEndsTest : public LibraryMenuTest {
 template <class Attempt>
 size_t FailEachRequest(const Attempt& attempt) {
   // The first exception of a thread makes the run-time library keep some blocks.
-  LibraryHeap::FailRequest(1);
-  attempt();
-  const ptrdiff_t before = LibraryHeap::LiveBlocks();
-  for (size_t number = 1;; ++number) {
-    LibraryHeap::FailRequest(number);
+  const auto attemptWith = [&attempt](size_t number) {
+    const ArmedFault failing(Allocation(number));
     const HRESULT result = attempt();
-    const bool failed = LibraryHeap::HasFailed();
-    LibraryHeap::FailRequest(0);
+    return std::pair(result, failing.Happened());
+  };
+  attemptWith(1);
+  const size_t before = LiveBlocks();
+  for (size_t number = 1;; ++number) {
+    const auto [result, failed] = attemptWith(number);
     if (!failed) {
       // A sender's own blocks go a moment after its messages.
-      for (int i = 0; i < 500 && LibraryHeap::LiveBlocks() != before; ++i) ::Sleep(10);
-      EXPECT_EQ(LibraryHeap::LiveBlocks(), before);
+      for (int i = 0; i < 500 && LiveBlocks() != before; ++i) ::Sleep(10);
+      EXPECT_EQ(LiveBlocks(), before);
       return number - 1;
     }
     EXPECT_TRUE(result == E_OUTOFMEMORY || SUCCEEDED(result)) << number << ": " << std::hex << result;
@@ -54,7 +54,7 @@ size_t FailEachRequest(const Attempt& attempt) {
 TEST_F(MemoryEndsTest, NoHandlerIsMadeAndNothingLeaks) {
   const UniqueCom<IClassFactory> factory = Factory();
   { const MenuHandler warm(library_); }
-  const LibraryHeap heap(library_.Module());
+  const WatchedCalls heap(library_.Module(), kHeapCalls);
   const size_t gdiBefore = CountGdiHandles();
   const size_t refused = FailEachRequest([&] {
     void* object = this;
@@ -76,7 +76,7 @@ TEST_F(MemoryEndsTest, AMenuIsWholeOrEmpty) {
     const UniqueMenu warm(::CreatePopupMenu());
     handler.Query(warm.Get());
   }
-  const LibraryHeap heap(library_.Module());
+  const WatchedCalls heap(library_.Module(), kHeapCalls);
   const size_t refused = FailEachRequest([&] {
     const UniqueMenu menu(::CreatePopupMenu());
     const HRESULT result = handler.Query(menu.Get());
@@ -95,7 +95,7 @@ TEST_F(MemoryEndsTest, ACommandIsSentWholeOrNotAtAll) {
   const UniqueMenu menu(::CreatePopupMenu());
   handler.Query(menu.Get());
   size_t failures = 0;
-  const LibraryHeap heap(library_.Module());
+  const WatchedCalls heap(library_.Module(), kHeapCalls);
   const size_t refused = FailEachRequest([&] {
     const HRESULT result = handler.Invoke(2);
     if (SUCCEEDED(result)) {
@@ -121,14 +121,13 @@ struct FirstHandler {
 FirstHandler MakeFirstHandler(const ExtensionLibrary& library, size_t failingRequest) {
   UniqueCom<IClassFactory> factory;
   library.DllGetClassObject(ClassId(5), IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
-  const LibraryHeap heap(library.Module());
-  LibraryHeap::FailRequest(failingRequest);
+  const WatchedCalls heap(library.Module(), kHeapCalls);
+  const ArmedFault failing(Allocation(failingRequest));
   UniqueCom<IContextMenu> menu;
   FirstHandler first;
   first.result =
       factory.Get()->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(menu.Out()));
-  first.requestFailed = LibraryHeap::HasFailed();
-  LibraryHeap::FailRequest(0);
+  first.requestFailed = failing.Happened();
   return first;
 }
 
@@ -162,11 +161,10 @@ TEST(FirstHandlerTest, HelpTextsThatCouldNotBeCopiedAreCopiedTheNextTime) {
     const auto ask = [&] { return handler.Menu()->GetCommandString(4, GCS_HELPTEXTA, nullptr, text, 100); };
     bool failed = false;
     {
-      const LibraryHeap heap(library.Module());
-      LibraryHeap::FailRequest(number);
+      const WatchedCalls heap(library.Module(), kHeapCalls);
+      const ArmedFault failing(Allocation(number));
       const HRESULT result = ask();
-      failed = LibraryHeap::HasFailed();
-      LibraryHeap::FailRequest(0);
+      failed = failing.Happened();
       EXPECT_EQ(result, failed ? E_OUTOFMEMORY : S_OK);
     }
     EXPECT_EQ(ask(), S_OK);
@@ -177,26 +175,8 @@ TEST(FirstHandlerTest, HelpTextsThatCouldNotBeCopiedAreCopiedTheNextTime) {
 
 // --- Large selections ---
 
-std::atomic<int> attributeQueries;
-std::atomic<int> nameQueries;
-std::atomic<int> opens;
-DWORD WINAPI CountAttributes(const wchar_t* path) {
-  ++attributeQueries;
-  return ::GetFileAttributesW(path);
-}
-UINT WINAPI CountNames(HDROP drop, UINT index, wchar_t* name, UINT size) {
-  ++nameQueries;
-  return ::DragQueryFileW(drop, index, name, size);
-}
-HANDLE WINAPI CountOpens(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                         DWORD disposition, DWORD flags, HANDLE like) {
-  ++opens;
-  return ::CreateFileW(path, access, share, security, disposition, flags, like);
-}
-
 struct Calls {
-  int attributes, names, opens;
-  bool operator==(const Calls&) const = default;
+  long attributes, names, opens;
 };
 
 class LargeSelectionTest : public LibraryMenuTest {
@@ -214,11 +194,12 @@ class LargeSelectionTest : public LibraryMenuTest {
     const MenuHandler handler(library_);
     handler.Select(&selection);
     const UniqueMenu menu(::CreatePopupMenu());
-    attributeQueries = nameQueries = opens = 0;
+    const WatchedCalls calls(library_.Module(), {"GetFileAttributesW", "DragQueryFileW", "CreateFileW"});
     EXPECT_EQ(handler.Query(menu.Get()), 6);
     EXPECT_EQ(Letters(ItemsOf(menu.Get())), "SRa");
+    const Calls made = {calls.Of("GetFileAttributesW"), calls.Of("DragQueryFileW"), calls.Of("CreateFileW")};
     handler.Select(nullptr);
-    return {attributeQueries, nameQueries, opens};
+    return made;
   }
 
   std::vector<std::wstring> items_;
@@ -226,9 +207,6 @@ class LargeSelectionTest : public LibraryMenuTest {
 
 TEST_F(LargeSelectionTest, AThousandItemsCostTenTimesAHundred) {
   for (int i = 0; i < 1000; ++i) items_.push_back(Item(i));
-  const FunctionPatch attributes(library_.Module(), "GetFileAttributesW", &CountAttributes);
-  const FunctionPatch names(library_.Module(), "DragQueryFileW", &CountNames);
-  const FunctionPatch open(library_.Module(), "CreateFileW", &CountOpens);
   const Calls two = CallsForFirst(2);
   const Calls hundred = CallsForFirst(100);
   const Calls thousand = CallsForFirst(1000);
@@ -266,10 +244,10 @@ TEST_F(LibraryMenuTest, AHundredRightClicksLeaveNothingBehind) {
   const std::vector<std::wstring> items = {tree_.MakeFolder(L"root\\a"),
                                            tree_.MakePlaceholder(L"root\\b.ghpl", kReceiving)};
   MenuFor(items);
-  const LibraryHeap heap(library_.Module());
+  const WatchedCalls heap(library_.Module(), kHeapCalls);
   const size_t gdiBefore = CountGdiHandles();
   for (int i = 0; i < 100; ++i) EXPECT_EQ(MenuFor(items), "SCRa");
-  EXPECT_EQ(heap.LiveBlocks(), 0);
+  EXPECT_EQ(heap.Holds(Held::kBlock), 0);
   EXPECT_EQ(CountGdiHandles(), gdiBefore);
 }
 
@@ -282,10 +260,10 @@ TEST_F(LibraryMenuTest, HundredsOfCommandsLeaveNothingBehind) {
   };
   send();
   ::Sleep(100);
-  const LibraryHeap heap(library_.Module());
+  const WatchedCalls heap(library_.Module(), kHeapCalls);
   for (int i = 0; i < 200; ++i) send();
-  for (int i = 0; i < 500 && heap.LiveBlocks() != 0; ++i) ::Sleep(10);
-  EXPECT_EQ(heap.LiveBlocks(), 0);
+  for (int i = 0; i < 500 && heap.Holds(Held::kBlock) != 0; ++i) ::Sleep(10);
+  EXPECT_EQ(heap.Holds(Held::kBlock), 0);
 }
 
 TEST_F(LibraryMenuTest, HandlersOfSeveralApartmentsDoNotDisturbOneAnother) {

@@ -4,7 +4,7 @@
 
 #include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/module/GdiplusUser.h"
-#include "tests/support/CallCounts.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -49,17 +49,14 @@ TEST_F(IconCacheTest, ClearingForgetsEverything) {
 }
 
 TEST_F(IconCacheTest, DestroysWhatItReplacesAndWhatItForgets) {
-  std::atomic<int> live = 0;
-  const test::CallCount<"GdipDisposeImage", test::Effect::kFrees,
-                        decltype(&Gdiplus::DllExports::GdipDisposeImage)>
-      disposals(live);
+  const test::WatchedCalls calls{"GdipDisposeImage"};
   cache_.Store(L"45L", Small());
   cache_.Store(L".docxL", Small());
-  EXPECT_EQ(disposals.Calls(), 0);
+  EXPECT_EQ(calls.Of("GdipDisposeImage"), 0);
   cache_.Store(L"45L", Small());
-  EXPECT_EQ(disposals.Calls(), 1);
+  EXPECT_EQ(calls.Of("GdipDisposeImage"), 1);
   cache_.Clear();
-  EXPECT_EQ(disposals.Calls(), 3);
+  EXPECT_EQ(calls.Of("GdipDisposeImage"), 3);
 }
 
 struct TypeIconKeyCase {

@@ -1,12 +1,6 @@
 // Every call that composing makes fails once, one after the other; and how many
 // calls it takes at all.
-#include <windows.h>
-// The image lists' header needs the common controls' types.
-#include <commctrl.h>
-
-#include <commoncontrols.h>
 #include <gtest/gtest.h>
-#include <shellapi.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,21 +9,19 @@
 #include <thread>
 #include <vector>
 
-#include "core/GdiplusOwners.h"
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/GoldenIcon.h"
-#include "tests/shellext/icons/IconCallCounts.h"
+#include "tests/shellext/icons/IconCalls.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
-#include "tests/support/FailingCalls.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
-namespace gdip = Gdiplus::DllExports;
 using test::EmptyCache;
 using test::ExtractedIcons;
 using test::FailedCall;
@@ -39,10 +31,8 @@ using test::LooksLike;
 using test::Picture;
 using test::PixelsOf;
 using test::SolidPattern;
-using test::Watch;
 
 constexpr int kProgress = 45;
-constexpr auto kRefused = Gdiplus::GenericError;
 
 // Without these there is no icon; without those there is one all the same, which
 // may lack its badge or a part of it. What both icon and badge need is in neither.
@@ -96,7 +86,7 @@ class IconFaultsTest : public testing::Test {
 
   void FailEveryCall(UINT iconSize, const Picture& largeOwn, const Picture& smallOwn);
 
-  const test::IconCallCounts counts_;
+  test::WatchedCalls calls_{test::kIconCalls};
   const test::TestFileType type_{L"vkf", {{SolidPattern(16)}, {SolidPattern(256)}}};
   test::PlaceholderFolder folder_;
   const std::wstring report_ = folder_.Mark(L"report.vkf.ghpl", {kProgress});
@@ -106,32 +96,6 @@ class IconFaultsTest : public testing::Test {
 void IconFaultsTest::FailEveryCall(UINT iconSize, const Picture& largeOwn, const Picture& smallOwn) {
   const Golden large = test::GoldenIcon(largeOwn, kProgress), small = test::GoldenIcon(smallOwn, kProgress);
   const size_t gdiHandles = test::CountGdiHandles();
-  test::FailingCalls calls{
-      Watch<&gdip::GdipCreateBitmapFromScan0>("GdipCreateBitmapFromScan0", kRefused),
-      Watch<&gdip::GdipCreateBitmapFromHBITMAP>("GdipCreateBitmapFromHBITMAP", kRefused),
-      Watch<&gdip::GdipCloneBitmapAreaI>("GdipCloneBitmapAreaI", kRefused),
-      Watch<&gdip::GdipGetImageGraphicsContext>("GdipGetImageGraphicsContext", kRefused),
-      Watch<&gdip::GdipCreatePen1>("GdipCreatePen1", kRefused),
-      Watch<&gdip::GdipCreateSolidFill>("GdipCreateSolidFill", kRefused),
-      Watch<&gdip::GdipBitmapLockBits>("GdipBitmapLockBits", kRefused),
-      Watch<&gdip::GdipGetImageWidth>("GdipGetImageWidth", kRefused),
-      Watch<&gdip::GdipGetImageHeight>("GdipGetImageHeight", kRefused),
-      Watch<&gdip::GdipGetImagePixelFormat>("GdipGetImagePixelFormat", kRefused),
-      Watch<&gdip::GdipDrawImageI>("GdipDrawImageI", kRefused),
-      Watch<&gdip::GdipDrawImageRectI>("GdipDrawImageRectI", kRefused),
-      Watch<&gdip::GdipFillEllipseI>("GdipFillEllipseI", kRefused),
-      Watch<&gdip::GdipDrawEllipseI>("GdipDrawEllipseI", kRefused),
-      Watch<&gdip::GdipDrawArcI>("GdipDrawArcI", kRefused),
-      Watch<&::CreateBitmap>("CreateBitmap", nullptr),
-      Watch<&::CreateDIBSection>("CreateDIBSection", nullptr),
-      Watch<&::CreateIconIndirect>("CreateIconIndirect", nullptr),
-      Watch<&::GetDC>("GetDC", nullptr),
-      Watch<&::GetIconInfo>("GetIconInfo", FALSE),
-      Watch<&::DuplicateIcon>("DuplicateIcon", nullptr),
-      Watch<&::SHGetFileInfoW>("SHGetFileInfoW", 0),
-      Watch<&::SHGetImageList>("SHGetImageList", E_FAIL),
-  };
-
   ExtractedIcons icons;
   const auto check = [&](const FailedCall& failed) {
     SCOPED_TRACE(testing::Message() << failed);
@@ -154,10 +118,10 @@ void IconFaultsTest::FailEveryCall(UINT iconSize, const Picture& largeOwn, const
     EXPECT_TRUE(LooksLike(PixelsOf(icons.small.Get()), small));
     icons = {};
     EmptyCache();
-    EXPECT_EQ(counts_.Live(), 0);
+    EXPECT_EQ(calls_.Holds(test::Held::kGdiplusObject), 0);
     EXPECT_EQ(test::CountGdiHandles(), gdiHandles);
   };
-  EXPECT_GT(calls.FailEach([] {}, [&] { icons = handler_.Extract(iconSize); }, check), 37u);
+  EXPECT_GT(calls_.FailEach([] {}, [&] { icons = handler_.Extract(iconSize); }, check), 37u);
 }
 
 TEST_F(IconFaultsTest, NoFailingCallHarmsALargeAndASmallIcon) {
@@ -173,34 +137,31 @@ TEST_F(IconFaultsTest, NoFailingCallHarmsASmallIconAndItsCopy) {
 
 class IconCostTest : public IconFaultsTest {
  protected:
-  int BadgesDrawn() const { return counts_.GdipDrawArcI.Calls(); }
-  int TypesAskedFor() const { return counts_.SHGetFileInfoW.Calls(); }
+  long BadgesDrawn() const { return calls_.Of("GdipDrawArcI"); }
+  long TypesAskedFor() const { return calls_.Of("SHGetFileInfoW"); }
 
   // The steps that every request takes, then those that the cache spares it.
-  std::vector<int> Calls() const {
-    return {counts_.GdipCloneBitmapAreaI.Calls(),
-            counts_.GdipDrawImageRectI.Calls(),
-            counts_.CreateIconIndirect.Calls(),
-            TypesAskedFor(),
-            BadgesDrawn(),
-            counts_.GetIconInfo.Calls(),
-            counts_.GdipCreateBitmapFromHBITMAP.Calls(),
-            counts_.GdipCreateBitmapFromScan0.Calls(),
-            counts_.GdipDrawImageI.Calls()};
+  std::vector<long> Calls() const {
+    std::vector<long> calls;
+    for (const char* step : {"GdipCloneBitmapAreaI", "GdipDrawImageRectI", "CreateIconIndirect",
+                             "SHGetFileInfoW", "GdipDrawArcI", "GetIconInfo", "GdipCreateBitmapFromHBITMAP",
+                             "GdipCreateBitmapFromScan0", "GdipDrawImageI"})
+      calls.push_back(calls_.Of(step));
+    return calls;
   }
 };
 
 TEST_F(IconCostTest, ARequestThatTheCacheCanAnswerIsOneCloneOneDrawAndOneConversion) {
   handler_.Extract();
-  const std::vector<int> before = Calls();
+  const std::vector<long> before = Calls();
   handler_.Extract();  // a large and a small icon
-  std::vector<int> spent = Calls();
+  std::vector<long> spent = Calls();
   for (size_t i = 0; i < spent.size(); ++i) spent[i] -= before[i];
-  EXPECT_EQ(spent, (std::vector<int>{2, 2, 2, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(spent, (std::vector<long>{2, 2, 2, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(IconCostTest, ATypeIsFetchedOnceAndABadgeDrawnOnceInASizeClass) {
-  const int badges = BadgesDrawn(), types = TypesAskedFor();
+  const long badges = BadgesDrawn(), types = TypesAskedFor();
   for (int i = 0; i < 3; ++i) {
     for (int progress = 0; progress <= 100; progress += 5) {
       folder_.Mark(L"report.vkf.ghpl", {progress});
@@ -212,7 +173,7 @@ TEST_F(IconCostTest, ATypeIsFetchedOnceAndABadgeDrawnOnceInASizeClass) {
 }
 
 TEST_F(IconCostTest, ThreadsThatAskAtOnceMakeAnEntryOnce) {
-  const int badges = BadgesDrawn(), types = TypesAskedFor();
+  const long badges = BadgesDrawn(), types = TypesAskedFor();
   std::deque<IconHandler> handlers;  // alive until the end: a dying one empties the cache
   for (int i = 0; i < 4; ++i) handlers.emplace_back(report_);
   std::atomic<int> ready = 0;

@@ -10,7 +10,7 @@
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
 

@@ -15,7 +15,7 @@
 #include "shellext/module/Module.h"
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/GoldenIcon.h"
-#include "tests/shellext/icons/IconCallCounts.h"
+#include "tests/shellext/icons/IconCalls.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
@@ -79,7 +79,7 @@ class IconStressTest : public testing::Test {
 TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
   const size_t gdiHandles = CountGdiHandles();
   {
-    const test::IconCallCounts counts;
+    const test::WatchedCalls calls{test::kIconCalls};
     size_t memoryAfterWarmUp = 0;
     std::optional<IconHandler> handler;
     for (int i = 0; i < 20000; ++i) {
@@ -89,12 +89,12 @@ TEST_F(IconStressTest, TwentyThousandExtractionsLeaveNothingBehind) {
       handler->Load(Placeholder(progress));
       const ExtractedIcons icons = handler->Extract(i % 100 == 0 ? test::kTwoSizes : test::kOneSize);
       ASSERT_TRUE(icons.large && icons.small) << "at " << i;
-      ASSERT_EQ(counts.Live(), static_cast<int>(CacheSize())) << "at " << i;
+      ASSERT_EQ(calls.Holds(test::Held::kGdiplusObject), static_cast<ptrdiff_t>(CacheSize())) << "at " << i;
       if (i == 1000) memoryAfterWarmUp = PrivateBytes();
       if (i % 1000 == 0) ExpectRightIcons(icons, progress);
     }
     handler.reset();
-    EXPECT_EQ(counts.Live(), 0);
+    EXPECT_EQ(calls.Holds(test::Held::kGdiplusObject), 0);
     EXPECT_LT(PrivateBytes(), memoryAfterWarmUp + 1024 * 1024);
   }
   EXPECT_EQ(CountGdiHandles(), gdiHandles);

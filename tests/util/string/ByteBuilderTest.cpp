@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 #include "tests/support/GuardedBuffer.h"
 
 namespace veskard {

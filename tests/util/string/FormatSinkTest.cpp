@@ -2,7 +2,7 @@
 #include <climits>
 
 #include "benc/BencValue.h"
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 #include "tests/util/string/FormatTesting.h"
 #include "util/string/ByteBuilder.h"
 
@@ -81,9 +81,10 @@ TYPED_TEST(FormatSinkTest, NothingIsConvertedBehindTheLimit) {
   TypeParam buffer[4];
   for (const char* text : {"abc%D", "%d%D"}) {
     const auto format = InWidth<TypeParam>(text);
-    const size_t before = test::AllocationsOfThisThread();
-    EXPECT_EQ(FormatBuffer(buffer, 4, format.c_str(), 123, &dict), 3u) << text;
-    EXPECT_EQ(test::AllocationsOfThisThread(), before) << text;
+    size_t length = 0;
+    EXPECT_EQ(test::AllocationsOf([&] { length = FormatBuffer(buffer, 4, format.c_str(), 123, &dict); }), 0u)
+        << text;
+    EXPECT_EQ(length, 3u) << text;
   }
 }
 
@@ -175,9 +176,11 @@ TYPED_TEST(FormatSinkTest, ArraysTakeNoMemory) {
   const auto own = InWidth<TypeParam>("text");
   const NetworkAddress address;
   const uint8_t hash[20] = {};
-  const size_t before = test::AllocationsOfThisThread();
-  FormatBuffer(buffer, 200, format.c_str(), own, 5, 2.5, static_cast<const void*>(hash), 1000, &address);
-  EXPECT_EQ(test::AllocationsOfThisThread(), before);
+  EXPECT_EQ(test::AllocationsOf([&] {
+              FormatBuffer(buffer, 200, format.c_str(), own, 5, 2.5, static_cast<const void*>(hash), 1000,
+                           &address);
+            }),
+            0u);
 }
 
 }  // namespace

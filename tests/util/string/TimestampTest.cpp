@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/AllocationFaults.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <atomic>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -11,9 +10,9 @@
 
 #include "core/WindowsOwners.h"
 #include "fs/util/SyncHandle.h"
-#include "tests/support/CallCounts.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -680,9 +679,9 @@ TEST(MarkOfLongPathOnDiskTest, SoIsAPlaceholdersState) {
 
 // The calls that reading one mark makes.
 struct MarkCalls {
-  int fileSizes;    // of a file, asked by its name
-  int streamSizes;  // of a stream
-  int reads;
+  long fileSizes;    // of a file, asked by its name
+  long streamSizes;  // of a stream
+  long reads;
   bool operator==(const MarkCalls&) const = default;
 };
 void PrintTo(const MarkCalls& calls, std::ostream* out) {
@@ -691,13 +690,9 @@ void PrintTo(const MarkCalls& calls, std::ostream* out) {
 
 template <class Operation>
 MarkCalls CallsOf(const Operation& operation) {
-  std::atomic<int> live = 0;
-  const test::CallCount<"FindFirstFileExW", test::Effect::kNone, decltype(&::FindFirstFileExW)> fileSizes(
-      live);
-  const test::CallCount<"GetFileSizeEx", test::Effect::kNone, decltype(&::GetFileSizeEx)> streamSizes(live);
-  const test::CallCount<"ReadFile", test::Effect::kNone, decltype(&::ReadFile)> reads(live);
+  const test::WatchedCalls calls{"FindFirstFileExW", "GetFileSizeEx", "ReadFile"};
   operation();
-  return {fileSizes.Calls(), streamSizes.Calls(), reads.Calls()};
+  return {calls.Of("FindFirstFileExW"), calls.Of("GetFileSizeEx"), calls.Of("ReadFile")};
 }
 
 TEST(MarkCostTest, ARecordIsSizedOnceAndReadOnce) {

@@ -1,35 +1,31 @@
-#include "tests/support/AllocationFaults.h"
-
-#include <atomic>
+// Linking the library "program_heap" replaces operator new and delete and the
+// general-purpose heap functions of util/string/HeapBlock.h in the whole program, so
+// that each of its allocations is counted and can fail (tests/support/Faults.h).
 #include <cstdlib>
 
+#include "tests/support/Faults.h"
 #include "util/string/HeapBlock.h"
 
 namespace {
 
-std::atomic<size_t> liveBlocks{0};
-thread_local size_t allocations = 0;
-thread_local size_t failingNumber = 0;  // of this thread's allocations; 0: none
-thread_local bool happened = false;
+using veskard::test::FaultKind;
+using veskard::test::Faults;
+using veskard::test::Held;
 
-// Counts one allocation; false when it is the one that fails.
 bool MayAllocate() noexcept {
-  ++allocations;
-  if (failingNumber == 0 || --failingNumber != 0) return true;
-  happened = true;
-  return false;
+  return !Faults::Strikes(FaultKind::kAllocation, "operator new");
 }
 
 void* Allocate(size_t size) noexcept {
   if (!MayAllocate()) return nullptr;
   void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block != nullptr) ++liveBlocks;
+  if (block != nullptr) Faults::Take(Held::kBlock, 1);
   return block;
 }
 
 void Free(void* block) noexcept {
   if (block == nullptr) return;
-  --liveBlocks;
+  Faults::Take(Held::kBlock, -1);
   std::free(block);
 }
 
@@ -78,28 +74,4 @@ void FreeHeapBlock(void* block) noexcept {
   Free(block);
 }
 
-namespace test {
-
-size_t LiveBlocks() noexcept {
-  return liveBlocks;
-}
-
-size_t AllocationsOfThisThread() noexcept {
-  return allocations;
-}
-
-FailingAllocation::FailingAllocation(size_t number) noexcept {
-  happened = false;
-  failingNumber = number;
-}
-
-FailingAllocation::~FailingAllocation() {
-  failingNumber = 0;
-}
-
-bool FailingAllocation::Happened() const noexcept {
-  return happened;
-}
-
-}  // namespace test
 }  // namespace veskard
