@@ -1,7 +1,7 @@
 // The least that the menu's rules ask for, as plain calls: what the benchmarks hold
 // the library against. Nothing is checked, nothing is kept; the log is off.
-// That these are the library's own calls, no more and no less, is what
-// MenuCallsTest.cpp shows.
+// The library's own calls are a table in tests/shellext/contextmenu/MenuCallsTest.cpp:
+// where that changes, these change too.
 #pragma once
 
 #include <windows.h>

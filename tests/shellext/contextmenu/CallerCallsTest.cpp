@@ -4,30 +4,16 @@
 // back while a sender is stuck.
 #include <gmock/gmock.h>
 
-#include <memory>
+#include "tests/shellext/contextmenu/CallingHost.h"
 
-#include "bench/menu/BenchSelection.h"
-#include "bench/menu/CallTally.h"
-#include "bench/menu/MenuHost.h"
-#include "core/WindowsOwners.h"
-
-namespace veskard::bench {
+namespace veskard::test {
 namespace {
-
-using test::AgentKind;
-using test::FakeAgent;
 
 // The log is off, and no mark is read when a command is chosen: no file is opened then.
 constexpr const char* kNeverInAChoice[] = {"CreateFileW", "ReadFile", "WriteFile", "FlushFileBuffers"};
 constexpr const char* kNever[] = {
     "Sleep",          "WaitForSingleObject",    "SleepConditionVariableCS", "GetOverlappedResult",
     "CreateProcessW", "SetNamedPipeHandleState"};
-
-// What is not imported is not called.
-long TimesOf(const CallNumbers& calls, const std::string& function) {
-  const auto found = calls.find(function);
-  return found == calls.end() ? 0 : found->second;
-}
 
 /// One right-click and one choice: the calls of this thread.
 struct CallersCalls {
@@ -43,36 +29,32 @@ void ExpectSame(const CallersCalls& calls, const CallersCalls& others, const cha
 class CallerCallsTest : public testing::Test {
  protected:
   CallerCallsTest() {
-    Call();  // what a process does but once
+    tree_.MarkRoot(L"folder", kSelectiveRemovable);
+    items_ = {tree_.MakeFile(L"folder\\a.jpg"), tree_.MakePlaceholder(L"folder\\b.jpg.ghpl", kNotReceived),
+              tree_.MakeFile(L"folder\\c.jpg")};
+    Call();  // what a process does once only
   }
 
   CallersCalls Call() {
-    const test::MenuHandler handler(host_.Extension());
-    BenchSelection selection(folder_.First(3));
-    handler.Select(selection.Data());
+    const MenuHandler handler(host_.Library());
+    FakeDataObject selection(items_);
+    handler.Select(&selection);
     const UniqueMenu menu(::CreatePopupMenu());
-    CallersCalls calls;
-    {
-      const CallTally tally(host_.Library(), CallTally::Of::kThisThread);
-      EXPECT_EQ(handler.Query(menu.Get()), 6);
-      calls.query = tally.Numbers();
-    }
-    {
-      const CallTally tally(host_.Library(), CallTally::Of::kThisThread);
-      EXPECT_EQ(handler.Invoke(UINT_PTR{2}), S_OK);
-      calls.choice = tally.Numbers();
-    }
+    const CallersCalls calls = {
+        host_.CallsOf([&] { EXPECT_EQ(handler.Query(menu.Get()), 6); }, Threads::kThisOne),
+        host_.CallsOf([&] { EXPECT_EQ(handler.Invoke(UINT_PTR{2}), S_OK); }, Threads::kThisOne)};
     handler.Select(nullptr);
     return calls;
   }
 
-  const MenuHost host_;
-  const BenchFolder folder_{3};
+  const CallingHost host_;
+  SyncTree tree_;
+  std::vector<std::wstring> items_;
 };
 
 TEST_F(CallerCallsTest, AreTheSameWhateverTheAgentDoes) {
   const CallersCalls withoutPipe = Call();
-  EXPECT_EQ(TimesOf(withoutPipe.choice, "CreateThread"), 1) << "nothing is counted";
+  EXPECT_EQ(withoutPipe.choice.at("CreateThread"), 1) << "nothing is counted";
   {
     FakeAgent prompt(AgentKind::kService);
     ExpectSame(Call(), withoutPipe, "an agent that reads at once");
@@ -87,11 +69,12 @@ TEST_F(CallerCallsTest, AreTheSameWhateverTheAgentDoes) {
 TEST_F(CallerCallsTest, AreNoneThatWait) {
   const CallersCalls calls = Call();
   for (const char* function : kNever) {
-    EXPECT_EQ(TimesOf(calls.query, function), 0) << function;
-    EXPECT_EQ(TimesOf(calls.choice, function), 0) << function;
+    EXPECT_NE(FindKnownCall(function), nullptr) << function << " would not be counted";
+    EXPECT_FALSE(calls.query.contains(function)) << function;
+    EXPECT_FALSE(calls.choice.contains(function)) << function;
   }
-  for (const char* function : kNeverInAChoice) EXPECT_EQ(TimesOf(calls.choice, function), 0) << function;
+  for (const char* function : kNeverInAChoice) EXPECT_FALSE(calls.choice.contains(function)) << function;
 }
 
 }  // namespace
-}  // namespace veskard::bench
+}  // namespace veskard::test

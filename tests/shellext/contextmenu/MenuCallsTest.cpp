@@ -1,0 +1,192 @@
+// What a right-click and a choice may call of the system, and how often.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/shellext/contextmenu/CallingHost.h"
+#include "util/string/CodePage.h"
+
+namespace veskard::test {
+namespace {
+
+// A right-click makes these calls and no other, but for the C run-time library, locks, and
+// what only reads the process's own state (the last error, a thread's values).
+struct ClickCalls {
+  const char* function;
+  long outside = 0;      // a right-click on a file outside any folder
+  long inside = 0;       // a right-click inside a folder
+  long prefix = 0;       // more for each folder that is asked whether it is a root
+  long command = 0;      // for each command that is shown
+  long file = 0;         // for each item that is no placeholder
+  long placeholder = 0;  // for each placeholder
+};
+
+// clang-format off
+constexpr ClickCalls kRightClick[] = {
+    //                             outside  inside  prefix  command  file  placeholder
+    // The class object and the handler come and go: the switch of the log is read each time
+    {"RegOpenKeyExW",                  4,       4},
+    {"RegQueryValueExW",               4,       4},
+    {"RegCloseKey",                    4,       4},
+    // The four pictures
+    {"GdiplusStartup",                 1,       1},
+    {"GdiplusShutdown",                1,       1},
+    {"GetModuleHandleExW",             1,       1},
+    {"GetModuleFileNameW",             1,       1},
+    {"GetSystemMetrics",               2,       2},
+    {"LoadImageW",                     8,       8},
+    {"GetIconInfo",                    4,       4},
+    {"GdipBitmapLockBits",             4,       4},
+    {"GdipBitmapUnlockBits",           4,       4},
+    {"GdipCreateBitmapFromHBITMAP",    4,       4},
+    {"GdipCreateBitmapFromScan0",     12,      12},
+    {"GdipGetImageGraphicsContext",    8,       8},
+    {"GdipGetImageWidth",              8,       8},
+    {"GdipGetImageHeight",             8,       8},
+    {"GdipGetImagePixelFormat",        8,       8},
+    {"GdipDrawImageI",                 4,       4},
+    {"GdipDrawImageRectI",             4,       4},
+    {"GdipCreateHBITMAPFromBitmap",    4,       4},
+    {"GdipDeleteGraphics",             8,       8},
+    {"GdipDisposeImage",              16,      16},
+    {"DeleteObject",                  12,      12},
+    {"DestroyIcon",                    4,       4},
+    // The selection, the agent, the marks
+    {"DragQueryFileW",                 2,       1,       0,        0,     1,       1},
+    {"ReleaseStgMedium",               1,       1},
+    {"OpenMutexW",                     1,       1},
+    {"GetFileAttributesW",             1,       1,       1,        0,     1,       1},
+    {"FindFirstFileExW",               0,       1},
+    {"FindClose",                      0,       1},
+    {"GetUserNameW",                   0,       1},
+    {"MultiByteToWideChar",            0,       2},
+    {"PathFindExtensionW",             0,       0,       0,        0,     1,       1},
+    {"CreateFileW",                    0,       1,       0,        0,     0,       2},
+    {"GetFileSizeEx",                  0,       0,       0,        0,     0,       1},
+    {"ReadFile",                       0,       1,       0,        0,     0,       1},
+    {"CloseHandle",                    1,       2,       0,        0,     0,       2},
+    // The menu
+    {"InsertMenuW",                    0,       0,       0,        1},
+    {"SetMenuItemInfoW",               0,       0,       0,        1},
+    {"SetMenuInfo",                    0,       0,       0,        1},
+};
+
+// A choice, on the caller's thread: once, and for each item.
+struct ChoiceCalls {
+  const char* function;
+  long once;
+  long item = 0;
+};
+
+constexpr ChoiceCalls kChoice[] = {
+    //                          once  item
+    {"OpenMutexW",               1},
+    {"DragQueryFileW",           0,    1},
+    {"WNetGetUniversalNameW",    0,    1},
+    {"WideCharToMultiByte",      0,    2},
+    {"GetModuleHandleExW",       1},
+    {"CreateThread",             1},
+    {"CloseHandle",              2},
+};
+// clang-format on
+
+/// A folder with items of all kinds, and a file outside.
+class MenuCallsTest : public testing::Test {
+ protected:
+  MenuCallsTest() {
+    wchar_t user[257] = {};
+    DWORD size = 257;
+    ::GetUserNameW(user, &size);
+    root_ = tree_.MarkRoot(L"folder", SelectiveOwnedBy(Utf8FromWide(user)));
+    for (int i = 0; i < 100; ++i) {
+      const std::wstring name = L"folder\\photo " + std::to_wstring(i) + L".jpg";
+      items_.push_back(i % 2 == 0
+                           ? tree_.MakeFile(name)
+                           : tree_.MakePlaceholder(name + L".ghpl", i % 4 == 1 ? kNotReceived : kReceiving));
+    }
+    RightClick({outside_});  // what a process does once only
+    RightClick(First(4));
+  }
+
+  struct Clicked {
+    CallNumbers calls;
+    long commands = 0;
+  };
+
+  /// From the class object to the last release.
+  Clicked RightClick(const std::vector<std::wstring>& items) {
+    FakeDataObject selection(items);
+    const UniqueMenu menu(::CreatePopupMenu());
+    Clicked clicked;
+    clicked.calls = host_.CallsOf(
+        [&] {
+          const MenuHandler handler(host_.Library());
+          handler.Select(&selection);
+          handler.Query(menu.Get());
+        },
+        Threads::kAll);
+    clicked.commands = std::max(0, ::GetMenuItemCount(menu.Get()));
+    return clicked;
+  }
+
+  std::vector<std::wstring> First(long count) const { return {items_.begin(), items_.begin() + count}; }
+
+  // A path and each folder above it.
+  static long Prefixes(const std::wstring& path) {
+    return static_cast<long>(std::ranges::count(path, L'\\')) + 1;
+  }
+
+  const CallingHost host_;
+  SyncTree tree_;
+  std::wstring root_;
+  std::vector<std::wstring> items_;
+  const std::wstring outside_ = tree_.MakeFile(L"elsewhere\\photo.jpg");
+};
+
+void ExpectCalls(CallNumbers calls, const CallNumbers& expected, const std::vector<std::wstring>& items) {
+  for (const auto& [function, times] : expected) calls.try_emplace(function, 0);
+  for (const auto& [function, times] : calls) {
+    const auto row = expected.find(function);
+    EXPECT_EQ(times, row == expected.end() ? 0 : row->second) << function << " for " << items.size();
+  }
+}
+
+TEST_F(MenuCallsTest, ARightClickOutsideAnyFolder) {
+  CallNumbers expected;
+  for (const ClickCalls& row : kRightClick)
+    expected[row.function] = row.outside + row.prefix * Prefixes(outside_);
+  ExpectCalls(RightClick({outside_}).calls, expected, {outside_});
+}
+
+TEST_F(MenuCallsTest, ARightClickInsideAFolder) {
+  for (const long count : {1, 2, 20, 60, 100}) {
+    const Clicked clicked = RightClick(First(count));
+    EXPECT_EQ(clicked.commands, count == 1 ? 2 : count == 2 ? 3 : 4);
+    CallNumbers expected;
+    for (const ClickCalls& row : kRightClick) {
+      expected[row.function] = row.inside + row.prefix * Prefixes(root_) + row.command * clicked.commands +
+                               row.file * ((count + 1) / 2) + row.placeholder * (count / 2);
+    }
+    ExpectCalls(clicked.calls, expected, First(count));
+  }
+}
+
+TEST_F(MenuCallsTest, AChoice) {
+  for (const long count : {1, 10, 100}) {
+    FakeDataObject selection(First(count));
+    const MenuHandler handler(host_.Library());
+    const UniqueMenu menu(::CreatePopupMenu());
+    handler.Select(&selection);
+    handler.Query(menu.Get());
+    CallNumbers expected;
+    for (const ChoiceCalls& row : kChoice) expected[row.function] = row.once + row.item * count;
+    ExpectCalls(host_.CallsOf([&] { handler.Invoke(UINT_PTR{4}); }, Threads::kThisOne), expected,
+                First(count));
+    handler.Select(nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace veskard::test
