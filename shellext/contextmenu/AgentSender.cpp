@@ -76,10 +76,10 @@ UniqueModule ReferenceToThisModule() {
 
 }  // namespace
 
-void StartAgentSender(std::wstring pipeName, CommandBatch batch, ThreadCreator create) {
+void StartAgentSender(std::wstring pipeName, CommandBatch batch) {
   auto task = std::make_unique<SenderTask>(
       SenderTask{std::move(pipeName), std::move(batch), ReferenceToThisModule()});
-  const UniqueHandle thread(create(nullptr, 0, &SenderEntry, task.get(), 0, nullptr));
+  const UniqueHandle thread(::CreateThread(nullptr, 0, &SenderEntry, task.get(), 0, nullptr));
   if (!thread) ThrowLastError();
   static_cast<void>(task.release());  // the thread's now
 }

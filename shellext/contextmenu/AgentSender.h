@@ -1,22 +1,17 @@
 // The sender: the detached thread that writes one command to the agent's pipe.
 #pragma once
 
-#include <windows.h>
-
 #include <string>
 
 #include "shellext/contextmenu/AgentMessages.h"
 
 namespace veskard {
 
-using ThreadCreator = HANDLE(WINAPI*)(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, void*, DWORD,
-                                      DWORD*);
-
 /// Starts a thread that runs AgentSenderThread and returns at once. The thread
 /// holds a reference of its own to this module, so a host may unload the library
 /// while it runs. Throws std::system_error when the system refuses the thread
 /// (nothing is sent then), and std::bad_alloc.
-void StartAgentSender(std::wstring pipeName, CommandBatch batch, ThreadCreator create = &::CreateThread);
+void StartAgentSender(std::wstring pipeName, CommandBatch batch);
 
 /// Starts the user's agent and waits for its pipe when `pipeName` is empty, then
 /// writes the batch. A pipe that does not appear, cannot be opened or cannot be set

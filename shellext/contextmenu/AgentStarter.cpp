@@ -1,10 +1,13 @@
 #include "shellext/contextmenu/AgentStarter.h"
 
+#include <windows.h>
+
 #include <cwchar>
 
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/module/Clock.h"
 
 namespace veskard {
 namespace {
@@ -18,11 +21,11 @@ constexpr int64_t kPatienceSeconds = 30;
 // system's clock is set back meanwhile.
 constexpr int kMostPolls = 400;
 
-UniqueRegKey OpenInstallKey(const AgentStarterSystem& system) {
+UniqueRegKey OpenInstallKey() {
   const std::wstring path = std::wstring(kUninstallKey) + kAgentName;
   UniqueRegKey key;
   for (const REGSAM view : kRegistryViews) {
-    if (system.openKey(HKEY_CURRENT_USER, path.c_str(), 0, view, key.Out()) == ERROR_SUCCESS) return key;
+    if (::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, view, key.Out()) == ERROR_SUCCESS) return key;
     static_cast<void>(key.Release());  // whatever a failed call left there is no key
   }
   return key;
@@ -34,12 +37,12 @@ bool IsFile(const std::wstring& path) noexcept {
 }
 
 // Starts the program and lets it go: nobody waits for its end.
-bool StartProgram(const std::wstring& program, const AgentStarterSystem& system) noexcept {
+bool StartProgram(const std::wstring& program) noexcept {
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION started = {};
-  if (!system.createProcess(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                            &started)) {
+  if (!::CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                        &started)) {
     return false;
   }
   const UniqueHandle process(started.hProcess);
@@ -47,13 +50,13 @@ bool StartProgram(const std::wstring& program, const AgentStarterSystem& system)
   return true;
 }
 
-std::wstring WaitForUserPipe(const AgentStarterSystem& system) {
-  const uint64_t start = system.seconds();
+std::wstring WaitForUserPipe() {
+  const uint64_t start = SecondsSince1970();
   for (int poll = 0; poll < kMostPolls; ++poll) {
-    system.sleep(kPollMilliseconds);
+    ::Sleep(kPollMilliseconds);
     std::wstring pipeName = GetAgentPipeName(AgentScope::kUser);
     // Negative when the clock is set back meanwhile.
-    const auto waited = static_cast<int64_t>(system.seconds() - start);
+    const auto waited = static_cast<int64_t>(SecondsSince1970() - start);
     if (!pipeName.empty() || waited >= kPatienceSeconds) return pipeName;
   }
   return {};
@@ -61,8 +64,8 @@ std::wstring WaitForUserPipe(const AgentStarterSystem& system) {
 
 }  // namespace
 
-std::wstring ReadAgentLocation(const AgentStarterSystem& system) {
-  const UniqueRegKey key = OpenInstallKey(system);
+std::wstring ReadAgentLocation() {
+  const UniqueRegKey key = OpenInstallKey();
   if (!key) return {};
   wchar_t text[kLocationSize] = {};
   DWORD type = REG_NONE;
@@ -78,15 +81,15 @@ std::wstring ReadAgentLocation(const AgentStarterSystem& system) {
   return length < kLocationSize ? std::wstring(text, length) : std::wstring();
 }
 
-std::wstring StartUserAgent(const AgentStarterSystem& system) {
-  const std::wstring location = ReadAgentLocation(system);
+std::wstring StartUserAgent() {
+  const std::wstring location = ReadAgentLocation();
   // Without a folder the name would mean a program at the root of whatever drive
   // the host stands on: not the agent.
   if (location.empty()) return {};
   // The separator is always added, also after a folder that ends with one.
   const std::wstring program = location + L"\\" + kAgentName + L".exe";
-  if (!IsFile(program) || !StartProgram(program, system)) return {};
-  return WaitForUserPipe(system);
+  if (!IsFile(program) || !StartProgram(program)) return {};
+  return WaitForUserPipe();
 }
 
 }  // namespace veskard

@@ -1,31 +1,19 @@
 // Starting the per-user agent and waiting for its pipe.
 #pragma once
 
-#include <windows.h>
-
 #include <string>
 
-#include "shellext/module/Clock.h"
-
 namespace veskard {
-
-/// The system as the starter sees it; a test puts its own calls here.
-struct AgentStarterSystem {
-  decltype(&::RegOpenKeyExW) openKey = &::RegOpenKeyExW;
-  decltype(&::CreateProcessW) createProcess = &::CreateProcessW;
-  decltype(&::Sleep) sleep = &::Sleep;
-  decltype(&SecondsSince1970) seconds = &SecondsSince1970;
-};
 
 /// The folder that the agent's installer wrote down for the current user, of at
 /// most 129 characters; empty when there is none, when it is longer or no plain
 /// text.
-std::wstring ReadAgentLocation(const AgentStarterSystem& system = {});
+std::wstring ReadAgentLocation();
 
 /// Starts the agent that is installed for the current user and waits for its
 /// pipe, about thirty seconds at most. The pipe's name; empty when no agent is
 /// installed, it cannot be started, or its pipe does not appear. Throws
 /// std::bad_alloc only.
-std::wstring StartUserAgent(const AgentStarterSystem& system = {});
+std::wstring StartUserAgent();
 
 }  // namespace veskard

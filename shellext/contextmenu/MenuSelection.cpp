@@ -63,10 +63,10 @@ bool IsPlaceholderName(const std::wstring& name) noexcept {
   return ::_wcsicmp(::PathFindExtensionW(name.c_str()), kPlaceholderExtension) == 0;
 }
 
-std::wstring CurrentUserName(UserNameQuery query) {
+std::wstring CurrentUserName() {
   wchar_t buffer[kUserNameSize] = {};
   DWORD size = kUserNameSize;
-  if (!query(buffer, &size)) return {};
+  if (!::GetUserNameW(buffer, &size)) return {};
   return std::wstring(buffer, ::wcsnlen(buffer, kUserNameSize));
 }
 

@@ -36,10 +36,8 @@ MenuSelection InspectSelection(DropNames& names, uint32_t count);
 /// Whether a name ends in the placeholders' extension ".ghpl", in any case.
 bool IsPlaceholderName(const std::wstring& name) noexcept;
 
-using UserNameQuery = BOOL(WINAPI*)(wchar_t* buffer, DWORD* size);
-
 /// The current user's name of up to 255 characters; empty when the system does
 /// not tell it. Throws std::bad_alloc only.
-std::wstring CurrentUserName(UserNameQuery query = &::GetUserNameW);
+std::wstring CurrentUserName();
 
 }  // namespace veskard

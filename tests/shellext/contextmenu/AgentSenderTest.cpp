@@ -11,6 +11,7 @@
 #include "core/WindowsOwners.h"
 #include "shellext/module/Module.h"
 #include "tests/support/FakeAgent.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -35,11 +36,6 @@ CommandBatch BatchOf(std::initializer_list<int32_t> numbers) {
 bool WaitForSenders() {
   for (int i = 0; i < 1000 && ModuleLockCount() != 0; ++i) std::this_thread::sleep_for(10ms);
   return ModuleLockCount() == 0;
-}
-
-HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, void*, DWORD, DWORD*) {
-  ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return nullptr;
 }
 
 TEST(AgentSenderTest, WritesOneMessageForEachDictionaryInOrder) {
@@ -112,8 +108,9 @@ TEST(AgentSenderTest, StartingReturnsAtOnceWhateverTheAgentDoes) {
 
 TEST(AgentSenderTest, ARefusedThreadIsASystemError) {
   FakeAgent agent(AgentKind::kService);
+  const test::FailingCall refusal("CreateThread", ERROR_NOT_ENOUGH_MEMORY);
   try {
-    StartAgentSender(kServicePipe, BatchOf({1}), &RefuseThread);
+    StartAgentSender(kServicePipe, BatchOf({1}));
     FAIL() << "nothing was thrown";
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code().value(), ERROR_NOT_ENOUGH_MEMORY);

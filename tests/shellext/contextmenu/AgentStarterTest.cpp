@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -38,80 +36,9 @@ constexpr wchar_t kInstallKey[] =
 constexpr wchar_t kProgramName[] = L"Nimbrel Veskard Agent.exe";
 constexpr wchar_t kUserPipe[] = L"\\\\.\\pipe\\synccmd_SIT";
 
-// What the starter asked of the system, and what the system answers.
-struct FakeSystem {
-  std::vector<REGSAM> views;
-  bool refuseFirstView = false;
-
-  int processesStarted = 0;
-  bool refuseProcess = false;
-  HANDLE process = nullptr;
-  HANDLE thread = nullptr;
-
-  std::vector<DWORD> sleeps;
-  uint64_t milliseconds = 1'000'000'900;  // late in a second
-  int agentAppearsAfterSleeps = -1;
-  std::optional<FakeAgentMutex> agent;
-};
-std::unique_ptr<FakeSystem> fake;
-
-LSTATUS WINAPI FakeOpenKey(HKEY root, const wchar_t* path, DWORD options, REGSAM access, HKEY* key) {
-  EXPECT_EQ(root, HKEY_CURRENT_USER);
-  EXPECT_STREQ(path, kInstallKey);
-  EXPECT_EQ(options, 0u);
-  fake->views.push_back(access);
-  if (fake->refuseFirstView && fake->views.size() == 1) return ERROR_FILE_NOT_FOUND;
-  return ::RegOpenKeyExW(root, path, options, access, key);
-}
-
-BOOL WINAPI FakeCreateProcess(const wchar_t* program, wchar_t* commandLine, SECURITY_ATTRIBUTES* forProcess,
-                              SECURITY_ATTRIBUTES* forThread, BOOL inherit, DWORD flags, void* environment,
-                              const wchar_t* folder, STARTUPINFOW* startup, PROCESS_INFORMATION* started) {
-  ++fake->processesStarted;
-  EXPECT_TRUE(std::wstring(program).ends_with(std::wstring(L"\\") + kProgramName));
-  EXPECT_EQ(commandLine, nullptr);
-  EXPECT_EQ(forProcess, nullptr);
-  EXPECT_EQ(forThread, nullptr);
-  EXPECT_FALSE(inherit);
-  EXPECT_EQ(flags, 0u);
-  EXPECT_EQ(environment, nullptr);
-  EXPECT_EQ(folder, nullptr);
-  EXPECT_EQ(startup->cb, sizeof(STARTUPINFOW));
-  EXPECT_EQ(startup->dwFlags, 0u);
-  if (fake->refuseProcess) return FALSE;
-  started->hProcess = fake->process = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  started->hThread = fake->thread = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  return TRUE;
-}
-
-void WINAPI FakeSleep(DWORD milliseconds) {
-  fake->sleeps.push_back(milliseconds);
-  fake->milliseconds += milliseconds;
-  if (static_cast<int>(fake->sleeps.size()) == fake->agentAppearsAfterSleeps)
-    fake->agent.emplace(AgentKind::kUser);
-}
-
-uint64_t FakeSeconds() noexcept {
-  return fake->milliseconds / 1000;
-}
-
-// Other threads close handles too: only the two that count are looked at.
-std::atomic<int> closed;
-const test::FunctionPatch<decltype(::CloseHandle)>* closeHandlePatch = nullptr;
-BOOL WINAPI NoteClosedHandle(HANDLE handle) {
-  if (handle != nullptr && (handle == fake->process || handle == fake->thread)) ++closed;
-  return closeHandlePatch->CallOriginal(handle);
-}
-
 class AgentStarterTest : public testing::Test {
  protected:
-  void SetUp() override { fake = std::make_unique<FakeSystem>(); }
-  void TearDown() override {
-    fake.reset();
-    SetAgentScope(AgentScope::kUnset);
-  }
-
-  static AgentStarterSystem System() { return {&FakeOpenKey, &FakeCreateProcess, &FakeSleep, &FakeSeconds}; }
+  ~AgentStarterTest() override { SetAgentScope(AgentScope::kUnset); }
 
   static void WriteLocation(const std::wstring& location) {
     test::WriteRegistryText(HKEY_CURRENT_USER, kInstallKey, L"InstallLocation", location);
@@ -125,6 +52,16 @@ class AgentStarterTest : public testing::Test {
                      static_cast<DWORD>(characters.size() * sizeof(wchar_t)));
   }
 
+  test::RegistrySandbox registry_;
+  SyncTree tree_;
+};
+
+/// A system in which no process starts and no time passes but in Sleep. Notes what the
+/// starter asks of it.
+class FakeSystemTest : public AgentStarterTest {
+ protected:
+  FakeSystemTest() { self_ = this; }
+
   // An installed agent whose program is an empty file: for the fake system.
   std::wstring Install() {
     tree_.MakeFile(std::wstring(L"agent\\") + kProgramName);
@@ -133,157 +70,211 @@ class AgentStarterTest : public testing::Test {
     return folder;
   }
 
-  test::RegistrySandbox registry_;
-  SyncTree tree_;
+  std::vector<REGSAM> views;
+  bool refuseFirstView = false;
+
+  std::vector<std::wstring> programs;  // that were started
+  bool refuseProcess = false;
+  int handlesClosed = 0;  // of the started process and its thread
+  int handlesClosedAtFirstSleep = -1;
+
+  std::vector<DWORD> sleeps;
+  bool isClockSetBack = false;            // by a second in each sleep
+  uint64_t milliseconds = 1'000'000'900;  // late in a second
+  int agentAppearsAfterSleeps = -1;
+  std::optional<FakeAgentMutex> agent;
+
+ private:
+  static LSTATUS WINAPI OpenKey(HKEY root, const wchar_t* path, DWORD options, REGSAM access, HKEY* key) {
+    EXPECT_EQ(root, HKEY_CURRENT_USER);
+    EXPECT_STREQ(path, kInstallKey);
+    EXPECT_EQ(options, 0u);
+    self_->views.push_back(access);
+    if (self_->refuseFirstView && self_->views.size() == 1) return ERROR_FILE_NOT_FOUND;
+    return self_->openKey_.CallOriginal(root, path, options, access, key);
+  }
+
+  static BOOL WINAPI CreateProcess(const wchar_t* program, wchar_t* commandLine,
+                                   SECURITY_ATTRIBUTES* forProcess, SECURITY_ATTRIBUTES* forThread,
+                                   BOOL inherit, DWORD flags, void* environment, const wchar_t* folder,
+                                   STARTUPINFOW* startup, PROCESS_INFORMATION* started) {
+    self_->programs.push_back(program);
+    EXPECT_TRUE(std::wstring(program).ends_with(std::wstring(L"\\") + kProgramName));
+    EXPECT_EQ(commandLine, nullptr);
+    EXPECT_EQ(forProcess, nullptr);
+    EXPECT_EQ(forThread, nullptr);
+    EXPECT_FALSE(inherit);
+    EXPECT_EQ(flags, 0u);
+    EXPECT_EQ(environment, nullptr);
+    EXPECT_EQ(folder, nullptr);
+    EXPECT_EQ(startup->cb, sizeof(STARTUPINFOW));
+    EXPECT_EQ(startup->dwFlags, 0u);
+    if (self_->refuseProcess) return FALSE;
+    started->hProcess = self_->process_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    started->hThread = self_->thread_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    return TRUE;
+  }
+
+  // Other threads close handles too: only the two that count are looked at.
+  static BOOL WINAPI CloseOneHandle(HANDLE handle) {
+    if (handle != nullptr && (handle == self_->process_ || handle == self_->thread_)) ++self_->handlesClosed;
+    return self_->closeHandle_.CallOriginal(handle);
+  }
+
+  static void WINAPI SleepNot(DWORD milliseconds) {
+    if (self_->sleeps.empty()) self_->handlesClosedAtFirstSleep = self_->handlesClosed;
+    self_->sleeps.push_back(milliseconds);
+    self_->milliseconds += self_->isClockSetBack ? uint64_t{0} - 1000 : milliseconds;
+    if (static_cast<int>(self_->sleeps.size()) == self_->agentAppearsAfterSleeps)
+      self_->agent.emplace(AgentKind::kUser);
+  }
+
+  static void WINAPI TellTime(FILETIME* now) {
+    constexpr uint64_t kFrom1601To1970 = 11'644'473'600'000;  // milliseconds
+    const uint64_t ticks = (self_->milliseconds + kFrom1601To1970) * 10'000;
+    *now = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  }
+
+  static inline FakeSystemTest* self_ = nullptr;
+  HANDLE process_ = nullptr;
+  HANDLE thread_ = nullptr;
+  const test::FunctionPatch<decltype(OpenKey)> openKey_{nullptr, "RegOpenKeyExW", &OpenKey};
+  const test::FunctionPatch<decltype(CreateProcess)> createProcess_{nullptr, "CreateProcessW",
+                                                                    &CreateProcess};
+  const test::FunctionPatch<decltype(CloseOneHandle)> closeHandle_{nullptr, "CloseHandle", &CloseOneHandle};
+  const test::FunctionPatch<decltype(SleepNot)> sleep_{nullptr, "Sleep", &SleepNot};
+  const test::FunctionPatch<decltype(TellTime)> clock_{nullptr, "GetSystemTimeAsFileTime", &TellTime};
 };
 
 // --- Where the agent is ---
 
-TEST_F(AgentStarterTest, TheLocationIsReadFromTheUsersUninstallEntry) {
+TEST_F(FakeSystemTest, TheLocationIsReadFromTheUsersUninstallEntry) {
   WriteLocation(L"C:\\agent");
-  EXPECT_EQ(ReadAgentLocation(System()), L"C:\\agent");
-  EXPECT_EQ(fake->views, std::vector<REGSAM>{0x20119});
+  EXPECT_EQ(ReadAgentLocation(), L"C:\\agent");
+  EXPECT_EQ(views, std::vector<REGSAM>{0x20119});
 }
 
-TEST_F(AgentStarterTest, The32BitViewIsTheSecondChoice) {
+TEST_F(FakeSystemTest, The32BitViewIsTheSecondChoice) {
   WriteLocation(L"C:\\agent");
-  fake->refuseFirstView = true;
-  EXPECT_EQ(ReadAgentLocation(System()), L"C:\\agent");
-  EXPECT_EQ(fake->views, (std::vector<REGSAM>{0x20119, 0x20219}));
+  refuseFirstView = true;
+  EXPECT_EQ(ReadAgentLocation(), L"C:\\agent");
+  EXPECT_EQ(views, (std::vector<REGSAM>{0x20119, 0x20219}));
 }
 
-TEST_F(AgentStarterTest, WithoutAnEntryThereIsNoLocation) {
-  EXPECT_EQ(ReadAgentLocation(System()), L"");
+TEST_F(FakeSystemTest, WithoutAnEntryThereIsNoLocation) {
+  EXPECT_EQ(ReadAgentLocation(), L"");
 }
 
-TEST_F(AgentStarterTest, WithoutTheValueThereIsNoLocation) {
+TEST_F(FakeSystemTest, WithoutTheValueThereIsNoLocation) {
   test::WriteRegistryText(HKEY_CURRENT_USER, kInstallKey, L"DisplayName", L"x");
-  EXPECT_EQ(ReadAgentLocation(System()), L"");
+  EXPECT_EQ(ReadAgentLocation(), L"");
 }
 
-TEST_F(AgentStarterTest, AValueOfAnotherTypeIsNoLocation) {
+TEST_F(FakeSystemTest, AValueOfAnotherTypeIsNoLocation) {
   WriteLocationBytes(REG_EXPAND_SZ, std::wstring(L"C:\\agent") + L'\0');
-  EXPECT_EQ(ReadAgentLocation(System()), L"");
+  EXPECT_EQ(ReadAgentLocation(), L"");
 }
 
-TEST_F(AgentStarterTest, ALocationOf129CharactersIsReadAndALongerOneIsNot) {
+TEST_F(FakeSystemTest, ALocationOf129CharactersIsReadAndALongerOneIsNot) {
   const std::wstring longest = L"C:\\" + std::wstring(126, L'x');
   WriteLocation(longest);
-  EXPECT_EQ(ReadAgentLocation(System()), longest);
+  EXPECT_EQ(ReadAgentLocation(), longest);
   WriteLocation(longest + L"x");
-  EXPECT_EQ(ReadAgentLocation(System()), L"");
+  EXPECT_EQ(ReadAgentLocation(), L"");
 }
 
-TEST_F(AgentStarterTest, ALocationStoredWithoutItsTerminatorIsReadToItsEnd) {
+TEST_F(FakeSystemTest, ALocationStoredWithoutItsTerminatorIsReadToItsEnd) {
   WriteLocationBytes(REG_SZ, L"C:\\agent");
-  EXPECT_EQ(ReadAgentLocation(System()), L"C:\\agent");
+  EXPECT_EQ(ReadAgentLocation(), L"C:\\agent");
   WriteLocationBytes(REG_SZ, std::wstring(130, L'x'));
-  EXPECT_EQ(ReadAgentLocation(System()), L"");
+  EXPECT_EQ(ReadAgentLocation(), L"");
 }
 
 // --- Starting it ---
 
-TEST_F(AgentStarterTest, WithoutALocationNothingIsStarted) {
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->processesStarted, 0);
+TEST_F(FakeSystemTest, WithoutALocationNothingIsStarted) {
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_TRUE(programs.empty());
 }
 
-TEST_F(AgentStarterTest, AnEmptyLocationStartsNothing) {
+TEST_F(FakeSystemTest, AnEmptyLocationStartsNothing) {
   WriteLocation(L"");
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->processesStarted, 0);
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_TRUE(programs.empty());
 }
 
-TEST_F(AgentStarterTest, WithoutTheProgramNothingIsStarted) {
+TEST_F(FakeSystemTest, WithoutTheProgramNothingIsStarted) {
   WriteLocation(tree_.MakeFolder(L"agent"));
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->processesStarted, 0);
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_TRUE(programs.empty());
 }
 
-TEST_F(AgentStarterTest, AFolderInTheProgramsPlaceIsNotStarted) {
+TEST_F(FakeSystemTest, AFolderInTheProgramsPlaceIsNotStarted) {
   tree_.MakeFolder(std::wstring(L"agent\\") + kProgramName);
   WriteLocation(tree_.Path(L"agent"));
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->processesStarted, 0);
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_TRUE(programs.empty());
 }
 
-TEST_F(AgentStarterTest, ARefusedProcessIsNotWaitedFor) {
+TEST_F(FakeSystemTest, ARefusedProcessIsNotWaitedFor) {
   Install();
-  fake->refuseProcess = true;
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->processesStarted, 1);
-  EXPECT_TRUE(fake->sleeps.empty());
+  refuseProcess = true;
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_EQ(programs.size(), 1u);
+  EXPECT_TRUE(sleeps.empty());
 }
 
-std::wstring startedProgram;
-BOOL WINAPI NoteProgram(const wchar_t* program, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
-                        DWORD, void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*) {
-  startedProgram = program;
-  return FALSE;
-}
-
-TEST_F(AgentStarterTest, ALocationThatEndsInASeparatorGetsASecondOne) {
+TEST_F(FakeSystemTest, ALocationThatEndsInASeparatorGetsASecondOne) {
   const std::wstring folder = Install();
-  AgentStarterSystem system = System();
-  system.createProcess = &NoteProgram;
-  StartUserAgent(system);
-  EXPECT_EQ(startedProgram, folder + L"\\" + kProgramName);
+  refuseProcess = true;
+  StartUserAgent();
   WriteLocation(folder + L"\\");
-  StartUserAgent(system);
-  EXPECT_EQ(startedProgram, folder + L"\\\\" + kProgramName);
+  StartUserAgent();
+  EXPECT_EQ(programs,
+            (std::vector<std::wstring>{folder + L"\\" + kProgramName, folder + L"\\\\" + kProgramName}));
 }
 
-void WINAPI ExpectBothClosed(DWORD) {
-  EXPECT_EQ(closed, 2);
-  fake->milliseconds += 60'000;
-}
-
-TEST_F(AgentStarterTest, TheStartedProcessIsLetGoBeforeTheWaiting) {
+TEST_F(FakeSystemTest, TheStartedProcessIsLetGoBeforeTheWaiting) {
   Install();
-  AgentStarterSystem system = System();
-  system.sleep = &ExpectBothClosed;
-  closed = 0;
-  const test::FunctionPatch patch(nullptr, "CloseHandle", &NoteClosedHandle);
-  closeHandlePatch = &patch;
-  StartUserAgent(system);
-  EXPECT_EQ(fake->processesStarted, 1);
+  StartUserAgent();
+  EXPECT_EQ(programs.size(), 1u);
+  EXPECT_EQ(handlesClosedAtFirstSleep, 2);
 }
 
 // --- Waiting for it ---
 
-TEST_F(AgentStarterTest, ThePipeIsLookedForEveryTenthOfASecond) {
+TEST_F(FakeSystemTest, ThePipeIsLookedForEveryTenthOfASecond) {
   Install();
-  fake->agentAppearsAfterSleeps = 7;
-  EXPECT_EQ(StartUserAgent(System()), kUserPipe);
-  EXPECT_EQ(fake->sleeps, std::vector<DWORD>(7, 100));
+  agentAppearsAfterSleeps = 7;
+  EXPECT_EQ(StartUserAgent(), kUserPipe);
+  EXPECT_EQ(sleeps, std::vector<DWORD>(7, 100));
 }
 
-TEST_F(AgentStarterTest, TheServicesPipeIsNotWhatItWaitsFor) {
+TEST_F(FakeSystemTest, TheServicesPipeIsNotWhatItWaitsFor) {
   Install();
   const FakeAgentMutex service(AgentKind::kService);
-  EXPECT_EQ(StartUserAgent(System()), L"");
+  EXPECT_EQ(StartUserAgent(), L"");
 }
 
 // The clock counts whole seconds: begun 0.9 s into one, the thirty are over after
 // 29.1 s.
-TEST_F(AgentStarterTest, AfterThirtySecondsItGivesUp) {
+TEST_F(FakeSystemTest, AfterThirtySecondsItGivesUp) {
   Install();
-  EXPECT_EQ(StartUserAgent(System()), L"");
-  EXPECT_EQ(fake->sleeps.size(), 291u);
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_EQ(sleeps.size(), 291u);
 }
 
-TEST_F(AgentStarterTest, APipeThatAppearsWithTheLastLookCounts) {
+TEST_F(FakeSystemTest, APipeThatAppearsWithTheLastLookCounts) {
   Install();
-  fake->agentAppearsAfterSleeps = 291;
-  EXPECT_EQ(StartUserAgent(System()), kUserPipe);
+  agentAppearsAfterSleeps = 291;
+  EXPECT_EQ(StartUserAgent(), kUserPipe);
 }
 
-TEST_F(AgentStarterTest, AClockThatIsSetBackDoesNotMakeItWaitForEver) {
+TEST_F(FakeSystemTest, AClockThatIsSetBackDoesNotMakeItWaitForEver) {
   Install();
-  AgentStarterSystem system = System();
-  system.seconds = []() noexcept { return uint64_t{1'000'000} - fake->sleeps.size(); };
-  EXPECT_EQ(StartUserAgent(system), L"");
-  EXPECT_EQ(fake->sleeps.size(), 400u);
+  isClockSetBack = true;
+  EXPECT_EQ(StartUserAgent(), L"");
+  EXPECT_EQ(sleeps.size(), 400u);
 }
 
 // --- All of it, with a real program ---

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/DropData.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
 #include "util/string/CodePage.h"
 
@@ -206,11 +207,13 @@ BOOL WINAPI AnswerLongestUserName(wchar_t* buffer, DWORD* size) {
 }
 
 TEST(CurrentUserNameTest, ARefusedQuestionGivesTheEmptyName) {
-  EXPECT_EQ(CurrentUserName(&RefuseUserName), L"");
+  const test::FunctionPatch refusal(nullptr, "GetUserNameW", &RefuseUserName);
+  EXPECT_EQ(CurrentUserName(), L"");
 }
 
 TEST(CurrentUserNameTest, ANameOf255CharactersIsTakenWhole) {
-  EXPECT_EQ(CurrentUserName(&AnswerLongestUserName), std::wstring(255, L'u'));
+  const test::FunctionPatch answer(nullptr, "GetUserNameW", &AnswerLongestUserName);
+  EXPECT_EQ(CurrentUserName(), std::wstring(255, L'u'));
 }
 
 }  // namespace

@@ -1,11 +1,15 @@
 #include "shellext/contextmenu/UniversalName.h"
 
 #include <gtest/gtest.h>
+#include <windows.h>
+// The network's calls need the basic types.
+#include <winnetwk.h>
 
 #include <cstring>
 #include <string>
 
-#include "shellext/contextmenu/AgentChannel.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -26,37 +30,39 @@ DWORD WINAPI AnswerMappedDrive(const wchar_t* path, DWORD level, void* buffer, D
   return NO_ERROR;
 }
 
-DWORD WINAPI AnswerNotConnected(const wchar_t*, DWORD, void*, DWORD*) {
-  return ERROR_NOT_CONNECTED;
-}
-
-class UniversalNameTest : public testing::Test {
+class MappedDriveTest : public testing::Test {
  protected:
-  void SetUp() override {
+  MappedDriveTest() {
     universalName = L"\\\\server\\share\\docs\\a.txt";
     reportedSize = 100;
   }
+
+ private:
+  const test::FunctionPatch<decltype(AnswerMappedDrive)> drive_{nullptr, "WNetGetUniversalNameW",
+                                                                &AnswerMappedDrive};
 };
 
-TEST_F(UniversalNameTest, APathOnAMappedDriveBecomesItsUncForm) {
-  EXPECT_EQ(QueryUniversalName(L"Z:\\docs\\a.txt", &AnswerMappedDrive), universalName);
+TEST_F(MappedDriveTest, APathOnItBecomesItsUncForm) {
+  EXPECT_EQ(ToUniversalName(L"Z:\\docs\\a.txt"), universalName);
 }
 
-TEST_F(UniversalNameTest, TheLongestNameFits) {
+TEST_F(MappedDriveTest, TheLongestNameFits) {
   universalName = L"\\\\server\\" + std::wstring(32767 - 9, L'x');
-  EXPECT_EQ(QueryUniversalName(L"Z:\\docs\\a.txt", &AnswerMappedDrive), universalName);
+  EXPECT_EQ(ToUniversalName(L"Z:\\docs\\a.txt"), universalName);
 }
 
-TEST_F(UniversalNameTest, AnAnswerOfSizeZeroCountsAsNone) {
+TEST_F(MappedDriveTest, AnAnswerOfSizeZeroCountsAsNone) {
   reportedSize = 0;
-  EXPECT_EQ(QueryUniversalName(L"Z:\\docs\\a.txt", &AnswerMappedDrive), L"Z:\\docs\\a.txt");
+  EXPECT_EQ(ToUniversalName(L"Z:\\docs\\a.txt"), L"Z:\\docs\\a.txt");
 }
 
-TEST_F(UniversalNameTest, APathOnALocalDriveStaysAsItIs) {
-  EXPECT_EQ(QueryUniversalName(L"C:\\a.txt", &AnswerNotConnected), L"C:\\a.txt");
+TEST(UniversalNameTest, APathOnALocalDriveStaysAsItIs) {
+  const test::FailingCall notConnected("WNetGetUniversalNameW", ERROR_NOT_CONNECTED);
+  EXPECT_EQ(ToUniversalName(L"C:\\a.txt"), L"C:\\a.txt");
+  EXPECT_TRUE(notConnected.Happened());
 }
 
-TEST_F(UniversalNameTest, TheSystemItselfLeavesALocalPathAlone) {
+TEST(UniversalNameTest, TheSystemItselfLeavesALocalPathAlone) {
   EXPECT_EQ(ToUniversalName(L"C:\\windows\\\u00E4.txt"), L"C:\\windows\\\u00E4.txt");
 }
 
