@@ -8,6 +8,7 @@
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
 #include "shellext/ClassIds.h"
+#include "shellext/OtherRegistryView.h"
 #include "shellext/module/Log.h"
 #include "util/string/strfmt.h"
 
@@ -108,19 +109,25 @@ bool Unregister() {
   const RegistrationNames names = MakeRegistrationNames();
   const std::wstring& menu = names[kContextMenuClassId];
   const std::wstring& icon = names[kFileIconClassId];
-  // Children before parents: a key with subkeys is not deleted.
-  const std::wstring keys[] = {
-      names[kAllFilesKey],
-      names[kShortcutKey],
-      names[kFolderKey],
-      FormatString(kServerKey, menu),
-      FormatString(kSettingsKey, menu),
-      FormatString(kClassKey, menu),
-      names[kIconHandlerKey],
-      FormatString(kServerKey, icon),
-      FormatString(kClassKey, icon),
+  const bool menuStays = HasKeyInOtherView(FormatString(kServerKey, menu));
+  const bool iconStays = HasKeyInOtherView(FormatString(kServerKey, icon));
+  const struct {
+    std::wstring key;
+    bool stays;  // shared with the other bitness, which needs it
+  } rows[] = {
+      // Children before parents: a key with subkeys is not deleted.
+      {names[kAllFilesKey], menuStays},
+      {names[kShortcutKey], menuStays},
+      {names[kFolderKey], menuStays},
+      {FormatString(kServerKey, menu), false},
+      {FormatString(kSettingsKey, menu), false},
+      {FormatString(kClassKey, menu), false},
+      {names[kIconHandlerKey], iconStays},
+      {FormatString(kServerKey, icon), false},
+      {FormatString(kClassKey, icon), false},
   };
-  for (const std::wstring& key : keys) ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, key.c_str());
+  for (const auto& row : rows)
+    if (!row.stays) ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, row.key.c_str());
   TellShell();
   return true;
 }

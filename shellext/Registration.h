@@ -54,7 +54,9 @@ std::vector<RegistryEntry> MakeRegistrationTable(const RegistrationNames& names,
 bool Register();
 
 /// Removes this version's keys and the icon handler's, whichever version registered
-/// that last, ignoring every refusal; always true.
+/// that last, ignoring every refusal; always true. What lies outside "CLSID" is shared
+/// with the library of the other bitness: of a class that the registry's other view names
+/// a library for, only the class's own keys go.
 bool Unregister();
 
 /// The inside of DllInstall: S_OK or E_FAIL.

@@ -6,6 +6,7 @@
 
 #include <thread>
 
+#include "core/WindowsOwners.h"
 #include "shellext/ClassIds.h"
 #include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ChildProcess.h"
@@ -55,6 +56,116 @@ TEST_F(RealClientTest, WithoutInstallItRemovesNothing) {
   const RegistrySnapshot before = test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software");
   EXPECT_EQ(RunRegsvr32(L"/s /u"), 0u);
   EXPECT_EQ(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software"), before);
+}
+
+/// The registration of another bitness in the same registry: its classes lie in the
+/// other view, everything else is shared with ours.
+class TwoViewsTest : public RealClientTest {
+ protected:
+  TwoViewsTest() { RunRegsvr32(L"/s /u /n /i:S"); }
+  ~TwoViewsTest() override {
+    for (const std::wstring& classKey : {kMenuClass, kIconClass}) RemoveFromOtherView(classKey);
+  }
+
+  static void AddToOtherView(const std::wstring& key) {
+    UniqueRegKey made;
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, nullptr, 0, KEY_WRITE | kOtherView,
+                                nullptr, made.Out(), nullptr),
+              ERROR_SUCCESS);
+  }
+  /// With everything below it.
+  static void RemoveFromOtherView(const std::wstring& key) {
+    UniqueRegKey opened;
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_ALL_ACCESS | kOtherView, opened.Out()) !=
+        ERROR_SUCCESS)
+      return;
+    ::RegDeleteTreeW(opened.Get(), nullptr);
+    ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), kOtherView, 0);
+  }
+  static bool IsInOtherView(const std::wstring& key) {
+    UniqueRegKey opened;
+    return ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | kOtherView, opened.Out()) ==
+           ERROR_SUCCESS;
+  }
+
+  /// What this version has below Software\Classes, as our view shows it.
+  static RegistrySnapshot OwnKeys() {
+    RegistrySnapshot own;
+    for (const auto& row : TenRows(L"")) own.merge(test::TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, row.key));
+    return own;
+  }
+  static RegistrySnapshot KeysWith(const std::wstring& classId, const std::vector<std::wstring>& keys) {
+    RegistrySnapshot snapshot;
+    for (const std::wstring& key : keys) {
+      snapshot[key] = L"";
+      snapshot[key + L"|"] = L"REG_SZ " + classId;
+    }
+    return snapshot;
+  }
+  static RegistrySnapshot SharedByMenu() { return KeysWith(kMenuId, {kAllFiles, kShortcuts, kFolders}); }
+  static RegistrySnapshot SharedByIcons() { return KeysWith(kIconId, {kIconHandler}); }
+
+  const std::wstring menuServer = kMenuClass + L"\\InprocServer32";
+  const std::wstring iconServer = kIconClass + L"\\InprocServer32";
+
+ private:
+  static constexpr REGSAM kOtherView = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+};
+
+TEST_F(TwoViewsTest, RemovingLeavesTheOtherBitnessItsMenuAndItsIcons) {
+  AddToOtherView(menuServer);
+  AddToOtherView(iconServer);
+  RegistrySnapshot shared = SharedByMenu();
+  shared.merge(SharedByIcons());
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
+    EXPECT_EQ(OwnKeys(), shared);
+    EXPECT_TRUE(IsInOtherView(menuServer));
+    EXPECT_TRUE(IsInOtherView(iconServer));
+  }
+}
+
+TEST_F(TwoViewsTest, TheLastToGoTakesTheSharedKeysAlong) {
+  AddToOtherView(menuServer);
+  AddToOtherView(iconServer);
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  RemoveFromOtherView(kMenuClass);
+  RemoveFromOtherView(kIconClass);
+  EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
+  EXPECT_EQ(OwnKeys(), RegistrySnapshot());
+}
+
+TEST_F(TwoViewsTest, EachClassIsJudgedByItself) {
+  AddToOtherView(menuServer);
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
+  EXPECT_EQ(OwnKeys(), SharedByMenu());
+
+  RemoveFromOtherView(kMenuClass);
+  AddToOtherView(iconServer);
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
+  EXPECT_EQ(OwnKeys(), SharedByIcons());
+}
+
+TEST_F(TwoViewsTest, AClassWithoutALibraryKeepsNothing) {
+  AddToOtherView(kMenuClass);
+  AddToOtherView(kIconClass);
+  ASSERT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+  EXPECT_EQ(RunRegsvr32(L"/s /u /n /i:S"), 0u);
+  EXPECT_EQ(OwnKeys(), RegistrySnapshot());
+}
+
+TEST_F(TwoViewsTest, RepairingBesideTheOtherBitnessWritesTheTenValues) {
+  AddToOtherView(menuServer);
+  AddToOtherView(iconServer);
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_EQ(RunRegsvr32(L"/s /n /i:S"), 0u);
+    RegistrySnapshot found = OwnKeys();
+    for (const auto& row : TenRows(test::ExtensionLibraryPath()))
+      EXPECT_EQ(found[row.key + L"|" + row.valueName], L"REG_SZ " + row.data);
+  }
 }
 
 /// Whether an interface is the library's own, or a proxy for it.
