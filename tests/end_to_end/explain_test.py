@@ -134,7 +134,7 @@ class ExplainTest(unittest.TestCase):
                     exports=("good",), menuClass=("good", MENU_CLASS), iconHandler=("good",), iconClass=("good",),
                     root=("good", TREE), nested=("note", "no nested folder is involved"),
                     mark=("note", TREE + "\\.sync\\FolderType"), selective=("good", "yes"), type=("note", "2"),
-                    removal=("note", "no"), owner=("good", self.user()), scope=("note", "2"),
+                    removal=("note", "allowed"), owner=("good", self.user()), scope=("note", "2"),
                     mutex=("good", SERVICE_MUTEX), pipe=("good", SERVICE_PIPE))
         self.assertIn('"mode": 1', facts["content"]["text"])
 
@@ -211,6 +211,18 @@ class ExplainTest(unittest.TestCase):
         with Agent():
             facts = self.expect_no_menu(self.explain(TREE + "\\plain.txt"), "the folder belongs to another user")
         self.expect(facts, owner=("bad", "Adèle", f"it belongs to Adèle; the current user is {self.user()}"))
+        self.assertIn('"owner": "Adèle"', facts["content"]["text"])
+        record(TREE, b"d5:owner5:Ad\xE8lee")
+        facts, *_ = self.explain(TREE + "\\plain.txt")
+        self.assertIn('"owner": the bytes 41 64 E8 6C 65', facts["content"]["text"])
+
+    def test_whether_the_record_forbids_removing_from_all_devices(self):
+        lay_root(TREE)
+        facts, *_ = self.explain(TREE)
+        self.expect(facts, removal=("note", "allowed", "the record does not forbid removing from all devices"))
+        lay_root(TREE, "--no-remove-from-all")
+        facts, *_ = self.explain(TREE)
+        self.expect(facts, removal=("note", "forbidden", "the record forbids removing from all devices"))
 
     def test_placeholders_of_every_source(self):
         lay_root(TREE)

@@ -29,6 +29,21 @@ TEST_F(MarkContentTest, AGoodRecordIsDumped) {
   EXPECT_EQ(content.dump, R"({ "mode": 1, "type": 2 })");
 }
 
+TEST_F(MarkContentTest, AnOwnerIsShownAsText) {
+  EXPECT_EQ(Read("d4:modei1e5:owner6:Ad\xC3\xA8le4:typei2ee").dump,
+            "{ \"mode\": 1, \"owner\": \"Ad\xC3\xA8le\", \"type\": 2 }");
+  EXPECT_EQ(Read("d5:owner11:HOME\\\"ann\"\ne").dump, R"({ "owner": "HOME\\\"ann\"\u000a" })");
+  EXPECT_EQ(Read("d5:owner0:e").dump, R"({ "owner": "" })");
+  EXPECT_EQ(Read("d5:owneri7ee").dump, R"({ "owner": 7 })");
+}
+
+TEST_F(MarkContentTest, AnOwnerThatIsNoUtf8IsShownAsItsBytes) {
+  EXPECT_EQ(Read("d4:modei1e5:owner5:Ad\xE8"
+                 "le4:typei2ee")
+                .dump,
+            R"({ "mode": 1, "owner": the bytes 41 64 E8 6C 65, "type": 2 })");
+}
+
 TEST_F(MarkContentTest, DamageIsFoundWhereItIs) {
   EXPECT_EQ(Read("").kind, MarkKind::kDamaged);
   EXPECT_EQ(Read("").goodBytes, 0u);

@@ -20,4 +20,10 @@ std::wstring FromUtf8(std::string_view bytes) {
   return text;
 }
 
+bool IsUtf8(std::string_view bytes) {
+  const int length = static_cast<int>(bytes.size());
+  return bytes.empty() ||
+         ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, nullptr, 0) != 0;
+}
+
 }  // namespace veskard

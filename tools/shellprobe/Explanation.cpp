@@ -137,8 +137,10 @@ void ReportRecord(Report& report, const std::wstring& folder) {
               "its type is " + std::to_string(info.type) +
                   (info.type == 2 ? ": content may be removed from all devices" : ""),
               std::to_string(info.type));
-  report.Note("removal", "removing from all devices is forbidden: " + YesNo(info.disableRemoveFromAllDevices),
-              YesNo(info.disableRemoveFromAllDevices));
+  report.Note("removal",
+              info.disableRemoveFromAllDevices ? "the record forbids removing from all devices"
+                                               : "the record does not forbid removing from all devices",
+              info.disableRemoveFromAllDevices ? "forbidden" : "allowed");
   ReportOwner(report, info.owner);
 }
 

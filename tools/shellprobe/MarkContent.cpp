@@ -8,6 +8,8 @@
 #include "benc/BencParser.h"
 #include "fs/util/SyncHandle.h"
 #include "shellext/contextmenu/marks/SyncFolderInspection.h"
+#include "tools/common/JsonWriter.h"
+#include "tools/common/Utf8.h"
 #include "util/string/ByteBuilder.h"
 
 namespace veskard {
@@ -73,6 +75,37 @@ void ReadProgress(MarkContent& content, SyncHandle& mark) {
   content.dump = HexBytes(bytes);
 }
 
+std::string Dump(const BencValue& value) {
+  ByteBuilder dump;
+  DumpValue(dump, value, 0);
+  return std::string(dump.View());
+}
+
+// The entry as the library's dump has it, which is made for the log: in hexadecimal.
+std::string DumpedOwner(std::string_view owner) {
+  BencValue alone = BencValue::MakeDict();
+  alone.Insert("owner", BencValue::FromString(owner));
+  const std::string dump = Dump(alone);
+  return dump.substr(2, dump.size() - 4);  // without the braces and their blanks
+}
+
+std::string ReadableOwner(std::string_view owner) {
+  return "\"owner\": " + (IsUtf8(owner) ? JsonWriter().String(owner).Text() : "the bytes " + HexBytes(owner));
+}
+
+std::string DumpForReader(const BencValue& value) {
+  std::string dump = Dump(value);
+  const BencValue* const owner = value.Find("owner");
+  if (owner == nullptr || owner->GetKind() != BencValue::Kind::String) return dump;
+  const std::string dumped = DumpedOwner(owner->AsBytes());
+  const std::string readable = ReadableOwner(owner->AsBytes());
+  // Quotes within strings are escaped, so that it is found as an entry only.
+  for (size_t at = dump.find(dumped); at != std::string::npos; at = dump.find(dumped, at + readable.size())) {
+    dump.replace(at, dumped.size(), readable);
+  }
+  return dump;
+}
+
 void ReadBencoded(MarkContent& content, SyncHandle& mark) {
   std::string bytes = ReadBytes(mark, content.size);
   TrackingParser parser(bytes.data(), bytes.data() + bytes.size());
@@ -83,9 +116,7 @@ void ReadBencoded(MarkContent& content, SyncHandle& mark) {
     return;
   }
   content.kind = value.GetKind() == BencValue::Kind::Dict ? MarkKind::kDictionary : MarkKind::kOtherValue;
-  ByteBuilder dump;
-  DumpValue(dump, value, 0);
-  content.dump = dump.View();
+  content.dump = DumpForReader(value);
 }
 
 }  // namespace

@@ -23,7 +23,8 @@ struct MarkContent {
   std::wstring place;  // "C:\Atlas\.sync\ID:_TYPE"
   uint64_t size = 0;   // bytes
   MarkKind kind = MarkKind::kDamaged;
-  std::string dump;      // what it holds, as text, when it could be read
+  std::string dump;      // what it holds, as text, when it could be read; an owner that is no
+                         // UTF-8 as its bytes
   size_t goodBytes = 0;  // when it is damaged: the offset of the first byte that cannot stand there,
                          // its size when it breaks off
 };
