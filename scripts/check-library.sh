@@ -3,13 +3,21 @@
 # how they may be placed in memory, what the file says of itself.
 #
 #   scripts/check-library.sh FILE...
+#   scripts/check-library.sh --windows 6.0 FILE...    would it load on this older Windows?
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
+# Windows 7, as README.md says; a library with a newer import is not loaded there at all.
+oldest_windows="6.1"
+if [ "${1:-}" = --windows ]; then
+  [[ "${2:-}" =~ ^[0-9]+\.[0-9]+$ ]] || wrong_usage "--windows needs a version such as 6.1"
+  oldest_windows=$2
+  shift 2
+fi
 refuse_options "$@"
 
 # Windows' own and nothing else: the library is one file to deploy.
-allowed_imports="advapi32 gdi32 gdiplus kernel32 mpr msvcrt ole32 shell32 shlwapi user32"
+import_list="$root/scripts/library-imports.txt"
 expected_exports="DllGetClassObject DllInstall DllRegisterServer DllUnregisterServer GetExtVersion"
 expected_version="2.7.2"
 expected_product="Nimbrel Veskard Agent"
@@ -17,11 +25,21 @@ expected_product="Nimbrel Veskard Agent"
 failed=0
 complain() { printf '%s\n' "$file: $*" >&2; failed=1; }
 
+# "DLL FUNCTION" for each import; one that has a number only is called "<none>".
+imports() {
+  awk '/^\tDLL Name:/ { dll = tolower($3); sub(/\.dll$/, "", dll) }
+    /^\t[0-9a-f]+\t *[0-9]+ / { print dll, $3 }' <<<"$headers"
+}
+
 check_imports() {
-  local name
-  for name in $(sed -n 's/^\tDLL Name: //p' <<<"$headers" | tr '[:upper:]' '[:lower:]' | sed 's/\.dll$//'); do
-    case " $allowed_imports " in *" $name "*) ;; *) complain "imports $name" ;; esac
-  done
+  local wrong
+  wrong=$(imports | awk -v oldest="$oldest_windows" -v list="${import_list#"$root"/}" '
+    FNR == NR { if ($1 ~ /^[0-9]/) since[$2 " " $3] = $1; next }
+    !($0 in since) { print "imports " $2 " of " $1 ", which has no row in " list; next }
+    since[$0] + 0 > oldest + 0 { print "imports " $2 " of " $1 ", which Windows " oldest " does not have, only " since[$0] }
+    END { if (FNR == NR) print "imports nothing" }
+  ' "$import_list" -)
+  [ -z "$wrong" ] || while read -r line; do complain "$line"; done <<<"$wrong"
 }
 
 check_exports() {
