@@ -1,28 +1,67 @@
-// Exceptions when memory has ended: the run-time library's part that takes memory,
-// replaced by one that cannot fail for want of it.
+// Exceptions when the process is out of memory: the part of the C++ run-time library that
+// allocates for them, replaced by one that needs no heap.
 //
-// Running out of memory is the one exception that this library lives with, and then
-// the run-time library's own code would end the host: it takes heap blocks for the
-// lock of its spare memory and for what it notes about each thread, and calls abort
-// or throws anew without end when there are none. It also takes those 73 KB of spare
-// memory at load and never gives them back, although a library may be unloaded.
+// Out of memory is the one exception that this library has to survive, and then GCC's own
+// code would end the host: it allocates the lock of its spare memory and a record for each
+// thread, and calls abort, or throws again without end, when that fails. It also takes
+// 73 KB of spare memory at load and never gives them back, although a library may be
+// unloaded.
 //
-// Here the spare memory and the notes are part of the library's data: nothing is
-// taken at load, nothing is kept, and there is nothing to run out of but the slots.
+// Here nothing is allocated at load and nothing is kept: the spare memory is part of the
+// library's data, and each thread's record part of the block that the system gives every
+// thread for every module.
+//
+// GCC 13 and later can be built with the spare memory in static data
+// (--enable-libstdcxx-static-eh-pool). With such a compiler the spare blocks below can go;
+// the records can go when libstdc++ gets its own from the system's thread-local storage
+// instead of the heap. Then the whole file is unnecessary.
 #include <cxxabi.h>
 #include <windows.h>
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 
-#include "core/WindowsOwners.h"
-
 namespace veskard {
 namespace {
+
+// --- What a thread has in flight ---
+
+/// The C++ ABI's record of one thread: the exceptions that it has caught and not yet
+/// done with, and how many it has thrown and not yet caught.
+struct ThreadRecord {
+  void* caught;
+  unsigned uncaught;
+
+  bool HasExceptionInFlight() const noexcept { return caught != nullptr || uncaught != 0; }
+};
+
+// What the run-time library tells the system about thread-local data: where the first
+// contents of a thread's block lie, and which number the module has got.
+extern "C" const IMAGE_TLS_DIRECTORY _tls_used;  // NOLINT(bugprone-reserved-identifier)
+
+// The first contents of every thread's record. The system copies the whole section for each
+// thread, also for those that live already when the library is loaded (since Windows Vista),
+// and frees the copies when the thread ends or the library is unloaded. It refuses a thread,
+// or to load the library, when it has no memory for them; from then on there is no failure.
+//
+// The linker sorts by the section's name: between the run-time library's ".tls", where the
+// contents begin, and ".tls$ZZZ", where they end. A thread_local variable would not do: GCC 12
+// keeps those on the heap here.
+__attribute__((section(".tls$RECORD"))) ThreadRecord firstRecord = {nullptr, 0};
+
+// What compilers with thread-local variables of their own have each access do.
+ThreadRecord& RecordOfThisThread() noexcept {
+  constexpr size_t kBlocks = 11;  // which pointer of the thread's environment block
+  char* const* const blocks = reinterpret_cast<char***>(::NtCurrentTeb())[kBlocks];
+  const DWORD index = *reinterpret_cast<const DWORD*>(_tls_used.AddressOfIndex);
+  const size_t offset = reinterpret_cast<uintptr_t>(&firstRecord) - _tls_used.StartAddressOfRawData;
+  return *reinterpret_cast<ThreadRecord*>(blocks[index] + offset);
+}
 
 // --- Memory of exceptions ---
 
@@ -34,16 +73,19 @@ namespace {
 // this. It begins as zeros.
 constexpr size_t kHeaderRoom = 256;
 
-/// Blocks for exceptions that find the heap empty: as many as may be in flight at
-/// once, and as large as the exceptions of the standard library need.
+/// Blocks for exceptions that find the heap empty, as large as the exceptions of the
+/// standard library need. Half of them are kept for threads that have an exception in flight
+/// already: threads that wait for a block inside a handler would otherwise keep each other
+/// waiting with those that they hold.
 class SpareBlocks {
  public:
   static constexpr size_t kSize = 512;
 
-  /// Null when all are taken.
-  void* Take() noexcept {
-    for (Block& block : blocks_)
-      if (!block.isTaken.exchange(true)) return block.bytes;
+  /// Null when all that this thread may have are taken.
+  void* Take(bool hasExceptionInFlight) noexcept {
+    const size_t count = hasExceptionInFlight ? blocks_.size() : blocks_.size() / 2;
+    for (size_t i = 0; i < count; ++i)
+      if (!blocks_[i].isTaken.exchange(true)) return blocks_[i].bytes;
     return nullptr;
   }
 
@@ -67,75 +109,27 @@ class SpareBlocks {
 
 constinit SpareBlocks spareBlocks;
 
+// Null when there is no memory of either kind.
+void* TryTake(size_t size) noexcept {
+  void* const block = std::malloc(size);
+  if (block != nullptr || size > SpareBlocks::kSize) return block;
+  return spareBlocks.Take(RecordOfThisThread().HasExceptionInFlight());
+}
+
+// A spare block comes back as soon as another thread is done with its exception. The limit is
+// for what cannot end, such as one thread that holds all of them.
 void* TakeZeros(size_t size) noexcept {
-  void* block = std::malloc(size);
-  if (block == nullptr && size <= SpareBlocks::kSize) block = spareBlocks.Take();
-  if (block == nullptr) std::terminate();
-  return std::memset(block, 0, size);
+  constexpr int kMostWaits = 10'000;  // of a millisecond and more
+  for (int waits = 0; waits < kMostWaits; ++waits) {
+    if (void* const block = TryTake(size)) return std::memset(block, 0, size);
+    ::Sleep(1);
+  }
+  std::terminate();
 }
 
 void GiveBack(void* block) noexcept {
   if (!spareBlocks.GiveBack(block)) std::free(block);
 }
-
-// --- What a thread has in flight ---
-
-/// The C++ ABI's record of one thread: the exceptions that it has caught and not yet
-/// done with, and how many it has thrown and not yet caught.
-struct ThreadRecord {
-  void* caught;
-  unsigned uncaught;
-};
-
-/// Records by thread id. A slot stays its thread's until the table is full; then
-/// those of threads that have ended are given to others.
-class ThreadRecords {
- public:
-  ThreadRecord& OfThisThread() noexcept {
-    const DWORD thread = ::GetCurrentThreadId();
-    if (Slot* const slot = FindOrTake(thread)) return slot->record;
-    if (Slot* const slot = TakeFromTheDead(thread)) return slot->record;
-    std::terminate();
-  }
-
- private:
-  struct Slot {
-    std::atomic<DWORD> thread;  // 0: nobody's yet
-    ThreadRecord record;
-  };
-
-  Slot* FindOrTake(DWORD thread) noexcept {
-    const size_t first = thread / 4;  // ids are multiples of four
-    for (size_t i = 0; i < slots_.size(); ++i) {
-      Slot& slot = slots_[(first + i) % slots_.size()];
-      DWORD owner = slot.thread;
-      if (owner == thread || (owner == 0 && slot.thread.compare_exchange_strong(owner, thread))) return &slot;
-    }
-    return nullptr;
-  }
-
-  Slot* TakeFromTheDead(DWORD thread) noexcept {
-    for (Slot& slot : slots_) {
-      DWORD owner = slot.thread;
-      if (IsAlive(owner) || !slot.thread.compare_exchange_strong(owner, thread)) continue;
-      slot.record = {};
-      return &slot;
-    }
-    return nullptr;
-  }
-
-  // A thread that cannot be opened for any other reason than that there is none lives,
-  // for all that is known.
-  static bool IsAlive(DWORD thread) noexcept {
-    const UniqueHandle handle(::OpenThread(SYNCHRONIZE, FALSE, thread));
-    if (!handle) return ::GetLastError() != ERROR_INVALID_PARAMETER;
-    return ::WaitForSingleObject(handle.Get(), 0) != WAIT_OBJECT_0;
-  }
-
-  std::array<Slot, 512> slots_ = {};
-};
-
-constinit ThreadRecords threadRecords;
 
 }  // namespace
 }  // namespace veskard
@@ -163,7 +157,7 @@ void __cxa_free_dependent_exception(__cxa_dependent_exception* header) noexcept 
 }
 
 __cxa_eh_globals* __cxa_get_globals() noexcept {
-  return reinterpret_cast<__cxa_eh_globals*>(&veskard::threadRecords.OfThisThread());
+  return reinterpret_cast<__cxa_eh_globals*>(&veskard::RecordOfThisThread());
 }
 
 __cxa_eh_globals* __cxa_get_globals_fast() noexcept {

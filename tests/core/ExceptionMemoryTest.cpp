@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -71,95 +70,108 @@ TEST_F(ExceptionMemoryTest, WhatIsGivenBackIsThereAgain) {
   for (int i = 0; i < 1000; ++i) ASSERT_EQ(Nest(1), 2) << i;
 }
 
-// --- More threads than there are records ---
+// --- Many threads at once ---
 
-constexpr int kMoreThanRecords = 600;
-
-DWORD WINAPI ThrowAndCatch(void*) {
-  return static_cast<DWORD>(Nest(0));
-}
-
-/// Threads that have thrown and ended. Their handles stay open for as long as this
-/// lives, so that the system gives none of their ids to another thread.
-class EndedThreads {
+/// Threads that throw and catch at the same time, none of them for the second time. Every
+/// other one ends then, the others live on for as long as this does.
+class Crowd {
  public:
-  explicit EndedThreads(int count) {
+  explicit Crowd(int count) {
+    constexpr SIZE_T kStack = 256 * 1024;
     for (int i = 0; i < count; ++i) {
-      DWORD id = 0, caught = 0;
-      const UniqueHandle& thread =
-          threads_.emplace_back(::CreateThread(nullptr, 0, &ThrowAndCatch, nullptr, 0, &id));
-      EXPECT_EQ(::WaitForSingleObject(thread.Get(), 60'000), WAIT_OBJECT_0);
-      EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &caught));
-      EXPECT_EQ(caught, 1u) << i;
-      EXPECT_TRUE(ids_.insert(id).second) << "an id comes back";
+      threads_.emplace_back(::CreateThread(nullptr, kStack, i % 2 == 0 ? &ThrowAndEnd : &ThrowAndLiveOn, this,
+                                           STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+      EXPECT_TRUE(threads_.back()) << i;
     }
   }
+  ~Crowd() {
+    ::SetEvent(end_.Get());
+    for (const UniqueHandle& thread : threads_) ::WaitForSingleObject(thread.Get(), INFINITE);
+  }
+  Crowd(const Crowd&) = delete;
+  Crowd& operator=(const Crowd&) = delete;
+
+  /// Returns when every thread has thrown.
+  void Throw() {
+    const auto count = static_cast<int>(threads_.size());
+    while (ready_ < count) ::Sleep(1);
+    ::SetEvent(go_.Get());
+    while (done_ < count) ::Sleep(1);
+  }
+
+  /// How many threads have caught all that they have thrown.
+  int Right() const noexcept { return right_; }
 
  private:
+  static DWORD WINAPI ThrowAndEnd(void* self) {
+    static_cast<Crowd*>(self)->ThrowWithTheOthers();
+    return 0;
+  }
+  static DWORD WINAPI ThrowAndLiveOn(void* self) {
+    ThrowAndEnd(self);
+    ::WaitForSingleObject(static_cast<Crowd*>(self)->end_.Get(), INFINITE);
+    return 0;
+  }
+  void ThrowWithTheOthers() {
+    ++ready_;
+    ::WaitForSingleObject(go_.Get(), INFINITE);
+    if (Nest(1) == 2 && std::uncaught_exceptions() == 0) ++right_;
+    ++done_;
+  }
+
+  const UniqueHandle go_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const UniqueHandle end_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::atomic<int> ready_ = 0, done_ = 0, right_ = 0;
   std::vector<UniqueHandle> threads_;
-  std::set<DWORD> ids_;
 };
 
-TEST_F(ExceptionMemoryTest, ThreadsThatHaveEndedMakeRoomForOthers) {
-  const EndedThreads ended(kMoreThanRecords);
+constexpr int kCrowd = 2000;
+
+TEST_F(ExceptionMemoryTest, TwoThousandLivingThreadsMayThrowAtOnce) {
+  Crowd crowd(kCrowd);
+  crowd.Throw();
+  EXPECT_EQ(crowd.Right(), kCrowd);
+  EXPECT_EQ(Nest(0), 1);
 }
 
-TEST_F(ExceptionMemoryTest, ThreadsThatAreGoneMakeRoomForOthers) {
-  { const EndedThreads gone(kMoreThanRecords); }
-  const EndedThreads ended(kMoreThanRecords);
-}
-
-decltype(&::OpenThread) systemsOpenThread = nullptr;
-DWORD threadThatCannotBeOpened = 0;
-std::atomic<int> opened = 0;
-std::atomic<int> refused = 0;
-
-HANDLE WINAPI OpenOtherThread(DWORD access, BOOL inherits, DWORD id) {
-  ++opened;
-  if (id != threadThatCannotBeOpened) return systemsOpenThread(access, inherits, id);
-  ++refused;
-  ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
-  return nullptr;
-}
-
-UniqueHandle HandleOfThisThread() {
-  UniqueHandle handle;
-  const HANDLE process = ::GetCurrentProcess();
-  ::DuplicateHandle(process, ::GetCurrentThread(), process, handle.Out(), 0, FALSE, DUPLICATE_SAME_ACCESS);
-  return handle;
-}
-
-enum class Kept { kYes, kNo, kNotTried };
-
-// Whether a thread still has what it has caught when others have looked for a record and
-// could not open it. Not tried on a thread whose id has a record from before: one that
-// takes the first record that it can get is the first to be asked about.
-Kept KeepWhileOthersLookForRecords() {
-  opened = refused = 0;
-  try {
-    throw std::runtime_error("in flight");
-  } catch (const std::exception&) {
-    if (opened == 0) return Kept::kNotTried;
-    threadThatCannotBeOpened = ::GetCurrentThreadId();
-    const EndedThreads others(kMoreThanRecords);
-    return std::current_exception() != nullptr ? Kept::kYes : Kept::kNo;
+TEST_F(ExceptionMemoryTest, TwoThousandLivingThreadsMayThrowAtOnceWithoutHeap) {
+  Crowd crowd(kCrowd);
+  {
+    const NoMemory none;
+    crowd.Throw();
   }
+  EXPECT_EQ(crowd.Right(), kCrowd);
 }
 
-TEST_F(ExceptionMemoryTest, AThreadThatCannotBeOpenedKeepsItsRecord) {
-  const test::ImportPatch patch(nullptr, "OpenThread", reinterpret_cast<void*>(&OpenOtherThread));
-  systemsOpenThread = reinterpret_cast<decltype(&::OpenThread)>(patch.Original());
-  const EndedThreads ended(kMoreThanRecords);  // every record is somebody's
-  std::vector<UniqueHandle> known;
-  Kept kept = Kept::kNotTried;
-  while (kept == Kept::kNotTried && known.size() < kMoreThanRecords) {
-    std::thread([&] {
-      known.push_back(HandleOfThisThread());
-      kept = KeepWhileOthersLookForRecords();
-    }).join();
+TEST_F(ExceptionMemoryTest, AThreadThatFindsNoSpareBlockWaitsForOne) {
+  constexpr int kMoreThanBlocks = 100;
+  std::atomic<bool> mayThrow = false, mayEnd = false;
+  std::atomic<int> holding = 0, done = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kMoreThanBlocks; ++i) {
+    threads.emplace_back([&] {
+      while (!mayThrow) ::Sleep(1);
+      try {
+        throw std::bad_alloc();
+      } catch (const std::bad_alloc&) {
+        ++holding;
+        while (!mayEnd) ::Sleep(1);
+        Nest(0);  // and has one more block than those that wait for their first
+      }
+      ++done;
+    });
   }
-  EXPECT_EQ(kept, Kept::kYes);
-  EXPECT_GT(refused, 0) << "nobody has asked about the thread";
+  int held = 0;
+  {
+    const NoMemory none;
+    mayThrow = true;
+    ::Sleep(300);
+    held = holding;
+    mayEnd = true;
+    while (done < kMoreThanBlocks) ::Sleep(1);
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_LT(held, kMoreThanBlocks) << "no thread had to wait";
 }
 
 TEST_F(ExceptionMemoryTest, EachThreadHasItsOwnExceptions) {

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/WindowsOwners.h"
 #include "shellext/ClassIds.h"
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
@@ -146,6 +147,78 @@ TEST_F(LibraryLifeTest, AFirstClassObjectWithoutMemoryAnswersNullAndTheNextOneSu
     EXPECT_EQ(library.DllGetClassObject(ClassId(5), IID_PPV_ARGS(&factory)), S_OK) << request;
   }
   EXPECT_GT(request, 3u);
+}
+
+// ---- Exceptions in many threads
+
+/// Asks for a class object from many threads at the same time, which have not been in the
+/// library before. Half of them are older than the library, and every other one lives for as
+/// long as this does.
+class Crowd {
+ public:
+  static constexpr int kThreads = 2000;
+
+  Crowd() { Start(kThreads / 2); }
+  ~Crowd() {
+    ::SetEvent(end_.Get());
+    for (const UniqueHandle& thread : threads_) ::WaitForSingleObject(thread.Get(), INFINITE);
+  }
+  Crowd(const Crowd&) = delete;
+  Crowd& operator=(const Crowd&) = delete;
+
+  /// Returns when all have their answer; tells how many were told that there is no memory.
+  int Ask(const ExtensionLibrary& library) {
+    Start(kThreads / 2);
+    library_ = &library;
+    ::SetEvent(go_.Get());
+    while (answered_ < kThreads) ::Sleep(1);
+    return refused_;
+  }
+
+ private:
+  void Start(int count) {
+    constexpr SIZE_T kStack = 256 * 1024;
+    for (int i = 0; i < count; ++i) {
+      threads_.emplace_back(::CreateThread(nullptr, kStack, i % 2 == 0 ? &AskAndEnd : &AskAndLiveOn, this,
+                                           STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+      EXPECT_TRUE(threads_.back()) << i;
+    }
+  }
+  static DWORD WINAPI AskAndEnd(void* self) {
+    static_cast<Crowd*>(self)->AskWithTheOthers();
+    return 0;
+  }
+  static DWORD WINAPI AskAndLiveOn(void* self) {
+    AskAndEnd(self);
+    ::WaitForSingleObject(static_cast<Crowd*>(self)->end_.Get(), INFINITE);
+    return 0;
+  }
+  void AskWithTheOthers() {
+    ::WaitForSingleObject(go_.Get(), INFINITE);
+    void* out = this;
+    const HRESULT result = library_->DllGetClassObject(ClassId(5), IID_IClassFactory, &out);
+    if (result == E_OUTOFMEMORY && out == nullptr) ++refused_;
+    ++answered_;
+  }
+
+  const UniqueHandle go_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const UniqueHandle end_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const ExtensionLibrary* library_ = nullptr;
+  std::atomic<int> answered_ = 0, refused_ = 0;
+  std::vector<UniqueHandle> threads_;
+};
+
+TEST_F(LibraryLifeTest, TwoThousandLivingThreadsMayRunOutOfMemoryAtOnce) {
+  Crowd crowd;  // some of it lives until the library is gone
+  ExtensionLibrary library;
+  {
+    const test::WatchedCalls heap(library.Module(), test::kHeapCalls);
+    const test::ArmedFault outOfMemory(
+        {.number = 1, .span = test::FaultSpan::kFromThen, .threads = test::Threads::kAll});
+    EXPECT_EQ(crowd.Ask(library), Crowd::kThreads);
+  }
+  CreateAndRelease(library, 5);
+  library.Unload();
 }
 
 // ---- Unloading
