@@ -29,29 +29,13 @@ bool AsksForTwoSizes(UINT iconSize) noexcept {
   return LOWORD(iconSize) != HIWORD(iconSize);
 }
 
-struct IconPair {
-  UniqueIcon large;
-  UniqueIcon small;
-};
-
-// Where memory ends one icon is missing; the other is shown all the same.
+// Out of memory costs this icon; the other one is shown all the same.
 UniqueIcon ComposeOrNone(const wchar_t* path, bool large) noexcept {
   try {
     return ComposePlaceholderIcon(path, large);
   } catch (...) {
     return {};
   }
-}
-
-IconPair ComposeBoth(const wchar_t* path) noexcept {
-  UniqueIcon large = ComposeOrNone(path, true);
-  return {std::move(large), ComposeOrNone(path, false)};
-}
-
-IconPair ComposeSmallTwice(const wchar_t* path) noexcept {
-  UniqueIcon icon = ComposeOrNone(path, false);
-  UniqueIcon copy(::DuplicateIcon(nullptr, icon.Get()));
-  return {std::move(icon), std::move(copy)};
 }
 
 }  // namespace
@@ -104,16 +88,19 @@ HRESULT ShellFileIcon::GetCurFile(LPOLESTR*) noexcept {
 }
 
 HRESULT ShellFileIcon::GetIconLocation(UINT, PWSTR, UINT, int*, UINT* pwFlags) noexcept {
-  *pwFlags = GIL_NOTFILENAME | GIL_DONTCACHE;
+  if (pwFlags != nullptr) *pwFlags = GIL_NOTFILENAME | GIL_DONTCACHE;
   return S_OK;
 }
 
 HRESULT ShellFileIcon::Extract(PCWSTR, UINT, HICON* phiconLarge, HICON* phiconSmall,
                                UINT nIconSize) noexcept {
   if (!EqualsIgnoringCase(::PathFindExtensionW(fileName_), kPlaceholderExtension)) return E_NOTIMPL;
-  IconPair icons = AsksForTwoSizes(nIconSize) ? ComposeBoth(fileName_) : ComposeSmallTwice(fileName_);
-  *phiconLarge = icons.large.Release();
-  *phiconSmall = icons.small.Release();
+  const bool twoSizes = AsksForTwoSizes(nIconSize);
+  if (phiconLarge != nullptr) *phiconLarge = ComposeOrNone(fileName_, twoSizes).Release();
+  if (phiconSmall == nullptr) return S_OK;
+  // The same small icon twice is composed once.
+  const bool isCopy = !twoSizes && phiconLarge != nullptr;
+  *phiconSmall = isCopy ? ::DuplicateIcon(nullptr, *phiconLarge) : ComposeOrNone(fileName_, false).Release();
   return S_OK;
 }
 

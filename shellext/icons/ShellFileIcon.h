@@ -38,14 +38,14 @@ class ShellFileIcon final : public IPersistFile, public IExtractIconW, private R
 
   // IExtractIconW.
   /// Always S_OK with GIL_NOTFILENAME | GIL_DONTCACHE; the other results are left
-  /// as they are.
+  /// as they are. A null `pwFlags` is skipped.
   STDMETHODIMP GetIconLocation(UINT uFlags, PWSTR szIconFile, UINT cchMax, int* piIndex,
                                UINT* pwFlags) noexcept override;
   /// For a file that was loaded with the extension ".ghpl" (in any case): S_OK and
-  /// two icons, owned by the caller, either of them null where composing it failed
-  /// or memory ended. Where `nIconSize` asks for one size twice, both are the small
-  /// icon. E_NOTIMPL and nothing touched for any other file. Both pointers must be
-  /// given.
+  /// two icons, owned by the caller, either of them null where composing it failed,
+  /// for want of memory too. Where `nIconSize` asks for one size twice, both are the
+  /// small icon. A null pointer is skipped and its icon not made. E_NOTIMPL and
+  /// nothing touched for any other file.
   STDMETHODIMP Extract(PCWSTR pszFile, UINT nIconIndex, HICON* phiconLarge, HICON* phiconSmall,
                        UINT nIconSize) noexcept override;
 

@@ -9,6 +9,7 @@
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/GdiHandleCount.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -154,6 +155,10 @@ TEST_F(ShellFileIconTest, TellsTheShellThatThereIsNoFileAndNothingToKeep) {
   }
 }
 
+TEST_F(ShellFileIconTest, TheFlagsOfALocationNeedNotBeAskedFor) {
+  EXPECT_EQ(IconHandler(report_).Icons().GetIconLocation(0, nullptr, 0, nullptr, nullptr), S_OK);
+}
+
 TEST_F(ShellFileIconTest, DrawsPlaceholdersWhateverTheCaseOfTheirExtension) {
   for (const wchar_t* file : {report_.c_str(), L"C:\\sync\\a.GHPL", L"C:\\sync\\a.txt.GhPl", L".ghpl"}) {
     const ExtractedIcons icons = IconHandler(file).Extract();
@@ -197,6 +202,41 @@ TEST_F(ShellFileIconTest, OneSizeTwiceGivesTheSmallIconAndACopy) {
     EXPECT_NE(icons.large.Get(), icons.small.Get());
   }
   EXPECT_EQ(CacheSize(), 2u);  // nothing of the large class
+}
+
+TEST_F(ShellFileIconTest, AHostMayAskForOneIconOnly) {
+  const IconHandler handler(report_);
+  for (const UINT size : {kTwoSizes, kOneSize}) {
+    UniqueIcon large, small;
+    EXPECT_EQ(handler.Icons().Extract(report_.c_str(), 0, large.Out(), nullptr, size), S_OK);
+    EXPECT_TRUE(LooksLike(PixelsOf(large.Get()), size == kTwoSizes ? large_ : small_)) << std::hex << size;
+    EXPECT_EQ(handler.Icons().Extract(report_.c_str(), 0, nullptr, small.Out(), size), S_OK);
+    EXPECT_TRUE(LooksLike(PixelsOf(small.Get()), small_)) << std::hex << size;
+    EXPECT_EQ(handler.Icons().Extract(report_.c_str(), 0, nullptr, nullptr, size), S_OK);
+  }
+  HICON icon = nullptr;
+  handler.Load(L"C:\\sync\\report.vkx");
+  EXPECT_EQ(handler.Icons().Extract(report_.c_str(), 0, nullptr, &icon, kTwoSizes), E_NOTIMPL);
+}
+
+TEST_F(ShellFileIconTest, AnIconThatNobodyAsksForIsNotMade) {
+  const IconHandler handler(report_);
+  { const ExtractedIcons icons = handler.Extract(); }  // fills the Shell's own caches
+  test::EmptyCache();
+  const size_t gdiHandles = test::CountGdiHandles();
+  for (const UINT size : {kTwoSizes, kOneSize}) {
+    UniqueIcon icon;
+    handler.Icons().Extract(report_.c_str(), 0, nullptr, nullptr, size);
+    EXPECT_EQ(CacheSize(), 0u);
+    handler.Icons().Extract(report_.c_str(), 0, nullptr, icon.Out(), size);
+    EXPECT_EQ(CacheSize(), 2u);  // nothing of the large class
+    test::EmptyCache();
+    handler.Icons().Extract(report_.c_str(), 0, icon.Out(), nullptr, size);
+    EXPECT_EQ(CacheSize(), 2u);  // of one class alone
+    test::EmptyCache();
+    icon.Reset();
+    EXPECT_EQ(test::CountGdiHandles(), gdiHandles) << std::hex << size;
+  }
 }
 
 TEST_F(ShellFileIconTest, FollowsTheProgress) {
