@@ -10,8 +10,9 @@ HRESULT DropMedium::Fetch(IDataObject* source) noexcept {
   Release();
   if (source == nullptr) return E_UNEXPECTED;
   FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
-  const HRESULT result = source->GetData(&format, &medium_);
-  owned_ = SUCCEEDED(result);
+  STGMEDIUM fetched = {};
+  const HRESULT result = source->GetData(&format, &fetched);
+  Replace(fetched, SUCCEEDED(result));
   return result;
 }
 
@@ -22,9 +23,10 @@ HDROP DropMedium::Drop() const noexcept {
   return owned_ && isMemory ? static_cast<HDROP>(medium_.hGlobal) : nullptr;
 }
 
-void DropMedium::Release() noexcept {
-  STGMEDIUM old = std::exchange(medium_, STGMEDIUM{});
-  if (std::exchange(owned_, false)) ::ReleaseStgMedium(&old);
+// Changed before the old one is freed, which may call back.
+void DropMedium::Replace(const STGMEDIUM& medium, bool isOwned) noexcept {
+  STGMEDIUM old = std::exchange(medium_, medium);
+  if (std::exchange(owned_, isOwned)) ::ReleaseStgMedium(&old);
 }
 
 }  // namespace veskard

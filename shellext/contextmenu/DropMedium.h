@@ -10,7 +10,9 @@ namespace veskard {
 
 /// Owns the storage medium that a data object gave for its list of files, and
 /// frees it by the medium's own rule: when it is fetched anew and in the
-/// destructor. In between the list stays readable. Nothing throws.
+/// destructor. In between the list stays readable. A source that has the medium fetched
+/// again while it answers, or while its list is freed, does no harm: the answer that
+/// comes last is held. Nothing throws.
 class DropMedium {
  public:
   DropMedium() noexcept = default;
@@ -31,7 +33,8 @@ class DropMedium {
   HDROP Drop() const noexcept;
 
  private:
-  void Release() noexcept;
+  void Release() noexcept { Replace({}, false); }
+  void Replace(const STGMEDIUM& medium, bool isOwned) noexcept;
 
   STGMEDIUM medium_ = {};
   bool owned_ = false;

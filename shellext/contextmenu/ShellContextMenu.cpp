@@ -61,6 +61,8 @@ STDMETHODIMP ShellContextMenu::Initialize(LPCITEMIDLIST, IDataObject* selection,
 
 STDMETHODIMP ShellContextMenu::QueryContextMenu(HMENU menu, UINT index, UINT firstId, UINT,
                                                 UINT flags) noexcept {
+  // The selection's answer may run the host's code, which may let go of this handler.
+  const UniqueCom<IContextMenu> self = HoldCom<IContextMenu>(this);
   return ComBoundary([&] { return BuildMenu(menu, index, firstId, flags); });
 }
 
@@ -108,17 +110,19 @@ HRESULT ShellContextMenu::BuildMenu(HMENU menu, UINT index, UINT firstId, UINT f
 
 HRESULT ShellContextMenu::FetchSelection() noexcept {
   selectedCount_ = 0;  // whatever was counted goes with the old list
-  const HRESULT result = medium_.Fetch(selection_.Get());
+  // The host may replace the selection, or ask for another menu, while this one answers.
+  const UniqueCom<IDataObject> selection = HoldCom(selection_.Get());
+  const HRESULT result = medium_.Fetch(selection.Get());
+  const HDROP drop = medium_.Drop();
+  selectedCount_ = drop == nullptr ? 0 : CountDropNames(drop);
   if (FAILED(result) || !medium_.CameWithHandle()) {
     Log(L"Context menu: GetData failed (%lx); mh : %d", result, medium_.CameWithHandle());
     return E_NOTIMPL;
   }
-  const HDROP drop = medium_.Drop();
   if (drop == nullptr) {
     Log(L"Context menu: memory handle is NULL");
     return E_NOTIMPL;
   }
-  selectedCount_ = CountDropNames(drop);
   return S_OK;
 }
 

@@ -19,7 +19,8 @@ namespace veskard {
 /// The shell makes one for each menu, calls Initialize with the selection,
 /// QueryContextMenu for the items and InvokeCommand for the one chosen. It lives
 /// in one apartment; no method lets an exception out, and one that runs out of
-/// memory answers E_OUTOFMEMORY.
+/// memory answers E_OUTOFMEMORY. While the selection answers, the host may select
+/// something else, ask for another menu or release the handler.
 class ShellContextMenu final : public IContextMenu, public IShellExtInit, public RefCountedObject {
  public:
   /// Throws std::bad_alloc only.

@@ -18,14 +18,22 @@ class RefCountedObject {
 
   uint32_t AddReference() noexcept { return ++references_; }
 
-  /// Returns the new count; at 0 the object is destroyed.
+  /// Returns the new count; at 0 the object is destroyed. What its destructor releases may
+  /// take and give back references meanwhile.
   uint32_t ReleaseReference() noexcept {
     const uint32_t left = --references_;
-    if (left == 0) delete this;
+    if (left == 0) Destroy();
     return left;
   }
 
  private:
+  void Destroy() noexcept {
+    references_ = kWhileDestroyed;
+    delete this;
+  }
+
+  // Far from 0, which would destroy the object a second time.
+  static constexpr uint32_t kWhileDestroyed = 0x40000000;
   uint32_t references_ = 0;
 };
 

@@ -62,8 +62,15 @@ STDMETHODIMP FakeDataObject::QueryInterface(REFIID riid, void** ppv) {
   return S_OK;
 }
 
+STDMETHODIMP_(ULONG) FakeDataObject::Release() {
+  const ULONG left = --references_;
+  if (left == 0 && atLastRelease_) atLastRelease_();
+  return left;
+}
+
 STDMETHODIMP FakeDataObject::GetData(FORMATETC* format, STGMEDIUM* medium) {
   lastFormat_ = *format;
+  if (const auto action = std::exchange(beforeAnswer_, nullptr)) action();
   if (answersInstead_) {
     *medium = medium_;
     return result_;

@@ -7,6 +7,7 @@
 #include <shellapi.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,6 +46,11 @@ class FakeDataObject final : public IDataObject {
   int ListsInUse() const noexcept { return *inUse_; }
   const FORMATETC& LastFormat() const noexcept { return lastFormat_; }
 
+  /// Done once, at the beginning of the next GetData: what a host does while it answers.
+  void BeforeTheNextAnswer(std::function<void()> action) { beforeAnswer_ = std::move(action); }
+  /// Done in the Release that gives back the last reference.
+  void AtTheLastRelease(std::function<void()> action) { atLastRelease_ = std::move(action); }
+
   /// What GetData answers instead of a list.
   void AnswerWith(HRESULT result, const STGMEDIUM& medium) {
     answersInstead_ = true;
@@ -56,7 +62,7 @@ class FakeDataObject final : public IDataObject {
 
   STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
   STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() override { return --references_; }
+  STDMETHODIMP_(ULONG) Release() override;
   STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) override;
   STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
   STDMETHODIMP QueryGetData(FORMATETC*) override { return E_NOTIMPL; }
@@ -76,6 +82,7 @@ class FakeDataObject final : public IDataObject {
   bool answersInstead_ = false;
   HRESULT result_ = S_OK;
   STGMEDIUM medium_ = {};
+  std::function<void()> beforeAnswer_, atLastRelease_;
 };
 
 }  // namespace veskard::test

@@ -409,6 +409,87 @@ TEST_F(MenuHandlerTest, AtTheEndTheSelectionGoesFirstThenTheBitmapsThenGdiplus) 
             (std::vector<std::string>{"selection", "bitmap", "bitmap", "bitmap", "bitmap", "gdiplus"}));
 }
 
+// Some selections hand themselves to whoever lets go of them.
+TEST_F(MenuHandlerTest, ASelectionMayTakeAndGiveBackAReferenceWhileTheHandlerGoes) {
+  FakeDataObject selection({});
+  const FunctionPatch deleteObject(library_.Module(), "DeleteObject", &NoteDeletedObject);
+  {
+    const MenuHandler handler(library_);
+    handler.Select(&selection);
+    selection.AtTheLastRelease([menu = handler.Menu()] {
+      menu->AddRef();
+      menu->Release();
+    });
+    events.clear();
+  }
+  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap", "bitmap"}));
+}
+
+// --- Hosts that call while the selection answers ---
+
+TEST_F(MenuHandlerTest, ASelectionIsHeldWhileItAnswers) {
+  FakeDataObject selection({MakeFolderWithMenu()});
+  const MenuHandler handler(library_);
+  handler.Select(&selection);
+  selection.BeforeTheNextAnswer([&] {
+    EXPECT_EQ(handler.Select(nullptr), S_OK);
+    EXPECT_EQ(selection.References(), 1u);
+  });
+  EXPECT_EQ(handler.Query(menu_.Get()), 6);
+  EXPECT_EQ(Letters(ItemsOf(menu_.Get())), "SRA");
+  EXPECT_EQ(selection.References(), 0u);
+}
+
+TEST_F(MenuHandlerTest, AHandlerMayBeReleasedWhileItsSelectionAnswers) {
+  FakeDataObject selection({MakeFolderWithMenu()});
+  const FunctionPatch deleteObject(library_.Module(), "DeleteObject", &NoteDeletedObject);
+  auto handler = std::make_unique<MenuHandler>(library_);
+  IContextMenu* const menu = handler->Menu();
+  handler->Select(&selection);
+  events.clear();
+  selection.BeforeTheNextAnswer([&] {
+    handler.reset();
+    EXPECT_TRUE(events.empty()) << "its bitmaps are gone, and so is the handler";
+  });
+  EXPECT_EQ(menu->QueryContextMenu(menu_.Get(), 0, kFirstId, kFirstId + 100, CMF_NORMAL), 6);
+  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap", "bitmap"}));
+  EXPECT_EQ(selection.ListsInUse(), 0);
+}
+
+TEST_F(MenuHandlerTest, AMenuWithinAMenuLeavesOneList) {
+  FakeDataObject selection({MakeFolderWithMenu()});
+  {
+    const MenuHandler handler(library_);
+    handler.Select(&selection);
+    const UniqueMenu inner(::CreatePopupMenu());
+    selection.BeforeTheNextAnswer([&] { EXPECT_EQ(handler.Query(inner.Get()), 6); });
+    EXPECT_EQ(handler.Query(menu_.Get()), 6);
+    EXPECT_EQ(Letters(ItemsOf(inner.Get())), "SRA");
+    EXPECT_EQ(Letters(ItemsOf(menu_.Get())), "SRA");
+    EXPECT_EQ(selection.ListsGiven(), 2);
+    EXPECT_EQ(selection.ListsInUse(), 1);
+  }
+  EXPECT_EQ(selection.ListsInUse(), 0);
+}
+
+TEST_F(MenuHandlerTest, AFailureAroundAnotherMenuLeavesNoSelection) {
+  FakeAgent agent(AgentKind::kService);
+  FakeDataObject selection({MakeFolderWithMenu()});
+  const MenuHandler handler(library_);
+  handler.Select(&selection);
+  const UniqueMenu inner(::CreatePopupMenu());
+  selection.BeforeTheNextAnswer([&] {
+    EXPECT_EQ(handler.Query(inner.Get()), 6);
+    selection.AnswerWith(E_FAIL, {});
+  });
+  EXPECT_EQ(handler.Query(menu_.Get()), E_NOTIMPL);
+  EXPECT_EQ(selection.ListsInUse(), 0);
+  EXPECT_EQ(handler.Invoke(1), S_OK);
+  EXPECT_EQ(agent.NextBatch(), PipeMessages{"d6:actioni7e5:filesle4:lasti1ee"}) << "no item is selected";
+}
+
+// --- The list ---
+
 TEST_F(MenuHandlerTest, TheListIsFreedWithTheHandler) {
   FakeDataObject selection({MakeFolderWithMenu()});
   {

@@ -113,6 +113,27 @@ TEST_F(ClassFactoryTest, LockServerChangesNothing) {
   EXPECT_EQ(ModuleLockCount(), before);
 }
 
+/// Releases something that takes and gives back a reference to it.
+class ReferredToAtItsEnd : private RefCountedObject {
+ public:
+  ~ReferredToAtItsEnd() override {
+    if (++destroyed > 1) return;
+    AddRef();
+    Release();
+  }
+  uint32_t AddRef() noexcept { return AddReference(); }
+  uint32_t Release() noexcept { return ReleaseReference(); }
+
+  inline static int destroyed = 0;
+};
+
+TEST(RefCountedObjectTest, ReferencesWhileItIsDestroyedDoNotDestroyItAgain) {
+  auto* const object = new ReferredToAtItsEnd;
+  object->AddRef();
+  EXPECT_EQ(object->Release(), 0u);
+  EXPECT_EQ(ReferredToAtItsEnd::destroyed, 1);
+}
+
 TEST(ComBoundaryTest, PassesResultsThrough) {
   EXPECT_EQ(ComBoundary([] { return S_FALSE; }), S_FALSE);
   EXPECT_EQ(ComBoundary([] { return E_NOTIMPL; }), E_NOTIMPL);
