@@ -1,6 +1,9 @@
 // Placeholder icons through COM, and as shellprobe draws them.
+#include <shellapi.h>
+
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/PngReader.h"
 #include "tests/support/ToolRun.h"
 #include "tools/common/ToolError.h"
@@ -43,6 +46,47 @@ TEST_F(IconTest, OtherFilesHaveNone) {
   } catch (const ToolError& error) {
     EXPECT_EQ(error.Code(), kNoIcon);
   }
+}
+
+HRESULT WINAPI NoImageList(int, REFIID, void** list) {
+  *list = nullptr;
+  return E_FAIL;
+}
+DWORD_PTR WINAPI NoFileInfo(LPCWSTR, DWORD, SHFILEINFOW*, UINT, UINT) {
+  return 0;
+}
+
+class MissingIconTest : public IconTest {
+ protected:
+  // The library in this process, with the handler's large icons' or all icons' source gone.
+  static HMODULE Library() {
+    ExtensionClasses().NewIconHandler();
+    return ::GetModuleHandleW(L"VeskardShellExt.dll");
+  }
+  // What is said of the icon; nothing when it comes.
+  std::string Refusal(IconClass which) const {
+    try {
+      EXPECT_TRUE(ExtractPlaceholderIcon(ExtensionClasses(), file_, which));
+    } catch (const ToolError& error) {
+      EXPECT_EQ(error.Code(), kNoIcon);
+      return error.what();
+    }
+    return {};
+  }
+
+  const std::wstring root_ = Root();
+  const std::wstring file_ = Placeholder(L"Root\\a.txt.ghpl", 45);
+};
+
+TEST_F(MissingIconTest, OnlyTheOneThatIsAskedForCounts) {
+  const FunctionPatch patch(Library(), "SHGetImageList", &NoImageList);
+  EXPECT_EQ(Refusal(IconClass::kSmall), "");
+  EXPECT_EQ(Refusal(IconClass::kLarge), "the handler could not draw the large icon for " + ToUtf8(file_));
+}
+
+TEST_F(MissingIconTest, TheOneThatIsMissingIsNamed) {
+  const FunctionPatch patch(Library(), "SHGetFileInfoW", &NoFileInfo);
+  EXPECT_EQ(Refusal(IconClass::kSmall), "the handler could not draw the small icon for " + ToUtf8(file_));
 }
 
 // --- shellprobe icon ---------------------------------------------------------

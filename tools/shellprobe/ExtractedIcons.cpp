@@ -41,9 +41,8 @@ SIZE IconSize(HICON icon) {
   return {bitmap.bmWidth, colour ? bitmap.bmHeight : bitmap.bmHeight / 2};
 }
 
-}  // namespace
-
-PlaceholderIcons ExtractPlaceholderIcons(const ExtensionClasses& classes, const std::wstring& file) {
+// Either icon may be missing.
+PlaceholderIcons Extract(const ExtensionClasses& classes, const std::wstring& file) {
   const UniqueCom<IExtractIconW> extractor = LoadHandler(classes, file);
   wchar_t location[MAX_PATH] = {};
   int index = 0;
@@ -55,8 +54,31 @@ PlaceholderIcons ExtractPlaceholderIcons(const ExtensionClasses& classes, const 
     result = extractor.Get()->Extract(location, static_cast<UINT>(index), icons.large.Out(),
                                       icons.small.Out(), MAKELONG(kLargeSize, kSmallSize));
   }
-  if (FAILED(result) || !icons.large || !icons.small) throw NoIcon(file, result);
+  if (FAILED(result)) throw NoIcon(file, result);
   return icons;
+}
+
+void Expect(const UniqueIcon& icon, const std::string& name, const std::wstring& file) {
+  if (icon) return;
+  throw ToolError(kNoIcon, "the handler could not draw the " + name + " icon for " + ToUtf8(file));
+}
+
+}  // namespace
+
+PlaceholderIcons ExtractPlaceholderIcons(const ExtensionClasses& classes, const std::wstring& file) {
+  PlaceholderIcons icons = Extract(classes, file);
+  Expect(icons.large, "large", file);
+  Expect(icons.small, "small", file);
+  return icons;
+}
+
+UniqueIcon ExtractPlaceholderIcon(const ExtensionClasses& classes, const std::wstring& file,
+                                  IconClass which) {
+  PlaceholderIcons icons = Extract(classes, file);
+  const bool isLarge = which == IconClass::kLarge;
+  UniqueIcon icon = std::move(isLarge ? icons.large : icons.small);
+  Expect(icon, isLarge ? "large" : "small", file);
+  return icon;
 }
 
 Picture PaintIcon(HICON icon, uint32_t background) {

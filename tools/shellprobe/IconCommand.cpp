@@ -16,7 +16,7 @@ constexpr OptionSpec kOptions[] = {
     kLibraryOption,
 };
 
-constexpr const char* kSizes[] = {"large", "small"};
+constexpr const char* kSizes[] = {"large", "small"};  // by IconClass
 constexpr const char* kBackgrounds[] = {"light", "dark", "none"};
 constexpr uint32_t kColours[] = {0xFFFFFF, 0x202020};
 
@@ -43,17 +43,17 @@ const CommandSpec kIconSpec = {
     .options = kOptions,
     .notes =
         "Exit codes: 0 done; 1 there is no such file, or the picture cannot be written; 2 wrong\n"
-        "command line; 10 not registered; 13 the handler has no icon for this file.\n",
+        "command line; 10 not registered; 13 the handler gives no such icon for this file.\n",
 };
 
 int RunIcon(const Arguments& arguments) {
-  const bool small = arguments.Choice("--size", kSizes, 0) == 1;
+  const auto size = static_cast<IconClass>(arguments.Choice("--size", kSizes, 0));
   const size_t background = arguments.Choice("--background", kBackgrounds, 0);
   const std::wstring file = FullPath(arguments.Positional()[0]);
   ExpectFile(file);
   const ComApartment apartment;
-  const PlaceholderIcons icons = ExtractPlaceholderIcons(ClassesFor(arguments), file);
-  const Picture picture = Paint(small ? icons.small.Get() : icons.large.Get(), background);
+  const UniqueIcon icon = ExtractPlaceholderIcon(ClassesFor(arguments), file, size);
+  const Picture picture = Paint(icon.Get(), background);
   if (arguments.Has("--png")) SavePng(picture, FullPath(arguments.Text("--png")));
   Print(ToUtf8(file) + ": " + std::to_string(picture.width) + "x" + std::to_string(picture.height) + "\n");
   return static_cast<int>(ExitCode::kDone);
