@@ -6,6 +6,7 @@
 
 #include "benc/BencWalk.h"
 #include "util/string/Digits.h"
+#include "util/string/FormatArgs.h"
 
 namespace veskard {
 namespace {
@@ -172,6 +173,15 @@ class BencDumper {
   int mode_;
 };
 
+std::string DictionaryText(const void* pointer) {
+  const BencValue& value = *static_cast<const BencValue*>(pointer);
+  if (value.GetKind() != BencValue::Kind::Dict) return {};
+  constexpr size_t kUsualDump = 4096;
+  ByteBuilder text(kUsualDump);
+  DumpValue(text, value, kEscapedMode);
+  return std::string(text.View());
+}
+
 }  // namespace
 
 void DumpEscapedString(ByteBuilder& out, const char* bytes, size_t length) {
@@ -191,10 +201,8 @@ void DumpValue(ByteBuilder& out, const BencValue& value, int mode) {
   WalkBencoded(value, dumper);
 }
 
-bool DumpDictionary(ByteBuilder& out, const BencValue& value) {
-  if (value.GetKind() != BencValue::Kind::Dict) return false;
-  DumpValue(out, value, 0);
-  return true;
+FormatDump DumpOf(const BencValue* value) noexcept {
+  return {value, &DictionaryText};
 }
 
 }  // namespace veskard

@@ -14,10 +14,6 @@ namespace veskard {
 /// std::bad_alloc only.
 void DumpValue(ByteBuilder& out, const BencValue& value, int mode);
 
-/// The same for a dictionary in mode 0, and true; anything else appends nothing and
-/// gives false. It serves the formatter (util/string/FormatServices.h).
-bool DumpDictionary(ByteBuilder& out, const BencValue& value);
-
 /// Appends one quoted, escaped string; null bytes give just the quotes.
 void DumpEscapedString(ByteBuilder& out, const char* bytes, size_t length);
 

@@ -16,6 +16,7 @@ struct BencArray;
 struct BencNode;
 struct BencKey;
 class BencEntries;
+struct FormatDump;
 
 /// A tagged value: one 64-bit word and an 8-bit kind.
 ///
@@ -138,6 +139,10 @@ class BencValue {
   Payload payload_{0};
   Kind kind_ = Kind::None;
 };
+
+/// What the formatter's conversion "D" prints (util/string/FormatArgs.h): the text dump
+/// of a Dict in mode 0 (benc/BencDump.h); no other kind has one.
+FormatDump DumpOf(const BencValue* value) noexcept;
 
 /// One entry of a Dict, as iteration shows it.
 struct BencEntry {

@@ -11,6 +11,7 @@
 #include "lang/ResourceData.h"
 #include "lang/StringTable.h"
 #include "lang/UserLanguage.h"
+#include "util/string/SizeText.h"
 
 namespace veskard {
 namespace {
@@ -34,6 +35,7 @@ void Show(std::unique_ptr<LoadedLanguage> language) {
   const CriticalSectionHold hold(loadLock);
   loaded.push_back(std::move(language));
   shown.store(loaded.back().get(), std::memory_order_release);
+  SetSizeUnitNames([](unsigned number) { return GetString(number).c_str(); });
 }
 
 const StringTable& CurrentTable() {

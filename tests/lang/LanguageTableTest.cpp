@@ -19,7 +19,6 @@
 #include "lang/StringTable.h"
 #include "tests/lang/ZipBuilder.h"
 #include "tests/support/ImportPatch.h"
-#include "util/string/FormatServices.h"
 #include "util/string/strfmt.h"
 
 namespace veskard {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,9 +16,23 @@
 
 namespace veskard {
 
-class BencValue;
+/// A value that the conversion "D" prints. A type has one when a function of its own
+/// namespace, `FormatDump DumpOf(const Type* value) noexcept`, makes it; the formatter
+/// thus prints values of layers above without knowing them.
+struct FormatDump {
+  const void* value;
+  /// The text dump of `value`, which is not null; empty when it has none. Throws
+  /// std::bad_alloc only.
+  std::string (*text)(const void* value);
+};
 
-/// One argument slot, 64 bits wide whatever the argument's type.
+template <class T>
+concept HasFormatDump = requires(const T* value) {
+  { DumpOf(value) } -> std::same_as<FormatDump>;
+};
+
+/// One argument slot: 64 bits whatever the argument's type, and the function beside a
+/// value that "D" prints.
 struct FormatArg {
   enum class Kind : uint8_t {
     kInteger,
@@ -26,7 +41,7 @@ struct FormatArg {
     kWideString,
     kPointer,      // of any other type, and the null pointer
     kByteVector,   // std::vector<uint8_t>*
-    kBencValue,    // BencValue*
+    kDump,         // of a type with a FormatDump
     kAddress,      // NetworkAddress*
     kAddressList,  // NetworkAddressList*
   };
@@ -43,9 +58,15 @@ struct FormatArg {
   FormatArg(const void* address) noexcept : pointer(address), kind(Kind::kPointer) {}
   FormatArg(std::nullptr_t) noexcept : pointer(nullptr), kind(Kind::kPointer) {}
   FormatArg(const std::vector<uint8_t>* bytes) noexcept : pointer(bytes), kind(Kind::kByteVector) {}
-  FormatArg(const BencValue* value) noexcept : pointer(value), kind(Kind::kBencValue) {}
   FormatArg(const NetworkAddress* address) noexcept : pointer(address), kind(Kind::kAddress) {}
   FormatArg(const NetworkAddressList* list) noexcept : pointer(list), kind(Kind::kAddressList) {}
+  FormatArg(FormatDump dump) noexcept : pointer(dump.value), dumpText(dump.text), kind(Kind::kDump) {}
+  template <HasFormatDump T>
+  FormatArg(const T* value) noexcept : FormatArg(DumpOf(value)) {}
+  // An object without a dump, or one whose header is not included here: its address has
+  // to be asked for as a const void*.
+  template <class T>
+  requires(std::is_class_v<T> && !HasFormatDump<T>) FormatArg(const T* object) = delete;
 
   bool IsPointer() const noexcept { return kind != Kind::kInteger && kind != Kind::kDouble; }
   bool IsNull() const noexcept { return IsPointer() && pointer == nullptr; }
@@ -55,6 +76,7 @@ struct FormatArg {
     double real;          // kDouble
     const void* pointer;  // all others
   };
+  std::string (*dumpText)(const void* value) = nullptr;  // kDump
   Kind kind = Kind::kInteger;
 
  private:

@@ -1,5 +1,7 @@
 #include "util/string/SizeText.h"
 
+#include <atomic>
+
 namespace veskard {
 namespace {
 
@@ -29,7 +31,22 @@ uint64_t ExaHundredths(uint64_t bytes) noexcept {
   return whole * 100 + (scaledRest >> (kExaShift - 4));
 }
 
+const wchar_t* EnglishUnitName(unsigned number) {
+  static constexpr const wchar_t* kNames[] = {L"B", L"EB", L"GB", L"kB", L"MB", L"PB", L"TB"};
+  return kNames[number];
+}
+
+std::atomic<SizeUnitNames> unitNames{&EnglishUnitName};
+
 }  // namespace
+
+void SetSizeUnitNames(SizeUnitNames names) noexcept {
+  unitNames.store(names, std::memory_order_relaxed);
+}
+
+const wchar_t* SizeUnitName(unsigned number) {
+  return unitNames.load(std::memory_order_relaxed)(number);
+}
 
 ScaledSize ScaleSize(uint64_t bytes) noexcept {
   for (const SizeUnit& row : kSizeUnits) {

@@ -5,6 +5,17 @@
 
 namespace veskard {
 
+/// Gives the name of a size unit by its number in the table of user-visible texts:
+/// 0 "B", 1 "EB", 2 "GB", 3 "kB", 4 "MB", 5 "PB", 6 "TB". Never null.
+using SizeUnitNames = const wchar_t* (*)(unsigned number);
+
+/// Sets where the whole process takes the names from; until then they are English.
+/// Any thread.
+void SetSizeUnitNames(SizeUnitNames names) noexcept;
+
+/// The name of a unit, 0 to 6, as it is now.
+const wchar_t* SizeUnitName(unsigned number);
+
 /// A byte count in hundredths of a unit; `unit` is its number in the table of
 /// user-visible texts.
 struct ScaledSize {

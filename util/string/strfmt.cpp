@@ -8,12 +8,10 @@
 #include <type_traits>
 
 #include "util/string/AddressText.h"
-#include "util/string/ByteBuilder.h"
 #include "util/string/Digits.h"
 #include "util/string/EscapedText.h"
 #include "util/string/FixedPointText.h"
 #include "util/string/FormatOutput.h"
-#include "util/string/FormatServices.h"
 #include "util/string/FormatSpec.h"
 #include "util/string/NumberField.h"
 #include "util/string/SizeText.h"
@@ -32,7 +30,6 @@ constexpr uintptr_t kLowestPointer = 65536;
 
 constexpr size_t kHashBytes = 20;
 constexpr size_t kMostBytesShown = 1024;
-constexpr size_t kDumpCapacity = 4096;
 constexpr int32_t kPointerDigits = 16;
 constexpr int32_t kDefaultPlaces = 6;
 
@@ -250,11 +247,9 @@ class FormatRun {
   void Dump() {
     const FormatArg* slot = args_.Next();
     if (slot == nullptr || slot->IsNull()) return;
-    ByteBuilder dump(kDumpCapacity);
-    const bool isDump = slot->kind == Kind::kBencValue && IsPlausible(*slot) &&
-                        formatServices.dumpDictionary(dump, *PointerIn<BencValue>(*slot));
-    dump.Append("", 1);
-    const char* const text = isDump ? dump.Data() : kInvalidText;
+    std::string dump;
+    if (slot->kind == Kind::kDump && IsPlausible(*slot)) dump = slot->dumpText(slot->pointer);
+    const char* const text = dump.empty() ? kInvalidText : dump.c_str();
     out_.WriteField(spec_, text, TextLength(text, spec_));
   }
 
@@ -271,7 +266,7 @@ class FormatRun {
       Hundredths(size.hundredths / 100, 0);
     }
     out_.Write(static_cast<Char>(' '));
-    const wchar_t* const unit = formatServices.unitName(size.unit);
+    const wchar_t* const unit = SizeUnitName(size.unit);
     out_.Write(unit, std::char_traits<wchar_t>::length(unit));
     out_.Pad(' ', FormatOutput<Char>::PaddingFor(spec_, out_.Written() - before));
   }
