@@ -8,8 +8,8 @@
 #include "fuzz/FuzzArena.h"
 #include "fuzz/Require.h"
 #include "lang/CheckText.h"
+#include "lang/LanguageTable.h"
 #include "lang/LineFile.h"
-#include "lang/StringTable.h"
 
 namespace veskard {
 namespace {
@@ -29,7 +29,7 @@ void CheckLines(std::wstring_view text) {
 
 // Whatever the files hold, the table has a text for every number.
 void CheckTable(std::wstring_view translation, std::wstring_view english) {
-  StringTable table;
+  LanguageTable table;
   table.Translate(translation, english);
   const std::wstring report = ApplyCheckText(table, english);
   for (size_t number = 0; number < kStringCount; ++number) VESKARD_REQUIRE(!table.Get(number).empty());

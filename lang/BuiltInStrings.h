@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "lang/LanguageTable.h"
+#include "lang/StringIds.h"
 
 namespace veskard {
 

@@ -47,7 +47,7 @@ std::wstring CheckReportPath(const std::wstring& checkFilePath) {
   return checkFilePath.substr(0, checkFilePath.rfind(L'.')) + L".log";
 }
 
-void ApplyCheckFile(StringTable& table, const std::wstring& checkFilePath) {
+void ApplyCheckFile(LanguageTable& table, const std::wstring& checkFilePath) {
   std::string bytes;
   if (!ReadWholeFile(checkFilePath, bytes)) return;
   const bool isUtf8 = bytes.starts_with(kUtf8Mark);

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "lang/StringTable.h"
+#include "lang/LanguageTable.h"
 
 namespace veskard {
 
@@ -14,12 +14,11 @@ std::wstring CheckFilePath(const std::wstring& programPath);
 /// Where its report goes: ".log" in place of the final ".txt".
 std::wstring CheckReportPath(const std::wstring& checkFilePath);
 
-/// Tries a check file on the table and writes the report beside it when there is
-/// anything to report. A file that does not exist, cannot be read or converted or has more
-/// than a megabyte is passed over. The file is UTF-8 when it begins with the byte-order mark,
+/// Applies a check file to the table and writes the report beside the file when there is
+/// anything to report. A file that does not exist, cannot be read or converted, or has
+/// more than a megabyte is ignored. The file is UTF-8 when it begins with the byte-order mark,
 /// else text in the system's ANSI code page; the report is UTF-8, with the mark where
-/// the file has it. Never fails: a report that cannot be written is not. Throws
-/// std::bad_alloc only.
-void ApplyCheckFile(StringTable& table, const std::wstring& checkFilePath);
+/// the file has it; one that cannot be written is dropped. Throws std::bad_alloc only.
+void ApplyCheckFile(LanguageTable& table, const std::wstring& checkFilePath);
 
 }  // namespace veskard

@@ -55,7 +55,7 @@ std::optional<size_t> CheckPairs::Claim(std::wstring_view english) {
   return std::nullopt;
 }
 
-std::wstring ApplyCheckText(StringTable& table, std::wstring_view text) {
+std::wstring ApplyCheckText(LanguageTable& table, std::wstring_view text) {
   CheckReport report;
   CheckPairs pairs(table, report);
   LineWalker lines(text);

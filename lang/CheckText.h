@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "lang/StringTable.h"
+#include "lang/LanguageTable.h"
 
 namespace veskard {
 
@@ -45,7 +45,7 @@ class CheckReport {
 /// translation.
 class CheckPairs {
  public:
-  CheckPairs(StringTable& table, CheckReport& report) : table_(table), report_(report) {}
+  CheckPairs(LanguageTable& table, CheckReport& report) : table_(table), report_(report) {}
 
   /// Takes a line, already unescaped. An English line claims the first built-in text
   /// that equals it and that no earlier pair has claimed; its translation is put into
@@ -55,14 +55,14 @@ class CheckPairs {
  private:
   std::optional<size_t> Claim(std::wstring_view english);
 
-  StringTable& table_;
+  LanguageTable& table_;
   CheckReport& report_;
   std::bitset<kStringCount> claimed_;
   bool isTranslation_ = false;        // whether the next line is one
   std::optional<size_t> remembered_;  // the text that it translates
 };
 
-/// Tries a check file's text on a table and returns the report.
-std::wstring ApplyCheckText(StringTable& table, std::wstring_view text);
+/// Applies a check file's text to a table and returns the report.
+std::wstring ApplyCheckText(LanguageTable& table, std::wstring_view text);
 
 }  // namespace veskard

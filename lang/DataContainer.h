@@ -1,4 +1,4 @@
-// DataContainer: bytes, and whether they are there.
+// DataContainer: a view of bytes, and whether there are any.
 #pragma once
 
 #include <cstdint>
@@ -6,14 +6,14 @@
 
 namespace veskard {
 
-/// The numbers are part of the design.
+/// The numbers are fixed; 1 is not used.
 enum class DataStatus : uint32_t {
   kReady = 0,
   kMissing = 2,
   kEmpty = 3,
 };
 
-/// A view of bytes that whoever fills it keeps alive, and their status.
+/// The derived class that sets the bytes keeps them alive.
 class DataContainer {
  public:
   DataStatus Status() const noexcept { return status_; }

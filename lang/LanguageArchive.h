@@ -16,8 +16,8 @@ namespace veskard {
 ///     english.txt                the English lines
 ///     German!de.txt, ...         display name, "!", language code: the lines beside
 ///
-/// Nothing fails loudly: what cannot be read leaves a diagnostic. Every function may
-/// be called from any thread; one at a time gets in.
+/// What cannot be read leaves a diagnostic. Any thread may call; calls are serialised.
+/// Throws std::bad_alloc only.
 class LanguageArchive {
  public:
   /// Opens the archive in `bytes`, which must outlive it, and reads its version.

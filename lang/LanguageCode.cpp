@@ -37,13 +37,13 @@ LanguageCode CodeOfMember(std::string_view name) {
 }
 
 LanguageCodes CodesOfUser(std::string_view language, std::string_view country) {
-  const std::string brief(language.substr(0, 2));
-  return {PackLanguageCode(brief + std::string(country.substr(0, 2))), PackLanguageCode(brief)};
+  const std::string letters(language.substr(0, 2));
+  return {PackLanguageCode(letters + std::string(country.substr(0, 2))), PackLanguageCode(letters)};
 }
 
 std::string ChooseMember(const std::vector<std::string>& names, LanguageCodes codes) {
   std::string name = FindMember(names, codes.full);
-  return name.empty() ? FindMember(names, codes.brief) : name;
+  return name.empty() ? FindMember(names, codes.languageOnly) : name;
 }
 
 }  // namespace veskard

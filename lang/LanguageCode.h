@@ -22,10 +22,10 @@ LanguageCode PackLanguageCode(std::string_view letters);
 /// is not a display name, "!", two or four ASCII letters and ".txt".
 LanguageCode CodeOfMember(std::string_view name);
 
-/// What is looked for: first a member with the full code, then one with the short.
+/// The codes that a member is looked for by, in this order.
 struct LanguageCodes {
-  LanguageCode full = 0;
-  LanguageCode brief = 0;
+  LanguageCode full = 0;          // "deAT"
+  LanguageCode languageOnly = 0;  // "de"
 };
 
 /// The codes of a user: the first two characters of the ISO 639 language name with

@@ -1,82 +1,68 @@
 #include "lang/LanguageTable.h"
 
-#include <atomic>
-#include <memory>
-#include <vector>
+#include <algorithm>
+#include <bitset>
 
-#include "core/CriticalSection.h"
-#include "core/ModuleHandle.h"
-#include "lang/CheckFile.h"
-#include "lang/LanguageArchive.h"
-#include "lang/ResourceData.h"
-#include "lang/StringTable.h"
-#include "lang/UserLanguage.h"
-#include "util/string/SizeText.h"
+#include "core/Product.h"
+#include "lang/BuiltInStrings.h"
+#include "lang/LineFile.h"
 
 namespace veskard {
 namespace {
 
-constexpr uint16_t kArchiveResource = 111;
-constexpr wchar_t kArchiveResourceType[] = L"BIN";
-
-/// A table and how it came about. Never changes once it is shown to others.
-struct LoadedLanguage {
-  StringTable table;
-  LanguageStatus status;
-};
-
-CriticalSection loadLock;
-// Earlier tables are kept: somebody may still hold a text of theirs. Texts are loaded
-// once, so there is hardly ever one.
-std::vector<std::unique_ptr<const LoadedLanguage>> loaded;
-std::atomic<const LoadedLanguage*> shown{nullptr};
-
-void Show(std::unique_ptr<LoadedLanguage> language) {
-  const CriticalSectionHold hold(loadLock);
-  loaded.push_back(std::move(language));
-  shown.store(loaded.back().get(), std::memory_order_release);
-  SetSizeUnitNames([](unsigned number) { return GetString(number).c_str(); });
-}
-
-const StringTable& CurrentTable() {
-  if (const LoadedLanguage* language = shown.load(std::memory_order_acquire)) return language->table;
-  static const StringTable english;
-  return english;
-}
-
-void TranslateFromArchive(LoadedLanguage& language, std::string_view bytes, int32_t code) {
-  LanguageArchive archive(bytes);
-  const std::string member = ChooseMember(archive.MemberNames(), WantedCodes(code));
-  std::wstring translation;
-  std::wstring english;
-  if (!member.empty() && archive.ReadText(member, translation) && archive.ReadText("english.txt", english)) {
-    language.table.Translate(translation, english);
-    language.status.member = member;
+void ReplaceAll(std::wstring& text, std::wstring_view placeholder, std::wstring_view name) {
+  size_t at = text.find(placeholder);
+  while (at != std::wstring::npos) {
+    text.replace(at, placeholder.size(), name);
+    at = text.find(placeholder, at + name.size());
   }
-  language.status.diagnostics = archive.Diagnostics();
+}
+
+std::wstring EnglishText(size_t number) {
+  const std::string_view ascii = BuiltInString(number);
+  std::wstring text(ascii.begin(), ascii.end());
+  ExpandAppNames(text);
+  return text;
 }
 
 }  // namespace
 
-void LoadLanguage(int32_t code) {
-  auto language = std::make_unique<LoadedLanguage>();
-  const ResourceData archive(ModuleHandle(), kArchiveResource, kArchiveResourceType);
-  language->status.archive = archive.Status();
-  if (archive.Status() == DataStatus::kReady) TranslateFromArchive(*language, archive.Bytes(), code);
-
-  const std::wstring program = ReadModulePath(nullptr);
-  if (!program.empty()) ApplyCheckFile(language->table, CheckFilePath(program));
-  Show(std::move(language));
+LanguageTable::LanguageTable() {
+  for (size_t number = 0; number < kStringCount; ++number) entries_[number] = EnglishText(number);
 }
 
-const std::wstring& GetString(uint32_t number) {
-  static const std::wstring nothing;
-  return number < kStringCount ? CurrentTable().Get(number) : nothing;
+void LanguageTable::Translate(std::wstring_view translation, std::wstring_view english) {
+  std::bitset<kStringCount> matched;
+  LineWalker translatedLines(translation);
+  LineWalker englishLines(english);
+  std::wstring_view translatedLine;
+  std::wstring_view englishLine;
+  while (!matched.all() && translatedLines.Next(translatedLine) && englishLines.Next(englishLine)) {
+    std::wstring text = UnescapeLine(translatedLine);
+    ExpandAppNames(text);
+    const std::wstring original = UnescapeLine(englishLine);
+    for (size_t number = 0; number < kStringCount; ++number) {
+      if (matched[number] || !EqualsBuiltIn(original, number)) continue;
+      matched.set(number);
+      entries_[number] = text;
+    }
+  }
 }
 
-LanguageStatus GetLanguageStatus() {
-  const LoadedLanguage* language = shown.load(std::memory_order_acquire);
-  return language == nullptr ? LanguageStatus{} : language->status;
+bool LanguageTable::IsEnglish(size_t number) const {
+  return entries_[number] == EnglishText(number);
+}
+
+bool EqualsBuiltIn(std::wstring_view line, size_t number) {
+  const std::string_view builtIn = BuiltInString(number);
+  return line.size() == builtIn.size() &&
+         std::equal(line.begin(), line.end(), builtIn.begin(),
+                    [](wchar_t wide, char ascii) { return wide == static_cast<wchar_t>(ascii); });
+}
+
+void ExpandAppNames(std::wstring& text) {
+  ReplaceAll(text, L"%APPNAME%", kAgentName);
+  ReplaceAll(text, L"%APPSHORTNAME%", kAgentShortName);
 }
 
 }  // namespace veskard

@@ -1,57 +1,45 @@
-// LanguageTable: every user-visible text by its number.
+// LanguageTable: the texts of one language, by string number.
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "lang/DataContainer.h"
+#include "lang/StringIds.h"
 
 namespace veskard {
 
-inline constexpr size_t kStringCount = 309;
+/// Holds kStringCount texts, each in English until a translation replaces it. Not
+/// thread-safe while it changes.
+class LanguageTable {
+ public:
+  /// Every text in English, names filled in.
+  LanguageTable();
 
-/// The texts that this library itself uses.
-enum class StringId : uint32_t {
-  kUnitBytes = 0,
-  kUnitExa = 1,
-  kUnitGiga = 2,
-  kUnitKilo = 3,
-  kUnitMega = 4,
-  kUnitPeta = 5,
-  kUnitTera = 6,
-  kCancelReceiving = 259,
-  kRemoveFromAllDevices = 260,
-  kRemoveFromThisDevice = 261,
-  kShareWith = 262,
-  kSyncToThisDevice = 263,
+  /// The text with a number below kStringCount.
+  const std::wstring& Get(size_t number) const { return entries_[number]; }
+  void Set(size_t number, std::wstring text) { entries_[number] = std::move(text); }
+
+  /// Walks two line files in step. Every built-in text that equals an English line is
+  /// replaced by the line beside it, with names filled in; the first line that equals it
+  /// counts. English lines that equal no text are ignored, and so are the lines by which
+  /// one file is longer than the other.
+  void Translate(std::wstring_view translation, std::wstring_view english);
+
+  /// Whether a text is still the English one, names filled in.
+  bool IsEnglish(size_t number) const;
+
+ private:
+  std::array<std::wstring, kStringCount> entries_;
 };
 
-/// Builds the table from the built-in English texts and the archive in the
-/// module's resources. `code` is a packed language code ('d' | 'e' << 8), or
-/// negative for the user's own language; then tries the translator's check file, if
-/// there is one beside the host program. Call once, before the first GetString;
-/// whatever cannot be read leaves English texts. Any thread: readers see either the
-/// old table or the new one. Throws std::bad_alloc only, with the old table in place.
-void LoadLanguage(int32_t code);
+/// Whether a line, already unescaped, is the built-in text with a number, names not
+/// filled in: the same length, then character by character.
+bool EqualsBuiltIn(std::wstring_view line, size_t number);
 
-/// The text with a number; the built-in English one, names filled in, before
-/// LoadLanguage, empty for a number that is not in the table. The reference stays
-/// valid until the library unloads.
-const std::wstring& GetString(uint32_t number);
-inline const std::wstring& GetString(StringId id) {
-  return GetString(static_cast<uint32_t>(id));
-}
-
-/// How the table came about, for the tools that explain what a user sees.
-struct LanguageStatus {
-  DataStatus archive = DataStatus::kMissing;  // the resource
-  std::string member;                         // translated from; empty means English
-  std::vector<std::string> diagnostics;       // one for each member that could not be read
-};
-
-/// The status of the last LoadLanguage; an empty one before it.
-LanguageStatus GetLanguageStatus();
+/// Replaces "%APPNAME%" and then "%APPSHORTNAME%" by the agent's names. Throws
+/// std::bad_alloc only.
+void ExpandAppNames(std::wstring& text);
 
 }  // namespace veskard

@@ -1,5 +1,5 @@
-// The line files of the language archive and of the translator's check file:
-// how a text falls into lines, and the escapes inside a line.
+// The line files of the language archive and of the translator's check file: their
+// lines, and the escapes inside a line.
 #pragma once
 
 #include <string>
@@ -7,17 +7,16 @@
 
 namespace veskard {
 
-/// Walks the lines of a text that must outlive it. Lines end with CR, LF or both;
-/// runs of these count as one end, so an empty line is never met:
+/// Walks the lines of a text, which must outlive it. A line ends with a run of CR and LF
+/// characters, so no line is empty:
 ///
 ///     "\n\none\r\n\rtwo"  ->  "one", "two"
 class LineWalker {
  public:
   explicit LineWalker(std::wstring_view text) noexcept : rest_(text) {}
 
-  /// Puts the next line, without its end, into `line` and returns true; returns
-  /// false, with `line` as it was, when the text has run out. `line` is a view
-  /// into the text.
+  /// Sets `line` to the next line, without its end, and returns true; at the end of
+  /// the text leaves it unchanged and returns false. `line` is a view into the text.
   bool Next(std::wstring_view& line) noexcept;
 
  private:

@@ -16,14 +16,14 @@ class MemoryFile {
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 
-  /// The functions for `unzOpen2_64`; whatever path is opened, this file is meant.
+  /// The functions for `unzOpen2_64`; every path opens this file.
   zlib_filefunc64_def Functions() noexcept;
 
   /// Copies up to `count` bytes from the position on and moves it behind them.
   size_t Read(void* buffer, size_t count) noexcept;
 
-  /// Moves the position; `offset` is signed 64 bits in two's complement. Refuses, and
-  /// stays, where that lies outside the bytes. The origin is one of minizip's.
+  /// Moves the position; `offset` is signed 64 bits in two's complement, `origin` one of
+  /// minizip's. A position outside the bytes is refused, and the old one stays.
   bool Seek(ZPOS64_T offset, int origin) noexcept;
 
   size_t Position() const noexcept { return position_; }

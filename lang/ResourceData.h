@@ -7,11 +7,11 @@
 
 namespace veskard {
 
-/// The bytes stay valid, and cost nothing, while the module is loaded.
+/// The bytes are the loaded module's own, not a copy, and valid while it stays loaded.
 class ResourceData : public DataContainer {
  public:
-  /// A null module means the process's executable. Never throws: a resource that
-  /// cannot be found or loaded is missing, one without bytes is empty.
+  /// A null module is the process's executable. The status is kMissing for a resource
+  /// that cannot be found or loaded, kEmpty for one without bytes.
   ResourceData(HMODULE module, uint16_t id, const wchar_t* type) noexcept;
 };
 

@@ -17,12 +17,12 @@ struct UserLanguage {
 /// The names of a locale such as L"de-AT".
 UserLanguage LanguageOfLocale(const std::wstring& locale);
 
-/// The first of the user's preferred UI languages, L"de-AT"; empty when the system
-/// does not tell.
+/// The first of the user's preferred UI languages, L"de-AT"; empty when the system has
+/// none.
 std::wstring FirstPreferredLanguage();
 
-/// What to look for in the archive: the code twice when it is given, the user's own
-/// language when it is negative.
+/// The codes to look for in the archive: `code` as both of them, or those of the user's
+/// own language when it is negative.
 LanguageCodes WantedCodes(int32_t code);
 
 }  // namespace veskard

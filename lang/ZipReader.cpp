@@ -14,24 +14,24 @@ constexpr int kCaseSensitive = 1;
 // Members with longer names cannot be located.
 constexpr size_t kMaxNameLength = 255;
 
-/// minizip would hand out the raw bytes of what it cannot decode, without a check.
+/// minizip would return the raw bytes of a member that it cannot decode.
 bool IsReadable(const unz_file_info64& info) {
   return (info.flag & kEncryptedFlag) == 0 &&
          (info.compression_method == kStored || info.compression_method == Z_DEFLATED);
 }
 
-/// To minizip and zlib an archive that they have no memory for is a damaged one. The
-/// C library tells the two apart, so that a shortage does not cost a user the language.
+/// minizip and zlib report an archive as damaged when they are out of memory. errno tells
+/// the two apart, so that a shortage does not cost a user the language.
 class MemoryWatch {
  public:
   MemoryWatch() noexcept { errno = 0; }
-  /// After a failure: throws std::bad_alloc when it was one of memory.
-  void ThrowIfMemoryEnded() const {
+  /// Throws std::bad_alloc when the failure that just happened was one of memory.
+  void ThrowIfOutOfMemory() const {
     if (errno == ENOMEM) throw std::bad_alloc();
   }
 };
 
-/// Closes the current member also when memory runs out while it is read.
+/// Closes the current member, also when reading it throws std::bad_alloc.
 class MemberCloser {
  public:
   explicit MemberCloser(unzFile archive) noexcept : archive_(archive) {}
@@ -52,8 +52,8 @@ class Inflater {
   Inflater(const Inflater&) = delete;
   Inflater& operator=(const Inflater&) = delete;
 
-  /// The number of bytes put into `contents`, fewer than its size where the stream
-  /// ends early; negative for bytes that are missing or do not inflate.
+  /// Fills `contents` and returns the number of bytes, fewer than its size when the
+  /// stream ends early; a negative error when bytes are missing or do not inflate.
   int FillFrom(std::string& contents) noexcept {
     stream_.next_out = reinterpret_cast<Bytef*>(contents.data());
     stream_.avail_out = static_cast<uInt>(contents.size());
@@ -93,7 +93,7 @@ ZipReader::ZipReader(std::string_view bytes) : file_(bytes) {
   const MemoryWatch watch;
   zlib_filefunc64_def functions = file_.Functions();
   archive_.reset(unzOpen2_64("", &functions));
-  if (archive_ == nullptr) watch.ThrowIfMemoryEnded();
+  if (archive_ == nullptr) watch.ThrowIfOutOfMemory();
 }
 
 std::vector<std::string> ZipReader::MemberNames() {
@@ -119,7 +119,7 @@ ZipOutcome ZipReader::ReadMember(const std::string& name, std::string& contents)
   if (outcome.Succeeded()) outcome = ReadOpenMember(contents, info);
   if (outcome.Succeeded()) return outcome;
   contents.clear();
-  watch.ThrowIfMemoryEnded();
+  watch.ThrowIfOutOfMemory();
   return outcome;
 }
 
@@ -131,8 +131,8 @@ ZipOutcome ZipReader::OpenMember(const std::string& name, unz_file_info64& info)
   if (error != UNZ_OK) return {ZipStep::kInfo, error};
   if (info.uncompressed_size > kMaxMemberSize) return {ZipStep::kInfo, UNZ_BADZIPFILE};
 
-  // For its raw bytes: asked to inflate them itself, minizip loses a buffer when zlib
-  // finds no memory.
+  // Opened for its raw bytes: minizip's own inflating leaks a buffer when zlib is out of
+  // memory.
   int method = 0, level = 0;
   error = IsReadable(info) ? unzOpenCurrentFile2(archive_.get(), &method, &level, 1) : UNZ_BADZIPFILE;
   return error == UNZ_OK ? ZipOutcome{} : ZipOutcome{ZipStep::kOpen, error};

@@ -25,14 +25,13 @@ struct ZipOutcome {
   bool Succeeded() const noexcept { return step == ZipStep::kDone; }
 };
 
-/// Made for archives that may be damaged or hostile: whatever the bytes are, a
-/// reader neither reads outside them nor allocates more than kMaxMemberSize for a
-/// member. Bytes that are no archive give a reader without members. One thread at a
-/// time. Throws std::bad_alloc only.
+/// The archive may be damaged or hostile: a reader never reads outside its bytes and
+/// never allocates more than kMaxMemberSize for a member. Bytes that are no archive give
+/// a reader without members. One thread at a time. Throws std::bad_alloc only.
 class ZipReader {
  public:
-  /// A language file has some twenty kilobytes; what claims more than this is not
-  /// believed.
+  /// A member that claims to be larger is refused; language files have some twenty
+  /// kilobytes.
   static constexpr size_t kMaxMemberSize = size_t{1} << 20;
 
   /// Opens the archive in `bytes`, which must outlive the reader.
@@ -42,12 +41,12 @@ class ZipReader {
   /// read. Names of 256 or more bytes are left out.
   std::vector<std::string> MemberNames();
 
-  /// Reads the first member with exactly this name. `contents` is the member's only
-  /// when the outcome says so, and empty otherwise. Failures by step:
+  /// Reads the first member with exactly this name into `contents`, which is empty after
+  /// a failure. Failures by step:
   ///
   ///   kLocate  no such member, a damaged directory, or no archive at all
   ///   kInfo    the directory entry is damaged or claims more than kMaxMemberSize
-  ///   kOpen    the entry's header is damaged or denies the directory; encrypted; a
+  ///   kOpen    the entry's header is damaged or differs from the directory; encrypted; a
   ///            method other than stored and deflated
   ///   kRead    no bytes, or bytes that do not inflate
   ///   kClose   fewer bytes than claimed, or another checksum

@@ -1,6 +1,7 @@
 #include "shellext/contextmenu/MenuCommands.h"
 
 #include "core/CriticalSection.h"
+#include "lang/Language.h"
 #include "util/string/CodePage.h"
 
 namespace veskard {

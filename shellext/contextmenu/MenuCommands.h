@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "lang/LanguageTable.h"
+#include "lang/StringIds.h"
 #include "shellext/contextmenu/AgentAction.h"
 
 namespace veskard {

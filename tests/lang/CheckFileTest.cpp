@@ -46,7 +46,7 @@ class CheckFileTest : public ::testing::Test {
   }
 
   fs::path folder_;
-  StringTable table_;
+  LanguageTable table_;
 };
 
 TEST(CheckFilePathTest, StandsBehindTheProgramsName) {
@@ -58,7 +58,7 @@ TEST(CheckFilePathTest, ReportTakesThePlaceOfTheFinalExtension) {
 }
 
 TEST_F(CheckFileTest, MissingFileChangesNothing) {
-  const StringTable english;
+  const LanguageTable english;
   table_ = english;
   ApplyCheckFile(table_, CheckPath().wstring());
   for (size_t number = 0; number < kStringCount; ++number) EXPECT_EQ(table_.Get(number), english.Get(number));
@@ -101,7 +101,7 @@ TEST_F(CheckFileTest, NothingToReportWritesNoReport) {
 }
 
 TEST_F(CheckFileTest, ReportToTheByte) {
-  table_.Set(7, StringTable().Get(7));
+  table_.Set(7, LanguageTable().Get(7));
   Apply("Canc\xE9l\nAbbrechen\nOne\\r\\nTwo\nEins\n");
   EXPECT_EQ(Read(ReportPath()), std::string(kUnknown) + "Canc\xC3\xA9l\r\nOne\\r\\nTwo\r\n\r\n\r\n" +
                                     kNotFound +
@@ -128,7 +128,7 @@ TEST_F(CheckFileTest, ReportReplacesAnEarlierOneAndLeavesNothingElse) {
 }
 
 TEST_F(CheckFileTest, EmptyFileReportsWhatIsStillEnglish) {
-  table_ = StringTable();
+  table_ = LanguageTable();
   Apply("");
   size_t expectedSize = sizeof(kNotFound) - 1;
   for (size_t number = 0; number < kStringCount; ++number) {

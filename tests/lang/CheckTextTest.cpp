@@ -16,8 +16,8 @@ constexpr wchar_t kUnknown[] = L"*******\r\nList of unknown strings in the langu
 constexpr wchar_t kNotFound[] = L"*******\r\nList of strings not found in the language file:\r\n*******\r\n";
 
 /// A table without any English text.
-StringTable TranslatedTable() {
-  StringTable table;
+LanguageTable TranslatedTable() {
+  LanguageTable table;
   for (size_t number = 0; number < kStringCount; ++number) table.Set(number, L"x");
   return table;
 }
@@ -49,34 +49,34 @@ TEST(CheckReportTest, LineBreaksInItemsAreEscaped) {
 }
 
 TEST(CheckTextTest, TranslationReplacesTheEntry) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"Cancel\nAbbrechen\nClose\nSchlie\u00dfen"), L"");
   EXPECT_EQ(table.Get(8), L"Abbrechen");
   EXPECT_EQ(table.Get(9), L"Schlie\u00dfen");
 }
 
 TEST(CheckTextTest, TranslationIsTakenAsItStands) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   ApplyCheckText(table, L"Share with %APPNAME%\nMit %APPNAME%\\r\\nteilen");
   EXPECT_EQ(table.Get(262), L"Mit %APPNAME%\r\nteilen");
 }
 
 TEST(CheckTextTest, QuestionMarkKeepsTheEntry) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"Cancel\n?\nClose\n??"), L"");
   EXPECT_EQ(table.Get(8), L"x");
   EXPECT_EQ(table.Get(9), L"??");
 }
 
 TEST(CheckTextTest, BlankLinesBetweenPairsAreSkipped) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   ApplyCheckText(table, L"\r\n\r\nCancel\r\n\r\nAbbrechen\r\n\r\n\r\nClose\r\nZu");
   EXPECT_EQ(table.Get(8), L"Abbrechen");
   EXPECT_EQ(table.Get(9), L"Zu");
 }
 
 TEST(CheckTextTest, UnknownEnglishLineIsReportedAndItsTranslationDropped) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"No such text\nCancel\nClose\nZu"),
             std::wstring(kUnknown) + L"No such text\r\n");
   EXPECT_EQ(table.Get(8), L"x");
@@ -84,7 +84,7 @@ TEST(CheckTextTest, UnknownEnglishLineIsReportedAndItsTranslationDropped) {
 }
 
 TEST(CheckTextTest, EachPairClaimsOneOfTwoEqualTexts) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   const std::wstring report = ApplyCheckText(table, L"Name\nfirst\nName\nsecond\nName\nthird");
   std::vector<std::wstring> texts;
   for (size_t number = 0; number < kStringCount; ++number) {
@@ -95,20 +95,20 @@ TEST(CheckTextTest, EachPairClaimsOneOfTwoEqualTexts) {
 }
 
 TEST(CheckTextTest, QuestionMarkClaimsTheTextToo) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"Cancel\n?\nCancel\nAbbrechen"), std::wstring(kUnknown) + L"Cancel\r\n");
   EXPECT_EQ(table.Get(8), L"x");
 }
 
 TEST(CheckTextTest, EnglishLineWithoutATranslationChangesNothing) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"Cancel"), L"");
   EXPECT_EQ(table.Get(8), L"x");
 }
 
 TEST(CheckTextTest, TextsStillEnglishAreReportedWithTheirPlaceholders) {
-  StringTable table = TranslatedTable();
-  const StringTable english;
+  LanguageTable table = TranslatedTable();
+  const LanguageTable english;
   for (const size_t number : {size_t{7}, size_t{8}, size_t{262}}) table.Set(number, english.Get(number));
   EXPECT_EQ(ApplyCheckText(table, L""),
             std::wstring(kNotFound) +
@@ -119,12 +119,12 @@ TEST(CheckTextTest, TextsStillEnglishAreReportedWithTheirPlaceholders) {
 }
 
 TEST(CheckTextTest, TranslationThatEqualsTheEnglishTextIsReported) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   EXPECT_EQ(ApplyCheckText(table, L"Cancel\nCancel"), std::wstring(kNotFound) + L"Cancel\r\n");
 }
 
 TEST(CheckTextTest, UntouchedTableReportsEveryText) {
-  StringTable table;
+  LanguageTable table;
   const std::wstring report = ApplyCheckText(table, L"Cancel\nAbbrechen\nnonsense\n?\n");
   EXPECT_THAT(report,
               StartsWith(std::wstring(kUnknown) + L"nonsense\r\n\r\n\r\n" + kNotFound + L"B\r\nEB\r\n"));
@@ -133,7 +133,7 @@ TEST(CheckTextTest, UntouchedTableReportsEveryText) {
 }
 
 TEST(CheckPairsTest, EmptyLineStartsANewPair) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   CheckReport report;
   CheckPairs pairs(table, report);
   pairs.TakeLine(L"Cancel");
@@ -146,7 +146,7 @@ TEST(CheckPairsTest, EmptyLineStartsANewPair) {
 }
 
 TEST(CheckPairsTest, EmptyLineBetweenPairsChangesNothing) {
-  StringTable table = TranslatedTable();
+  LanguageTable table = TranslatedTable();
   CheckReport report;
   CheckPairs pairs(table, report);
   pairs.TakeLine(L"");

@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
+#include "lang/Language.h"
 #include "lang/LanguageTable.h"
-#include "lang/StringTable.h"
 #include "lang/UserLanguage.h"
 #include "util/string/CodePage.h"
 

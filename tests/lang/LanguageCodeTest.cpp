@@ -48,13 +48,13 @@ TEST(CodeOfMemberTest, OtherNamesHaveNone) {
 TEST(CodesOfUserTest, FullCodeIsLanguageAndCountry) {
   const LanguageCodes codes = CodesOfUser("de", "AT");
   EXPECT_EQ(codes.full, PackLanguageCode("deAT"));
-  EXPECT_EQ(codes.brief, PackLanguageCode("de"));
+  EXPECT_EQ(codes.languageOnly, PackLanguageCode("de"));
 }
 
 TEST(CodesOfUserTest, LongerNamesAreCut) {
   const LanguageCodes codes = CodesOfUser("fil", "PHL");
   EXPECT_EQ(codes.full, PackLanguageCode("fiPH"));
-  EXPECT_EQ(codes.brief, PackLanguageCode("fi"));
+  EXPECT_EQ(codes.languageOnly, PackLanguageCode("fi"));
 }
 
 TEST(ChooseMemberTest, GermanInAustriaGetsGerman) {

@@ -1,226 +1,150 @@
-// The table with the archive that ships, in the resources of this program.
 #include "lang/LanguageTable.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <thread>
-
-#include "core/ModuleHandle.h"
 #include "lang/BuiltInStrings.h"
-#include "lang/CheckFile.h"
-#include "lang/LanguageArchive.h"
-#include "lang/LanguageCode.h"
-#include "lang/LineFile.h"
-#include "lang/ResourceData.h"
-#include "lang/StringTable.h"
-#include "tests/lang/ZipBuilder.h"
-#include "tests/support/ImportPatch.h"
-#include "util/string/strfmt.h"
 
 namespace veskard {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace std::string_view_literals;
 
-void Load(std::string_view code) {
-  LoadLanguage(static_cast<int32_t>(PackLanguageCode(code)));
-}
-
-TEST(LanguageTableTest, GivenCodeChoosesTheLanguage) {
-  Load("de");
-  EXPECT_EQ(GetLanguageStatus().member, "German!de.txt");
-  EXPECT_EQ(GetLanguageStatus().archive, DataStatus::kReady);
-  EXPECT_THAT(GetLanguageStatus().diagnostics, IsEmpty());
-  EXPECT_EQ(GetString(StringId::kCancelReceiving), L"Empfang abbrechen");
-  EXPECT_EQ(GetString(StringId::kShareWith), L"\u00DCber Nimbrel Veskard Agent teilen");
-}
-
-TEST(LanguageTableTest, TextThatStandsTwiceIsTranslatedTwice) {
-  Load("fr");
-  size_t count = 0;
-  for (uint32_t number = 0; number < kStringCount; ++number) {
-    if (BuiltInString(number) != "Device name") continue;
-    EXPECT_EQ(GetString(number), L"Nom de l\u2019appareil");
-    ++count;
+/// The numbers of the built-in texts that equal `text`.
+std::vector<size_t> NumbersOf(std::string_view text) {
+  std::vector<size_t> numbers;
+  for (size_t number = 0; number < kStringCount; ++number) {
+    if (BuiltInString(number) == text) numbers.push_back(number);
   }
-  EXPECT_EQ(count, 2u);
+  return numbers;
 }
 
-TEST(LanguageTableTest, CodeWithoutAMemberGivesEnglish) {
-  Load("de");
-  for (const char* code : {"pt", "ptPT", "zhTW", "zh", "xx", "deDE", ""}) {
-    Load(code);
-    EXPECT_EQ(GetLanguageStatus().member, "") << code;
-    for (uint32_t number = 0; number < kStringCount; ++number) {
-      EXPECT_EQ(GetString(number), StringTable().Get(number)) << code;
-    }
-  }
+std::wstring Expanded(std::wstring text) {
+  ExpandAppNames(text);
+  return text;
 }
 
-// An archive of the test's own in the place of the program's resource.
-std::string archiveBytes;
-void* WINAPI LockArchive(HGLOBAL) {
-  return archiveBytes.data();
-}
-DWORD WINAPI SizeOfArchive(HMODULE, HRSRC) {
-  return static_cast<DWORD>(archiveBytes.size());
+TEST(LanguageTableTest, StartsInEnglishWithNamesFilledIn) {
+  const LanguageTable table;
+  EXPECT_EQ(table.Get(263), L"Sync to this device");
+  EXPECT_EQ(table.Get(262), L"Share with Nimbrel Veskard Agent");
+  for (size_t number = 0; number < kStringCount; ++number) EXPECT_TRUE(table.IsEnglish(number)) << number;
 }
 
-TEST(LanguageTableTest, StatusNamesOnlyAMemberThatIsInForce) {
-  const test::FunctionPatch lock(nullptr, "LockResource", &LockArchive);
-  const test::FunctionPatch size(nullptr, "SizeofResource", &SizeOfArchive);
-  const ZipMember version = {.name = "version", .contents = "1"};
-  const ZipMember english = {.name = "english.txt", .contents = "Cancel\n"};
-  const ZipMember german = {.name = "German!de.txt", .contents = "Abbrechen\n"};
-  const ZipMember damaged = {.name = "German!de.txt", .contents = "Abbrechen\n", .claimedCrc = 1};
+TEST(LanguageTableTest, TranslatesByTheEnglishLineBeside) {
+  LanguageTable table;
+  table.Translate(L"Empfang abbrechen\nAbbrechen\n", L"Cancel receiving\r\nCancel");
+  EXPECT_EQ(table.Get(259), L"Empfang abbrechen");
+  EXPECT_EQ(table.Get(8), L"Abbrechen");
+}
 
-  archiveBytes = BuildZip({version, english, german});
-  Load("de");
-  EXPECT_EQ(GetString(8), L"Abbrechen");
-  EXPECT_EQ(GetLanguageStatus().member, "German!de.txt");
-  for (const std::vector<ZipMember>& members : {std::vector{version, english, damaged}, {version, german}}) {
-    archiveBytes = BuildZip(members);
-    Load("de");
-    EXPECT_EQ(GetString(8), L"Cancel");
-    EXPECT_EQ(GetLanguageStatus().member, "");
-    EXPECT_THAT(GetLanguageStatus().diagnostics, SizeIs(1));
+TEST(LanguageTableTest, TextsWithoutATranslationStayEnglish) {
+  LanguageTable table;
+  table.Translate(L"Abbrechen", L"Cancel");
+  for (size_t number = 0; number < kStringCount; ++number) {
+    EXPECT_EQ(table.IsEnglish(number), number != 8) << number;
   }
 }
 
-TEST(LanguageTableTest, NumberOutsideTheTableIsEmpty) {
-  EXPECT_NE(GetString(308), L"");
-  EXPECT_EQ(GetString(309), L"");
-  EXPECT_EQ(GetString(0xFFFFFFFF), L"");
+TEST(LanguageTableTest, EnglishLineThatMatchesTwoTextsTranslatesBoth) {
+  const std::vector<size_t> numbers = NumbersOf("Name");
+  ASSERT_EQ(numbers.size(), 2u);
+  LanguageTable table;
+  table.Translate(L"Nom", L"Name");
+  EXPECT_EQ(table.Get(numbers[0]), L"Nom");
+  EXPECT_EQ(table.Get(numbers[1]), L"Nom");
 }
 
-TEST(LanguageTableTest, EarlierTextsStayValid) {
-  Load("de");
-  const std::wstring& german = GetString(8);
-  Load("fr");
-  EXPECT_EQ(german, L"Abbrechen");
-  EXPECT_EQ(GetString(8), L"Annuler");
+TEST(LanguageTableTest, FirstMatchingLineWins) {
+  LanguageTable table;
+  table.Translate(L"erste\nzweite", L"Cancel\nCancel");
+  EXPECT_EQ(table.Get(8), L"erste");
 }
 
-TEST(LanguageTableTest, ReadersSeeOneTableOrTheOther) {
-  Load("de");
-  std::atomic<bool> stop{false};
-  std::thread reader([&stop] {
-    while (!stop) {
-      const std::wstring& text = GetString(8);
-      EXPECT_TRUE(text == L"Abbrechen" || text == L"Annuler");
-    }
-  });
-  for (int i = 0; i < 20; ++i) Load(i % 2 == 0 ? "fr" : "de");
-  stop = true;
-  reader.join();
+TEST(LanguageTableTest, EnglishLineThatMatchesNothingIsIgnored) {
+  LanguageTable table;
+  table.Translate(L"nichts\nAbbrechen", L"No such text\nCancel");
+  EXPECT_EQ(table.Get(8), L"Abbrechen");
 }
 
-TEST(LanguageTableTest, ThreadsMayLoadAtOnce) {
-  std::thread other([] { Load("de"); });
-  Load("de");
-  other.join();
-  EXPECT_EQ(GetString(8), L"Abbrechen");
+TEST(LanguageTableTest, ComparesWholeLinesWithCase) {
+  LanguageTable table;
+  table.Translate(L"a\nb\nc", L"cancel\nCance\nCancel ");
+  EXPECT_TRUE(table.IsEnglish(8));
 }
 
-TEST(LanguageTableTest, FormatterTakesUnitNamesFromTheTable) {
-  Load("fr");
-  EXPECT_EQ(FormatString(L"%Z", uint64_t{512}), L"0.5 ko");
-  Load("");
-  EXPECT_EQ(FormatString(L"%Z", uint64_t{512}), L"0.5 kB");
+TEST(LanguageTableTest, EndsWithTheShorterText) {
+  LanguageTable table;
+  table.Translate(L"Abbrechen", L"Cancel\nClose");
+  EXPECT_TRUE(table.IsEnglish(9));
+  table.Translate(L"Abbrechen\nSchlie\u00dfen", L"Cancel");
+  EXPECT_TRUE(table.IsEnglish(9));
 }
 
-/// A check file beside this program, as long as the test runs.
-class HostCheckFileTest : public ::testing::Test {
- protected:
-  ~HostCheckFileTest() override {
-    std::filesystem::remove(path_);
-    std::filesystem::remove(CheckReportPath(path_.wstring()));
-  }
-  std::filesystem::path path_ = CheckFilePath(ReadModulePath(nullptr));
-};
-
-TEST_F(HostCheckFileTest, IsTriedAfterTheArchive) {
-  std::ofstream(path_) << "Cancel\nTest\n";
-  Load("de");
-  EXPECT_EQ(GetString(8), L"Test");
-  EXPECT_EQ(GetString(9), L"Schlie\u00DFen");
-  // The German units are the English ones.
-  std::ifstream report(std::filesystem::path(CheckReportPath(path_.wstring())));
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(report, line);) lines.push_back(line);
-  ASSERT_GT(lines.size(), 4u);
-  lines.resize(4);
-  EXPECT_THAT(lines,
-              ElementsAre("*******", "List of strings not found in the language file:", "*******", "B"));
+TEST(LanguageTableTest, UnescapesBothLines) {
+  LanguageTable table;
+  table.Translate(L"eins\\r\\nzwei||drei",
+                  L"Could not update because it seems like %APPNAME% is already running.\\r\\n\\r\\n"
+                  L"Please close %APPNAME% and try again.");
+  EXPECT_EQ(table.Get(7), L"eins\r\nzwei\0drei"sv);
 }
 
-TEST_F(HostCheckFileTest, IsTriedWhereTextsAreEnglishToo) {
-  std::ofstream(path_) << "Cancel\nTest\n";
-  Load("");
-  EXPECT_EQ(GetString(8), L"Test");
+TEST(LanguageTableTest, NamesAreFilledInInTranslations) {
+  LanguageTable table;
+  table.Translate(L"Mit %APPSHORTNAME% teilen", L"Share with %APPNAME%");
+  EXPECT_EQ(table.Get(262), L"Mit Veskard Agent teilen");
 }
 
-// --- The archive that ships ---
-
-class ShippedArchiveTest : public ::testing::Test {
- protected:
-  std::vector<std::wstring> Lines(const std::string& name) {
-    std::wstring text;
-    EXPECT_TRUE(archive_.ReadText(name, text)) << name;
-    std::vector<std::wstring> lines;
-    LineWalker walker(text);
-    for (std::wstring_view line; walker.Next(line);) lines.emplace_back(line);
-    return lines;
-  }
-
-  ResourceData data_{nullptr, 111, L"BIN"};
-  LanguageArchive archive_{data_.Bytes()};
-};
-
-TEST_F(ShippedArchiveTest, HasItsMembers) {
-  EXPECT_THAT(
-      archive_.MemberNames(),
-      ElementsAre("version", "english.txt", "Chinese (China)!zhCN.txt", "Dutch!nl.txt", "French!fr.txt",
-                  "German!de.txt", "Italian!it.txt", "Japanese!ja.txt", "Korean!ko.txt",
-                  "Portuguese (Brazil)!ptBR.txt", "Russian!ru.txt", "Spanish (Traditional)!esES.txt"));
-  EXPECT_THAT(archive_.Diagnostics(), IsEmpty());
+TEST(LanguageTableTest, EnglishLineIsComparedBeforeNamesAreFilledIn) {
+  LanguageTable table;
+  table.Translate(L"x", L"Share with Nimbrel Veskard Agent");
+  EXPECT_TRUE(table.IsEnglish(262));
 }
 
-TEST_F(ShippedArchiveTest, EveryLanguageIsParallelToEnglish) {
-  const size_t count = Lines("english.txt").size();
-  for (const std::string& name : archive_.MemberNames()) {
-    if (CodeOfMember(name) == 0) continue;
-    EXPECT_EQ(Lines(name).size(), count) << name;
+TEST(LanguageTableTest, BlankTranslationMovesLaterOnesUp) {
+  LanguageTable table;
+  table.Translate(L"\nSchlie\u00dfen\n", L"Cancel\nClose\n");
+  EXPECT_EQ(table.Get(8), L"Schlie\u00dfen");
+  EXPECT_TRUE(table.IsEnglish(9));
+}
+
+TEST(LanguageTableTest, TranslationThatEqualsTheEnglishTextCountsAsEnglish) {
+  LanguageTable table;
+  table.Translate(L"Cancel", L"Cancel");
+  EXPECT_TRUE(table.IsEnglish(8));
+}
+
+TEST(EqualsBuiltInTest, ComparesLengthAndEveryCharacter) {
+  EXPECT_TRUE(EqualsBuiltIn(L"Cancel", 8));
+  EXPECT_FALSE(EqualsBuiltIn(L"Cancel\0"sv, 8));
+  EXPECT_FALSE(EqualsBuiltIn(L"Cancem", 8));
+  // Only the low byte is that of the letter.
+  EXPECT_FALSE(EqualsBuiltIn(L"\u0143ancel", 8));
+}
+
+// --- The product's names ---
+
+TEST(ExpandAppNamesTest, FillsInTheFullName) {
+  EXPECT_EQ(Expanded(L"Share with %APPNAME%"), L"Share with Nimbrel Veskard Agent");
+}
+
+TEST(ExpandAppNamesTest, FillsInTheShortName) {
+  EXPECT_EQ(Expanded(L"Open %APPSHORTNAME%"), L"Open Veskard Agent");
+}
+
+TEST(ExpandAppNamesTest, FillsInEveryOccurrence) {
+  EXPECT_EQ(Expanded(L"%APPNAME%%APPNAME% %APPSHORTNAME%, %APPSHORTNAME%"),
+            L"Nimbrel Veskard AgentNimbrel Veskard Agent Veskard Agent, Veskard Agent");
+}
+
+TEST(ExpandAppNamesTest, LeavesEverythingElse) {
+  for (const wchar_t* text :
+       {L"", L"%", L"%s of %d", L"%appname%", L"%APPNAME", L"APPNAME%", L"%APP NAME%"}) {
+    EXPECT_EQ(Expanded(text), text);
   }
 }
 
-TEST_F(ShippedArchiveTest, EveryBuiltInTextHasAnEnglishLine) {
-  std::wstring english;
-  ASSERT_TRUE(archive_.ReadText("english.txt", english));
-  std::wstring marks;
-  for (size_t i = Lines("english.txt").size(); i != 0; --i) marks += L"x\n";
-  StringTable table;
-  table.Translate(marks, english);
-  for (size_t number = 0; number < kStringCount; ++number) EXPECT_EQ(table.Get(number), L"x") << number;
-}
-
-TEST_F(ShippedArchiveTest, EveryLanguageTranslatesTheMenu) {
-  for (const std::string& name : archive_.MemberNames()) {
-    if (CodeOfMember(name) == 0) continue;
-    LoadLanguage(static_cast<int32_t>(CodeOfMember(name)));
-    EXPECT_EQ(GetLanguageStatus().member, name);
-    EXPECT_THAT(GetLanguageStatus().diagnostics, IsEmpty());
-    for (uint32_t number = 259; number <= 263; ++number) {
-      EXPECT_NE(GetString(number), StringTable().Get(number)) << name << " " << number;
-      EXPECT_EQ(GetString(number).find(L'%'), std::wstring::npos) << name << " " << number;
-    }
-  }
+TEST(ExpandAppNamesTest, PercentSignsAroundAPlaceholderStay) {
+  EXPECT_EQ(Expanded(L"%%APPNAME%%"), L"%Nimbrel Veskard Agent%");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Loading a language with every heap allocation failing, one after another.
 #include <gtest/gtest.h>
 
-#include "lang/LanguageTable.h"
+#include "lang/Language.h"
 #include "tests/support/Faults.h"
 
 namespace veskard {

@@ -3,15 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lang/Language.h"
 #include "lang/LanguageTable.h"
-#include "lang/StringTable.h"
 
 namespace veskard {
 namespace {
 
 TEST(NoArchiveTest, EveryTextIsEnglish) {
   LoadLanguage('d' | 'e' << 8);
-  const StringTable english;
+  const LanguageTable english;
   for (uint32_t number = 0; number < kStringCount; ++number)
     EXPECT_EQ(GetString(number), english.Get(number));
 }

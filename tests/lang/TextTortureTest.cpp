@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "lang/CheckText.h"
-#include "lang/StringTable.h"
+#include "lang/LanguageTable.h"
 #include "lang/ZipReader.h"
 #include "tests/lang/ZipBuilder.h"
 #include "tests/support/Faults.h"
@@ -54,7 +54,7 @@ TEST(TextTortureTest, TranslatingAndChecking) {
   const std::wstring translation = L"Mit %APPNAME% und noch jemandem teilen\nAbbrechen";
   const std::wstring english = L"Share with %APPNAME%\nCancel";
   const auto scenario = [&] {
-    StringTable table;
+    LanguageTable table;
     table.Translate(translation, english);
     ApplyCheckText(table, english);
   };

@@ -48,7 +48,7 @@ class PreferredLanguagesTest : public testing::Test {
     self_->calls_ = 0;
     EXPECT_EQ(WantedCodes(-1).full, 0u);
     self_->calls_ = 0;
-    EXPECT_EQ(WantedCodes(-1).brief, 0u);
+    EXPECT_EQ(WantedCodes(-1).languageOnly, 0u);
   }
 
   static inline PreferredLanguagesTest* self_ = nullptr;
@@ -65,7 +65,7 @@ TEST_F(PreferredLanguagesTest, TheFirstOfSeveralCounts) {
   EXPECT_EQ(calls_, 2);
   const LanguageCodes codes = WantedCodes(-1);
   EXPECT_EQ(codes.full, PackLanguageCode("deAT"));
-  EXPECT_EQ(codes.brief, PackLanguageCode("de"));
+  EXPECT_EQ(codes.languageOnly, PackLanguageCode("de"));
 }
 
 TEST_F(PreferredLanguagesTest, AListWhoseSizeIsNotToldIsNone) {
@@ -92,14 +92,14 @@ TEST_F(PreferredLanguagesTest, AnEmptyListIsNone) {
 TEST(WantedCodesTest, GivenCodeIsWantedInBothPlaces) {
   const LanguageCodes codes = WantedCodes(static_cast<int32_t>(PackLanguageCode("ptBR")));
   EXPECT_EQ(codes.full, PackLanguageCode("ptBR"));
-  EXPECT_EQ(codes.brief, PackLanguageCode("ptBR"));
+  EXPECT_EQ(codes.languageOnly, PackLanguageCode("ptBR"));
 }
 
 TEST(WantedCodesTest, NegativeCodeMeansTheUsersOwn) {
   const UserLanguage user = LanguageOfLocale(FirstPreferredLanguage());
   for (const int32_t code : {-1, INT32_MIN}) {
     EXPECT_EQ(WantedCodes(code).full, CodesOfUser(user.language, user.country).full);
-    EXPECT_EQ(WantedCodes(code).brief, CodesOfUser(user.language, user.country).brief);
+    EXPECT_EQ(WantedCodes(code).languageOnly, CodesOfUser(user.language, user.country).languageOnly);
   }
 }
 

@@ -5,7 +5,7 @@
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
-#include "lang/LanguageTable.h"
+#include "lang/Language.h"
 #include "shellext/Registration.h"
 #include "shellext/module/DiagnosticLog.h"
 #include "tools/common/ToolError.h"

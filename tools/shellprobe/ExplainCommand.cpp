@@ -1,4 +1,5 @@
 // shellprobe explain: why the menu is as it is.
+#include "lang/Language.h"
 #include "shellext/contextmenu/MenuCommands.h"
 #include "tools/common/Console.h"
 #include "tools/common/ToolError.h"

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "lang/Language.h"
 #include "util/string/CodePage.h"
 
 namespace veskard {
