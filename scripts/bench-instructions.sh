@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Counts instructions where a benchmark misses its aim, step by step, with Valgrind's
-# callgrind: what parsing a few huge strings, loading the library and a placeholder's
-# icon spend theirs on. The same numbers on a busy machine as on a quiet one. What the
+# Counts instructions with Valgrind's callgrind, step by step: what parsing a few huge
+# strings, formatting a text, loading the library and a placeholder's icon spend theirs on. The same numbers on a busy machine as on a quiet one. What the
 # system's kernel and Wine's server do is not in them.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
@@ -29,7 +28,9 @@ count() {
   scripts/instructions_table.py "$outputs/$name".*
 }
 
-count parse_instructions "$build/native-bench/parse_instructions"
+for program in parse_instructions format_instructions; do
+  count "$program" "$build/native-bench/$program"
+done
 for program in load_instructions icon_instructions; do
   count "$program" wine "$build/win64/bench/$program.exe"
 done

@@ -1,5 +1,5 @@
-// AddressText: network addresses as text, without asking the network library,
-// which a library in other people's processes had better not load.
+// AddressText: network addresses as text. Computed here, because the system's network
+// library would be loaded into every host process.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace veskard {
 
-/// Room for "[ffff:...:ffff]:65535", the longest text, and to spare.
+/// More than the longest text, "[ffff:...:ffff]:65535", has characters.
 inline constexpr size_t kMaxAddressText = 64;
 
 /// Writes an address without its port and returns the length (no terminator):

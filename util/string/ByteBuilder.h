@@ -10,9 +10,8 @@
 
 namespace veskard {
 
-/// Owns one heap block that grows geometrically. Move-only; not thread-safe.
-/// Growth throws std::bad_alloc when memory runs out and leaves the contents
-/// as they were.
+/// Owns one heap block that grows geometrically. Move-only; not thread-safe. Growth
+/// throws std::bad_alloc when out of memory, with the strong guarantee.
 class ByteBuilder {
  public:
   ByteBuilder() noexcept = default;
@@ -38,7 +37,7 @@ class ByteBuilder {
   /// Makes room for `capacity` bytes in all, when there is less.
   void Reserve(size_t capacity);
 
-  /// Forgets the contents and keeps the room.
+  /// Empties the builder; the capacity stays.
   void Clear() noexcept { length_ = 0; }
 
   /// Appends `count` bytes for the caller to fill in, and returns where they begin.

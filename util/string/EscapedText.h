@@ -1,4 +1,4 @@
-// EscapedText: bytes of any value as printable ASCII.
+// EscapedText: any bytes as printable ASCII.
 #pragma once
 
 #include <cstddef>

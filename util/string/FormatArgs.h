@@ -1,7 +1,7 @@
-// The argument list of one formatting run: typed slots instead of C varargs, so
-// that a format that does not match its arguments prints a wrong text but reads
-// nothing that is not there. How many bytes lie behind a pointer no type says: for
-// "m", "h", "H" and the precision of a text the caller vouches.
+// The arguments of one formatting run: typed slots instead of C varargs. A format that
+// does not match its arguments prints a wrong text, but reads no argument that is not
+// there. A pointer's type does not say how many bytes it points to: for "m", "h", "H"
+// and for a text with a precision the caller has to make sure that there are enough.
 #pragma once
 
 #include <array>
@@ -66,7 +66,8 @@ struct FormatArg {
   // An object without a dump, or one whose header is not included here: its address has
   // to be asked for as a const void*.
   template <class T>
-  requires(std::is_class_v<T> && !HasFormatDump<T>) FormatArg(const T* object) = delete;
+  requires(std::is_class_v<T> && !HasFormatDump<T>) FormatArg(const T* object)
+  = delete;
 
   bool IsPointer() const noexcept { return kind != Kind::kInteger && kind != Kind::kDouble; }
   bool IsNull() const noexcept { return IsPointer() && pointer == nullptr; }
@@ -92,7 +93,7 @@ struct FormatArg {
   }
 };
 
-/// A view of the slots of one run, read from the front. Owns nothing.
+/// The slots of one run, read one after another. Owns nothing.
 class FormatArgs {
  public:
   FormatArgs() noexcept = default;

@@ -27,6 +27,23 @@ void ConvertUnits(Char* target, const void* characters, size_t count) noexcept {
 }
 
 template <class Char>
+struct ArraySink : FormatSink {
+  // The analyser does not see that the braces initialise the base.
+  // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject)
+  ArraySink(Char* target, size_t most) noexcept : FormatSink{&Copy, &Convert, 0, most}, array(target) {}
+
+  static void Copy(FormatSink& sink, const void* characters, size_t count) {
+    std::copy_n(static_cast<const Char*>(characters), count, static_cast<ArraySink&>(sink).End());
+  }
+  static void Convert(FormatSink& sink, const void* characters, size_t count) {
+    ConvertUnits(static_cast<ArraySink&>(sink).End(), characters, count);
+  }
+  Char* End() const noexcept { return array + written; }
+
+  Char* array;
+};
+
+template <class Char>
 struct StringSink : FormatSink {
   StringSink() noexcept : FormatSink{&Copy, &Convert, 0, 0} { limit = text.max_size(); }
 
@@ -50,12 +67,12 @@ void FormatRunOf(FormatSink& sink, const wchar_t* format, FormatArgs args) {
   FormatWide(sink, format, args);
 }
 
-// Ends an array's text where the run ended, also when memory ended the run.
+// Terminates an array where the run ended, also when the run ended out of memory.
 template <class Char>
 class Terminated {
  public:
   explicit Terminated(const ArraySink<Char>& sink) noexcept : sink_(sink) {}
-  ~Terminated() { sink_.array[sink_.written] = Char(); }
+  ~Terminated() { *sink_.End() = Char(); }
   Terminated(const Terminated&) = delete;
   Terminated& operator=(const Terminated&) = delete;
 
@@ -80,21 +97,6 @@ std::basic_string<Char> FormatIntoString(const Char* format, FormatArgs args) {
 }
 
 }  // namespace
-
-template <class Char>
-void ArraySink<Char>::Copy(FormatSink& sink, const void* characters, size_t count) {
-  auto& self = static_cast<ArraySink&>(sink);
-  std::copy_n(static_cast<const Char*>(characters), count, self.array + self.written);
-}
-
-template <class Char>
-void ArraySink<Char>::Convert(FormatSink& sink, const void* characters, size_t count) {
-  auto& self = static_cast<ArraySink&>(sink);
-  ConvertUnits(self.array + self.written, characters, count);
-}
-
-template struct ArraySink<char>;
-template struct ArraySink<wchar_t>;
 
 size_t FormatBufferArgs(char* buffer, size_t size, const char* format, FormatArgs args) {
   return FormatIntoBuffer(buffer, size, format, args);

@@ -1,4 +1,4 @@
-// FormatSpec: what stands between a "%" and its conversion character.
+// FormatSpec: the flags, width, precision and length of one conversion.
 #pragma once
 
 #include <cstdint>
@@ -49,8 +49,6 @@ class FormatSpecParser {
 
   const Char* Parse(FormatSpec& spec) noexcept {
     spec = FormatSpec();
-    if (*position_ >= 'A' && *position_ != 'L' && *position_ != 'l')
-      return position_;  // nothing but a letter
     ParseFlags(spec);
     ParseWidth(spec);
     ParsePrecision(spec);

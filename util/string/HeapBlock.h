@@ -1,16 +1,16 @@
-// HeapBlock: the general-purpose heap functions, in one place of their own so that
-// a test program can put others in their stead, as it can with operator new.
+// HeapBlock: realloc and free, as functions that a test program can replace by linking
+// others, as it can operator new.
 #pragma once
 
 #include <cstddef>
 
 namespace veskard {
 
-/// Makes a block larger or smaller, or a new one for null, keeping its contents;
-/// the size may not be 0. Null when memory runs out, and then the old block stays.
+/// Makes a block larger or smaller and keeps its contents; makes a new one for null. The
+/// size may not be 0. Null when out of memory; the old block then stays valid.
 void* ResizeHeapBlock(void* block, size_t size) noexcept;
 
-/// Frees a block; null is nothing.
+/// Frees a block; does nothing for null.
 void FreeHeapBlock(void* block) noexcept;
 
 }  // namespace veskard

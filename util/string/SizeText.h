@@ -1,4 +1,4 @@
-// SizeText: byte counts in the unit that people read them in.
+// SizeText: byte counts in readable units.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@ namespace veskard {
 /// 0 "B", 1 "EB", 2 "GB", 3 "kB", 4 "MB", 5 "PB", 6 "TB". Never null.
 using SizeUnitNames = const wchar_t* (*)(unsigned number);
 
-/// Sets where the whole process takes the names from; until then they are English.
-/// Any thread.
+/// Sets where the whole process takes the names from; null, as in the beginning, for
+/// the English ones. Any thread.
 void SetSizeUnitNames(SizeUnitNames names) noexcept;
 
 /// The name of a unit, 0 to 6, as it is now.
@@ -23,9 +23,8 @@ struct ScaledSize {
   unsigned unit;
 };
 
-/// The smallest unit is the kilobyte (100 bytes are 0.1 kB); the next unit begins
-/// at 1024 of the one before, except that the exabyte begins at 2^62 hundredths
-/// of a byte, that is at 0.04 EB.
+/// The smallest unit is the kilobyte (103 bytes are 0.1 kB). Each unit begins at 1024 of
+/// the one before, but the exabyte begins at 2^62 hundredths of a byte, which is 0.04 EB.
 ScaledSize ScaleSize(uint64_t bytes) noexcept;
 
 }  // namespace veskard

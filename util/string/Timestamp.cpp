@@ -8,8 +8,8 @@ namespace veskard {
 std::string FormatTimestamp(const SYSTEMTIME& time) {
   constexpr int kPartSize = 48;
   wchar_t text[2 * kPartSize] = {};
-  // Both calls count the terminator, and answer 0 for a time that is none; that
-  // part is then empty.
+  // Both calls count the terminator, and return 0 for an invalid time; that part of the
+  // text is then empty.
   int length =
       GetDateFormatEx(LOCALE_NAME_USER_DEFAULT, 0, &time, L"yyyy'-'MM'-'dd", text, kPartSize, nullptr);
   if (length == 0) length = 1;

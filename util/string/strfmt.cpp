@@ -25,7 +25,7 @@ constexpr char kNullText[] = "<NULL>";
 constexpr char kErrorText[] = "<ERROR>";
 constexpr char kInvalidText[] = "invalid";
 
-// Addresses below it are small numbers taken for pointers.
+// A lower address is a small number that was passed as a pointer.
 constexpr uintptr_t kLowestPointer = 65536;
 
 constexpr size_t kHashBytes = 20;
@@ -42,7 +42,7 @@ bool IsPlausible(const FormatArg& slot) noexcept {
   return slot.IsPointer() && reinterpret_cast<uintptr_t>(slot.pointer) >= kLowestPointer;
 }
 
-// Bytes whose extent the conversion knows: the argument's type does not say.
+// For conversions that know how many bytes there are; the argument's type does not.
 bool PointsToBytes(const FormatArg& slot) noexcept {
   return (slot.kind == Kind::kPointer || slot.kind == Kind::kNarrowString) && IsPlausible(slot);
 }
@@ -94,8 +94,8 @@ class FormatRun {
 
   // --- Integers ---
 
-  // The next slot as an integer: an address for a pointer, 0 for what has no
-  // integer value and for a missing slot.
+  // The next slot as an integer: the address of a pointer, 0 for a double and for a
+  // missing slot.
   uint64_t NextWord() noexcept {
     const FormatArg* slot = args_.Next();
     if (slot == nullptr || slot->kind == Kind::kDouble) return 0;
@@ -161,8 +161,8 @@ class FormatRun {
 
   void WriteMark(const char* text) { out_.WriteField(spec_, text, std::strlen(text)); }
 
-  // The next slot when it holds a usable text of this width; otherwise prints the
-  // mark that says why not and returns null.
+  // The next slot's text when it is one of this width; otherwise prints "<NULL>" or
+  // "<ERROR>" and returns null.
   template <class Text>
   const Text* NextText() {
     const FormatArg* slot = args_.Next();

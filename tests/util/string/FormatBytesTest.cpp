@@ -1,5 +1,7 @@
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <type_traits>
 
 #include "benc/BencValue.h"
 #include "tests/util/string/FormatTesting.h"
@@ -98,6 +100,27 @@ TYPED_TEST(FormatBytesTest, WhatIsNoDictionaryIsInvalid) {
   EXPECT_EQ(this->Print("%D", 5), "invalid");
   EXPECT_EQ(this->Print("%D", "text"), "invalid");
 }
+
+// A type of a test's own, with and without a dump.
+struct Note {
+  std::string text;
+};
+FormatDump DumpOf(const Note* note) noexcept {
+  return {note, [](const void* value) { return static_cast<const Note*>(value)->text; }};
+}
+struct Dumpless {};
+
+TYPED_TEST(FormatBytesTest, AnyTypeMayBringItsDump) {
+  const Note note{"a note"};
+  const Note silent;
+  EXPECT_EQ(this->Print("%D|%8D|%.1D", &note, &note, &note), "a note|  a note|a");
+  EXPECT_EQ(this->Print("%D", &silent), "invalid");
+  EXPECT_EQ(this->Print("[%D]", static_cast<const Note*>(nullptr)), "[]");
+}
+
+static_assert(std::is_constructible_v<FormatArg, const Note*>);
+static_assert(std::is_constructible_v<FormatArg, BencodedDict*>);
+static_assert(!std::is_constructible_v<FormatArg, const Dumpless*>, "its dump may lie in a missing header");
 
 TYPED_TEST(FormatBytesTest, ANullDictionaryPrintsNothing) {
   EXPECT_EQ(this->Print("[%D]", static_cast<const BencValue*>(nullptr)), "[]");

@@ -154,7 +154,7 @@ TYPED_TEST(FormatSinkTest, EveryAllocationMayFail) {
   EXPECT_GT(target.size(), 1300u + 4096u);
 }
 
-TYPED_TEST(FormatSinkTest, AnArrayIsTerminatedAlsoWhenMemoryEnds) {
+TYPED_TEST(FormatSinkTest, AnArrayIsTerminatedAlsoWhenOutOfMemory) {
   BencodedDict dict;
   for (int i = 0; i < 800; ++i) dict.InsertInt(std::to_string(i).c_str(), i);
   const auto format = InWidth<TypeParam>("abc%D");

@@ -78,6 +78,13 @@ TYPED_TEST(FormatSizeTest, AlwaysTakes64Bits) {
   EXPECT_EQ(this->Print("%Z"), "0.0 kB");
 }
 
+TYPED_TEST(FormatSizeTest, UnitNamesComeFromWhereTheyWereSetLast) {
+  SetSizeUnitNames([](unsigned number) { return number == 3 ? L"kilo" : L"other"; });
+  EXPECT_EQ(this->Print("%Z|%Z", Kilo(2), Mega(2)), "2.0 kilo|2.0 other");
+  SetSizeUnitNames(nullptr);
+  EXPECT_EQ(this->Print("%Z|%Z", Kilo(2), Mega(2)), "2.0 kB|2.0 MB");
+}
+
 TEST(SizeTextTest, HundredthsOfExabytesAreExact) {
   EXPECT_EQ(ScaleSize(uint64_t{1} << 60).hundredths, 100u);
   EXPECT_EQ(ScaleSize((uint64_t{1} << 60) - 1).hundredths, 99u);
