@@ -1,13 +1,19 @@
 #!/usr/bin/env python3
-"""Looks at the folders' dependencies, as the sources' #include lines have them.
+"""Looks at the folders' dependencies, as the #include lines and the links have them.
 
-    scripts/dependencies.py check FOLDER    FOLDER is the project's root
-    scripts/dependencies.py draw FOLDER     needs graphviz
+    scripts/dependencies.py check FOLDER [LINKS]    FOLDER is the project's root
+    scripts/dependencies.py draw FOLDER             needs graphviz
 
 "check" prints a line for each include that points the wrong way, for each file
-that is not there, for each cycle of files, and when the committed list or picture
-(docs/pictures/dependencies.txt, .svg) shows something else than the sources.
-"draw" makes both anew.
+that is not there, for each circle of units (a header and its source) that is not
+named below, and when the committed list or picture (docs/pictures/dependencies.txt,
+.svg) shows something else than the sources.
+
+LINKS is link_graph.txt of a build folder (cmake/LinkGraph.cmake). With it "check"
+also prints a line for each link that points the wrong way, for each library of ours
+that links another one and includes nothing of it, and for each folder of the library
+that includes files of a folder and does not link it. "draw" makes list and picture
+anew.
 
 Exit codes: 0 done, nothing found; 1 findings; 2 wrong command line.
 """
@@ -33,6 +39,15 @@ ABOVE = {
 }
 TOOLS = list(ABOVE)
 ABOVE |= {"tests": [*LIBRARY, *TOOLS], "bench": [*LIBRARY, *TOOLS, "tests"], "fuzz": [*LIBRARY, "tests"]}
+
+# Circles of units that stay, and why. Every other one is a finding, and so is one that
+# is named here and no longer there.
+CIRCLES = {
+    ("benc/BencBuilder", "benc/BencDemolition", "benc/BencPayload", "benc/BencTree", "benc/BencValue",
+     "benc/BencWalk"): "a value owns a tree of values; copying and destroying walk through it",
+    ("fs/util/FileHandle", "fs/util/StreamHandle"): "a file is copied from a stream, and a stream from a file",
+    ("fs/util/FileInfo", "fs/util/StreamList"): "about to be taken apart",
+}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 SOURCES = (".h", ".cpp")
@@ -78,21 +93,88 @@ def check_directions(includes):
                 yield f"{path}: {folder} may not use {target}"
 
 
-def check_cycles(includes):
-    """One finding for each cycle, told by its files in turn."""
-    done, findings = set(), []
+def unit_of(path):
+    """A header and its source are one unit: neither can do without the other."""
+    return os.path.splitext(path)[0]
 
-    def visit(path, way):
-        if path in way:
-            findings.append("include cycle: " + " -> ".join([*way[way.index(path):], path]))
-        elif path not in done and path in includes:
-            for target in includes[path]:
-                visit(target, [*way, path])
-            done.add(path)
 
-    for path in includes:
-        visit(path, [])
-    return findings
+def find_circles(includes):
+    """The sets of units that reach each other, each as a sorted tuple."""
+    used = {}
+    for path, targets in includes.items():
+        unit = unit_of(path)
+        used.setdefault(unit, set()).update(unit_of(target) for target in targets if unit_of(target) != unit)
+
+    def reached_from(unit):
+        reached, waiting = set(), [unit]
+        while waiting:
+            for step in used.get(waiting.pop(), ()):
+                if step not in reached:
+                    reached.add(step)
+                    waiting.append(step)
+        return reached
+
+    reached = {unit: reached_from(unit) for unit in used}
+    return sorted({tuple(sorted(other for other in reached[unit] if unit in reached.get(other, ())))
+                   for unit in used if unit in reached[unit]})
+
+
+def check_circles(includes):
+    circles = find_circles(includes)
+    for circle in circles:
+        if circle not in CIRCLES:
+            yield "units in a circle: " + ", ".join(circle)
+    for circle in CIRCLES:
+        if circle not in circles and any(unit_of(path) in circle for path in includes):
+            yield "scripts/dependencies.py: names a circle that is gone: " + ", ".join(circle)
+
+
+class LinkGraph:
+    """What a build folder's link_graph.txt says."""
+
+    def __init__(self, path):
+        self.folders = {}  # by target: the known folders that its sources lie in; its own folder without sources
+        self.code = set()  # the targets with sources in known folders
+        self.links = []    # pairs of targets: user and used
+        for kind, name, *words in (line.split() for line in read(path).splitlines()):
+            if kind == "link":
+                self.links.append((name, words[0]))
+                continue
+            self.folders[name] = {folder_of(folder + "/") for folder in words[1:]} - {None}
+            if words[0] == "code" and self.folders[name]:
+                self.code.add(name)
+
+    def library_targets(self):
+        return {name for name in self.code if self.folders[name] <= set(LIBRARY)}
+
+    def reached_from(self, target):
+        """What a target links, also through others, and itself."""
+        reached, waiting = {target}, [target]
+        while waiting:
+            user = waiting.pop()
+            steps = {used for other, used in self.links if other == user} - reached
+            reached |= steps
+            waiting += steps
+        return reached
+
+
+def check_links(graph, edges):
+    """What is no code (compiler flags, resources) may be linked from everywhere, and so
+    may a target with sources of the same folder."""
+    library = graph.library_targets()
+    for user, used in graph.links:
+        above, below = graph.folders[user], graph.folders[used]
+        if used not in graph.code or above & below:
+            continue
+        if not below <= set().union(*(allowed(folder) for folder in above)):
+            yield f"{user}: may not link {used}"
+        elif {user, used} <= library and not any((folder, other) in edges for folder in above for other in below):
+            yield f"{user}: links {used} and includes nothing of it"
+    reached = {user: graph.reached_from(user) for user in library}
+    for user_folder, used_folder in edges:
+        users = [user for user in library if user_folder in graph.folders[user]]
+        if users and not any(used_folder in graph.folders[used] for user in users for used in reached[user] & library):
+            yield f"{user_folder}: includes files of {used_folder} and links nothing of it"
 
 
 def find_edges(includes):
@@ -144,9 +226,11 @@ def check_committed(root, edges):
         yield f"{PICTURE}: is out of date: run scripts/dependencies.py draw ."
 
 
-def check(root):
+def check(root, links=None):
     includes = read_includes(root)
-    findings = [*check_directions(includes), *check_cycles(includes)]
+    findings = [*check_directions(includes), *check_circles(includes)]
+    if links is not None:
+        findings += check_links(LinkGraph(links), find_edges(includes))
     # A picture is of sources that are in order.
     findings += [] if findings else check_committed(root, find_edges(includes))
     for finding in findings:
@@ -169,11 +253,12 @@ def main(words):
     if words and words[0] in ("-h", "--help"):
         print(__doc__)
         return 0
-    actions = {"check": check, "draw": draw}
-    if len(words) != 2 or words[0] not in actions:
+    actions = {("check", 1): check, ("check", 2): check, ("draw", 1): draw}
+    action = actions.get((words[0], len(words) - 1)) if words else None
+    if action is None:
         print("dependencies.py: check or draw, and which folder? (see dependencies.py --help)", file=sys.stderr)
         return 2
-    return actions[words[0]](words[1])
+    return action(*words[1:])
 
 
 if __name__ == "__main__":
