@@ -83,61 +83,11 @@ class Arguments {
 
   // Adds what the conversion takes, if anything. `precision` is -1 for none.
   void AddFor(char letter, int64_t precision) {
-    switch (letter) {
-      case 'd':
-      case 'i':
-      case 'u':
-      case 'x':
-      case 'X':
-      case 'o':
-      case 'b':
-      case 't':
-      case 'z':
-      case 'Z':
-      case 'I':
-        AddBoth(source_.Word());
-        break;
-      case 'c':
-        AddBoth(source_.Byte());
-        break;
-      case 'f':
-        AddDouble();
-        break;
-      case 's':
-        AddText(precision, false);
-        break;
-      case 'S':
-        AddText(precision, true);
-        break;
-      case 'e':
-      case 'U':
-      case 'm':
-        AddBoth(MakeBytes(precision, false));
-        break;
-      case 'h':
-      case 'H':
-        AddBoth(static_cast<const void*>(addresses_.front().bytes.data()));
-        break;
-      case 'p':
-        AddBoth(static_cast<const void*>(this));
-        break;
-      case 'B':
-        AddBoth(&bytes_);
-        break;
-      case 'D':
-        AddBoth(source_.Byte() % 4 == 0 ? dict_.Find("text") : static_cast<const BencValue*>(&dict_));
-        break;
-      case 'a':
-      case 'A':
-        AddBoth(&addresses_[source_.Byte() % addresses_.size()]);
-        break;
-      case 'V':
-        AddBoth(&addresses_);
-        break;
-      default:
-        break;
-    }
+    const Adder add = AdderFor(letter);
+    if (add != nullptr) (this->*add)(precision);
   }
+
+  static bool TakesArgument(char letter) { return AdderFor(letter) != nullptr; }
 
   // An argument of another type; the pointer has as many bytes as the conversion
   // may read from a pointer whose type does not say.
@@ -150,7 +100,7 @@ class Arguments {
         AddBoth(reinterpret_cast<const char*>(uintptr_t{5}));
         break;
       case 2:
-        AddDouble();
+        AddDouble(precision);
         break;
       case 3:
         AddBoth(source_.Word());
@@ -165,7 +115,43 @@ class Arguments {
   std::vector<FormatArg> wide;
 
  private:
-  void AddDouble() {
+  using Adder = void (Arguments::*)(int64_t precision);
+
+  struct AdderRow {
+    std::string_view letters;
+    Adder add;
+  };
+
+  static Adder AdderFor(char letter) {
+    static constexpr AdderRow kRows[] = {
+        {"diuxXobtzZI", &Arguments::AddWord}, {"c", &Arguments::AddCharacter},
+        {"f", &Arguments::AddDouble},         {"s", &Arguments::AddOwnText},
+        {"S", &Arguments::AddOtherText},      {"eUm", &Arguments::AddBytes},
+        {"hH", &Arguments::AddHash},          {"p", &Arguments::AddPointer},
+        {"B", &Arguments::AddByteVector},     {"D", &Arguments::AddDump},
+        {"aA", &Arguments::AddAddress},       {"V", &Arguments::AddAddressList},
+    };
+    for (const AdderRow& row : kRows) {
+      if (row.letters.find(letter) != std::string_view::npos) return row.add;
+    }
+    return nullptr;
+  }
+
+  void AddWord(int64_t) { AddBoth(source_.Word()); }
+  void AddCharacter(int64_t) { AddBoth(source_.Byte()); }
+  void AddOwnText(int64_t precision) { AddText(precision, false); }
+  void AddOtherText(int64_t precision) { AddText(precision, true); }
+  void AddBytes(int64_t precision) { AddBoth(MakeBytes(precision, false)); }
+  void AddHash(int64_t) { AddBoth(static_cast<const void*>(addresses_.front().bytes.data())); }
+  void AddPointer(int64_t) { AddBoth(static_cast<const void*>(this)); }
+  void AddByteVector(int64_t) { AddBoth(&bytes_); }
+  void AddDump(int64_t) {
+    AddBoth(source_.Byte() % 4 == 0 ? dict_.Find("text") : static_cast<const BencValue*>(&dict_));
+  }
+  void AddAddress(int64_t) { AddBoth(&addresses_[source_.Byte() % addresses_.size()]); }
+  void AddAddressList(int64_t) { AddBoth(&addresses_); }
+
+  void AddDouble(int64_t) {
     const uint64_t bits = source_.Word();
     double value;
     static_assert(sizeof(value) == sizeof(bits));
@@ -203,9 +189,6 @@ class Arguments {
   std::vector<std::unique_ptr<wchar_t[]>> wideTexts_;
 };
 
-// The conversions that take an argument.
-constexpr std::string_view kConversions = "diuxXobtzZIcfsSeUmhHpBDaAV";
-
 // Reads a number, or a "*" with its argument; -1 when there is neither.
 int64_t ScanCount(const std::string& format, size_t& at, Arguments& arguments) {
   if (at < format.size() && format[at] == '*') {
@@ -238,7 +221,7 @@ bool MakeArguments(const std::string& format, Source& source, Arguments& argumen
     if (precision > kMostCount) return false;
     if (at < format.size() && (format[at] == 'l' || format[at] == 'L')) ++at;
     if (at >= format.size()) break;
-    if (source.Byte() % 16 == 1 && kConversions.find(format[at]) != std::string_view::npos) {
+    if (source.Byte() % 16 == 1 && Arguments::TakesArgument(format[at])) {
       arguments.AddMismatched(precision);
     } else {
       arguments.AddFor(format[at], precision);
