@@ -11,7 +11,7 @@
 namespace veskard {
 
 /// Builds payloads into values; their blocks come from `slabs`, or stand alone for
-/// null. Where memory ends std::bad_alloc is thrown and the value is as it was.
+/// null. Throws std::bad_alloc when out of memory, with the strong guarantee.
 class BencBuilder {
  public:
   static BencArray* Array(const BencValue& list) noexcept { return list.payload_.array; }

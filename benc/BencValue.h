@@ -35,7 +35,7 @@ struct FormatDump;
 /// Owns its payload alone. Moving leaves the source None; copying is deep.
 /// Destroying and copying do not recurse, so any depth is safe, and destroying
 /// allocates nothing. A value belongs to one thread at a time. Only std::bad_alloc
-/// is thrown, and then the value is as it was.
+/// is thrown, with the strong guarantee.
 class BencValue {
  public:
   enum class Kind : uint8_t {

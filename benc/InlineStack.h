@@ -11,7 +11,7 @@ namespace veskard {
 
 /// A stack of small plain values: the first 16 live in the object itself, more on
 /// the heap, where the room doubles. Push throws std::bad_alloc, and then the
-/// stack is as it was.
+/// stack is unchanged.
 template <class T>
 class InlineStack {
   static_assert(std::is_trivially_copyable_v<T>);
