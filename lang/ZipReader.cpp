@@ -20,8 +20,8 @@ bool IsReadable(const unz_file_info64& info) {
          (info.compression_method == kStored || info.compression_method == Z_DEFLATED);
 }
 
-/// minizip and zlib report an archive as damaged when they are out of memory. errno tells
-/// the two apart, so that a shortage does not cost a user the language.
+/// minizip and zlib report an archive as damaged when they are out of memory. errno
+/// distinguishes the two, so that a shortage does not cost a user the language.
 class MemoryWatch {
  public:
   MemoryWatch() noexcept { errno = 0; }
