@@ -31,7 +31,7 @@ size_t AppendDigit(size_t length, unsigned digit) noexcept {
 BencToken BencParser::NextToken(const char** text, size_t* length) noexcept {
   *length = 0;
   if (cursor_ == end_) return BencToken::TokEndOfInput;
-  if (cursor_ == nullptr) return BencToken::TokError;
+  if (IsBeyondEnd()) return BencToken::TokError;
   const char byte = *cursor_++;
   if (IsDigit(byte)) return StringToken(byte, text, length);
   *text = cursor_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 #include "benc/BencValue.h"
 
@@ -34,7 +35,8 @@ class IBencParser {
 
 /// Tokens of a buffer, which the parser does not own. The buffer must be
 /// writable (a malformed integer is repaired in place) and outlive the parser;
-/// nothing outside [begin, end) is read or written.
+/// nothing outside [begin, end) is read or written. With `begin` beyond `end` there are
+/// only errors.
 ///
 ///     d 4:name 3:abc 4:size i 12 e e
 ///     | |            |      |    | +-- TokEnd
@@ -62,9 +64,10 @@ class BencParser final : public IBencParser {
   BencToken StringToken(char first, const char** text, size_t* length) noexcept;
   BencToken IntegerToken(const char** text, size_t* length) noexcept;
   void RepairInteger(const char* start, size_t* length) noexcept;
+  bool IsBeyondEnd() const noexcept { return cursor_ == nullptr || std::less<>()(end_, cursor_); }
   size_t Remaining() const noexcept { return static_cast<size_t>(end_ - cursor_); }
 
-  char* cursor_;  // null once it was moved past the end
+  char* cursor_;  // null once a string has moved it past the end
   char* end_;
 };
 

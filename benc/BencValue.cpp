@@ -131,7 +131,7 @@ int64_t BencValue::FindInt(const char* key) const noexcept {
 }
 
 void BencValue::Insert(const char* key, BencValue&& value) {
-  if (kind_ != Kind::Dict) return;
+  if (kind_ != Kind::Dict || &value == this) return;
   BencNode* last = nullptr;
   BencNode* const node = BencTree::Insert(*this, BencKey(KeyOrEmpty(key)), last);
   if (node != nullptr) {
@@ -146,7 +146,7 @@ void BencValue::InsertInt(const char* key, int32_t value) {
 }
 
 void BencValue::Append(BencValue&& value) {
-  if (kind_ == Kind::List) BencBuilder::AppendNone(*this) = std::move(value);
+  if (kind_ == Kind::List && &value != this) BencBuilder::AppendNone(*this) = std::move(value);
 }
 
 }  // namespace veskard

@@ -30,7 +30,8 @@ struct FormatDump;
 ///
 /// The null pointer is the empty string, list or dictionary. BencPayload.h lays out
 /// the blocks, BencHeap.h says where they come from. Elements and entries are seen
-/// through const references only: no part of a tree can be moved out of it.
+/// through const references only: no part of a tree can be moved out of it, and no tree
+/// into a part of itself.
 ///
 /// Owns its payload alone. Moving leaves the source None; copying is deep.
 /// Destroying and copying do not recurse, so any depth is safe, and destroying
@@ -101,13 +102,13 @@ class BencValue {
   int64_t FindInt(const char* key) const noexcept;
 
   /// Adds an entry to a Dict. When the key is there already, the stored value
-  /// stays and the offered one is destroyed. Does nothing on other kinds. A null
-  /// key is the empty key.
+  /// stays and the offered one is destroyed. Does nothing on other kinds, nor when the
+  /// dictionary is offered to itself. A null key is the empty key.
   void Insert(const char* key, BencValue&& value);
   void InsertInt(const char* key, int32_t value);
 
-  /// Moves a value, which may not be an element of this list, to the end of a
-  /// List. Does nothing on other kinds.
+  /// Moves a value to the end of a List. Does nothing on other kinds, nor when the list
+  /// is offered to itself.
   void Append(BencValue&& value);
 
  private:

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -166,6 +167,26 @@ TEST(TokenizerTest, EndOfInputStays) {
     EXPECT_EQ(parser.NextToken(&text, &length), TokEndOfInput);
     EXPECT_EQ(length, 0u);
   }
+}
+
+TEST(TokenizerTest, BeyondTheEndThereAreOnlyErrors) {
+  GuardedBuffer buffer("i1e1:a");
+  const std::string before(buffer.View());
+  for (const std::ptrdiff_t beyond : {1, 3, 6}) {
+    BencParser parser(buffer.end(), buffer.end() - beyond);
+    const char* const untouched = buffer.begin();
+    const char* text = untouched;
+    for (int i = 0; i < 3; ++i) {
+      size_t length = 7;
+      EXPECT_EQ(parser.NextToken(&text, &length), TokError) << beyond;
+      EXPECT_EQ(length, 0u) << beyond;
+      EXPECT_EQ(text, untouched) << "the text output is left as it was";
+    }
+    BencValue value = BencValue::FromInt32(1);
+    EXPECT_FALSE(ParseBencoded(value, parser)) << beyond;
+    EXPECT_EQ(value.GetKind(), BencValue::Kind::None) << beyond;
+  }
+  EXPECT_EQ(buffer.View(), before);
 }
 
 }  // namespace

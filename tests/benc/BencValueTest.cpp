@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/BencTesting.h"
+#include "tests/support/Faults.h"
 
 namespace veskard {
 namespace {
@@ -218,6 +219,50 @@ TEST(BencValueTest, InsertAndAppendDoNothingOnOtherKinds) {
   none.InsertInt("a", 1);
   none.Append(BencValue::FromInt32(1));
   EXPECT_EQ(none.GetKind(), Kind::None);
+}
+
+// What lies inside a value is seen through const only, so that no value can be moved
+// into a part of itself.
+static_assert(std::is_same_v<decltype(std::declval<BencValue&>().Find("")), const BencValue*>);
+static_assert(std::is_same_v<decltype(std::declval<BencValue&>().Items()[0]), const BencValue&>);
+static_assert(
+    std::is_same_v<decltype((*std::declval<BencValue&>().Entries().begin()).value), const BencValue&>);
+
+TEST(BencValueTest, ADictionaryIsNotInsertedIntoItself) {
+  for (const char* text : {"de", "d1:ai1ee", "d1:al1:xee"}) {
+    const size_t before = test::LiveBlocks();
+    {
+      BencValue dict = Parsed(text);
+      for (const char* key : {"new", "a"}) {
+        dict.Insert(key, std::move(dict));
+        EXPECT_EQ(Written(dict), text) << key;
+      }
+      dict.InsertInt("z", 2);
+      EXPECT_EQ(dict.FindInt("z"), 2);
+    }
+    EXPECT_EQ(test::LiveBlocks(), before) << text;
+  }
+}
+
+TEST(BencValueTest, AListIsNotAppendedToItself) {
+  for (const char* text : {"le", "l1:ae", "li1ei2ei3ei4ee"}) {
+    const size_t before = test::LiveBlocks();
+    {
+      BencValue list = Parsed(text);
+      list.Append(std::move(list));
+      EXPECT_EQ(Written(list), text);
+    }
+    EXPECT_EQ(test::LiveBlocks(), before) << text;
+  }
+}
+
+TEST(BencValueTest, ACopyCanBePutIntoTheOriginal) {
+  BencValue list = Parsed("l1:ae");
+  list.Append(BencValue(list));
+  EXPECT_EQ(Written(list), "l1:al1:aee");
+  BencValue dict = Parsed("d1:ai1ee");
+  dict.Insert("b", BencValue(dict));
+  EXPECT_EQ(Written(dict), "d1:ai1e1:bd1:ai1eee");
 }
 
 TEST(BencValueTest, AppendMovesToTheEnd) {

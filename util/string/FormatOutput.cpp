@@ -1,12 +1,12 @@
 #include "util/string/FormatOutput.h"
 
-#include "core/StdAfx.h"
+#include <algorithm>
 
 namespace veskard {
 
 template <class Char>
 void FormatOutput<Char>::Pad(char filler, int64_t count) {
-  if (count < 0) AssertionFailed("util\\string\\strfmt", __LINE__);
+  if (count < 0) NegativePadding();
   constexpr int64_t kChunk = 64;
   Char chunk[kChunk];
   std::fill_n(chunk, std::min(count, kChunk), static_cast<Char>(filler));

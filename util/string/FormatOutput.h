@@ -11,6 +11,9 @@
 
 namespace veskard {
 
+/// The formatter's assertion, in the unit that its message names.
+[[noreturn]] void NegativePadding() noexcept;
+
 template <class Char>
 struct OtherWidthOf;
 template <>

@@ -7,6 +7,7 @@
 #include <string>
 #include <type_traits>
 
+#include "core/StdAfx.h"
 #include "util/string/AddressText.h"
 #include "util/string/Digits.h"
 #include "util/string/EscapedText.h"
@@ -369,6 +370,10 @@ void FormatRun<Char>::Convert(Char letter) {
 }
 
 }  // namespace
+
+void NegativePadding() noexcept {
+  AssertionFailed("util\\string\\strfmt", __LINE__);
+}
 
 void FormatNarrow(FormatSink& sink, const char* format, FormatArgs args) {
   FormatRun<char>(sink, args).Run(format);
