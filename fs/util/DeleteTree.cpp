@@ -32,10 +32,36 @@ bool IsDotName(const wchar_t* name) noexcept {
   return text == L"." || text == L"..";
 }
 
-// A symbolic link or junction: it stands for something that lies elsewhere.
+// A symbolic link or junction: it stands for something that lies elsewhere. So may what
+// the file system does not tell the tag of.
 bool IsLink(const WIN32_FIND_DATAW& entry) noexcept {
+  constexpr DWORD kTagNotTold = 0;
+  const DWORD tag = entry.dwReserved0;
   return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-         IsReparseTagNameSurrogate(entry.dwReserved0);
+         (tag == kTagNotTold || IsReparseTagNameSurrogate(tag));
+}
+
+// Whether the tree is a link itself, given its attributes. Only its entry in the folder
+// above it has the tag; where that may not be listed the tag is not told.
+bool IsLinkItself(const std::wstring& path, DWORD attributes) noexcept {
+  WIN32_FIND_DATAW entry = {};
+  entry.dwFileAttributes = attributes;
+  if (!IsLink(entry)) return false;
+  const UniqueFind search(::FindFirstFileW(path.c_str(), &entry));
+  return !search || IsLink(entry);
+}
+
+// A backslash behind a link's name leads to what it stands for. A drive keeps its own.
+std::wstring WithoutLastBackslash(std::wstring path) {
+  while (path.size() > 1 && (path.back() == L'\\' || path.back() == L'/') && path[path.size() - 2] != L':') {
+    path.pop_back();
+  }
+  return path;
+}
+
+bool DeleteLink(const std::wstring& path, DWORD attributes) noexcept {
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ::RemoveDirectoryW(path.c_str()) != FALSE;
+  return DeleteEvenIfReadOnly(path.c_str()) == 0;
 }
 
 void DeleteEntry(DoomedFolders& folders, size_t index, const std::wstring& folderPath,
@@ -71,12 +97,16 @@ void DeleteContents(const std::wstring& path) {
 
 }  // namespace
 
-bool DeleteTree(const std::wstring& path) {
+bool DeleteTree(const std::wstring& folderPath) {
   // What is below no path at all would be the root of the current drive.
-  if (path.empty()) {
+  if (folderPath.empty()) {
     ::SetLastError(ERROR_PATH_NOT_FOUND);
     return false;
   }
+  const std::wstring path = WithoutLastBackslash(folderPath);
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+  if (IsLinkItself(path, attributes)) return DeleteLink(path, attributes);
   DeleteContents(path);
   return ::RemoveDirectoryW(path.c_str()) != FALSE;
 }

@@ -13,6 +13,11 @@ bool WritesByMode(uint32_t mode) noexcept {
   return mode < kOpenModes.size() && kOpenModes[mode].writes;
 }
 
+DWORD CopyFileOver(const std::wstring& source, const std::wstring& target) {
+  if (IsCopyOntoItself(source, target)) return ERROR_SHARING_VIOLATION;
+  return ::CopyFileW(source.c_str(), target.c_str(), FALSE) ? 0 : ::GetLastError();
+}
+
 }  // namespace
 
 bool FileHandle::Seek(uint64_t offset) {
@@ -83,25 +88,20 @@ bool FileHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind)
     case HandleKind::kFile:
     case HandleKind::kFileSecondCode:
       return CopyFileContents(sourcePath);
-    case HandleKind::kStream:
-      return CopyStreamContents(sourcePath);
+    case HandleKind::kStream: {
+      StreamHandle source{PathVector(sourcePath)};
+      return FillFrom(source, source.FullName(), Path());
+    }
     default:
       return false;
   }
 }
 
 bool FileHandle::CopyFileContents(const std::wstring& sourcePath) {
-  const BOOL copied = ::CopyFileW(sourcePath.c_str(), Path().c_str(), FALSE);
+  const DWORD error = CopyFileOver(sourcePath, Path());
   // An open handle's error is about the open file; the copy does not touch it.
-  if (!HasOsHandle()) RecordCall(copied);
-  return copied != FALSE;
-}
-
-bool FileHandle::CopyStreamContents(const std::wstring& sourcePath) {
-  StreamHandle source{PathVector(sourcePath)};
-  // Emptying a file takes its streams away: this one would be gone before it is read.
-  if (IsSameFile(source.FilePath(), Path())) return Record(ERROR_SHARING_VIOLATION);
-  return FillFrom(source);
+  if (!HasOsHandle()) Record(error);
+  return error == 0;
 }
 
 bool FileHandle::Delete(bool, uint32_t* error) {

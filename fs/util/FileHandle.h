@@ -34,8 +34,9 @@ class FileHandle : public SyncHandle {
   /// From a stream (kind 5): opens this file by mode 2, which empties it, carries
   /// the stream's bytes over, flushes, and leaves the handle closed; the result is
   /// true only when every byte arrived. A source that does not open leaves the file
-  /// as it was; so does a stream of this very file (ERROR_SHARING_VIOLATION), which
-  /// would vanish with the old contents. Other kinds: false, and nothing happens.
+  /// as it was. So does one that emptying the file would take away, whatever its kind
+  /// and spelling (IsCopyOntoItself): ERROR_SHARING_VIOLATION. Other kinds: false, and
+  /// nothing happens.
   bool CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) override;
 
   /// A read-only file is made writable and deleted all the same. The handle, if
@@ -58,7 +59,6 @@ class FileHandle : public SyncHandle {
 
  private:
   bool CopyFileContents(const std::wstring& sourcePath);
-  bool CopyStreamContents(const std::wstring& sourcePath);
 };
 
 }  // namespace veskard

@@ -2,7 +2,6 @@
 
 #include "fs/util/FileHandle.h"
 #include "fs/util/PathText.h"
-#include "fs/util/SameFile.h"
 
 namespace veskard {
 namespace {
@@ -90,21 +89,15 @@ bool StreamHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKin
     case HandleKind::kFile:
     case HandleKind::kFileSecondCode: {
       FileHandle source{PathVector(sourcePath)};
-      return FillFrom(source);
+      return FillFrom(source, source.Path(), FullName());
     }
     case HandleKind::kStream: {
       StreamHandle source{PathVector(sourcePath)};
-      // Emptied first, a stream has nothing left to give to itself.
-      if (IsSameStream(source)) return Record(ERROR_SHARING_VIOLATION);
-      return FillFrom(source);
+      return FillFrom(source, source.FullName(), FullName());
     }
     default:
       return false;
   }
-}
-
-bool StreamHandle::IsSameStream(const StreamHandle& other) const {
-  return SamePathText(other.streamName_, streamName_) && IsSameFile(other.filePath_, filePath_);
 }
 
 bool StreamHandle::Delete(bool, uint32_t* error) {

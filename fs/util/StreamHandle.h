@@ -42,7 +42,8 @@ class StreamHandle : public SyncHandle {
   /// 2, which empties it, carries the source's bytes over, flushes, and leaves the
   /// handle closed; the result is true only when every byte arrived. A source that
   /// does not open leaves the stream as it was, and so does the stream itself as
-  /// the source (ERROR_SHARING_VIOLATION). Other kinds: false, and nothing happens.
+  /// the source, whatever its kind and spelling (IsCopyOntoItself):
+  /// ERROR_SHARING_VIOLATION. Other kinds: false, and nothing happens.
   bool CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) override;
 
   /// Deletes the stream; the file stays. No second try for a read-only file.
@@ -52,14 +53,12 @@ class StreamHandle : public SyncHandle {
   HandleKind GetKind() const override { return HandleKind::kStream; }
 
   const std::wstring& FilePath() const noexcept { return filePath_; }
-
- private:
-  bool IsSameStream(const StreamHandle& other) const;
   /// Empty without a file path: a colon and a name would be the current folder's stream.
   std::wstring FullName() const {
     return filePath_.empty() ? std::wstring() : filePath_ + L':' + streamName_;
   }
 
+ private:
   std::wstring streamName_;
   std::wstring filePath_;
 };

@@ -3,6 +3,7 @@
 #include "fs/util/IoStatistics.h"
 #include "fs/util/NtFunctions.h"
 #include "fs/util/PathText.h"
+#include "fs/util/SameFile.h"
 
 namespace veskard {
 namespace {
@@ -180,7 +181,8 @@ uint32_t SyncHandle::FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD tra
 
 // The source is opened first, and the buffer made: one that cannot be read, and
 // memory that is missing, must not cost this object its old contents.
-bool SyncHandle::FillFrom(SyncHandle& source) {
+bool SyncHandle::FillFrom(SyncHandle& source, const std::wstring& sourceName, const std::wstring& ownName) {
+  if (IsCopyOntoItself(sourceName, ownName)) return Record(ERROR_SHARING_VIOLATION);
   if (!source.Open(kModeRead, 0, 0)) return Record(source.LastError());
   std::vector<char> buffer(kCopyChunk);
   return Record(ReplaceBy(source, buffer));

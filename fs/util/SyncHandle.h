@@ -193,11 +193,12 @@ class SyncHandle {
   uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset);
   uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset);
   /// Opens `source` for reading and this handle by kModeReplace, carries all bytes
-  /// over, flushes, and closes this handle, also when memory runs out. False, with
-  /// the error recorded, when anything fails; a source that does not open and memory
-  /// that is missing for the copying leave this object untouched, later failures
-  /// leave what was carried so far.
-  bool FillFrom(SyncHandle& source);
+  /// over, flushes, and closes this handle, also when memory runs out. The names are
+  /// those that the system opens the two by. False, with the error recorded, when
+  /// anything fails: a copy onto itself (ERROR_SHARING_VIOLATION), a source that does
+  /// not open and memory that is missing for the copying leave this object untouched,
+  /// later failures leave what was carried so far.
+  bool FillFrom(SyncHandle& source, const std::wstring& sourceName, const std::wstring& ownName);
 
  private:
   uint32_t ReplaceBy(SyncHandle& source, std::vector<char>& buffer);

@@ -19,6 +19,20 @@ namespace veskard {
 /// opened or written, or when that fallback fails too. A failed write leaves
 /// path.new behind. Whatever fails, the file at `path` holds its old or its new
 /// contents, whole. The thread's last error tells nothing.
+///
+/// Names are cut at 259 characters, only path.new beside a prefixed path is not; by the
+/// length of `path`:
+///
+///     up to 257              written and replaced; the longest side names are cut, and
+///                            still differ from the path
+///     258 and more, plain    a new file is written, from 260 on under the first 259
+///                            characters of its name; a file that is there keeps its old
+///                            contents: false, for path.new would be cut onto the file
+///     258 and more, prefixed a new file is written; one that is there keeps its old
+///                            contents: true, as when the system refuses to replace it
+///
+/// One writer of a path at a time is the caller's duty: two would share the side files,
+/// and one's contents could take the file's place under the other's answer.
 bool WriteFileReplacing(const wchar_t* path, const void* buffer, uint32_t size);
 
 }  // namespace veskard

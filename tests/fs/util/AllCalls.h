@@ -22,6 +22,7 @@ struct AllCalls {
                      "SetFileAttributesW",
                      "CreateDirectoryW",
                      "RemoveDirectoryW",
+                     "GetFullPathNameW",
                      "FindFirstFileW",
                      "FindNextFileW",
                      "FindFirstFileExW",

@@ -172,6 +172,10 @@ TEST_F(CallFailureTest, SetValidDataRecordsEachFailure) {
   test::StopAnswering();
 }
 
+// Whether a copy would take its own source: the full names of both, and their files.
+constexpr size_t kFullNames = 4;
+constexpr size_t kLookingForItself = kFullNames + 4;
+
 TEST_F(CallFailureTest, CopyingRecordsEachFailureAndNeverReportsPartAsSuccess) {
   const auto copy = [this](HandleKind kind) {
     return [this, kind](SyncHandle& h) {
@@ -182,20 +186,39 @@ TEST_F(CallFailureTest, CopyingRecordsEachFailureAndNeverReportsPartAsSuccess) {
     };
   };
   WriteBytes(source_ + L":s", "new");
-  RunWithEachFailure({"copy", HandleKind::kFile, kModeClosed, copy(HandleKind::kFile), 1});
+  RunWithEachFailure({"copy",
+                      HandleKind::kFile,
+                      kModeClosed,
+                      copy(HandleKind::kFile),
+                      kLookingForItself + 1,
+                      {},
+                      kLookingForItself});
   EXPECT_EQ(ReadBytes(path_), "new");
-  // is it the same file (4 calls), open source, open target, read, write, read the end, flush
-  RunWithEachFailure({"copy", HandleKind::kFile, kModeClosed, copy(HandleKind::kStream), 10, {}, 4});
+  // open source, open target, read, write, read the end, flush
+  RunWithEachFailure({"copy",
+                      HandleKind::kFile,
+                      kModeClosed,
+                      copy(HandleKind::kStream),
+                      kLookingForItself + 6,
+                      {},
+                      kLookingForItself});
   EXPECT_EQ(ReadBytes(path_), "new");
-  RunWithEachFailure({"copy", HandleKind::kStream, kModeClosed, copy(HandleKind::kFile), 6});
+  RunWithEachFailure(
+      {"copy", HandleKind::kStream, kModeClosed, copy(HandleKind::kFile), kFullNames + 6, {}, kFullNames});
   EXPECT_EQ(ReadBytes(path_ + L":s"), "new");
-  RunWithEachFailure({"copy", HandleKind::kStream, kModeClosed, copy(HandleKind::kStream), 10, {}, 4});
+  RunWithEachFailure({"copy",
+                      HandleKind::kStream,
+                      kModeClosed,
+                      copy(HandleKind::kStream),
+                      kLookingForItself + 6,
+                      {},
+                      kLookingForItself});
   EXPECT_EQ(ReadBytes(path_ + L":s"), "new");
 }
 
 TEST_F(CallFailureTest, ASourceOrTargetThatFailsToOpenCostsNothing) {
-  constexpr size_t kOpeningTheSource = 5;
-  constexpr size_t kOpeningTheTarget = 6;
+  constexpr size_t kOpeningTheSource = kLookingForItself + 1;
+  constexpr size_t kOpeningTheTarget = kLookingForItself + 2;
   for (const HandleKind kind : {HandleKind::kFile, HandleKind::kStream}) {
     const std::wstring name = kind == HandleKind::kStream ? path_ + L":s" : path_;
     WriteBytes(path_, "old");

@@ -7,6 +7,7 @@
 #include <cwchar>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "core/WindowsOwners.h"
 #include "fs/util/Handle.h"
@@ -21,6 +22,9 @@ using test::Exists;
 using test::MakeFolder;
 using test::SetReadOnly;
 using test::WriteBytes;
+
+constexpr DWORD kTagNotTold = 0;
+constexpr DWORD kCloudFilesTag = 0x9000001A;  // a reparse point, and no link
 
 class DeleteTreeTest : public testing::Test {
  protected:
@@ -161,15 +165,129 @@ TEST_F(DeleteTreeTest, WhatALinkPointsToStays) {
   MakeFolder(tree_ + L"\\junction");
   WriteBytes(tree_ + L"\\junction\\elsewhere", "1");
   const JunctionListing listing;
-  for (const DWORD tag : {IO_REPARSE_TAG_MOUNT_POINT, IO_REPARSE_TAG_SYMLINK}) {
+  for (const DWORD tag : {DWORD{IO_REPARSE_TAG_MOUNT_POINT}, DWORD{IO_REPARSE_TAG_SYMLINK}, kTagNotTold}) {
     JunctionListing::tag = tag;
     EXPECT_FALSE(DeleteTree(tree_));
     EXPECT_TRUE(Exists(tree_ + L"\\junction\\elsewhere"));
   }
 }
 
+// "tree" shown as a reparse point; what is done to it is noted, and what a link has
+// beside a folder, that it can be removed although there is something behind it, is
+// played.
+class ReparsePointAsRoot {
+ public:
+  ReparsePointAsRoot() {
+    removed.clear();
+    listed = 0;
+  }
+
+  static bool IsRoot(std::wstring_view path) {
+    return path.ends_with(L"\\tree") || path.ends_with(L"\\tree\\");
+  }
+
+  static inline DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
+  static inline DWORD tag = 0;
+  static inline bool tagIsTold = true;
+  static inline std::vector<std::wstring> removed;
+  static inline int listed = 0;
+
+ private:
+  static DWORD WINAPI Attributes(LPCWSTR path) {
+    if (IsRoot(path)) return directory | FILE_ATTRIBUTE_REPARSE_POINT;
+    return self_->attributes_.CallOriginal(path);
+  }
+  static HANDLE WINAPI First(LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
+    if (!IsRoot(pattern)) {
+      ++listed;
+      return self_->first_.CallOriginal(pattern, entry);
+    }
+    if (!tagIsTold) {
+      ::SetLastError(ERROR_ACCESS_DENIED);
+      return INVALID_HANDLE_VALUE;
+    }
+    const HANDLE search = self_->first_.CallOriginal(pattern, entry);
+    entry->dwFileAttributes = directory | FILE_ATTRIBUTE_REPARSE_POINT;
+    entry->dwReserved0 = tag;
+    return search;
+  }
+  static BOOL WINAPI RemoveFolder(LPCWSTR path) {
+    removed.push_back(std::wstring(L"folder ") + path);
+    return IsRoot(path) || self_->removeFolder_.CallOriginal(path);
+  }
+  static BOOL WINAPI RemoveFile(LPCWSTR path) {
+    removed.push_back(std::wstring(L"file ") + path);
+    return IsRoot(path) || self_->removeFile_.CallOriginal(path);
+  }
+
+  static inline ReparsePointAsRoot* self_ = nullptr;
+  const HMODULE test_ = ::GetModuleHandleW(nullptr);
+  test::FunctionPatch<DWORD WINAPI(LPCWSTR)> attributes_{test_, "GetFileAttributesW", &Attributes};
+  test::FunctionPatch<HANDLE WINAPI(LPCWSTR, WIN32_FIND_DATAW*)> first_{test_, "FindFirstFileW", &First};
+  test::FunctionPatch<BOOL WINAPI(LPCWSTR)> removeFolder_{test_, "RemoveDirectoryW", &RemoveFolder};
+  test::FunctionPatch<BOOL WINAPI(LPCWSTR)> removeFile_{test_, "DeleteFileW", &RemoveFile};
+  const bool isKnown_ = (self_ = this) != nullptr;
+};
+
+class RootTest : public DeleteTreeTest {
+ protected:
+  void SetUp() override {
+    DeleteTreeTest::SetUp();
+    WriteBytes(inside_, "1");
+    ReparsePointAsRoot::directory = FILE_ATTRIBUTE_DIRECTORY;
+    ReparsePointAsRoot::tagIsTold = true;
+  }
+
+  const std::wstring inside_ = tree_ + L"\\elsewhere";
+};
+
+TEST_F(RootTest, ARootThatIsALinkIsRemovedAndEmptiesNothing) {
+  for (const DWORD tag : {IO_REPARSE_TAG_MOUNT_POINT, IO_REPARSE_TAG_SYMLINK}) {
+    const ReparsePointAsRoot root;
+    ReparsePointAsRoot::tag = tag;
+    EXPECT_TRUE(DeleteTree(tree_));
+    EXPECT_EQ(ReparsePointAsRoot::removed, std::vector{L"folder " + tree_});
+    EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+    EXPECT_TRUE(Exists(inside_));
+  }
+}
+
+TEST_F(RootTest, ABackslashBehindALinkDoesNotLeadIntoIt) {
+  const ReparsePointAsRoot root;
+  ReparsePointAsRoot::tag = IO_REPARSE_TAG_MOUNT_POINT;
+  EXPECT_TRUE(DeleteTree(tree_ + L"\\"));
+  EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+  EXPECT_TRUE(Exists(inside_));
+}
+
+TEST_F(RootTest, ARootThatIsALinkToAFileIsRemovedAsAFile) {
+  const ReparsePointAsRoot root;
+  ReparsePointAsRoot::directory = 0;
+  ReparsePointAsRoot::tag = IO_REPARSE_TAG_SYMLINK;
+  EXPECT_TRUE(DeleteTree(tree_));
+  EXPECT_EQ(ReparsePointAsRoot::removed, std::vector{L"file " + tree_});
+  EXPECT_TRUE(Exists(inside_));
+}
+
+TEST_F(RootTest, ARootWhoseTagIsNotToldCountsAsALink) {
+  const ReparsePointAsRoot root;
+  for (const bool told : {true, false}) {
+    ReparsePointAsRoot::tagIsTold = told;
+    ReparsePointAsRoot::tag = 0;
+    EXPECT_TRUE(DeleteTree(tree_));
+    EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+    EXPECT_TRUE(Exists(inside_));
+  }
+}
+
+TEST_F(RootTest, ARootThatIsAReparsePointButNoLinkIsEmptied) {
+  const ReparsePointAsRoot root;
+  ReparsePointAsRoot::tag = kCloudFilesTag;
+  EXPECT_TRUE(DeleteTree(tree_));
+  EXPECT_FALSE(Exists(inside_));
+}
+
 TEST_F(DeleteTreeTest, AFolderThatIsAReparsePointButNoLinkGoesWithItsContents) {
-  constexpr DWORD kCloudFilesTag = 0x9000001A;
   MakeFolder(tree_ + L"\\junction");
   WriteBytes(tree_ + L"\\junction\\here", "1");
   const JunctionListing listing;

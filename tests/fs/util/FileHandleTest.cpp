@@ -446,6 +446,59 @@ TEST_F(FileHandleTest, CopyingItsOwnStreamIsRefusedBecauseItWouldVanishFirst) {
   }
 }
 
+TEST_F(FileHandleTest, CopyingItsOwnStreamUnderItsFullNameIsRefused) {
+  WriteBytes(path_, "old");
+  WriteBytes(path_ + L":name", "stream");
+  ASSERT_TRUE(::CreateHardLinkW((folder_ / L"link").c_str(), path_.c_str(), nullptr));
+  for (const std::wstring& other :
+       {path_ + L":name", folder_ / L"FILE.TXT:name", path_ + L":name:$DATA", folder_ / L"link:name"}) {
+    EXPECT_FALSE(file_.CopyFrom(other, HandleKind::kFile));
+    EXPECT_EQ(file_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadBytes(path_), "old");
+  }
+}
+
+TEST_F(FileHandleTest, AFileIsNotCopiedOverItself) {
+  WriteBytes(path_, "old");
+  ASSERT_TRUE(::CreateHardLinkW((folder_ / L"link").c_str(), path_.c_str(), nullptr));
+  for (const std::wstring& other : {path_, folder_ / L"FILE.TXT", path_ + L"::$DATA", folder_ / L"link"}) {
+    EXPECT_FALSE(file_.CopyFrom(other, HandleKind::kFile));
+    EXPECT_EQ(file_.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadBytes(path_), "old");
+  }
+}
+
+TEST_F(FileHandleTest, AFileNamedAsAStreamIsNotFilledFromThatStream) {
+  WriteBytes(path_, "main");
+  WriteBytes(path_ + L":name", "old");
+  ASSERT_TRUE(::CreateHardLinkW((folder_ / L"link").c_str(), path_.c_str(), nullptr));
+  FileHandle named{PathVector(path_ + L":name")};
+  for (const std::wstring& other : {path_ + L"\\name", path_ + L"\\NAME", folder_ / L"link\\name"}) {
+    EXPECT_FALSE(named.CopyFrom(other, HandleKind::kStream));
+    EXPECT_EQ(named.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(ReadBytes(path_ + L":name"), "old");
+  }
+}
+
+TEST_F(FileHandleTest, AFileNamedAsAStreamIsFilledFromTheOthers) {
+  WriteBytes(path_, "main");
+  WriteBytes(path_ + L":name", "old");
+  WriteBytes(path_ + L":other", "new");
+  FileHandle named{PathVector(path_ + L":name")};
+  EXPECT_TRUE(named.CopyFrom(path_ + L"\\other", HandleKind::kStream));
+  EXPECT_EQ(ReadBytes(path_ + L":name"), "new");
+  EXPECT_TRUE(named.CopyFrom(path_, HandleKind::kFile));
+  EXPECT_EQ(ReadBytes(path_ + L":name"), "main");
+}
+
+TEST_F(FileHandleTest, ARefusedCopyIsNotRecordedWhileOpen) {
+  WriteBytes(path_, "old");
+  ASSERT_TRUE(file_.Open(0, 0, 0));
+  EXPECT_FALSE(file_.CopyFrom(path_, HandleKind::kFile));
+  EXPECT_EQ(file_.LastError(), 0u);
+  EXPECT_TRUE(file_.IsOpen());
+}
+
 TEST_F(FileHandleTest, OtherKindsCannotBeCopied) {
   WriteBytes(path_, "old");
   for (const HandleKind kind : {HandleKind::kFolder, HandleKind::kSymlink, static_cast<HandleKind>(9)}) {

@@ -205,6 +205,40 @@ TEST_F(StreamHandleTest, AStreamIsNotCopiedOverItself) {
   }
 }
 
+TEST_F(StreamHandleTest, AStreamIsNotCopiedOverItselfUnderItsFullName) {
+  WriteBytes(fullName_, "old");
+  ASSERT_TRUE(::CreateHardLinkW((folder_ / L"link").c_str(), file_.c_str(), nullptr));
+  for (const std::wstring& other :
+       {fullName_, folder_ / L"FILE.TXT:NAME", L"\\\\?\\" + fullName_, fullName_ + L".",
+        fullName_ + L":$DATA", folder_ / L"link:name", folder_ / L"LINK:Name:$data"}) {
+    for (const HandleKind kind : {HandleKind::kFile, HandleKind::kFileSecondCode}) {
+      EXPECT_FALSE(stream_.CopyFrom(other, kind)) << testing::PrintToString(other);
+      EXPECT_EQ(stream_.LastError(), DWORD{ERROR_SHARING_VIOLATION}) << testing::PrintToString(other);
+      EXPECT_EQ(ReadBytes(fullName_), "old") << testing::PrintToString(other);
+    }
+  }
+}
+
+TEST_F(StreamHandleTest, TheFullNameOfAnotherStreamIsCopied) {
+  WriteBytes(file_ + L":other", "new");
+  EXPECT_TRUE(stream_.CopyFrom(file_ + L":other", HandleKind::kFile));
+  EXPECT_EQ(ReadBytes(fullName_), "new");
+  WriteBytes(folder_ / L"other.txt:name", "newer");
+  EXPECT_TRUE(stream_.CopyFrom(folder_ / L"other.txt:name", HandleKind::kFile));
+  EXPECT_EQ(ReadBytes(fullName_), "newer");
+}
+
+TEST_F(StreamHandleTest, TheMainStreamUnderItsFullNameIsTheFile) {
+  StreamHandle main{PathVector(file_ + L"\\:$DATA")};
+  for (const std::wstring& source : {file_, file_ + L"::$DATA", fullName_}) {
+    EXPECT_FALSE(main.CopyFrom(source, HandleKind::kFile));
+    EXPECT_EQ(main.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+  }
+  EXPECT_FALSE(main.CopyFrom(file_ + L"\\name", HandleKind::kStream));
+  EXPECT_EQ(main.LastError(), DWORD{ERROR_SHARING_VIOLATION});
+  EXPECT_EQ(ReadBytes(file_), "main");
+}
+
 TEST_F(StreamHandleTest, AnotherStreamOfTheSameFileIsCopied) {
   WriteBytes(file_ + L":other", "new");
   EXPECT_TRUE(stream_.CopyFrom(file_ + L"\\other", HandleKind::kStream));
