@@ -1,4 +1,9 @@
 // BencHeap: where the blocks behind values come from. Internal to this folder.
+//
+// What it buys, against an allocation for each block: 3 MB of many small values parse
+// 4.8 to 5.6 times as fast as into libtorrent's tree instead of 2.0 to 2.6 times, with
+// 69 million instructions instead of 131, and under Wine in 14 ms instead of 35 ms.
+// Records of a handful of values hardly gain. docs/benchmarks.md has the rows.
 #pragma once
 
 #include <cstddef>

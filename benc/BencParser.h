@@ -1,4 +1,20 @@
 // The bencode tokenizer and the parser that turns its tokens into values.
+//
+// How one parse runs through this folder:
+//
+//     bytes    d4:name3:abce, in the caller's buffer
+//       |      BencParser cuts them into tokens, in place
+//     tokens   TokDictStart, TokString "name", TokString "abc", TokEnd
+//       |      ParseBencoded keeps the open lists and dictionaries on a stack of its own
+//       |      (InlineStack) and puts what it reads into the innermost one: BencBuilder
+//       |      fills scalars and lists, BencTree inserts into dictionaries
+//     blocks   BencPayload.h lays them out, BencHeap cuts them from slabs
+//       |
+//     values   BencValue is what callers see
+//
+// A finished value is visited in order by BencWalk, on which copying, BencWriter and
+// BencDump are built, and destroyed by BencDemolition. Nothing here calls itself: depth
+// is bounded by memory only.
 #pragma once
 
 #include <cstddef>
