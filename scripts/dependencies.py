@@ -46,7 +46,6 @@ CIRCLES = {
     ("benc/BencBuilder", "benc/BencDemolition", "benc/BencPayload", "benc/BencTree", "benc/BencValue",
      "benc/BencWalk"): "a value owns a tree of values; copying and destroying walk through it",
     ("fs/util/FileHandle", "fs/util/StreamHandle"): "a file is copied from a stream, and a stream from a file",
-    ("fs/util/FileInfo", "fs/util/StreamList"): "about to be taken apart",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)

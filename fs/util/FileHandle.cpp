@@ -2,8 +2,7 @@
 
 #include "core/StdAfx.h"
 #include "fs/util/FileInfo.h"
-#include "fs/util/ReadOnlyFiles.h"
-#include "fs/util/SameFile.h"
+#include "fs/util/Files.h"
 #include "fs/util/StreamHandle.h"
 
 namespace veskard {
@@ -19,16 +18,6 @@ DWORD CopyFileOver(const std::wstring& source, const std::wstring& target) {
 }
 
 }  // namespace
-
-bool FileHandle::Seek(uint64_t offset) {
-  const auto hold = HoldLock();
-  return SeekOpen(offset);
-}
-
-bool FileHandle::SetSize(uint64_t size) {
-  const auto hold = HoldLock();
-  return SetSizeOpen(size);
-}
 
 int64_t FileHandle::GetModificationTime(uint32_t* error) {
   const auto hold = HoldLock();
@@ -50,36 +39,6 @@ bool FileHandle::Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) {
   if (LastError() != ERROR_ACCESS_DENIED || !WritesByMode(mode) || !ClearReadOnly(Path().c_str()))
     return false;
   return OpenAgain(Path(), 0);
-}
-
-bool FileHandle::IsOpen() const {
-  const auto hold = HoldLock();
-  return HasOsHandle();
-}
-
-uint32_t FileHandle::Read(void* buffer, uint32_t count) {
-  const auto hold = HoldLock();
-  return ReadOpen(buffer, count, nullptr);
-}
-
-uint32_t FileHandle::ReadAt(void* buffer, uint32_t count, uint64_t offset) {
-  const auto hold = HoldLock();
-  return ReadOpen(buffer, count, &offset);
-}
-
-uint32_t FileHandle::Write(const void* buffer, uint32_t count) {
-  const auto hold = HoldLock();
-  return WriteOpen(buffer, count, nullptr);
-}
-
-uint32_t FileHandle::WriteAt(const void* buffer, uint32_t count, uint64_t offset) {
-  const auto hold = HoldLock();
-  return WriteOpen(buffer, count, &offset);
-}
-
-bool FileHandle::Flush(uint32_t* error) {
-  const auto hold = HoldLock();
-  return FlushOpen(error);
 }
 
 bool FileHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) {
@@ -128,11 +87,6 @@ bool FileHandle::Create() {
   if (!Open(kModeReplace, OpenFlag(), 0)) return false;
   Close();
   return true;
-}
-
-bool FileHandle::IsDeletePending() {
-  const auto hold = HoldLock();
-  return IsDeletePendingOpen();
 }
 
 bool FileHandle::SetValidData(uint64_t size) {

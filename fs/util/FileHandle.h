@@ -11,8 +11,8 @@ class FileHandle : public SyncHandle {
   explicit FileHandle(const PathVector& path) : SyncHandle(path) {}
   ~FileHandle() override { FileHandle::Close(); }
 
-  bool Seek(uint64_t offset) override;
-  bool SetSize(uint64_t size) override;
+  bool Seek(uint64_t offset) override { return SeekOpen(offset); }
+  bool SetSize(uint64_t size) override { return SetSizeOpen(size); }
   int64_t GetModificationTime(uint32_t* error) override;
   uint64_t GetSize(uint32_t* error) override;
 
@@ -20,13 +20,17 @@ class FileHandle : public SyncHandle {
   /// read-only makes the file writable, for good, and opens once more without
   /// `extraFlags`.
   bool Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) override;
-  bool IsOpen() const override;
+  bool IsOpen() const override { return HasOsHandle(); }
 
-  uint32_t Read(void* buffer, uint32_t count) override;
-  uint32_t ReadAt(void* buffer, uint32_t count, uint64_t offset) override;
-  uint32_t Write(const void* buffer, uint32_t count) override;
-  uint32_t WriteAt(const void* buffer, uint32_t count, uint64_t offset) override;
-  bool Flush(uint32_t* error) override;
+  uint32_t Read(void* buffer, uint32_t count) override { return ReadOpen(buffer, count); }
+  uint32_t ReadAt(void* buffer, uint32_t count, uint64_t offset) override {
+    return ReadOpen(buffer, count, &offset);
+  }
+  uint32_t Write(const void* buffer, uint32_t count) override { return WriteOpen(buffer, count); }
+  uint32_t WriteAt(const void* buffer, uint32_t count, uint64_t offset) override {
+    return WriteOpen(buffer, count, &offset);
+  }
+  bool Flush(uint32_t* error) override { return FlushOpen(error); }
 
   /// From a file (kinds 1 and 4): the system's copy, attributes and all, over
   /// what is there. Its error is recorded only while this handle is closed; an
@@ -50,7 +54,7 @@ class FileHandle : public SyncHandle {
   /// Empties the file if it exists. Calling it while open is an assertion failure.
   bool Create() override;
 
-  bool IsDeletePending() override;
+  bool IsDeletePending() override { return IsDeletePendingOpen(); }
 
   /// Sets the size first, then the valid data length.
   bool SetValidData(uint64_t size) override;

@@ -5,7 +5,6 @@
 #include "fs/util/OpenMode.h"
 #include "fs/util/PathText.h"
 #include "fs/util/Security.h"
-#include "fs/util/StreamList.h"
 #include "fs/util/Trace.h"
 
 namespace veskard {

@@ -7,18 +7,10 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
+
+#include "fs/util/StreamList.h"
 
 namespace veskard {
-
-/// A named stream, its name without the leading colon and the ":$DATA" suffix.
-struct StreamEntry {
-  std::wstring name;
-  uint64_t size = 0;  // bytes
-
-  bool operator==(const StreamEntry&) const = default;
-};
-using StreamEntryList = std::vector<StreamEntry>;
 
 /// What Refresh does; other bits are ignored.
 enum RefreshFlags : uint32_t {
@@ -118,7 +110,6 @@ class FileInfoImpl : public FileInfoImplBase {
   /// refresh with kRefreshPathOnDisk succeeds.
   const std::wstring& PathOnDisk() const noexcept { return pathOnDisk_; }
   uint32_t Error() const noexcept { return error_; }
-  uint32_t Attributes() const noexcept { return attributes_; }
   uint32_t LinkCount() const noexcept { return linkCount_; }
 
  private:

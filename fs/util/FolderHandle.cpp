@@ -1,6 +1,6 @@
 #include "fs/util/FolderHandle.h"
 
-#include "fs/util/DeleteTree.h"
+#include "fs/util/Files.h"
 
 namespace veskard {
 namespace {

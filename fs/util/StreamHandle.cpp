@@ -1,7 +1,6 @@
 #include "fs/util/StreamHandle.h"
 
 #include "fs/util/FileHandle.h"
-#include "fs/util/PathText.h"
 
 namespace veskard {
 namespace {
@@ -25,16 +24,6 @@ StreamHandle::StreamHandle(const std::wstring& filePath, std::wstring streamName
       streamName_(std::move(streamName)),
       filePath_(filePath) {}
 
-bool StreamHandle::Seek(uint64_t offset) {
-  const auto hold = HoldLock();
-  return SeekOpen(offset);
-}
-
-bool StreamHandle::SetSize(uint64_t size) {
-  const auto hold = HoldLock();
-  return SetSizeOpen(size);
-}
-
 std::wstring StreamHandle::GetName() const {
   const auto hold = HoldLock();
   return streamName_;
@@ -51,36 +40,6 @@ uint64_t StreamHandle::GetSize(uint32_t* error) {
 bool StreamHandle::Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) {
   const auto hold = HoldLock();
   return OpenNamed(FullName(), mode, flag, extraFlags);
-}
-
-bool StreamHandle::IsOpen() const {
-  const auto hold = HoldLock();
-  return HasOsHandle();
-}
-
-uint32_t StreamHandle::Read(void* buffer, uint32_t count) {
-  const auto hold = HoldLock();
-  return ReadOpen(buffer, count, nullptr);
-}
-
-uint32_t StreamHandle::ReadAt(void* buffer, uint32_t count, uint64_t offset) {
-  const auto hold = HoldLock();
-  return ReadOpen(buffer, count, &offset);
-}
-
-uint32_t StreamHandle::Write(const void* buffer, uint32_t count) {
-  const auto hold = HoldLock();
-  return WriteOpen(buffer, count, nullptr);
-}
-
-uint32_t StreamHandle::WriteAt(const void* buffer, uint32_t count, uint64_t offset) {
-  const auto hold = HoldLock();
-  return WriteOpen(buffer, count, &offset);
-}
-
-bool StreamHandle::Flush(uint32_t* error) {
-  const auto hold = HoldLock();
-  return FlushOpen(error);
 }
 
 bool StreamHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) {
@@ -103,11 +62,6 @@ bool StreamHandle::CopyFrom(const std::wstring& sourcePath, HandleKind sourceKin
 bool StreamHandle::Delete(bool, uint32_t* error) {
   const auto hold = HoldLock();
   return RecordCall(::DeleteFileW(FullName().c_str()), error);
-}
-
-bool StreamHandle::IsDeletePending() {
-  const auto hold = HoldLock();
-  return IsDeletePendingOpen();
 }
 
 }  // namespace veskard

@@ -21,8 +21,8 @@ class StreamHandle : public SyncHandle {
   StreamHandle(const std::wstring& filePath, std::wstring streamName);
   ~StreamHandle() override { StreamHandle::Close(); }
 
-  bool Seek(uint64_t offset) override;
-  bool SetSize(uint64_t size) override;
+  bool Seek(uint64_t offset) override { return SeekOpen(offset); }
+  bool SetSize(uint64_t size) override { return SetSizeOpen(size); }
   std::wstring GetName() const override;
 
   /// Opens the stream by mode 0 on the side and asks for its size.
@@ -30,13 +30,17 @@ class StreamHandle : public SyncHandle {
 
   /// No second try for a read-only file.
   bool Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) override;
-  bool IsOpen() const override;
+  bool IsOpen() const override { return HasOsHandle(); }
 
-  uint32_t Read(void* buffer, uint32_t count) override;
-  uint32_t ReadAt(void* buffer, uint32_t count, uint64_t offset) override;
-  uint32_t Write(const void* buffer, uint32_t count) override;
-  uint32_t WriteAt(const void* buffer, uint32_t count, uint64_t offset) override;
-  bool Flush(uint32_t* error) override;
+  uint32_t Read(void* buffer, uint32_t count) override { return ReadOpen(buffer, count); }
+  uint32_t ReadAt(void* buffer, uint32_t count, uint64_t offset) override {
+    return ReadOpen(buffer, count, &offset);
+  }
+  uint32_t Write(const void* buffer, uint32_t count) override { return WriteOpen(buffer, count); }
+  uint32_t WriteAt(const void* buffer, uint32_t count, uint64_t offset) override {
+    return WriteOpen(buffer, count, &offset);
+  }
+  bool Flush(uint32_t* error) override { return FlushOpen(error); }
 
   /// From a file (kinds 1 and 4) or a stream (kind 5): opens this stream by mode
   /// 2, which empties it, carries the source's bytes over, flushes, and leaves the
@@ -49,7 +53,7 @@ class StreamHandle : public SyncHandle {
   /// Deletes the stream; the file stays. No second try for a read-only file.
   bool Delete(bool recursive, uint32_t* error) override;
 
-  bool IsDeletePending() override;
+  bool IsDeletePending() override { return IsDeletePendingOpen(); }
   HandleKind GetKind() const override { return HandleKind::kStream; }
 
   const std::wstring& FilePath() const noexcept { return filePath_; }

@@ -4,11 +4,20 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <string>
 #include <vector>
 
-#include "fs/util/FileInfo.h"
-
 namespace veskard {
+
+/// A named stream, its name without the leading colon and the ":$DATA" suffix.
+struct StreamEntry {
+  std::wstring name;
+  uint64_t size = 0;  // bytes
+
+  bool operator==(const StreamEntry&) const = default;
+};
+using StreamEntryList = std::vector<StreamEntry>;
 
 /// Bytes that the answer's buffer starts with, and grows by when they are too few.
 inline constexpr size_t kStreamAnswerStep = 1024;

@@ -1,9 +1,9 @@
 #include "fs/util/SyncHandle.h"
 
+#include "fs/util/Files.h"
 #include "fs/util/IoStatistics.h"
 #include "fs/util/NtFunctions.h"
 #include "fs/util/PathText.h"
-#include "fs/util/SameFile.h"
 
 namespace veskard {
 namespace {
@@ -114,6 +114,7 @@ bool SyncHandle::OpenAgain(const std::wstring& osName, uint32_t extraFlags) {
 }
 
 bool SyncHandle::SeekOpen(uint64_t offset) {
+  const auto hold = HoldLock();
   if (!osHandle_) return false;
   LARGE_INTEGER distance;
   distance.QuadPart = static_cast<LONGLONG>(offset);
@@ -121,6 +122,7 @@ bool SyncHandle::SeekOpen(uint64_t offset) {
 }
 
 bool SyncHandle::SetSizeOpen(uint64_t size) {
+  const auto hold = HoldLock();
   if (!osHandle_) return false;
   FILE_END_OF_FILE_INFO end;
   end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
@@ -128,16 +130,19 @@ bool SyncHandle::SetSizeOpen(uint64_t size) {
 }
 
 bool SyncHandle::SetValidDataOpen(uint64_t size) {
+  const auto hold = HoldLock();
   if (!osHandle_) return false;
   return RecordCall(::SetFileValidData(osHandle_.Get(), static_cast<LONGLONG>(size)));
 }
 
 bool SyncHandle::FlushOpen(uint32_t* error) {
+  const auto hold = HoldLock();
   if (!osHandle_) return Record(ERROR_INVALID_PARAMETER, error);
   return RecordCall(::FlushFileBuffers(osHandle_.Get()), error);
 }
 
 bool SyncHandle::IsDeletePendingOpen() {
+  const auto hold = HoldLock();
   const auto query = Nt().queryInformationFile;
   if (!osHandle_ || query == nullptr) return false;
   FILE_STANDARD_INFO answer = {};
@@ -148,6 +153,7 @@ bool SyncHandle::IsDeletePendingOpen() {
 }
 
 uint32_t SyncHandle::ReadOpen(void* buffer, uint32_t count, const uint64_t* offset) {
+  const auto hold = HoldLock();
   if (!osHandle_) return 0;
   OVERLAPPED place = PlaceAt(offset != nullptr ? *offset : 0);
   OVERLAPPED* const overlapped = offset != nullptr ? &place : nullptr;
@@ -159,6 +165,7 @@ uint32_t SyncHandle::ReadOpen(void* buffer, uint32_t count, const uint64_t* offs
 }
 
 uint32_t SyncHandle::WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset) {
+  const auto hold = HoldLock();
   if (!osHandle_) return 0;
   OVERLAPPED place = PlaceAt(offset != nullptr ? *offset : 0);
   OVERLAPPED* const overlapped = offset != nullptr ? &place : nullptr;

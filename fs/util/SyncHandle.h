@@ -178,9 +178,12 @@ class SyncHandle {
   /// The same for a system call that returned `success`.
   bool RecordCall(BOOL success, uint32_t* error = nullptr) noexcept;
 
-  bool HasOsHandle() const noexcept { return static_cast<bool>(osHandle_); }
-
-  /// The work that files and streams share, on the open system handle.
+  /// What files and streams share: the operations on the open system handle, with the
+  /// lock held, and opening by the name that the system knows.
+  bool HasOsHandle() const noexcept {
+    const auto hold = HoldLock();
+    return static_cast<bool>(osHandle_);
+  }
   bool OpenNamed(const std::wstring& osName, uint32_t mode, uint8_t flag, uint32_t extraFlags);
   /// Another try in the mode and with the flag of the last.
   bool OpenAgain(const std::wstring& osName, uint32_t extraFlags);
@@ -190,8 +193,8 @@ class SyncHandle {
   bool FlushOpen(uint32_t* error);
   bool IsDeletePendingOpen();
   /// `offset` null: at the file position.
-  uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset);
-  uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset);
+  uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset = nullptr);
+  uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset = nullptr);
   /// Opens `source` for reading and this handle by kModeReplace, carries all bytes
   /// over, flushes, and closes this handle, also when memory runs out. The names are
   /// those that the system opens the two by. False, with the error recorded, when

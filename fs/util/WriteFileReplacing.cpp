@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/Files.h"
 #include "fs/util/OpenMode.h"
-#include "fs/util/ReadOnlyFiles.h"
 #include "util/string/strfmt.h"
 
 namespace veskard {

@@ -7,12 +7,11 @@
 #include <thread>
 #include <tuple>
 
-#include "fs/util/DeleteTree.h"
 #include "fs/util/FileInfo.h"
+#include "fs/util/Files.h"
 #include "fs/util/Handle.h"
 #include "fs/util/IoStatistics.h"
 #include "fs/util/NtFunctions.h"
-#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "fs/util/StreamList.h"
 #include "fs/util/WriteFileReplacing.h"

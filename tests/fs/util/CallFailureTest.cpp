@@ -6,11 +6,10 @@
 #include <cstring>
 #include <functional>
 
-#include "fs/util/DeleteTree.h"
 #include "fs/util/FileInfo.h"
+#include "fs/util/Files.h"
 #include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
-#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "tests/fs/util/AllCalls.h"
 #include "tests/support/FileTools.h"

@@ -1,4 +1,4 @@
-#include "fs/util/DeleteTree.h"
+#include "fs/util/Files.h"
 
 #include <windows.h>
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <thread>
 
-#include "fs/util/DeleteTree.h"
+#include "fs/util/Files.h"
 #include "fs/util/Handle.h"
 #include "tests/fs/util/AllCalls.h"
 #include "tests/support/FileTools.h"

@@ -3,10 +3,9 @@
 
 #include <functional>
 
-#include "fs/util/DeleteTree.h"
 #include "fs/util/FileInfo.h"
+#include "fs/util/Files.h"
 #include "fs/util/Handle.h"
-#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "fs/util/WriteFileReplacing.h"
 #include "tests/support/FileTools.h"

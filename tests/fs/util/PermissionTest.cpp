@@ -6,12 +6,11 @@
 #include <sddl.h>
 
 #include "core/WindowsOwners.h"
-#include "fs/util/DeleteTree.h"
 #include "fs/util/FileHandle.h"
 #include "fs/util/FileInfo.h"
+#include "fs/util/Files.h"
 #include "fs/util/FolderHandle.h"
 #include "fs/util/OpenMode.h"
-#include "fs/util/ReadWholeFile.h"
 #include "fs/util/Security.h"
 #include "fs/util/StreamHandle.h"
 #include "fs/util/WriteFileReplacing.h"

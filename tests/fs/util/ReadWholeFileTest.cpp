@@ -1,4 +1,4 @@
-#include "fs/util/ReadWholeFile.h"
+#include "fs/util/Files.h"
 
 #include <windows.h>
 
@@ -68,6 +68,14 @@ TEST_F(ReadWholeFileTest, AShortReadIsNothing) {
                                 reinterpret_cast<void*>(&PretendSize));
   pretendedSize = 5;
   EXPECT_EQ(ReadWholeFile(path_, size_), nullptr);
+  EXPECT_EQ(size_, 0u);
+}
+
+TEST_F(ReadWholeFileTest, MoreThanTheLimitIsNothing) {
+  WriteBytes(path_, "four");
+  EXPECT_NE(ReadWholeFile(path_, size_, 4), nullptr);
+  EXPECT_EQ(size_, 4u);
+  EXPECT_EQ(ReadWholeFile(path_, size_, 3), nullptr);
   EXPECT_EQ(size_, 0u);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
 #include "tests/support/Faults.h"

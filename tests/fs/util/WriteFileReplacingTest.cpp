@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "core/WindowsOwners.h"
-#include "fs/util/DeleteTree.h"
+#include "fs/util/Files.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"

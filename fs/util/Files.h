@@ -1,0 +1,49 @@
+// What is done to files and folders by their paths alone, without a handle object.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace veskard {
+
+/// The bytes of a file with a zero byte behind them; `size` does not count that one. Any
+/// failure (opening, sizing, more than `limit` bytes, allocation, a short read) gives
+/// null and size 0. The largest limit is what one read can take.
+[[nodiscard]] std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size,
+                                                    uint32_t limit = 0xFFFFFFFE);
+
+/// Clears the attribute and keeps all others. False when the file does not have
+/// it, when that cannot be told, or when it cannot be cleared.
+bool ClearReadOnly(const wchar_t* path) noexcept;
+
+/// Deletes a file; when that is refused with ERROR_ACCESS_DENIED, writes its
+/// attributes back without the read-only one and tries once more. Returns 0, or
+/// the error of the last deletion tried.
+DWORD DeleteEvenIfReadOnly(const wchar_t* path) noexcept;
+
+/// Whether emptying `target` would take the contents of `source`: both name one stream
+/// of one file, or `target` is a file's main stream, with which its others go. Paths as
+/// the system opens them:
+///
+///     target        source               true for links to the file, too
+///     C:\f          C:\f, C:\f::$DATA    the file itself
+///     C:\f          C:\f:name            a stream that goes with it
+///     C:\f:name     C:\f:NAME:$DATA      the stream itself
+///     C:\f:name     C:\f, C:\f:other     false
+///
+/// Throws std::bad_alloc only.
+bool IsCopyOntoItself(const std::wstring& source, const std::wstring& target);
+
+/// Deletes a folder and everything below it, read-only files included. What a link or
+/// junction points to is not below it: such an entry is removed and not entered, and a
+/// path that is a link itself is removed alone. An empty path, which is what a path text
+/// that is not understood leaves, is ERROR_PATH_NOT_FOUND, and nothing is deleted. True
+/// when the folder or link itself is gone in the end; otherwise the thread's last error
+/// says why it is not. Throws std::bad_alloc only.
+bool DeleteTree(const std::wstring& folderPath);
+
+}  // namespace veskard
