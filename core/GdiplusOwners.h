@@ -14,34 +14,14 @@ using std::min;
 }  // namespace Gdiplus
 #include <gdiplus.h>
 
-#include "core/Owner.h"
+#include "core/WindowsOwners.h"
 
 namespace veskard {
 
-struct GpBitmapResource {
-  using Value = Gdiplus::GpBitmap*;
-  static constexpr Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept { Gdiplus::DllExports::GdipDisposeImage(value); }
-};
-struct GpGraphicsResource {
-  using Value = Gdiplus::GpGraphics*;
-  static constexpr Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept { Gdiplus::DllExports::GdipDeleteGraphics(value); }
-};
-struct GpPenResource {
-  using Value = Gdiplus::GpPen*;
-  static constexpr Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept { Gdiplus::DllExports::GdipDeletePen(value); }
-};
-struct GpBrushResource {
-  using Value = Gdiplus::GpBrush*;
-  static constexpr Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept { Gdiplus::DllExports::GdipDeleteBrush(value); }
-};
-
-using UniqueGpBitmap = Owner<GpBitmapResource>;
-using UniqueGpGraphics = Owner<GpGraphicsResource>;
-using UniqueGpPen = Owner<GpPenResource>;
-using UniqueGpBrush = Owner<GpBrushResource>;
+using UniqueGpBitmap = Owner<SystemResource<Gdiplus::GpBitmap*, &Gdiplus::DllExports::GdipDisposeImage>>;
+using UniqueGpGraphics =
+    Owner<SystemResource<Gdiplus::GpGraphics*, &Gdiplus::DllExports::GdipDeleteGraphics>>;
+using UniqueGpPen = Owner<SystemResource<Gdiplus::GpPen*, &Gdiplus::DllExports::GdipDeletePen>>;
+using UniqueGpBrush = Owner<SystemResource<Gdiplus::GpBrush*, &Gdiplus::DllExports::GdipDeleteBrush>>;
 
 }  // namespace veskard

@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-#include <type_traits>
+#include <cstdint>
 
 #include "core/Owner.h"
 
@@ -24,47 +24,31 @@ class LastErrorKeeper {
   DWORD error_;
 };
 
-/// Traits of a resource whose "nothing" is null and that `CloseFunction` frees.
-template <class T, auto CloseFunction>
-struct NullableResource {
+/// Traits of a resource that `kClose` frees and that is "nothing" when null, or when it
+/// has the value `kInvalid`.
+template <class T, auto kClose, intptr_t kInvalid = 0>
+struct SystemResource {
   using Value = T;
-  static constexpr Value Invalid() noexcept { return Value{}; }
+  static constexpr Value Invalid() noexcept {
+    if constexpr (kInvalid == 0) {
+      return nullptr;
+    } else {
+      return reinterpret_cast<Value>(kInvalid);
+    }
+  }
   static void Close(Value value) noexcept {
     const LastErrorKeeper keeper;
-    CloseFunction(value);
+    kClose(value);
   }
 };
 
-/// Traits of what `CreateFileW` and `CreateNamedPipeW` return: "nothing" is the
-/// invalid-handle value, not null.
-struct FileHandleResource {
-  using Value = HANDLE;
-  static Value Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-  static void Close(Value value) noexcept {
-    const LastErrorKeeper keeper;
-    ::CloseHandle(value);
-  }
-};
+/// What functions that open files and searches return for "nothing": INVALID_HANDLE_VALUE.
+inline constexpr intptr_t kInvalidHandle = -1;
 
-/// Traits of a search opened by `FindFirstFileW` or `FindFirstFileExW`.
-struct FindHandleResource {
-  using Value = HANDLE;
-  static Value Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-  static void Close(Value value) noexcept {
-    const LastErrorKeeper keeper;
-    ::FindClose(value);
-  }
-};
-
-/// Traits of the screen's device context, borrowed with `GetDC(nullptr)`.
-struct ScreenDcResource {
-  using Value = HDC;
-  static constexpr Value Invalid() noexcept { return nullptr; }
-  static void Close(Value value) noexcept {
-    const LastErrorKeeper keeper;
-    ::ReleaseDC(nullptr, value);
-  }
-};
+/// Gives back the screen's device context, borrowed with `GetDC(nullptr)`.
+inline void ReleaseScreenDc(HDC dc) noexcept {
+  ::ReleaseDC(nullptr, dc);
+}
 
 /// Traits of a reference to a COM object.
 template <class Interface>
@@ -74,17 +58,17 @@ struct ComResource {
   static void Close(Value value) noexcept { value->Release(); }
 };
 
-using UniqueFile = Owner<FileHandleResource>;
-using UniqueFind = Owner<FindHandleResource>;
-using UniqueHandle = Owner<NullableResource<HANDLE, &::CloseHandle>>;
-using UniqueRegKey = Owner<NullableResource<HKEY, &::RegCloseKey>>;
-using UniqueModule = Owner<NullableResource<HMODULE, &::FreeLibrary>>;
-using UniqueLocalMemory = Owner<NullableResource<HLOCAL, &::LocalFree>>;
-using UniqueIcon = Owner<NullableResource<HICON, &::DestroyIcon>>;
-using UniqueBitmap = Owner<NullableResource<HBITMAP, &::DeleteObject>>;
-using UniqueMemoryDc = Owner<NullableResource<HDC, &::DeleteDC>>;
-using UniqueScreenDc = Owner<ScreenDcResource>;
-using UniqueMenu = Owner<NullableResource<HMENU, &::DestroyMenu>>;
+using UniqueFile = Owner<SystemResource<HANDLE, &::CloseHandle, kInvalidHandle>>;
+using UniqueFind = Owner<SystemResource<HANDLE, &::FindClose, kInvalidHandle>>;
+using UniqueHandle = Owner<SystemResource<HANDLE, &::CloseHandle>>;
+using UniqueRegKey = Owner<SystemResource<HKEY, &::RegCloseKey>>;
+using UniqueModule = Owner<SystemResource<HMODULE, &::FreeLibrary>>;
+using UniqueLocalMemory = Owner<SystemResource<HLOCAL, &::LocalFree>>;
+using UniqueIcon = Owner<SystemResource<HICON, &::DestroyIcon>>;
+using UniqueBitmap = Owner<SystemResource<HBITMAP, &::DeleteObject>>;
+using UniqueMemoryDc = Owner<SystemResource<HDC, &::DeleteDC>>;
+using UniqueScreenDc = Owner<SystemResource<HDC, &ReleaseScreenDc>>;
+using UniqueMenu = Owner<SystemResource<HMENU, &::DestroyMenu>>;
 template <class Interface>
 using UniqueCom = Owner<ComResource<Interface>>;
 
