@@ -17,7 +17,7 @@ uintptr_t AddressOf(const void* block) noexcept {
 
 void BencDemolition::Destroy(BencValue& value) noexcept {
   BencDemolition demolition;
-  demolition.Condemn(value);
+  demolition.Push(value);
   while (const Link top = demolition.top_) {
     if ((top & kTreeBit) != 0) {
       demolition.DemolishTree(reinterpret_cast<BencNode*>(top - kTreeBit));
@@ -29,7 +29,7 @@ void BencDemolition::Destroy(BencValue& value) noexcept {
 
 // Frees a string at once; puts a container on the stack and returns true. The
 // value is None then.
-bool BencDemolition::Condemn(BencValue& value) noexcept {
+bool BencDemolition::Push(BencValue& value) noexcept {
   const BencValue::Payload payload = value.payload_;
   const BencValue::Kind kind = value.kind_;
   const bool owns = value.OwnsPayload();
@@ -41,11 +41,11 @@ bool BencDemolition::Condemn(BencValue& value) noexcept {
       return false;
     case BencValue::Kind::List:
       payload.array->demolished = 0;
-      payload.array->nextCondemned = top_;
+      payload.array->nextPending = top_;
       top_ = AddressOf(payload.array);
       return true;
     default:
-      payload.root->nextCondemned = top_;
+      payload.root->nextPending = top_;
       top_ = AddressOf(payload.root) | kTreeBit;
       return true;
   }
@@ -54,9 +54,9 @@ bool BencDemolition::Condemn(BencValue& value) noexcept {
 // Takes down the list on top, as far as its next container.
 void BencDemolition::DemolishArray(BencArray* array) noexcept {
   while (array->demolished < array->count) {
-    if (Condemn(array->Values()[array->demolished++])) return;
+    if (Push(array->Values()[array->demolished++])) return;
   }
-  top_ = array->nextCondemned;
+  top_ = array->nextPending;
   FreeBencBlock(array);
 }
 
@@ -64,7 +64,7 @@ void BencDemolition::DemolishArray(BencArray* array) noexcept {
 // rotated up until there is none, then the node goes and its right child is what
 // is left: every node is reached without going back up.
 void BencDemolition::DemolishTree(BencNode* node) noexcept {
-  const Link below = node->nextCondemned;
+  const Link below = node->nextPending;
   for (;;) {
     while (BencNode* const left = node->left) {
       node->left = left->right;
@@ -76,10 +76,10 @@ void BencDemolition::DemolishTree(BencNode* node) noexcept {
     FreeBencBlock(node);
     top_ = below;
     if (rest != nullptr) {
-      rest->nextCondemned = below;
+      rest->nextPending = below;
       top_ = AddressOf(rest) | kTreeBit;
     }
-    if (Condemn(value) || rest == nullptr) return;
+    if (Push(value) || rest == nullptr) return;
     node = rest;
   }
 }

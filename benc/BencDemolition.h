@@ -21,7 +21,7 @@ class BencDemolition {
   // The address of a list's or a tree's block; the lowest bit is set for a tree.
   using Link = uintptr_t;
 
-  bool Condemn(BencValue& value) noexcept;
+  bool Push(BencValue& value) noexcept;
   void DemolishArray(BencArray* array) noexcept;
   void DemolishTree(BencNode* node) noexcept;
 

@@ -28,7 +28,7 @@ struct alignas(BencValue) BencArray {
     size_t capacity;
     size_t demolished;  // while the list is being destroyed: elements that are gone
   };
-  uintptr_t nextCondemned;  // while the list is being destroyed
+  uintptr_t nextPending;  // while the list is being destroyed
 };
 
 /// An entry of a dictionary: a node of a red-black tree.
@@ -42,7 +42,7 @@ struct BencNode {
   BencNode* right;
   union {
     BencNode* parent;
-    uintptr_t nextCondemned;  // of the root, while the tree is being destroyed
+    uintptr_t nextPending;  // of the root, while the tree is being destroyed
   };
   BencValue value;
   uint32_t length;

@@ -10,8 +10,8 @@
 namespace veskard {
 
 /// A stack of small plain values: the first 16 live in the object itself, more on
-/// the heap, where the room doubles. Push throws std::bad_alloc, and then the
-/// stack is unchanged.
+/// the heap, where the room doubles. Push throws std::bad_alloc, with the strong
+/// guarantee.
 template <class T>
 class InlineStack {
   static_assert(std::is_trivially_copyable_v<T>);

@@ -52,7 +52,7 @@ inline constexpr uint32_t kModeClosed = 0xFFFFFFFF;
 
 /// The one place where handles and ReadWholeFile open a file: `CreateFileW` with the
 /// row `mode` of kOpenModes, `extraFlags` added to its flags and attributes. On
-/// failure the owner is empty and the thread's last error tells why: an unknown mode
+/// failure the owner is empty and the thread's last error says why: an unknown mode
 /// is ERROR_INVALID_PARAMETER, and an append whose move to the end fails has the
 /// move's error, the file being closed again.
 [[nodiscard]] UniqueFile OpenByMode(const std::wstring& path, uint32_t mode, uint32_t extraFlags) noexcept;

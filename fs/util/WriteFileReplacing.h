@@ -18,7 +18,7 @@ namespace veskard {
 /// side file: the file then keeps its old contents. False when the file cannot be
 /// opened or written, or when that fallback fails too. A failed write leaves
 /// path.new behind. Whatever fails, the file at `path` holds its old or its new
-/// contents, whole. The thread's last error tells nothing.
+/// contents, whole. The thread's last error has no meaning.
 ///
 /// Names are cut at 259 characters, only path.new beside a prefixed path is not; by the
 /// length of `path`:
