@@ -82,11 +82,13 @@ class WatchedCalls {
   ptrdiff_t heldBefore_[kHeldKinds] = {};
 };
 
-/// One function of this program whose call number `number` on this thread fails.
+/// One function whose call number `number` on this thread fails; of this program unless
+/// a module is named.
 class FailingCall {
  public:
-  explicit FailingCall(const char* function, DWORD error = kInjectedError, size_t number = 1)
-      : calls_{{function, error}}, fault_({.kind = FaultKind::kSystemCall, .number = number}) {}
+  explicit FailingCall(const char* function, DWORD error = kInjectedError, size_t number = 1,
+                       HMODULE module = ::GetModuleHandleW(nullptr))
+      : calls_(module, {{function, error}}), fault_({.kind = FaultKind::kSystemCall, .number = number}) {}
 
   bool Happened() const noexcept { return fault_.Happened(); }
 

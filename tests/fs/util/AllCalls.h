@@ -5,34 +5,19 @@
 
 namespace veskard::test {
 
+// clang-format off
 /// Watches them for as long as it lives.
 struct AllCalls {
-  WatchedCalls calls{"CreateFileW",
-                     "ReadFile",
-                     "WriteFile",
-                     "SetFilePointerEx",
-                     "SetFileInformationByHandle",
-                     "SetFileValidData",
-                     "FlushFileBuffers",
-                     "GetFileSizeEx",
-                     "CancelIoEx",
-                     "CopyFileW",
-                     "DeleteFileW",
-                     "GetFileAttributesW",
-                     "SetFileAttributesW",
-                     "CreateDirectoryW",
-                     "RemoveDirectoryW",
-                     "GetFullPathNameW",
-                     "FindFirstFileW",
-                     "FindNextFileW",
-                     "FindFirstFileExW",
-                     "GetFileInformationByHandle",
-                     "GetFinalPathNameByHandleW",
-                     "GetNamedSecurityInfoW",
-                     "ConvertSecurityDescriptorToStringSecurityDescriptorW",
-                     "ConvertStringSecurityDescriptorToSecurityDescriptorW",
-                     "ConvertStringSidToSidW",
-                     "ConvertSidToStringSidW"};
+  WatchedCalls calls{
+      "CreateFileW", "ReadFile", "WriteFile", "SetFilePointerEx", "SetFileInformationByHandle",
+      "SetFileValidData", "FlushFileBuffers", "GetFileSizeEx", "CancelIoEx", "CopyFileW",
+      "DeleteFileW", "GetFileAttributesW", "SetFileAttributesW", "CreateDirectoryW",
+      "RemoveDirectoryW", "GetFullPathNameW", "FindFirstFileW", "FindNextFileW", "FindFirstFileExW",
+      "GetFileInformationByHandle", "GetFinalPathNameByHandleW", "GetNamedSecurityInfoW",
+      "ConvertSecurityDescriptorToStringSecurityDescriptorW",
+      "ConvertStringSecurityDescriptorToSecurityDescriptorW", "ConvertStringSidToSidW",
+      "ConvertSidToStringSidW"};
 };
+// clang-format on
 
 }  // namespace veskard::test

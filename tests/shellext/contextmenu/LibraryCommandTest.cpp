@@ -4,6 +4,7 @@
 #include "core/WindowsOwners.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/WatchedCalls.h"
 #include "util/string/CodePage.h"
 
 namespace veskard::test {
@@ -166,32 +167,19 @@ TEST_F(LibraryCommandTest, NothingIsWrittenToTheLog) {
   EXPECT_EQ(log_.NewLines(), std::vector<std::wstring>{});
 }
 
-HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, void*, DWORD, DWORD*) {
-  ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return nullptr;
-}
-
 TEST_F(LibraryCommandTest, AThreadThatTheSystemRefusesIsAFailureCode) {
-  const FunctionPatch patch(library_.Module(), "CreateThread", &RefuseThread);
   const MenuHandler handler(library_);
+  const FailingCall refusal("CreateThread", ERROR_NOT_ENOUGH_MEMORY, 1, library_.Module());
   EXPECT_EQ(handler.Invoke(2), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY));
   EXPECT_EQ(agent_.NextBatch(200ms), std::nullopt);
 }
 
-int threadsStarted = 0;
-HANDLE WINAPI CountThread(SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE entry,
-                          void* parameter, DWORD flags, DWORD* id) {
-  ++threadsStarted;
-  return ::CreateThread(security, stack, entry, parameter, flags, id);
-}
-
 TEST_F(LibraryMenuTest, WithoutAnAgentNoThreadIsStarted) {
-  const FunctionPatch patch(library_.Module(), "CreateThread", &CountThread);
-  threadsStarted = 0;
+  const WatchedCalls calls(library_.Module(), {"CreateThread"});
   const MenuHandler handler(library_);
   service_ = FakeAgentMutex(AgentKind::kUser);
   EXPECT_EQ(handler.Invoke(2), S_OK);
-  EXPECT_EQ(threadsStarted, 0);
+  EXPECT_EQ(calls.Of("CreateThread"), 0);
 }
 
 TEST_F(LibraryMenuTest, AnAgentWithoutAPipeIsNoTrouble) {

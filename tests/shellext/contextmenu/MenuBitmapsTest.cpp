@@ -14,6 +14,7 @@
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
 #include "tests/support/TestIcons.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -90,27 +91,16 @@ TEST_F(MenuBitmapsTest, NoIconGivesNoBitmap) {
   EXPECT_FALSE(DrawMenuBitmap(nullptr, kCheckSize));
 }
 
-// One refusal for each step of the drawing, whatever its arguments were.
-template <class... Args>
-Gdiplus::GpStatus WINAPI Refuse(Args...) {
-  return Gdiplus::OutOfMemory;
-}
-template <class... Args>
-void ExpectNoBitmapWithout(const char* step, Gdiplus::GpStatus(WINAPI*)(Args...), HICON icon) {
-  const test::FunctionPatch patch(nullptr, step, &Refuse<Args...>);
-  EXPECT_FALSE(DrawMenuBitmap(icon, kCheckSize)) << step;
-}
-
 TEST_F(MenuBitmapsTest, AStepThatGdiplusRefusesLeavesTheEntryEmptyAndNothingBehind) {
   const UniqueIcon icon = test::IconOf(test::Paint(16, 16, [](int, int) { return 0xFF00C3FFu; }));
   const size_t before = test::CountGdiHandles();
-  using namespace Gdiplus::DllExports;
-  ExpectNoBitmapWithout("GdipCreateBitmapFromHBITMAP", &GdipCreateBitmapFromHBITMAP, icon.Get());
-  ExpectNoBitmapWithout("GdipCreateBitmapFromScan0", &GdipCreateBitmapFromScan0, icon.Get());
-  ExpectNoBitmapWithout("GdipGetImagePixelFormat", &GdipGetImagePixelFormat, icon.Get());
-  ExpectNoBitmapWithout("GdipGetImageGraphicsContext", &GdipGetImageGraphicsContext, icon.Get());
-  ExpectNoBitmapWithout("GdipDrawImageRectI", &GdipDrawImageRectI, icon.Get());
-  ExpectNoBitmapWithout("GdipCreateHBITMAPFromBitmap", &GdipCreateHBITMAPFromBitmap, icon.Get());
+  for (const char* step :
+       {"GdipCreateBitmapFromHBITMAP", "GdipCreateBitmapFromScan0", "GdipGetImagePixelFormat",
+        "GdipGetImageGraphicsContext", "GdipDrawImageRectI", "GdipCreateHBITMAPFromBitmap"}) {
+    const test::FailingCall refusal(step);
+    EXPECT_FALSE(DrawMenuBitmap(icon.Get(), kCheckSize)) << step;
+    EXPECT_TRUE(refusal.Happened()) << step;
+  }
   EXPECT_EQ(test::CountGdiHandles(), before);
 }
 

@@ -5,33 +5,15 @@
 
 namespace veskard::test {
 
-inline const std::initializer_list<Watch> kIconCalls = {"GdipCreateBitmapFromScan0",
-                                                        "GdipCreateBitmapFromHBITMAP",
-                                                        "GdipCloneBitmapAreaI",
-                                                        "GdipGetImageGraphicsContext",
-                                                        "GdipCreatePen1",
-                                                        "GdipCreateSolidFill",
-                                                        "GdipBitmapLockBits",
-                                                        "GdipGetImageWidth",
-                                                        "GdipGetImageHeight",
-                                                        "GdipGetImagePixelFormat",
-                                                        "GdipDrawImageI",
-                                                        "GdipDrawImageRectI",
-                                                        "GdipFillEllipseI",
-                                                        "GdipDrawEllipseI",
-                                                        "GdipDrawArcI",
-                                                        "GdipDisposeImage",
-                                                        "GdipDeleteGraphics",
-                                                        "GdipDeletePen",
-                                                        "GdipDeleteBrush",
-                                                        "GdipBitmapUnlockBits",
-                                                        "CreateBitmap",
-                                                        "CreateDIBSection",
-                                                        "CreateIconIndirect",
-                                                        "GetDC",
-                                                        "GetIconInfo",
-                                                        "DuplicateIcon",
-                                                        "SHGetFileInfoW",
-                                                        "SHGetImageList"};
+// clang-format off
+inline const std::initializer_list<Watch> kIconCalls = {
+    "GdipCreateBitmapFromScan0", "GdipCreateBitmapFromHBITMAP", "GdipCloneBitmapAreaI",
+    "GdipGetImageGraphicsContext", "GdipCreatePen1", "GdipCreateSolidFill", "GdipBitmapLockBits",
+    "GdipGetImageWidth", "GdipGetImageHeight", "GdipGetImagePixelFormat", "GdipDrawImageI",
+    "GdipDrawImageRectI", "GdipFillEllipseI", "GdipDrawEllipseI", "GdipDrawArcI",
+    "GdipDisposeImage", "GdipDeleteGraphics", "GdipDeletePen", "GdipDeleteBrush",
+    "GdipBitmapUnlockBits", "CreateBitmap", "CreateDIBSection", "CreateIconIndirect", "GetDC",
+    "GetIconInfo", "DuplicateIcon", "SHGetFileInfoW", "SHGetImageList"};
+// clang-format on
 
 }  // namespace veskard::test
