@@ -2,48 +2,14 @@
 // zlib's own among them.
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstdlib>
 #include <new>
 
 #include "lang/ZipReader.h"
 #include "tests/lang/ZipBuilder.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
-
-/// Stands in front of this program's memory functions while it lives. One at a time.
-class MemoryShortage {
- public:
-  explicit MemoryShortage(int failing) : failing_(failing) { current = this; }
-
-  int Requests() const { return requests_; }
-  int Taken() const { return taken_; }  // and not given back
-
- private:
-  static void* Allocate(size_t size) {
-    if (++current->requests_ == current->failing_) {
-      errno = ENOMEM;
-      return nullptr;
-    }
-    ++current->taken_;
-    return current->allocate_.CallOriginal(size);
-  }
-  static void Free(void* block) {
-    if (block != nullptr) --current->taken_;
-    current->free_.CallOriginal(block);
-  }
-
-  static MemoryShortage* current;
-  int failing_;
-  int requests_ = 0;
-  int taken_ = 0;
-  test::FunctionPatch<void*(size_t)> allocate_{nullptr, "malloc", &Allocate};
-  test::FunctionPatch<void(void*)> free_{nullptr, "free", &Free};
-};
-
-MemoryShortage* MemoryShortage::current = nullptr;
 
 enum class Outcome { kRead, kRefused, kShortage };
 
@@ -65,18 +31,20 @@ TEST(ZipMemoryTest, AFailingRequestIsAShortageAndLeavesNoBlock) {
   const std::string text(100'000, 'x');
   const std::string archive = BuildZip(
       {{.name = "deflated", .contents = text}, {.name = "stored", .contents = text, .deflated = false}});
-  int requests = 0, shortages = 0;
-  for (int failing = 1; failing == 1 || failing <= requests; ++failing) {
+  const test::WatchedCalls heap{"malloc", "free"};
+  int shortages = 0;
+  for (size_t number = 1;; ++number) {
     Outcome outcome = Outcome::kRefused;
-    int taken = 0;
+    const ptrdiff_t before = heap.Holds(test::Held::kBlock);
+    bool isFailed = false;
     {
-      const MemoryShortage shortage(failing);
+      const test::ArmedFault failing(test::Allocation(number));
       outcome = ReadBothMembers(archive);
-      requests = shortage.Requests();
-      taken = shortage.Taken();
+      isFailed = failing.Happened();
     }
-    EXPECT_EQ(taken, 0) << "request " << failing;
-    EXPECT_NE(outcome, Outcome::kRefused) << "request " << failing;
+    EXPECT_EQ(heap.Holds(test::Held::kBlock), before) << "request " << number;
+    EXPECT_NE(outcome, Outcome::kRefused) << "request " << number;
+    if (!isFailed) break;
     shortages += outcome == Outcome::kShortage ? 1 : 0;
   }
   EXPECT_GT(shortages, 6);

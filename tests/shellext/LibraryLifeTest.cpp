@@ -4,7 +4,7 @@
 #include <wrl/client.h>
 
 #include <atomic>
-#include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -12,7 +12,6 @@
 #include "shellext/ClassIds.h"
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
-#include "tests/support/ImportPatch.h"
 #include "tests/support/LoadObserver.h"
 #include "tests/support/ProcessResources.h"
 #include "tests/support/WatchedCalls.h"
@@ -49,57 +48,31 @@ class LibraryLifeTest : public test::LogFixture {
 
 // ---- Loading
 
-int unexpectedCalls = 0;
-
-/// Takes the place of any function; what it gets and answers does not matter.
-uintptr_t UnexpectedCall() {
-  ++unexpectedCalls;
-  return 0;
-}
-
-constexpr const char* kNotAtLoad[] = {"CreateFileW",
-                                      "FindFirstFileExW",
-                                      "GetFileAttributesW",
-                                      "GetModuleFileNameW",
-                                      "CreateProcessW",
-                                      "OpenMutexW",
-                                      "RegOpenKeyExW",
-                                      "RegCreateKeyExW",
-                                      "RegQueryValueExW",
-                                      "RegSetValueExW",
-                                      "RegDeleteKeyW",
-                                      "SHGetSpecialFolderPathW",
-                                      "SHGetFileInfoW",
-                                      "SHChangeNotify",
-                                      "LoadImageW",
-                                      "GdiplusStartup",
-                                      "FindResourceW",
-                                      "LoadResource",
-                                      "GetUserPreferredUILanguages"};
+// clang-format off
+const std::initializer_list<test::Watch> kNotAtLoad = {
+    "CreateFileW", "FindFirstFileExW", "GetFileAttributesW", "GetModuleFileNameW", "CreateProcessW", "OpenMutexW",
+    "RegOpenKeyExW", "RegCreateKeyExW", "RegQueryValueExW", "RegSetValueExW", "RegDeleteKeyW",
+    "SHGetSpecialFolderPathW", "SHGetFileInfoW", "SHChangeNotify", "LoadImageW", "GdiplusStartup", "FindResourceW",
+    "LoadResource", "GetUserPreferredUILanguages"};
+// clang-format on
 
 TEST_F(LibraryLifeTest, LoadingTouchesNeitherFilesNorRegistry) {
-  unexpectedCalls = 0;
-  std::vector<std::unique_ptr<test::ImportPatch>> patches;
-  const test::LoadObserver observer(L"VeskardShellExt.dll", [&](HMODULE library) {
-    for (const char* name : kNotAtLoad)
-      patches.push_back(
-          std::make_unique<test::ImportPatch>(library, name, reinterpret_cast<void*>(&UnexpectedCall)));
-  });
+  std::optional<test::WatchedCalls> calls;
+  const test::LoadObserver observer(L"VeskardShellExt.dll",
+                                    [&](HMODULE library) { calls.emplace(library, kNotAtLoad); });
   const ExtensionLibrary library;
-  EXPECT_EQ(patches.size(), std::size(kNotAtLoad));
-  EXPECT_EQ(unexpectedCalls, 0);
-  patches.clear();
+  ASSERT_TRUE(calls.has_value());
+  EXPECT_EQ(calls->Numbers(test::Threads::kAll), test::CallNumbers());
+  calls.reset();
   EXPECT_EQ(Lines().size(), 0u);
 }
 
 TEST_F(LibraryLifeTest, UnloadingAnUnusedLibraryTouchesNothing) {
   ExtensionLibrary library;
-  unexpectedCalls = 0;
-  for (const char* name : kNotAtLoad)  // never undone: the library goes first
-    static_cast<void>(
-        new test::ImportPatch(library.Module(), name, reinterpret_cast<void*>(&UnexpectedCall)));
+  // Never undone: the library goes first.
+  const auto* const calls = new test::WatchedCalls(library.Module(), kNotAtLoad);
   library.Unload();
-  EXPECT_EQ(unexpectedCalls, 0);
+  EXPECT_EQ(calls->Numbers(test::Threads::kAll), test::CallNumbers());
 }
 
 // ---- The first class object

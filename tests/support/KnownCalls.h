@@ -1,7 +1,8 @@
 // KnownCalls: the table of the system's functions that tests stand in front of, each
 // with how it fails and what a call of it takes or gives back. It has every function
-// of the system that the built library imports, but for those that only the compiler's
-// run-time library calls (tests/torture sees to that).
+// of the system that the built library imports, except those that cannot fail and cost
+// next to nothing, and those that only the compiler's run-time library calls;
+// tests/torture/TortureTest.cpp lists these and checks that none is missing.
 #pragma once
 
 #include <windows.h>
