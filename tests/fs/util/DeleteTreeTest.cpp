@@ -141,6 +141,7 @@ class JunctionListing {
  private:
   static HANDLE WINAPI First(LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
     const HANDLE search = realFirst_(pattern, entry);
+    if (search == listing_) listing_ = nullptr;  // closed meanwhile, and the handle used again
     if (!std::wstring_view(pattern).ends_with(L"\\tree\\*.*")) return search;
     std::wcscpy(entry->cFileName, L"junction");
     entry->dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
