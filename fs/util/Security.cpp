@@ -86,7 +86,7 @@ class ExplicitEntries {
     }
   }
 
-  bool Hold(const ACE_HEADER& entry) const noexcept {
+  bool Contains(const ACE_HEADER& entry) const noexcept {
     return std::any_of(entries_.begin(), entries_.end(), [&entry](const std::vector<char>& bytes) {
       return SameEntry(reinterpret_cast<const ACE_HEADER&>(bytes.front()), entry);
     });
@@ -109,7 +109,7 @@ void DropInheritedDuplicates(ACL* list) {
     ACE_HEADER* entry = EntryAt(list, index);
     if (entry == nullptr || (entry->AceFlags & INHERITED_ACE) == 0) continue;
     entry->AceFlags &= static_cast<BYTE>(~INHERITED_ACE);
-    if (explicitEntries.Hold(*entry)) ::DeleteAce(list, index);
+    if (explicitEntries.Contains(*entry)) ::DeleteAce(list, index);
   }
 }
 

@@ -37,7 +37,7 @@ void WriteMessage(HANDLE pipe, const BencodedDict& message, ByteBuilder& bytes) 
 }
 
 void WriteBatch(const std::wstring& pipeName, const CommandBatch& batch) {
-  // Before the agent hears of it: when memory ends here it gets nothing, not half.
+  // Taken before the agent hears of it: out of memory, it gets nothing rather than half.
   ByteBuilder bytes(kFirstMessageCapacity);
   const UniqueFile pipe(
       ::CreateFileW(pipeName.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));

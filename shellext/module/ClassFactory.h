@@ -31,7 +31,7 @@ class ClassFactory final : public IClassFactory, private RefCountedObject {
   STDMETHODIMP_(ULONG) Release() noexcept override { return ReleaseReference(); }
 
   /// A new object behind the interface asked for. CLASS_E_NOAGGREGATION with an
-  /// outer object, E_OUTOFMEMORY when memory ends, and what the object answers
+  /// outer object, E_OUTOFMEMORY when out of memory, and what the object answers
   /// otherwise; whenever that is a refusal the object is destroyed at once.
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID riid, void** ppv) noexcept override {
     if (ppv == nullptr) return E_POINTER;

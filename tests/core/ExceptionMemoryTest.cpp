@@ -1,4 +1,4 @@
-// Exceptions when memory has ended, and of many threads.
+// Exceptions when out of memory, and of many threads.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -17,17 +17,17 @@
 namespace veskard {
 namespace {
 
-std::atomic<bool> memoryEnded = false;
+std::atomic<bool> outOfMemory = false;
 
 void* RefuseMalloc(size_t size) {
-  return memoryEnded ? nullptr : std::calloc(1, size);
+  return outOfMemory ? nullptr : std::calloc(1, size);
 }
 
 /// No heap at all for as long as it lives.
 class NoMemory {
  public:
-  NoMemory() { memoryEnded = true; }
-  ~NoMemory() { memoryEnded = false; }
+  NoMemory() { outOfMemory = true; }
+  ~NoMemory() { outOfMemory = false; }
 };
 
 class ExceptionMemoryTest : public testing::Test {

@@ -344,7 +344,7 @@ class ExplainTest(unittest.TestCase):
         with Agent():
             gone = self.explain(TREE + "\\plain.txt")
         self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class is not tried: its "
-                                                               "library is missing or none of ours"))
+                                                               "library is missing or another one"))
         PROGRAMS.must("reg", "delete", ICON_KEY, "/f")
         with Agent():
             missing = self.explain(TREE + "\\plain.txt")

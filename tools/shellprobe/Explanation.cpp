@@ -43,7 +43,7 @@ bool ReportActivation(Report& report, const std::string& fact, const std::string
                       const std::wstring& classId) {
   const std::optional<HRESULT> result = ActivateQuietly(classId);
   if (!result) {
-    report.Bad(fact, whose + " class is not tried: its library is missing or none of ours");
+    report.Bad(fact, whose + " class is not tried: its library is missing or another one");
   } else if (FAILED(*result)) {
     report.Bad(fact, whose + " class cannot be activated", HexCode(*result));
   } else {

@@ -18,7 +18,7 @@ constexpr CLSID kMenuHandlerClass = {
 constexpr CLSID kIconHandlerClass = {
     0x8AF59406, 0xCC05, 0x0002, {0x07, 0x02, 0xAE, 0x64, 0x72, 0xCC, 0x92, 0xB2}};
 
-// Names, identifiers and paths fit; what is longer is none of ours.
+// Names, identifiers and paths fit; anything longer is of another origin.
 constexpr size_t kLongestText = 1024;
 
 std::wstring VersionText() {

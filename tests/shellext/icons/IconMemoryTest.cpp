@@ -32,7 +32,7 @@ class IconMemoryTest : public testing::Test {
 };
 
 // The two are composed one after the other: what spoils one leaves the other right.
-TEST_F(IconMemoryTest, ExtractSucceedsWithoutTheIconForWhichMemoryEnded) {
+TEST_F(IconMemoryTest, ExtractSucceedsWithoutTheIconThatRanOutOfMemory) {
   const IconHandler handler(report_);
   handler.Extract();  // fills the Shell's own caches
   EmptyCache();
