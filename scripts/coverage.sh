@@ -28,11 +28,20 @@ mkdir -p "$report"
 # Branches that only an exception takes are the compiler's, not ours. Objects of the
 # library only: other targets compile some of its sources with other versions.
 folders=(core util benc fs lang shellext)
-gcovr --root "$root" --gcov-executable x86_64-w64-mingw32-gcov-posix --gcov-ignore-parse-errors \
-  --exclude-throw-branches --exclude-unreachable-branches \
-  "${folders[@]/#/--filter=}" \
-  --json-summary "$report/summary.json" --txt "$report/lines.txt" --html-details "$report/index.html" \
-  "${folders[@]/#/$build/win64-coverage/}" >"$build/logs/gcovr.log" 2>&1 ||
-  { tail -n 20 "$build/logs/gcovr.log" >&2; die "gcovr failed"; }
-python3 -B "$root/scripts/coverage_table.py" "$report/summary.json" || failed=1
+run "$build/logs/gcovr.log" gcovr --root "$root" --gcov-executable x86_64-w64-mingw32-gcov-posix \
+  --gcov-ignore-parse-errors --exclude-throw-branches --exclude-unreachable-branches \
+  "${folders[@]/#/--filter=}" --json "$report/counts.json" "${folders[@]/#/$build/win64-coverage/}"
+
+# reached NAME OPTION...: which share of the lines and branches, each with that name.
+reached() {
+  local name=$1
+  shift
+  gcovr --root "$root" --add-tracefile "$report/counts.json" --print-summary "$@" |
+    sed "/^functions/d; s|^|$name: |"
+}
+for folder in $(find "${folders[@]}" -name '*.cpp' -printf '%h\n' | sort -u); do
+  reached "$folder" --filter "$folder/[^/]*$" --txt /dev/null
+done
+reached "in all" --txt "$report/lines.txt" --html-details "$report/index.html" \
+  --fail-under-line 95 --fail-under-branch 85 || failed=1
 exit "$failed"

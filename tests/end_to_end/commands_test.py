@@ -59,7 +59,6 @@ TABLE = [
     ("installer/make_msi.py", "Makes the installation package", {"": "LIBRARY PROBE ICON RESULT.msi are needed"}),
     ("scripts/dependencies.py", "Looks at the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
-    ("scripts/coverage_table.py", "Prints gcovr's summary", {"": "which summary?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
     # the scripts
     ("scripts/bench.sh", "Measures everything in one run", {"now": 'there is no benchmark "now"'}),
