@@ -9,11 +9,11 @@
 
 namespace veskard {
 
-HRESULT SendAgentCommand(HDROP drop, uint32_t itemCount, AgentAction action) {
+HRESULT SendAgentCommand(const PathList& items, uint32_t itemCount, AgentAction action) {
   const AgentScope scope = CurrentAgentScope();
   std::wstring pipeName = GetAgentPipeName(scope);
   if (pipeName.empty() && scope != AgentScope::kUser) return S_OK;
-  StartAgentSender(std::move(pipeName), BuildCommandBatch(drop, itemCount, action));
+  StartAgentSender(std::move(pipeName), BuildCommandBatch(items, itemCount, action));
   return S_OK;
 }
 

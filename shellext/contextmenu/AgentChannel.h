@@ -2,20 +2,19 @@
 #pragma once
 
 #include <windows.h>
-// The shell's headers need the basic types first.
-#include <shellapi.h>
 
 #include <cstdint>
 
 #include "shellext/contextmenu/AgentAction.h"
+#include "shellext/contextmenu/PathList.h"
 
 namespace veskard {
 
-/// Builds the messages for the first `itemCount` items of `drop` and hands them
+/// Builds the messages for the first `itemCount` of the `items` and hands them
 /// to a detached sender thread; returns at once. S_OK when the command was handed
 /// over, and also when no agent is there and none may be started (the command is
 /// then dropped). Throws std::bad_alloc, and std::system_error when the system
 /// refuses the thread.
-HRESULT SendAgentCommand(HDROP drop, uint32_t itemCount, AgentAction action);
+HRESULT SendAgentCommand(const PathList& items, uint32_t itemCount, AgentAction action);
 
 }  // namespace veskard

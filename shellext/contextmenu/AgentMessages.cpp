@@ -2,15 +2,11 @@
 
 #include <utility>
 
-#include "shellext/contextmenu/DropNames.h"
 #include "shellext/contextmenu/UniversalName.h"
 #include "util/string/CodePage.h"
 
 namespace veskard {
 namespace {
-
-// Room for the longest path that the system knows, 32767 characters, and then some.
-constexpr uint32_t kItemNameSize = 32771;
 
 std::unique_ptr<BencodedDict> NewMessage(AgentAction action) {
   auto message = std::make_unique<BencodedDict>();
@@ -18,13 +14,13 @@ std::unique_ptr<BencodedDict> NewMessage(AgentAction action) {
   return message;
 }
 
-BencValue PathOfItem(DropNames& names, uint32_t index) {
-  return BencValue::FromString(Utf8FromWide(ToUniversalName(names.At(index))));
+BencValue PathOfItem(const PathList& items, uint32_t index) {
+  return BencValue::FromString(Utf8FromWide(ToUniversalName(items.At(index))));
 }
 
-CommandBatch MessageForTheSelection(DropNames& names, uint32_t itemCount, AgentAction action) {
+CommandBatch MessageForTheSelection(const PathList& items, uint32_t itemCount, AgentAction action) {
   BencValue files = BencValue::MakeList();
-  for (uint32_t i = 0; i < itemCount; ++i) files.Append(PathOfItem(names, i));
+  for (uint32_t i = 0; i < itemCount; ++i) files.Append(PathOfItem(items, i));
 
   auto message = NewMessage(action);
   message->InsertInt("last", 1);
@@ -34,11 +30,11 @@ CommandBatch MessageForTheSelection(DropNames& names, uint32_t itemCount, AgentA
   return batch;
 }
 
-CommandBatch MessageForEachItem(DropNames& names, uint32_t itemCount, AgentAction action) {
+CommandBatch MessageForEachItem(const PathList& items, uint32_t itemCount, AgentAction action) {
   CommandBatch batch;
   for (uint32_t i = 0; i < itemCount; ++i) {
     auto message = NewMessage(action);
-    message->Insert("path", PathOfItem(names, i));
+    message->Insert("path", PathOfItem(items, i));
     if (i + 1 == itemCount) message->InsertInt("last", 1);
     batch.push_back(std::move(message));
   }
@@ -47,10 +43,9 @@ CommandBatch MessageForEachItem(DropNames& names, uint32_t itemCount, AgentActio
 
 }  // namespace
 
-CommandBatch BuildCommandBatch(HDROP drop, uint32_t itemCount, AgentAction action) {
-  DropNames names(drop, kItemNameSize);
-  return action == AgentAction::kShare ? MessageForTheSelection(names, itemCount, action)
-                                       : MessageForEachItem(names, itemCount, action);
+CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action) {
+  return action == AgentAction::kShare ? MessageForTheSelection(items, itemCount, action)
+                                       : MessageForEachItem(items, itemCount, action);
 }
 
 }  // namespace veskard

@@ -1,17 +1,13 @@
 // The messages that carry one command to the agent.
 #pragma once
 
-#include <windows.h>
-// The shell's headers need the basic types first.
-#include <shellapi.h>
-
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <string>
 
 #include "benc/BencValue.h"
 #include "shellext/contextmenu/AgentAction.h"
+#include "shellext/contextmenu/PathList.h"
 
 namespace veskard {
 
@@ -25,9 +21,9 @@ namespace veskard {
 /// batch as a whole. Paths are UTF-8.
 using CommandBatch = std::deque<std::unique_ptr<BencodedDict>>;
 
-/// The batch for the first `itemCount` items of `drop`. Sharing makes one message
-/// also for no item at all; the other actions then make none. Throws
-/// std::bad_alloc only.
-CommandBatch BuildCommandBatch(HDROP drop, uint32_t itemCount, AgentAction action);
+/// The batch for the first `itemCount` items of a selection, an item that the list does
+/// not have being sent as an empty path. Sharing makes one message also for no item at
+/// all; the other actions then make none. Throws std::bad_alloc only.
+CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action);
 
 }  // namespace veskard

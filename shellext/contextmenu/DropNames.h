@@ -5,30 +5,40 @@
 // The shell's headers need the basic types first.
 #include <shellapi.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
+
+#include "core/WindowsOwners.h"
+#include "shellext/contextmenu/DropBlock.h"
+#include "shellext/contextmenu/PathList.h"
 
 namespace veskard {
 
-/// Reads the items of a drop list, which it does not own, through one buffer.
-class DropNames {
- public:
-  /// Names of `bufferSize` characters and more are cut to one less. Throws
-  /// std::bad_alloc only.
-  DropNames(HDROP drop, uint32_t bufferSize);
+/// The menu looks at no more of a name than the system's short paths have.
+inline constexpr size_t kLongestNameInMenu = MAX_PATH - 1;
+/// A command sends the longest path that the system knows, 32767 characters, and then some.
+inline constexpr size_t kLongestNameInCommand = 32770;
 
-  /// The full path of an item; empty for an index that is not in the list. Throws
-  /// std::bad_alloc only.
-  std::wstring At(uint32_t index);
+/// Holds the block of a drop list, which it does not own, locked for as long as it
+/// lives. Names and counts are those that `DragQueryFileW` gives, which would walk the
+/// list from its beginning for each of them (shellext/contextmenu/DropBlock.h has the
+/// rest).
+class DropNames final : public PathList {
+ public:
+  /// Names of more than `longest` characters are cut to that. A list that is null or
+  /// cannot be locked has no names. Throws std::bad_alloc only.
+  DropNames(HDROP drop, size_t longest);
+
+  uint32_t Count() const noexcept override { return block_.Count(); }
+  std::wstring At(uint32_t index) const override { return block_.At(index, longest_); }
 
  private:
-  HDROP drop_;
-  uint32_t size_;
-  std::unique_ptr<wchar_t[]> buffer_;
-};
+  using BlockLock = Owner<SystemResource<HGLOBAL, &::GlobalUnlock>>;
 
-/// How many items a drop list has.
-uint32_t CountDropNames(HDROP drop) noexcept;
+  size_t longest_;
+  BlockLock lock_;
+  DropBlock block_;
+};
 
 }  // namespace veskard

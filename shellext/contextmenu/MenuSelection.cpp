@@ -2,6 +2,7 @@
 
 #include <shlwapi.h>
 
+#include <cstdint>
 #include <cwchar>
 
 #include "core/Product.h"
@@ -43,10 +44,10 @@ void InspectContent(const std::wstring& item, MenuSelection& selection) {
 
 }  // namespace
 
-MenuSelection InspectSelection(DropNames& names, uint32_t count) {
+MenuSelection InspectSelection(const PathList& items) {
   MenuSelection selection;
-  for (uint32_t i = 0; i < count; ++i) {
-    const std::wstring item = names.At(i);
+  for (uint32_t i = 0; i < items.Count(); ++i) {
+    const std::wstring item = items.At(i);
     const DWORD attributes = ::GetFileAttributesW(item.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) continue;
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) selection.anyDirectory = true;

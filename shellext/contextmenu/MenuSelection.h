@@ -3,10 +3,9 @@
 
 #include <windows.h>
 
-#include <cstdint>
 #include <string>
 
-#include "shellext/contextmenu/DropNames.h"
+#include "shellext/contextmenu/PathList.h"
 
 namespace veskard {
 
@@ -28,10 +27,10 @@ struct MenuSelection {
   bool InOwnSelectiveFolder() const noexcept { return inSyncFolder && isSelective && isOwner; }
 };
 
-/// Looks at the first `count` names on the disk: one attribute query an item, and
-/// for placeholders their marks. Stops after the first item when its folder rules
-/// the menu out; skips items that are gone. Throws std::bad_alloc only.
-MenuSelection InspectSelection(DropNames& names, uint32_t count);
+/// Looks at the items on the disk: one attribute query an item, and for placeholders
+/// their marks. Stops after the first item when its folder rules the menu out; skips
+/// items that are gone. Throws std::bad_alloc only.
+MenuSelection InspectSelection(const PathList& items);
 
 /// Whether a name ends in the placeholders' extension ".ghpl", in any case.
 bool IsPlaceholderName(const std::wstring& name) noexcept;

@@ -5,6 +5,7 @@
 
 #include "shellext/contextmenu/AgentChannel.h"
 #include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "shellext/contextmenu/MenuBitmaps.h"
 #include "shellext/contextmenu/MenuCommands.h"
 #include "shellext/contextmenu/MenuSelection.h"
@@ -71,7 +72,8 @@ STDMETHODIMP ShellContextMenu::InvokeCommand(CMINVOKECOMMANDINFO* info) noexcept
     if (info == nullptr) return E_POINTER;
     const MenuCommand* command = FindMenuCommand(MenuCommands(), reinterpret_cast<UINT_PTR>(info->lpVerb));
     if (command == nullptr) return E_INVALIDARG;
-    return SendAgentCommand(medium_.Drop(), selectedCount_, command->action);
+    const DropNames names(medium_.Drop(), kLongestNameInCommand);
+    return SendAgentCommand(names, selectedCount_, command->action);
   });
 }
 
@@ -92,6 +94,8 @@ HRESULT ShellContextMenu::BuildMenu(HMENU menu, UINT index, UINT firstId, UINT f
     return E_NOTIMPL;
   }
   if (const HRESULT result = FetchSelection(); FAILED(result)) return result;
+  const DropNames names(medium_.Drop(), kLongestNameInMenu);
+  selectedCount_ = names.Count();
 
   const AgentScope scope = CurrentAgentScope();
   if (scope != AgentScope::kUser && GetAgentPipeName(scope).empty()) {
@@ -99,8 +103,7 @@ HRESULT ShellContextMenu::BuildMenu(HMENU menu, UINT index, UINT firstId, UINT f
     return E_NOTIMPL;
   }
 
-  DropNames names(medium_.Drop(), MAX_PATH);
-  const MenuSelection selection = InspectSelection(names, selectedCount_);
+  const MenuSelection selection = InspectSelection(names);
   if (!selection.InOwnSelectiveFolder()) LogNoItems(selection);
   InsertItems(DecideMenuItems(selection), menu, index, firstId);
   menu_ = menu;
@@ -113,13 +116,12 @@ HRESULT ShellContextMenu::FetchSelection() noexcept {
   // The host may replace the selection, or ask for another menu, while this one answers.
   const UniqueCom<IDataObject> selection = HoldCom(selection_.Get());
   const HRESULT result = medium_.Fetch(selection.Get());
-  const HDROP drop = medium_.Drop();
-  selectedCount_ = drop == nullptr ? 0 : CountDropNames(drop);
+  selectedCount_ = 0;  // and so does what a menu within this one counted
   if (FAILED(result) || !medium_.CameWithHandle()) {
     Log(L"Context menu: GetData failed (%lx); mh : %d", result, medium_.CameWithHandle());
     return E_NOTIMPL;
   }
-  if (drop == nullptr) {
+  if (medium_.Drop() == nullptr) {
     Log(L"Context menu: memory handle is NULL");
     return E_NOTIMPL;
   }

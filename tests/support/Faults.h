@@ -50,8 +50,9 @@ enum class Held {
   kSender,
   kSearch,       // of a folder
   kLocalMemory,  // of the system, freed by LocalFree
+  kLockedBlock,  // of global memory
 };
-inline constexpr size_t kHeldKinds = 9;
+inline constexpr size_t kHeldKinds = 10;
 
 /// The plan that is carried out, and the counts; one of each in the process.
 class Faults {

@@ -312,7 +312,9 @@ KnownCall* const kTable[] = {
     FAILS(FileTimeToSystemTime,         FALSE, ERROR_INVALID_PARAMETER),
 
     // The Shell
-    FAILS(DragQueryFileW,               0u, ERROR_SUCCESS),
+    FAILS(GlobalLock,                   nullptr, ERROR_DISCARDED, Held::kLockedBlock),
+    FAILS(GlobalSize,                   SIZE_T{0}, ERROR_INVALID_HANDLE),
+    GIVES(GlobalUnlock,                 Held::kLockedBlock),
     FAILS(DuplicateIcon,                nullptr, kNoResources),
     FAILS(SHGetFileInfoW,               DWORD_PTR{0}, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(SHGetImageList,               E_OUTOFMEMORY, ERROR_SUCCESS),

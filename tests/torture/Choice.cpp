@@ -57,8 +57,10 @@ class Choice final : public Scenario {
       mayCome_ = {PipeMessages()};
     } else if (struck.function == "WriteFile") {
       mayCome_ = {PipeMessages{First()}, PipeMessages{Last()}};  // the other message is offered all the same
-    } else if (struck.function == "DragQueryFileW" || struck.function == "WideCharToMultiByte") {
-      // A name that cannot be had is sent empty, which names nothing.
+    } else if (struck.function == "GlobalLock" || struck.function == "GlobalSize") {
+      // Names that cannot be had are sent empty, which names nothing.
+      mayCome_ = {PipeMessages{Message(action_, L"", false), Message(action_, L"", true)}};
+    } else if (struck.function == "WideCharToMultiByte") {
       mayCome_ = {PipeMessages{Message(action_, L"", false), Last()},
                   PipeMessages{First(), Message(action_, L"", true)}};
     } else if (!IsDropped(struck)) {

@@ -32,7 +32,9 @@ const std::vector<Loss>& Losses() {
   static const std::vector<Loss> losses = {
       // An item that cannot be asked about is passed over.
       {"GetFileAttributesW",        {"", "SRA"}},
-      {"DragQueryFileW",            {"", "SRA"}},
+      // A list that cannot be read has no items.
+      {"GlobalLock",                {""}},
+      {"GlobalSize",                {""}},
       // A mark that cannot be read counts as its default.
       {"CreateFileW",               {"", "SRA"}},
       {"FindFirstFileExW",          {"", "SRA"}},

@@ -9,6 +9,8 @@
 #include "fs/util/PathVector.h"
 #include "fs/util/SyncHandle.h"
 #include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/contextmenu/DropMedium.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "shellext/contextmenu/marks/SyncFolderInspection.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
@@ -272,16 +274,12 @@ struct Inspection {
 };
 
 Inspection Inspect(const std::vector<std::wstring>& paths) {
-  FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
-  STGMEDIUM medium = {};
   const UniqueCom<IDataObject> data = MakeSelectionData(paths);
-  if (data.Get()->GetData(&format, &medium) != S_OK) throw std::bad_alloc();
-  const auto drop = static_cast<HDROP>(medium.hGlobal);
-  const uint32_t count = CountDropNames(drop);
-  DropNames names(drop, MAX_PATH);  // longer ones are cut, here as there
-  Inspection result = {{}, InspectSelection(names, count)};
-  for (uint32_t i = 0; i < count; ++i) result.names.push_back(names.At(i));
-  ::ReleaseStgMedium(&medium);
+  DropMedium medium;
+  if (medium.Fetch(data.Get()) != S_OK) throw std::bad_alloc();
+  const DropNames names(medium.Drop(), kLongestNameInMenu);  // longer ones are cut, here as there
+  Inspection result = {{}, InspectSelection(names)};
+  for (uint32_t i = 0; i < names.Count(); ++i) result.names.push_back(names.At(i));
   return result;
 }
 

@@ -7,6 +7,7 @@
 
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
 #include "tests/support/ImportPatch.h"
@@ -30,7 +31,8 @@ class AgentChannelTest : public testing::Test {
 
   static HRESULT Send(const std::vector<std::wstring>& items, AgentAction action) {
     const test::DropListForTest drop(items);
-    return SendAgentCommand(drop.Get(), static_cast<uint32_t>(items.size()), action);
+    return SendAgentCommand(DropNames(drop.Get(), kLongestNameInCommand), static_cast<uint32_t>(items.size()),
+                            action);
   }
 };
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "benc/BencWriter.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "tests/support/DropData.h"
 #include "util/string/ByteBuilder.h"
 
@@ -14,8 +15,9 @@ namespace {
 
 std::vector<std::string> Messages(const std::vector<std::wstring>& items, AgentAction action) {
   const test::DropListForTest drop(items);
+  const DropNames names(drop.Get(), kLongestNameInCommand);
   std::vector<std::string> messages;
-  for (const auto& message : BuildCommandBatch(drop.Get(), static_cast<uint32_t>(items.size()), action)) {
+  for (const auto& message : BuildCommandBatch(names, static_cast<uint32_t>(items.size()), action)) {
     ByteBuilder bytes;
     WriteBencoded(bytes, *message);
     messages.emplace_back(bytes.View());
@@ -78,6 +80,13 @@ TEST(AgentMessagesTest, ANameOf32771CharactersIsCutByOne) {
   const std::wstring path = L"C:\\" + std::wstring(32768, L'x');
   const std::string expected = "d6:actioni3e4:lasti1e4:path32770:C:\\" + std::string(32767, 'x') + "e";
   EXPECT_EQ(Messages({path}, AgentAction::kSyncToThisDevice), std::vector<std::string>{expected});
+}
+
+TEST(AgentMessagesTest, AnItemThatTheListDoesNotHaveIsSentEmpty) {
+  const DropNames none(nullptr, kLongestNameInCommand);
+  const CommandBatch batch = BuildCommandBatch(none, 2, AgentAction::kSyncToThisDevice);
+  ASSERT_EQ(batch.size(), 2u);
+  for (const auto& message : batch) EXPECT_EQ(message->Find("path")->AsBytes(), "");
 }
 
 }  // namespace

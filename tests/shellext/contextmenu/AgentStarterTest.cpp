@@ -16,6 +16,7 @@
 #include "shellext/contextmenu/AgentChannel.h"
 #include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/AgentSender.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "shellext/module/Module.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
@@ -297,7 +298,8 @@ TEST_F(AgentStarterTest, TheUsersAgentIsStartedAndGetsTheCommand) {
 
   SetAgentScope(AgentScope::kUser);
   const test::DropListForTest drop({L"C:\\a", L"C:\\b"});
-  EXPECT_EQ(SendAgentCommand(drop.Get(), 2, AgentAction::kSyncToThisDevice), S_OK);
+  EXPECT_EQ(SendAgentCommand(DropNames(drop.Get(), kLongestNameInCommand), 2, AgentAction::kSyncToThisDevice),
+            S_OK);
   EXPECT_EQ(WaitForFile(folder + L"\\received.txt"),
             "d6:actioni3e4:path4:C:\\ae\nd6:actioni3e4:lasti1e4:path4:C:\\be\n");
   for (int i = 0; i < 500 && ModuleLockCount() != 0; ++i) std::this_thread::sleep_for(10ms);
@@ -307,7 +309,8 @@ TEST_F(AgentStarterTest, TheUsersAgentIsStartedAndGetsTheCommand) {
 TEST_F(AgentStarterTest, WithoutAnAgentToStartTheCommandIsDropped) {
   SetAgentScope(AgentScope::kUser);
   const test::DropListForTest drop({L"C:\\a"});
-  EXPECT_EQ(SendAgentCommand(drop.Get(), 1, AgentAction::kSyncToThisDevice), S_OK);
+  EXPECT_EQ(SendAgentCommand(DropNames(drop.Get(), kLongestNameInCommand), 1, AgentAction::kSyncToThisDevice),
+            S_OK);
   for (int i = 0; i < 500 && ModuleLockCount() != 0; ++i) std::this_thread::sleep_for(10ms);
   EXPECT_EQ(ModuleLockCount(), 0u);
 }

@@ -54,7 +54,9 @@ constexpr ClickCalls kRightClick[] = {
     {"DeleteObject",                  12,      12},
     {"DestroyIcon",                    4,       4},
     // The selection, the agent, the marks
-    {"DragQueryFileW",                 2,       1,       0,        0,     1,       1},
+    {"GlobalLock",                     1,       1},
+    {"GlobalSize",                     1,       1},
+    {"GlobalUnlock",                   1,       1},
     {"ReleaseStgMedium",               1,       1},
     {"OpenMutexW",                     1,       1},
     {"GetFileAttributesW",             1,       1,       1,        0,     1,       1},
@@ -83,7 +85,9 @@ struct ChoiceCalls {
 constexpr ChoiceCalls kChoice[] = {
     //                          once  item
     {"OpenMutexW",               1},
-    {"DragQueryFileW",           0,    1},
+    {"GlobalLock",               1},
+    {"GlobalSize",               1},
+    {"GlobalUnlock",             1},
     {"WNetGetUniversalNameW",    0,    1},
     {"WideCharToMultiByte",      0,    2},
     {"GetModuleHandleExW",       1},
@@ -131,6 +135,18 @@ class MenuCallsTest : public testing::Test {
     return clicked;
   }
 
+  /// What the caller's thread calls when a command is chosen for these items.
+  CallNumbers Choose(const std::vector<std::wstring>& items) {
+    FakeDataObject selection(items);
+    const MenuHandler handler(host_.Library());
+    const UniqueMenu menu(::CreatePopupMenu());
+    handler.Select(&selection);
+    handler.Query(menu.Get());
+    const CallNumbers calls = host_.CallsOf([&] { handler.Invoke(UINT_PTR{4}); }, Threads::kThisOne);
+    handler.Select(nullptr);
+    return calls;
+  }
+
   std::vector<std::wstring> First(long count) const { return {items_.begin(), items_.begin() + count}; }
 
   // A path and each folder above it.
@@ -173,18 +189,35 @@ TEST_F(MenuCallsTest, ARightClickInsideAFolder) {
   }
 }
 
+// All but the first are gone: each is asked about all the same.
+std::vector<std::wstring> ManyItems(const std::wstring& first, long count) {
+  std::vector<std::wstring> items(static_cast<size_t>(count), first + L" is gone");
+  items[0] = first;
+  return items;
+}
+
+// Each item more is one question more, and nothing else.
+TEST_F(MenuCallsTest, ARightClickOnSixteenAndOnSixteenThousandItems) {
+  for (const long count : {16, 16000}) {
+    const std::vector<std::wstring> items = ManyItems(items_[0], count);
+    CallNumbers expected;
+    for (const ClickCalls& row : kRightClick)
+      expected[row.function] = row.inside + row.prefix * Prefixes(root_) + row.command * 2 + row.file;
+    expected["GetFileAttributesW"] += count - 1;
+    ExpectCalls(RightClick(items).calls, expected, items);
+  }
+}
+
+CallNumbers ChoiceOf(long items) {
+  CallNumbers expected;
+  for (const ChoiceCalls& row : kChoice) expected[row.function] = row.once + row.item * items;
+  return expected;
+}
+
 TEST_F(MenuCallsTest, AChoice) {
   for (const long count : {1, 10, 100}) {
-    FakeDataObject selection(First(count));
-    const MenuHandler handler(host_.Library());
-    const UniqueMenu menu(::CreatePopupMenu());
-    handler.Select(&selection);
-    handler.Query(menu.Get());
-    CallNumbers expected;
-    for (const ChoiceCalls& row : kChoice) expected[row.function] = row.once + row.item * count;
-    ExpectCalls(host_.CallsOf([&] { handler.Invoke(UINT_PTR{4}); }, Threads::kThisOne), expected,
-                First(count));
-    handler.Select(nullptr);
+    const std::vector<std::wstring> items = ManyItems(items_[0], count);
+    ExpectCalls(Choose(items), ChoiceOf(count), items);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "shellext/contextmenu/DropNames.h"
 #include "tests/support/DropData.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/SyncTree.h"
@@ -18,8 +19,7 @@ using test::SyncTree;
 
 MenuSelection Inspect(const std::vector<std::wstring>& items) {
   const test::DropListForTest drop(items);
-  DropNames names(drop.Get(), MAX_PATH);
-  return InspectSelection(names, static_cast<uint32_t>(items.size()));
+  return InspectSelection(DropNames(drop.Get(), kLongestNameInMenu));
 }
 
 TEST(MenuSelectionTest, NoItemAtAllLiesInNoFolder) {

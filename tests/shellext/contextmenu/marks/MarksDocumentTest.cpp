@@ -13,6 +13,7 @@
 #include "core/ModuleHandle.h"
 #include "shellext/contextmenu/AgentMessages.h"
 #include "shellext/contextmenu/AgentPresence.h"
+#include "shellext/contextmenu/DropNames.h"
 #include "shellext/contextmenu/marks/SyncFolderInspection.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
@@ -129,7 +130,8 @@ TEST(MarksDocumentTest, TheMessagesAreThoseOnThePage) {
     for (size_t i = 2; i < example.words.size(); ++i) items.push_back(WideFromUtf8(example.words[i]));
     const test::DropListForTest drop(items);
     const auto action = static_cast<AgentAction>(Number(example.words.at(1)));
-    const CommandBatch batch = BuildCommandBatch(drop.Get(), static_cast<uint32_t>(items.size()), action);
+    const DropNames names(drop.Get(), kLongestNameInCommand);
+    const CommandBatch batch = BuildCommandBatch(names, static_cast<uint32_t>(items.size()), action);
     ASSERT_EQ(batch.size(), example.lines.size());
     for (size_t i = 0; i < batch.size(); ++i) {
       ByteBuilder bytes;
