@@ -1,5 +1,8 @@
 #include "bench/menu/BareCalls.h"
 
+// DROPFILES needs the rest of the shell's types.
+#include <shlobj.h>
+
 #include "core/WindowsOwners.h"
 
 namespace veskard::bench {
@@ -13,6 +16,12 @@ void BareLogSwitch() {
 
 void BareAgentLookUp() {
   const UniqueHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, L"Global\\pipesynccmd_SIT"));
+}
+
+BareDropList::BareDropList(HDROP drop) : drop_(drop) {
+  const auto* const block = static_cast<const char*>(::GlobalLock(drop));
+  const auto* const header = reinterpret_cast<const DROPFILES*>(block);
+  first_ = reinterpret_cast<const wchar_t*>(block + header->pFiles);
 }
 
 }  // namespace veskard::bench

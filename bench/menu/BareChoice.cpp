@@ -1,7 +1,6 @@
 #include <windows.h>
-// The networks' header needs the basic types first.
-#include <winnetwk.h>
 
+#include <cwchar>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,15 +22,11 @@ std::string Utf8(const wchar_t* text) {
 
 Messages BuildMessages(HDROP drop, uint32_t count) {
   Messages messages;
-  static wchar_t name[32771];
-  static char universal[65544];
-  for (uint32_t i = 0; i < count; ++i) {
-    ::DragQueryFileW(drop, i, name, 32771);
-    DWORD size = sizeof(universal);
-    const bool isUniversal =
-        ::WNetGetUniversalNameW(name, UNIVERSAL_NAME_INFO_LEVEL, universal, &size) == NO_ERROR;
-    const std::string path =
-        Utf8(isUniversal ? reinterpret_cast<UNIVERSAL_NAME_INFOW*>(universal)->lpUniversalName : name);
+  const BareDropList list(drop);
+  ::GetDriveTypeW(L"C:\\");  // all items lie on this drive
+  const wchar_t* name = list.First();
+  for (uint32_t i = 0; i < count; ++i, name += std::wcslen(name) + 1) {
+    const std::string path = Utf8(name);
     messages.push_back("d6:actioni5e" + std::string(i + 1 == count ? "4:lasti1e" : "") + "4:path" +
                        std::to_string(path.size()) + ":" + path + "e");
   }

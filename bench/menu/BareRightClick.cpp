@@ -137,12 +137,10 @@ struct Found {
 
 Found LookAtItems(HDROP drop) {
   Found found;
-  wchar_t name[MAX_PATH];
-  const UINT count = ::DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
-  for (UINT i = 0; i < count; ++i) {
-    ::DragQueryFileW(drop, i, name, MAX_PATH);
+  const BareDropList list(drop);
+  for (const wchar_t* name = list.First(); *name != L'\0'; name += std::wcslen(name) + 1) {
     ::GetFileAttributesW(name);
-    if (i == 0) {
+    if (name == list.First()) {
       const std::wstring root = RootOf(name);
       if (root.empty()) return found;
       found.inFolder = true;

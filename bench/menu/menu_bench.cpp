@@ -1,8 +1,6 @@
 // menu_bench.exe: what a right-click and a choice cost in the built library, as ratios
 // to the plain calls that their rules ask for.
 #include <windows.h>
-// The networks' header needs the basic types first.
-#include <winnetwk.h>
 
 #include <cstdio>
 #include <string>
@@ -51,37 +49,14 @@ Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::
   return {times[0], times[1]};
 }
 
-// The shell's own answer to "which is item i" walks the list from its beginning.
-double FastestWalk(const std::vector<std::wstring>& items) {
-  const BenchSelection selection(items);
-  const Run walk = [&](int) {
-    wchar_t name[MAX_PATH];
-    for (UINT i = 0; i < selection.Count(); ++i) ::DragQueryFileW(selection.Drop(), i, name, MAX_PATH);
-  };
-  return TakeTurns({.count = 51}, {walk})[0].fastest;
-}
-
-void PrintGrowth(const BenchFolder& folder, const std::vector<Sides>& byCount) {
-  std::printf("\nMicroseconds for each item more, fastest    ours       bare   of these the list's walk\n");
+void PrintGrowth(const std::vector<Sides>& byCount) {
+  std::printf("\nMicroseconds for each item more, fastest    ours       bare\n");
   for (size_t i = 1; i < byCount.size(); ++i) {
     const double more = kCounts[i] - kCounts[i - 1];
-    const double walk = FastestWalk(folder.First(kCounts[i])) - FastestWalk(folder.First(kCounts[i - 1]));
-    std::printf("  from %4u to %4u items %24.1f %10.1f %10.1f\n", kCounts[i - 1], kCounts[i],
+    std::printf("  from %4u to %4u items %24.1f %10.1f\n", kCounts[i - 1], kCounts[i],
                 (byCount[i].ours.fastest - byCount[i - 1].ours.fastest) / more,
-                (byCount[i].bare.fastest - byCount[i - 1].bare.fastest) / more, walk / more);
+                (byCount[i].bare.fastest - byCount[i - 1].bare.fastest) / more);
   }
-}
-
-// What most of a choice goes into.
-void PrintUniversalName(const std::wstring& item) {
-  static char buffer[65544];
-  const Run ask = [&](int) {
-    DWORD size = sizeof(buffer);
-    ::WNetGetUniversalNameW(item.c_str(), UNIVERSAL_NAME_INFO_LEVEL, buffer, &size);
-  };
-  const Times times = TakeTurns({.count = 201}, {ask})[0];
-  std::printf("\nWNetGetUniversalNameW, once for each item of a choice %16.1f (fastest) %10.1f (median)\n",
-              times.fastest, times.median);
 }
 
 // The agent's mutex is there and its pipe is not: either side's thread finds that out
@@ -110,8 +85,7 @@ void BenchMenu() {
     byCount.push_back(BenchRightClick(host, "right-click, " + Items(count), folder.First(count)));
   }
   for (const uint32_t count : kCounts) BenchChoice(host, folder.First(count));
-  PrintGrowth(folder, byCount);
-  PrintUniversalName(folder.Outside());
+  PrintGrowth(byCount);
 }
 
 }  // namespace

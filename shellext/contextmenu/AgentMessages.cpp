@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "shellext/contextmenu/UniversalName.h"
 #include "util/string/CodePage.h"
 
 namespace veskard {
@@ -14,13 +13,24 @@ std::unique_ptr<BencodedDict> NewMessage(AgentAction action) {
   return message;
 }
 
-BencValue PathOfItem(const PathList& items, uint32_t index) {
-  return BencValue::FromString(Utf8FromWide(ToUniversalName(items.At(index))));
-}
+/// The paths of a selection as the messages have them.
+class SentPaths {
+ public:
+  SentPaths(const PathList& items, uint32_t count, UniversalNames names)
+      : items_(items), count_(count), names_(std::move(names)) {}
 
-CommandBatch MessageForTheSelection(const PathList& items, uint32_t itemCount, AgentAction action) {
+  uint32_t Count() const noexcept { return count_; }
+  BencValue At(uint32_t index) { return BencValue::FromString(Utf8FromWide(names_.Of(items_.At(index)))); }
+
+ private:
+  const PathList& items_;
+  uint32_t count_;
+  UniversalNames names_;
+};
+
+CommandBatch MessageForTheSelection(SentPaths& paths, AgentAction action) {
   BencValue files = BencValue::MakeList();
-  for (uint32_t i = 0; i < itemCount; ++i) files.Append(PathOfItem(items, i));
+  for (uint32_t i = 0; i < paths.Count(); ++i) files.Append(paths.At(i));
 
   auto message = NewMessage(action);
   message->InsertInt("last", 1);
@@ -30,12 +40,12 @@ CommandBatch MessageForTheSelection(const PathList& items, uint32_t itemCount, A
   return batch;
 }
 
-CommandBatch MessageForEachItem(const PathList& items, uint32_t itemCount, AgentAction action) {
+CommandBatch MessageForEachItem(SentPaths& paths, AgentAction action) {
   CommandBatch batch;
-  for (uint32_t i = 0; i < itemCount; ++i) {
+  for (uint32_t i = 0; i < paths.Count(); ++i) {
     auto message = NewMessage(action);
-    message->Insert("path", PathOfItem(items, i));
-    if (i + 1 == itemCount) message->InsertInt("last", 1);
+    message->Insert("path", paths.At(i));
+    if (i + 1 == paths.Count()) message->InsertInt("last", 1);
     batch.push_back(std::move(message));
   }
   return batch;
@@ -43,9 +53,11 @@ CommandBatch MessageForEachItem(const PathList& items, uint32_t itemCount, Agent
 
 }  // namespace
 
-CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action) {
-  return action == AgentAction::kShare ? MessageForTheSelection(items, itemCount, action)
-                                       : MessageForEachItem(items, itemCount, action);
+CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action,
+                               UniversalNames names) {
+  SentPaths paths(items, itemCount, std::move(names));
+  return action == AgentAction::kShare ? MessageForTheSelection(paths, action)
+                                       : MessageForEachItem(paths, action);
 }
 
 }  // namespace veskard

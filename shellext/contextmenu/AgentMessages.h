@@ -8,6 +8,7 @@
 #include "benc/BencValue.h"
 #include "shellext/contextmenu/AgentAction.h"
 #include "shellext/contextmenu/PathList.h"
+#include "shellext/contextmenu/UniversalNames.h"
 
 namespace veskard {
 
@@ -24,6 +25,7 @@ using CommandBatch = std::deque<std::unique_ptr<BencodedDict>>;
 /// The batch for the first `itemCount` items of a selection, an item that the list does
 /// not have being sent as an empty path. Sharing makes one message also for no item at
 /// all; the other actions then make none. Throws std::bad_alloc only.
-CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action);
+CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action,
+                               UniversalNames names = UniversalNames());
 
 }  // namespace veskard

@@ -116,10 +116,12 @@ TEST_F(AgentFaultsTest, FiftyCommandsOfFiveHundredItemsArriveWholeEachByItself) 
   const ThreadWatch senders;
   for (const auto& menu : menus) EXPECT_EQ(menu->Invoke(kSyncOffset), S_OK);
   ASSERT_TRUE(Agent().WaitForMessages(kCommands * kItems, std::chrono::seconds(120)));
+  const auto all = Agent().Messages();
+  RemoveAgent();  // which lies in this process, and had more threads for so many clients
   EXPECT_TRUE(senders.WaitForNewThreads(kPatience));
 
   std::map<uint32_t, std::vector<std::string>> received;  // by client
-  for (const ReceivedMessage& message : Agent().Messages()) received[message.client].push_back(message.bytes);
+  for (const ReceivedMessage& message : all) received[message.client].push_back(message.bytes);
   EXPECT_EQ(received.size(), size_t{kCommands});
   std::vector<std::vector<std::string>> batches;
   for (auto& [client, messages] : received) batches.push_back(std::move(messages));

@@ -320,6 +320,7 @@ KnownCall* const kTable[] = {
     FAILS(SHGetImageList,               E_OUTOFMEMORY, ERROR_SUCCESS),
     FAILS(SHGetStockIconInfo,           E_OUTOFMEMORY, ERROR_SUCCESS),
     FAILS(SHGetSpecialFolderPathW,      FALSE, ERROR_FILE_NOT_FOUND),
+    FAILS(GetDriveTypeW,                DRIVE_UNKNOWN, ERROR_SUCCESS),
     ERRORS(WNetGetUniversalNameW,       ERROR_NOT_ENOUGH_MEMORY),
 
     // Menus and pictures

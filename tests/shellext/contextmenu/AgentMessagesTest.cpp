@@ -7,17 +7,20 @@
 
 #include "benc/BencWriter.h"
 #include "shellext/contextmenu/DropNames.h"
+#include "tests/shellext/contextmenu/StandInNetwork.h"
 #include "tests/support/DropData.h"
 #include "util/string/ByteBuilder.h"
 
 namespace veskard {
 namespace {
 
-std::vector<std::string> Messages(const std::vector<std::wstring>& items, AgentAction action) {
+std::vector<std::string> Messages(const std::vector<std::wstring>& items, AgentAction action,
+                                  const NetworkCalls& network = {}) {
   const test::DropListForTest drop(items);
   const DropNames names(drop.Get(), kLongestNameInCommand);
   std::vector<std::string> messages;
-  for (const auto& message : BuildCommandBatch(names, static_cast<uint32_t>(items.size()), action)) {
+  for (const auto& message :
+       BuildCommandBatch(names, static_cast<uint32_t>(items.size()), action, UniversalNames(network))) {
     ByteBuilder bytes;
     WriteBencoded(bytes, *message);
     messages.emplace_back(bytes.View());
@@ -80,6 +83,16 @@ TEST(AgentMessagesTest, ANameOf32771CharactersIsCutByOne) {
   const std::wstring path = L"C:\\" + std::wstring(32768, L'x');
   const std::string expected = "d6:actioni3e4:lasti1e4:path32770:C:\\" + std::string(32767, 'x') + "e";
   EXPECT_EQ(Messages({path}, AgentAction::kSyncToThisDevice), std::vector<std::string>{expected});
+}
+
+// Each path's name is asked for by itself, and a computer without any other drive sends it.
+TEST(AgentMessagesTest, TheMessagesAreThoseOfAskingForEachItem) {
+  const std::vector<std::wstring> items = {
+      L"C:\\a", L"X:\\a", L"x:\\b\\\u00E4", L"X:\\", L"\\\\server\\share\\c", L"Y:\\d.", L"C:e", L"X:"};
+  std::vector<std::wstring> names;
+  for (const std::wstring& item : items) names.push_back(test::UniversalNameByItself(item));
+  for (const AgentAction action : {AgentAction::kSyncToThisDevice, AgentAction::kShare})
+    EXPECT_EQ(Messages(items, action, test::StandInNetwork()), Messages(names, action));
 }
 
 TEST(AgentMessagesTest, AnItemThatTheListDoesNotHaveIsSentEmpty) {

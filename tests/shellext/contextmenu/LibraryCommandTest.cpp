@@ -92,7 +92,12 @@ DWORD WINAPI AnswerMappedDrive(const wchar_t* path, DWORD, void* buffer, DWORD* 
   return NO_ERROR;
 }
 
+UINT WINAPI AnswerDriveType(const wchar_t* root) {
+  return root[0] == L'Z' ? DRIVE_REMOTE : DRIVE_FIXED;
+}
+
 TEST_F(LibraryCommandTest, APathOnAMappedDriveIsSentInItsUncForm) {
+  const FunctionPatch types(library_.Module(), "GetDriveTypeW", &AnswerDriveType);
   const FunctionPatch patch(library_.Module(), "WNetGetUniversalNameW", &AnswerMappedDrive);
   const std::wstring local = tree_.MakeFile(L"root\\a.txt");
   EXPECT_EQ(Choose({local, L"Z:\\b.txt"}, 2),

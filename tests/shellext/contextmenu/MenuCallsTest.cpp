@@ -1,5 +1,8 @@
 // What a right-click and a choice may call of the system, and how often.
 #include <gtest/gtest.h>
+#include <windows.h>
+// The networks' header needs the basic types first.
+#include <winnetwk.h>
 
 #include <algorithm>
 #include <string>
@@ -75,20 +78,24 @@ constexpr ClickCalls kRightClick[] = {
     {"SetMenuInfo",                    0,       0,       0,        1},
 };
 
-// A choice, on the caller's thread: once, and for each item.
+// A choice, on the caller's thread: once, for each item, and for each drive that the items
+// lie on.
 struct ChoiceCalls {
   const char* function;
   long once;
   long item = 0;
+  long localDrive = 0;
+  long mappedDrive = 0;
 };
 
 constexpr ChoiceCalls kChoice[] = {
-    //                          once  item
+    //                          once  item  local drive  mapped drive
     {"OpenMutexW",               1},
     {"GlobalLock",               1},
     {"GlobalSize",               1},
     {"GlobalUnlock",             1},
-    {"WNetGetUniversalNameW",    0,    1},
+    {"GetDriveTypeW",            0,    0,    1,           1},
+    {"WNetGetUniversalNameW",    0,    0,    0,           1},
     {"WideCharToMultiByte",      0,    2},
     {"GetModuleHandleExW",       1},
     {"CreateThread",             1},
@@ -142,7 +149,14 @@ class MenuCallsTest : public testing::Test {
     const UniqueMenu menu(::CreatePopupMenu());
     handler.Select(&selection);
     handler.Query(menu.Get());
-    const CallNumbers calls = host_.CallsOf([&] { handler.Invoke(UINT_PTR{4}); }, Threads::kThisOne);
+    const CallNumbers calls = host_.CallsOf(
+        [&] {
+          if (types_ != nullptr) AnswerBy("GetDriveTypeW", types_);
+          if (names_ != nullptr) AnswerBy("WNetGetUniversalNameW", names_);
+          handler.Invoke(UINT_PTR{4});
+          StopAnswering();
+        },
+        Threads::kThisOne);
     handler.Select(nullptr);
     return calls;
   }
@@ -158,6 +172,8 @@ class MenuCallsTest : public testing::Test {
   SyncTree tree_;
   std::wstring root_;
   std::vector<std::wstring> items_;
+  void* types_ = nullptr;  // what answers for the system's drives and its network
+  void* names_ = nullptr;
   const std::wstring outside_ = tree_.MakeFile(L"elsewhere\\photo.jpg");
 };
 
@@ -208,17 +224,42 @@ TEST_F(MenuCallsTest, ARightClickOnSixteenAndOnSixteenThousandItems) {
   }
 }
 
-CallNumbers ChoiceOf(long items) {
+CallNumbers ChoiceOf(long items, long localDrives, long mappedDrives) {
   CallNumbers expected;
-  for (const ChoiceCalls& row : kChoice) expected[row.function] = row.once + row.item * items;
+  for (const ChoiceCalls& row : kChoice) {
+    expected[row.function] =
+        row.once + row.item * items + row.localDrive * localDrives + row.mappedDrive * mappedDrives;
+  }
   return expected;
 }
 
 TEST_F(MenuCallsTest, AChoice) {
-  for (const long count : {1, 10, 100}) {
+  for (const long count : {1, 10, 100, 16000}) {
     const std::vector<std::wstring> items = ManyItems(items_[0], count);
-    ExpectCalls(Choose(items), ChoiceOf(count), items);
+    ExpectCalls(Choose(items), ChoiceOf(count, 1, 0), items);
   }
+}
+
+UINT WINAPI TypeOfDrive(const wchar_t* root) {
+  return root[0] == L'X' || root[0] == L'Y' ? DRIVE_REMOTE : DRIVE_FIXED;
+}
+
+DWORD WINAPI NameOfShare(const wchar_t*, DWORD, void* buffer, DWORD* size) {
+  static wchar_t share[] = L"\\\\server\\share\\";
+  *size = sizeof(UNIVERSAL_NAME_INFOW) + sizeof(share);
+  static_cast<UNIVERSAL_NAME_INFOW*>(buffer)->lpUniversalName = share;
+  return NO_ERROR;
+}
+
+TEST_F(MenuCallsTest, AChoiceOnMappedDrives) {
+  std::vector<std::wstring> items;
+  for (int i = 0; i < 100; ++i) {
+    for (const wchar_t* root : {L"X:\\", L"Y:\\", L"C:\\", L"\\\\server\\share\\"})
+      items.push_back(root + std::to_wstring(i));
+  }
+  types_ = reinterpret_cast<void*>(&TypeOfDrive);
+  names_ = reinterpret_cast<void*>(&NameOfShare);
+  ExpectCalls(Choose(items), ChoiceOf(400, 1, 2), items);
 }
 
 }  // namespace
