@@ -16,7 +16,10 @@ namespace veskard::bench {
 namespace {
 
 constexpr int kFirstLoads = 31;
+// Aims: a process that shows context menus has the system's libraries; any other should
+// not have to load most of them either.
 constexpr double kMillisecondsMoreAtMost = 0.5;
+constexpr double kMillisecondsMoreWithoutSystem = 10;
 
 // Those that are compared.
 struct Libraries {
@@ -24,17 +27,13 @@ struct Libraries {
   std::wstring empty = EmptyLibrary();
 };
 
-void PrintMore(const Times& ours, const Times& empty) {
+void PrintMore(const Times& ours, const Times& empty, double aim = kMillisecondsMoreAtMost) {
   const double more = (ours.median - empty.median) / 1000;
-  std::printf("%52s %.3f ms more than the empty one (aim: %.1f)\n", "", more, kMillisecondsMoreAtMost);
+  std::printf("%52s %.3f ms more than the empty one (aim: %.1f, %s)\n", "", more, aim, Verdict(more, aim));
 }
 
 void LoadAndUnload(const std::wstring& path, DWORD flags = 0) {
   const UniqueModule module(::LoadLibraryExW(path.c_str(), nullptr, flags));
-}
-
-void PrintPart(const char* what, const Times& times) {
-  std::printf("%-52s %10.1f %28.1f\n", what, times.fastest, times.median);
 }
 
 // What the loader does for the imports, as far as one can do it from outside.
@@ -81,7 +80,7 @@ void BenchFirst(const char* what, const Libraries& libraries, const std::vector<
   }
   const Times ourTimes = TimesOf(ours.both), emptyTimes = TimesOf(empty.both);
   PrintRow(what, 0, ourTimes, emptyTimes);
-  PrintMore(ourTimes, emptyTimes);
+  PrintMore(ourTimes, emptyTimes, system.empty() ? kMillisecondsMoreWithoutSystem : kMillisecondsMoreAtMost);
   if (system.empty()) return;
   PrintPart("  beside that: the system's libraries, loaded before", TimesOf(ours.system));
 }

@@ -2,14 +2,14 @@
 
 namespace veskard::bench {
 
-MenuHost::MenuHost() {
-  test::SetLogSwitch(0);
-}
-
-void MenuHost::RightClick(IDataObject* selection, HMENU menu) const {
-  const test::MenuHandler handler(library_);
+void RightClick(const test::ExtensionLibrary& library, IDataObject* selection, HMENU menu) {
+  const test::MenuHandler handler(library);
   handler.Select(selection);
   handler.Query(menu);
+}
+
+MenuHost::MenuHost() {
+  test::SetLogSwitch(0);
 }
 
 }  // namespace veskard::bench

@@ -6,15 +6,15 @@
 
 namespace veskard::bench {
 
+/// A whole right-click: create, initialise, query, release.
+void RightClick(const test::ExtensionLibrary& library, IDataObject* selection, HMENU menu);
+
 class MenuHost {
  public:
   MenuHost();
 
   HMODULE Library() const noexcept { return library_.Module(); }
   const test::ExtensionLibrary& Extension() const noexcept { return library_; }
-
-  /// A whole right-click: create, initialise, query, release.
-  void RightClick(IDataObject* selection, HMENU menu) const;
 
  private:
   test::RegistrySandbox registry_;

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace veskard::bench {
@@ -42,17 +43,28 @@ std::vector<Times> TakeTurns(const Rounds& rounds, const std::vector<Run>& runs)
   return times;
 }
 
-void PrintHeading() {
+const char* Verdict(double value, double aim) noexcept {
+  return std::lround(value * 100) <= std::lround(aim * 100) ? "met" : "missed";
+}
+
+void PrintHeading(const std::string& ours, const std::string& bare) {
+  const std::string first = ours + ", us", second = bare + ", us";
   std::printf("%-52s %28s %28s\n", "", "fastest", "median");
-  std::printf("%-52s %10s %10s %6s  %10s %10s %6s %6s\n", "", "ours, us", "bare, us", "ratio", "ours, us",
-              "bare, us", "ratio", "aim");
+  std::printf("%-52s %10s %10s %6s  %10s %10s %6s %6s\n", "", first.c_str(), second.c_str(), "ratio",
+              first.c_str(), second.c_str(), "ratio", "aim");
 }
 
 void PrintRow(const std::string& what, double aim, const Times& ours, const Times& bare) {
+  const double ratio = ours.median / bare.median;
   std::printf("%-52s %10.1f %10.1f %6.2f  %10.1f %10.1f %6.2f", what.c_str(), ours.fastest, bare.fastest,
-              ours.fastest / bare.fastest, ours.median, bare.median, ours.median / bare.median);
-  if (aim > 0) std::printf(" %6.2f", aim);
+              ours.fastest / bare.fastest, ours.median, bare.median, ratio);
+  if (aim > 0) std::printf(" %6.2f %s", aim, Verdict(ratio, aim));
   std::printf("\n");
+  std::fflush(stdout);
+}
+
+void PrintPart(const std::string& what, const Times& times) {
+  std::printf("%-52s %10.1f %28.1f\n", what.c_str(), times.fastest, times.median);
   std::fflush(stdout);
 }
 

@@ -33,10 +33,17 @@ Times TimesOf(std::vector<double> microseconds);
 /// one begins in every round, since one may find something that the last has left.
 std::vector<Times> TakeTurns(const Rounds& rounds, const std::vector<Run>& runs);
 
-/// A table of ours beside bare: times and ratios, and the ratio that is aimed at (0:
-/// none).
-void PrintHeading();
+/// "met" or "missed": whether `value` is at most `aim`, both rounded to two decimals, as
+/// ratios are printed.
+const char* Verdict(double value, double aim) noexcept;
+
+/// A table of two sides: times and ratios, and the ratio that is aimed at (0: none) with
+/// the verdict on the median.
+void PrintHeading(const std::string& ours = "ours", const std::string& bare = "bare");
 void PrintRow(const std::string& what, double aim, const Times& ours, const Times& bare);
+
+/// A part of the row above: the fastest and the median of the first side alone.
+void PrintPart(const std::string& what, const Times& times);
 
 /// Measures two in turns and prints their row.
 void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& bare);

@@ -61,7 +61,10 @@ TABLE = [
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
     # the scripts
-    ("scripts/bench.sh", "Measures everything in one run", {"now": 'there is no benchmark "now"'}),
+    ("scripts/bench.sh", "Measures everything in one run", {
+        "now": 'there is no benchmark "now"', "--clicks": "--clicks needs a number",
+        "--clicks many": '--clicks needs a number, not "many"',
+        "--clicks 5 now": 'there is no benchmark "now"'}),
     ("scripts/bench-instructions.sh", "Counts instructions", {"all": 'cannot use "all" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
@@ -82,6 +85,7 @@ TABLE = [
     ("scripts/library-size.sh", "what takes how much room", {"small": 'cannot use "small" here'}),
     ("scripts/library_size.py", "Prints what takes how much room", {"": "which library, which map, which folder?"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
+    ("scripts/old-library.sh", "Builds the library as it was", {"again": 'cannot use "again" here'}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries and installation packages", {

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 #include <algorithm>
 #include <array>
 #include <ostream>
@@ -58,6 +60,12 @@ ProcessResources CountProcessResources() {
   count.gdiObjects = CountGdiHandles();
   count.tlsIndices = CountTlsIndices();
   return count;
+}
+
+size_t PrivateBytes() {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
+  return counters.PagefileUsage;
 }
 
 std::ostream& operator<<(std::ostream& out, const ProcessResources& resources) {

@@ -18,6 +18,9 @@ struct ProcessResources {
 
 ProcessResources CountProcessResources();
 
+/// The memory that the system keeps for this process alone, in bytes; moves by pages.
+size_t PrivateBytes();
+
 /// "7 blocks, 512 bytes, ..." for a test's message.
 std::ostream& operator<<(std::ostream& out, const ProcessResources& resources);
 
