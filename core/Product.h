@@ -1,12 +1,9 @@
-// The product's names and version: the place that the code reads them from. The
-// version also stands in the library's version resource and in the build's scripts.
+// The product's names and version: the place that the code reads them from.
 #pragma once
 
-namespace veskard {
+#include "core/Version.h"
 
-inline constexpr int kVersionMajor = 2;
-inline constexpr int kVersionMinor = 7;
-inline constexpr int kVersionPatch = 2;
+namespace veskard {
 
 /// The agent's full and short name, as users read them and as they stand in
 /// folder names, registry keys and file types.

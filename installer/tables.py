@@ -7,8 +7,8 @@ the full path of the file "Library", [SystemFolder] a folder.
 The layout on disk gives every version a folder of its own:
 
     C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\
-        2.7.2\\VeskardShellExt.dll
-        2.7.2\\shellprobe.exe
+        VERSION\\VeskardShellExt.dll
+        VERSION\\shellprobe.exe
 
 A loaded library can be neither overwritten nor deleted, and a process that has
 loaded C:\\...\\VeskardShellExt.dll gets that same module whenever it asks for

@@ -19,7 +19,7 @@ refuse_options "$@"
 # Windows' own and nothing else: the library is one file to deploy.
 import_list="$root/scripts/library-imports.txt"
 expected_exports="DllGetClassObject DllInstall DllRegisterServer DllUnregisterServer GetExtVersion"
-expected_version="2.7.2"
+expected_version=$(product_version)
 expected_product="Nimbrel Veskard Agent"
 
 failed=0

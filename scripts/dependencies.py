@@ -49,7 +49,7 @@ CIRCLES = {
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
-SOURCES = (".h", ".cpp")
+SOURCES = (".h", ".cpp", ".h.in")  # from the last one the build makes a header of that name
 LIST = "docs/pictures/dependencies.txt"
 PICTURE = "docs/pictures/dependencies.svg"
 LIST_TITLE = "# Which folder uses which; made by scripts/dependencies.py draw\n"
@@ -69,7 +69,7 @@ def read_includes(root):
             for name in sorted(file for file in files if file.endswith(SOURCES)):
                 path = os.path.relpath(os.path.join(folder, name), root).replace(os.sep, "/")
                 with open(os.path.join(root, path), encoding="utf-8") as file:
-                    includes[path] = INCLUDE.findall(file.read())
+                    includes[path.removesuffix(".in")] = INCLUDE.findall(file.read())
     return includes
 
 

@@ -7,6 +7,11 @@ build="$root/build"
 # The Wine prefix of all scripts and tests that do not say otherwise, whatever the flavour.
 wine_prefix="$build/wine"
 
+product_version() {
+  sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt" | grep . ||
+    die "CMakeLists.txt names no version"
+}
+
 say() { printf '%s\n' "==> $*"; }
 die() { printf '%s\n' "error: $*" >&2; exit 1; }
 

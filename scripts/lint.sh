@@ -27,7 +27,7 @@ say "cppcheck"
 #   uninitDerivedMemberVar  an aggregate base that is initialised counts as not
 #   invalidLifetime, uninitvar  one finding each that mixes up two functions
 cppcheck --quiet --error-exitcode=1 --std=c++20 --language=c++ --platform=win64 \
-  --enable=warning,performance,portability --inline-suppr -j "$(nproc)" -I . \
+  --enable=warning,performance,portability --inline-suppr -j "$(nproc)" -I . -I "$build/win64-clang/version" \
   -D_WIN32 -D_WIN64 -DUNICODE -DWINAPI= '-DSTDMETHODIMP_(type)=type' -DSTDMETHODIMP=long '-DSTDMETHOD_(type,name)=type name' \
   --suppress=passedByValue --suppress=uninitDerivedMemberVar \
   --suppress=invalidLifetime:lang/LanguageTable.cpp --suppress=uninitvar:util/string/ByteBuilder.h \

@@ -23,7 +23,7 @@ while [ $# -gt 0 ]; do
   shift 2
 done
 
-version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt")
+version=$(product_version)
 package="$result/VeskardShellExt-$version-x64.msi"
 if [ -z "$programs" ]; then
   "$root/scripts/install-deps.sh"

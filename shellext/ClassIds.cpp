@@ -10,7 +10,7 @@ namespace veskard {
 namespace {
 
 constexpr wchar_t kTemplate[] = L"{8AF594%02X-CC05-%04X-%02X%02X-AE6472CC92B2}";
-constexpr size_t kTextSize = sizeof("{8AF59400-CC05-0002-0702-AE6472CC92B2}");
+constexpr size_t kTextSize = sizeof("{00000000-0000-0000-0000-000000000000}");
 
 /// Formats all seven at load, into arrays of its own: no heap, nothing to free.
 class ClassIdTexts {

@@ -53,8 +53,7 @@ void TellShell() {
 }  // namespace
 
 RegistrationNames MakeRegistrationNames() {
-  const std::wstring version = FormatString(L"%d.%d.%d", kVersionMajor, kVersionMinor, kVersionPatch);
-  const std::wstring handler = FormatString(L"%s Service %s", kAgentName, version);
+  const std::wstring handler = FormatString(L"%s Service %s", kAgentName, kVersionText);
   return {
       handler,
       L"Software\\Classes\\*\\shellex\\ContextMenuHandlers\\" + handler,

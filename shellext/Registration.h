@@ -11,7 +11,7 @@ namespace veskard {
 
 /// The texts that registration is made of; by index.
 enum RegistrationName : size_t {
-  kHandlerName,     // "Nimbrel Veskard Agent Service 2.7.2"
+  kHandlerName,     // "Nimbrel Veskard Agent Service VERSION"
   kAllFilesKey,     // the handler's key under "*"
   kShortcutKey,     //   ... under "lnkfile"
   kFolderKey,       //   ... under "Directory"

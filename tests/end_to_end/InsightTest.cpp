@@ -5,16 +5,19 @@
 #include <map>
 #include <tuple>
 
+#include "core/Product.h"
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/AgentPresence.h"
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/AgentFolder.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tests/support/ToolRun.h"
+#include "tools/common/Utf8.h"
 #include "tools/shellprobe/Explanation.h"
 
 namespace veskard::test {
@@ -41,10 +44,10 @@ TEST_F(InsightTest, ExplainTellsTheWholeChain) {
   const ToolResult result = Explain({Placeholder(L"Root\\a.ghpl", 45)});
   EXPECT_EQ(result.exitCode, 0u);
   EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, HasSubstr("its version is " + ToUtf8(kVersionText) + "\n"));
   for (const char* text :
-       {"the menu handler for \"*\" is {8AF59405-", "its version is 2.7.2", "\\Root\\.sync\\FolderType, ",
-        "\"mode\": 1", "selective sync: yes", "who is the current user", "being received, 45 %",
-        "has a free instance",
+       {"the menu handler for \"*\" is {8AF59405-", "\\Root\\.sync\\FolderType, ", "\"mode\": 1",
+        "selective sync: yes", "who is the current user", "being received, 45 %", "has a free instance",
         "Cancel receiving          shown: a placeholder is selected that is being received",
         "Remove from all devices   greyed: the folder's type is not 2"}) {
     EXPECT_THAT(result.output, HasSubstr(text));
@@ -175,9 +178,8 @@ TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
 }
 
 TEST_F(InstalledTest, DoctorNamesAWrongValueAndRepairsIt) {
-  constexpr wchar_t kKey[] =
-      L"Software\\Classes\\Directory\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2";
-  ASSERT_EQ(::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, REG_SZ, L"wrong", 12), ERROR_SUCCESS);
+  ASSERT_EQ(::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kFolders.c_str(), nullptr, REG_SZ, L"wrong", 12),
+            ERROR_SUCCESS);
   const ToolResult before = Probe({L"doctor"});
   EXPECT_EQ(before.exitCode, 20u);
   EXPECT_THAT(before.output, HasSubstr("is \"wrong\"; it should be \"{8AF59405-"));
@@ -192,9 +194,8 @@ TEST_F(InstalledTest, DoctorRepairsAnInstallationThatIsNotThere) {
 }
 
 TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {
-  const std::wstring key = L"Software\\Classes\\CLSID\\{8AF5940";
-  for (const wchar_t* index : {L"5", L"6"}) {
-    const std::wstring server = key + index + L"-CC05-0002-0702-AE6472CC92B2}\\InprocServer32";
+  for (const std::wstring& key : {kMenuClass, kIconClass}) {
+    const std::wstring server = key + L"\\InprocServer32";
     ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, server.c_str(), nullptr, REG_SZ, L"C:\\gone.dll", 24);
   }
   const ToolResult result = Probe({L"doctor"});

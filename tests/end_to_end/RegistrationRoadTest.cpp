@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/end_to_end/Registrar.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tools/common/ToolError.h"
@@ -11,9 +12,6 @@
 
 namespace veskard::test {
 namespace {
-
-using testing::Pair;
-using testing::UnorderedElementsAre;
 
 class RegistrationRoadTest : public testing::Test {
  protected:
@@ -41,24 +39,10 @@ class RegistrationRoadTest : public testing::Test {
 TEST_F(RegistrationRoadTest, WritesTheTenValuesAndNothingElse) {
   const RegistrySnapshot before = Machine();
   ASSERT_EQ(RegisterExtension().exitCode, 0u);
-  const std::wstring name = L"REG_SZ Nimbrel Veskard Agent Service 2.7.2";
-  const std::wstring menuId = L"{8AF59405-CC05-0002-0702-AE6472CC92B2}";
-  const std::wstring iconId = L"{8AF59406-CC05-0002-0702-AE6472CC92B2}";
-  const std::wstring classes = L"Software\\Classes\\";
-  const std::wstring menuClass = classes + L"CLSID\\" + menuId;
-  const std::wstring iconClass = classes + L"CLSID\\" + iconId;
-  const std::wstring handler = L"\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2|";
-  const std::wstring library = L"REG_SZ " + ExtensionLibraryPath();
-  EXPECT_THAT(Added(before, Machine()),
-              UnorderedElementsAre(
-                  Pair(menuClass + L"|", name), Pair(menuClass + L"\\InprocServer32|", library),
-                  Pair(menuClass + L"\\InprocServer32|ThreadingModel", L"REG_SZ Apartment"),
-                  Pair(classes + L"*" + handler, L"REG_SZ " + menuId),
-                  Pair(classes + L"lnkfile" + handler, L"REG_SZ " + menuId),
-                  Pair(classes + L"Directory" + handler, L"REG_SZ " + menuId), Pair(iconClass + L"|", name),
-                  Pair(iconClass + L"\\InprocServer32|", library),
-                  Pair(iconClass + L"\\InprocServer32|ThreadingModel", L"REG_SZ Apartment"),
-                  Pair(classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler|", L"REG_SZ " + iconId)));
+  RegistrySnapshot rows;
+  for (const WrittenKey& row : TenRows(ExtensionLibraryPath()))
+    rows[row.key + L"|" + row.valueName] = L"REG_SZ " + row.data;
+  EXPECT_EQ(Added(before, Machine()), rows);
 }
 
 TEST_F(RegistrationRoadTest, RemovalLeavesTheRegistryAsItWas) {

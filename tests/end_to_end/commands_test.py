@@ -1,5 +1,5 @@
 """Every command that a person can type: what it says of itself, and how it refuses
-what it cannot understand: commands_test.py ROOT PROGRAMS_FOLDER"""
+what it cannot understand: commands_test.py ROOT PROGRAMS_FOLDER VERSION"""
 
 import os
 import re
@@ -9,8 +9,8 @@ import unittest
 
 from programs import Programs
 
-ROOT, FOLDER = sys.argv[1:3]
-del sys.argv[1:3]
+ROOT, FOLDER, _ = sys.argv[1:4]
+del sys.argv[1:4]
 PROGRAMS = Programs(ROOT, FOLDER)
 
 # The command, what its help must say of it, and wrong command lines with the

@@ -1,5 +1,5 @@
 """shellprobe doctor: each exit code, and each state that leads to it:
-doctor_test.py ROOT PROGRAMS_FOLDER"""
+doctor_test.py ROOT PROGRAMS_FOLDER VERSION"""
 
 import json
 import os
@@ -7,17 +7,17 @@ import shutil
 import sys
 import unittest
 
-from programs import Programs
+from programs import Programs, class_id
 
-ROOT, FOLDER = sys.argv[1:3]
-del sys.argv[1:3]
+ROOT, FOLDER, VERSION = sys.argv[1:4]
+del sys.argv[1:4]
 
 PROGRAMS = Programs(ROOT, FOLDER)
 LIBRARY = PROGRAMS.library("VeskardShellExt.dll")
-OLDER_LIBRARY = PROGRAMS.library("tests/packages/older_library.dll")
-REFUSING_LIBRARY = PROGRAMS.library("tests/packages/refusing_library.dll")
+OLDER_LIBRARY = PROGRAMS.library("tests/libraries/older_library.dll")
+REFUSING_LIBRARY = PROGRAMS.library("tests/libraries/refusing_library.dll")
 CLASSES = "HKLM\\Software\\Classes"
-SERVER_KEYS = [f"{CLASSES}\\CLSID\\{{8AF5940{index}-CC05-0002-0702-AE6472CC92B2}}\\InprocServer32" for index in "56"]
+SERVER_KEYS = [f"{CLASSES}\\CLSID\\{class_id(index, VERSION)}\\InprocServer32" for index in (5, 6)]
 FILE_TYPE = {f"{CLASSES}\\.ghpl": "Nimbrel Veskard Agent",
              f"{CLASSES}\\Nimbrel Veskard Agent\\DefaultIcon": "%1"}
 SWITCH_KEY = "HKLM\\Software\\Nimbrel\\Sync"
@@ -68,7 +68,7 @@ class DoctorTest(unittest.TestCase):
     def test_an_older_library(self):
         self.serve(OLDER_LIBRARY)
         self.expect(21, f"  ok    the library is {OLDER_LIBRARY}",
-                    "  BAD   its version is 2.7.1, this program's is 2.7.2",
+                    f"  BAD   its version is 2.7.1, this program's is {VERSION}",
                     "  ok    it loads and has its five exports",
                     "  BAD   the registered class cannot be activated (0x80040111); "
                     "register it with: regsvr32 /n /i:S VeskardShellExt.dll")

@@ -1,5 +1,5 @@
 """shellprobe explain in every state that a tree, a registration and an agent can be
-in, as text and as JSON: explain_test.py ROOT PROGRAMS_FOLDER"""
+in, as text and as JSON: explain_test.py ROOT PROGRAMS_FOLDER VERSION"""
 
 import functools
 import json
@@ -8,17 +8,17 @@ import shutil
 import sys
 import unittest
 
-from programs import Programs, end
+from programs import Programs, class_id, end
 
-ROOT, FOLDER = sys.argv[1:3]
-del sys.argv[1:3]
+ROOT, FOLDER, VERSION = sys.argv[1:4]
+del sys.argv[1:4]
 
 PROGRAMS = Programs(ROOT, FOLDER)
 TREE = "C:\\Explained"
 LIBRARY = PROGRAMS.library("VeskardShellExt.dll")
-OLDER_LIBRARY = PROGRAMS.library("tests/packages/older_library.dll")
-MENU_CLASS = "{8AF59405-CC05-0002-0702-AE6472CC92B2}"
-MENU_KEY = "HKLM\\Software\\Classes\\*\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2"
+OLDER_LIBRARY = PROGRAMS.library("tests/libraries/older_library.dll")
+MENU_CLASS = class_id(5, VERSION)
+MENU_KEY = f"HKLM\\Software\\Classes\\*\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service {VERSION}"
 SERVER_KEY = f"HKLM\\Software\\Classes\\CLSID\\{MENU_CLASS}\\InprocServer32"
 ICON_SERVER_KEY = SERVER_KEY.replace("8AF59405", "8AF59406")
 ICON_KEY = "HKLM\\Software\\Classes\\Nimbrel Veskard Agent\\shellex\\IconHandler"
@@ -130,7 +130,7 @@ class ExplainTest(unittest.TestCase):
             facts, states, _, code = self.explain(TREE + "\\plain.txt")
         self.assertEqual((states, code), (["hidden", "hidden", "shown", "shown"], 0))
         self.assertNotIn("bad", {fact["finding"] for fact in facts.values()})
-        self.expect(facts, handler=("good", MENU_CLASS), library=("good", LIBRARY), version=("good", "2.7.2"),
+        self.expect(facts, handler=("good", MENU_CLASS), library=("good", LIBRARY), version=("good", VERSION),
                     exports=("good",), menuClass=("good", MENU_CLASS), iconHandler=("good",), iconClass=("good",),
                     root=("good", TREE), nested=("note", "no nested folder is involved"),
                     mark=("note", TREE + "\\.sync\\FolderType"), selective=("good", "yes"), type=("note", "2"),
@@ -316,7 +316,7 @@ class ExplainTest(unittest.TestCase):
                 ("C:\\gone.dll", "library", "the registry names a library that is not there: C:\\gone.dll"),
                 (TREE + "\\plain.txt", "exports", None),
                 ("C:\\windows\\system32\\version.dll", "exports", "it loads but has no DllGetClassObject"),
-                (OLDER_LIBRARY, "version", "its version is 2.7.1, this program's is 2.7.2"),
+                (OLDER_LIBRARY, "version", f"its version is 2.7.1, this program's is {VERSION}"),
                 # It serves its own version's classes only.
                 (OLDER_LIBRARY, "menuClass", "the menu handler's class cannot be activated")]:
             with self.subTest(library):

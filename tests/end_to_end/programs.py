@@ -54,6 +54,10 @@ class Programs:
         return os.path.join(os.environ["WINEPREFIX"], "drive_c")
 
 
+def class_id(index, version):
+    return "{8AF594%02X-CC05-%04X-%02X%02X-AE6472CC92B2}" % (index, *map(int, version.split(".")))
+
+
 def contents(file):
     file.seek(0)
     return file.read().decode("utf-8").replace("\r\n", "\n")

@@ -1,5 +1,5 @@
 """shellprobe tail beside programs that write, rotate and delete the log:
-tail_test.py ROOT PROGRAMS_FOLDER"""
+tail_test.py ROOT PROGRAMS_FOLDER VERSION"""
 
 import os
 import shutil
@@ -8,8 +8,8 @@ import unittest
 
 from programs import Programs, end
 
-ROOT, FOLDER = sys.argv[1:3]
-del sys.argv[1:3]
+ROOT, FOLDER, _ = sys.argv[1:4]
+del sys.argv[1:4]
 
 PROGRAMS = Programs(ROOT, FOLDER)
 LIBRARY = PROGRAMS.library("VeskardShellExt.dll")

@@ -65,7 +65,7 @@ std::wstring InstallerFixture::IconHandler() {
 }
 
 std::wstring InstallerFixture::ServerOf(const std::wstring& classId) {
-  return ReadMachineText(kClasses + (L"CLSID\\" + classId) + L"\\InprocServer32").value_or(L"none");
+  return ReadMachineText(kClasses + L"CLSID\\" + classId + L"\\InprocServer32").value_or(L"none");
 }
 
 ToolResult InstallerFixture::ProbeIcon(const std::wstring& probe) {

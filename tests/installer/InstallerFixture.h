@@ -8,17 +8,15 @@
 #include <vector>
 
 #include "tests/installer/MachineState.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ToolRun.h"
 
 namespace veskard::test {
 
-inline constexpr wchar_t kClasses[] = L"Software\\Classes\\";
 inline constexpr wchar_t kBinding[] = L"Software\\Classes\\.ghpl";
 inline constexpr wchar_t kFileType[] = L"Software\\Classes\\Nimbrel Veskard Agent";
 
 inline constexpr wchar_t kOlderIconClass[] = L"{8AF59406-CC05-0002-0701-AE6472CC92B2}";
-inline constexpr wchar_t kIconClass[] = L"{8AF59406-CC05-0002-0702-AE6472CC92B2}";
-inline constexpr wchar_t kMenuClass[] = L"{8AF59405-CC05-0002-0702-AE6472CC92B2}";
 
 /// Whatever a test installs or registers goes with it.
 class InstallerFixture : public testing::Test {

@@ -7,6 +7,7 @@
 #include "tests/support/AgentFolder.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
 namespace veskard::test {
@@ -29,36 +30,36 @@ class InstallerTest : public InstallerFixture {
 };
 
 TEST_F(InstallerTest, WritesWhatTheAdministratorsDocumentLists) {
-  const std::wstring handler = L"\\shellex\\ContextMenuHandlers\\Nimbrel Veskard Agent Service 2.7.2| = ";
-  const std::wstring name = L"| = REG_SZ Nimbrel Veskard Agent Service 2.7.2";
-  const std::wstring classes = std::wstring(L"HKLM\\") + kClasses;
-  const std::wstring menu = classes + L"CLSID\\" + kMenuClass;
-  const std::wstring icon = classes + L"CLSID\\" + kIconClass;
+  const std::wstring handler = L"\\shellex\\ContextMenuHandlers\\" + kHandler + L"| = ";
+  const std::wstring name = L"| = REG_SZ " + kHandler;
+  const std::wstring classes = L"HKLM\\" + kClasses;
+  const std::wstring menu = classes + L"CLSID\\" + kMenuId;
+  const std::wstring icon = classes + L"CLSID\\" + kIconId;
   const std::wstring server =
-      L"\\InprocServer32| = REG_SZ " + VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll";
+      L"\\InprocServer32| = REG_SZ " + VersionFolder(kVersionText) + L"\\VeskardShellExt.dll";
   const std::wstring model = L"\\InprocServer32|ThreadingModel = REG_SZ Apartment";
   const std::wstring record = L"HKLM\\Software\\Nimbrel\\Explorer Extension|";
-  EXPECT_THAT(
-      AddedByShippedPackage(),
-      UnorderedElementsAre(
-          // the library's own registration
-          menu + name, menu + server, menu + model, icon + name, icon + server, icon + model,
-          classes + L"*" + handler + L"REG_SZ " + kMenuClass,
-          classes + L"lnkfile" + handler + L"REG_SZ " + kMenuClass,
-          classes + L"Directory" + handler + L"REG_SZ " + kMenuClass,
-          classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler| = REG_SZ " + kIconClass,
-          // the file type
-          classes + L".ghpl| = REG_SZ Nimbrel Veskard Agent",
-          classes + L"Nimbrel Veskard Agent| = REG_SZ Nimbrel Veskard Agent online-only file",
-          classes + L"Nimbrel Veskard Agent\\DefaultIcon| = REG_SZ %1",
-          classes + L"Nimbrel Veskard Agent\\shellex| = REG_SZ ",
-          // the package's record
-          record + L"Library = REG_SZ " + VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll",
-          record + L"Version = REG_SZ 2.7.2", record + L"OwnsBinding = 4 01000000",
-          record + L"OwnsTypeName = 4 01000000", record + L"OwnsTypeIcon = 4 01000000",
-          // the files
-          L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(L"2.7.2"),
-          VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll", VersionFolder(L"2.7.2") + L"\\shellprobe.exe"));
+  EXPECT_THAT(AddedByShippedPackage(),
+              UnorderedElementsAre(
+                  // the library's own registration
+                  menu + name, menu + server, menu + model, icon + name, icon + server, icon + model,
+                  classes + L"*" + handler + L"REG_SZ " + kMenuId,
+                  classes + L"lnkfile" + handler + L"REG_SZ " + kMenuId,
+                  classes + L"Directory" + handler + L"REG_SZ " + kMenuId,
+                  classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler| = REG_SZ " + kIconId,
+                  // the file type
+                  classes + L".ghpl| = REG_SZ Nimbrel Veskard Agent",
+                  classes + L"Nimbrel Veskard Agent| = REG_SZ Nimbrel Veskard Agent online-only file",
+                  classes + L"Nimbrel Veskard Agent\\DefaultIcon| = REG_SZ %1",
+                  classes + L"Nimbrel Veskard Agent\\shellex| = REG_SZ ",
+                  // the package's record
+                  record + L"Library = REG_SZ " + VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
+                  record + L"Version = REG_SZ " + kVersionText, record + L"OwnsBinding = 4 01000000",
+                  record + L"OwnsTypeName = 4 01000000", record + L"OwnsTypeIcon = 4 01000000",
+                  // the files
+                  L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(kVersionText),
+                  VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
+                  VersionFolder(kVersionText) + L"\\shellprobe.exe"));
 }
 
 TEST_F(InstallerTest, AppearsInTheListOfPrograms) {
@@ -66,9 +67,9 @@ TEST_F(InstallerTest, AppearsInTheListOfPrograms) {
   ASSERT_THAT(InstalledProducts(), SizeIs(1));
   const std::wstring key = kUninstallKey + InstalledProducts()[0];
   EXPECT_EQ(ReadMachineText(key, L"DisplayName"), L"Nimbrel Veskard Agent Explorer Extension");
-  EXPECT_EQ(ReadMachineText(key, L"DisplayVersion"), L"2.7.2");
+  EXPECT_EQ(ReadMachineText(key, L"DisplayVersion"), kVersionText);
   EXPECT_EQ(ReadMachineText(key, L"Publisher"), L"Nimbrel");
-  EXPECT_EQ(ReadMachineText(key, L"InstallLocation"), VersionFolder(L"2.7.2") + L"\\");
+  EXPECT_EQ(ReadMachineText(key, L"InstallLocation"), VersionFolder(kVersionText) + L"\\");
 }
 
 // There is no screen here: whatever asked something would wait for ever or fail.
@@ -86,14 +87,16 @@ TEST_F(InstallerTest, ASilentRunAsksAndPrintsNothing) {
 TEST_F(InstallerTest, TheInstalledDoctorFindsTheInstallationGood) {
   const AgentFolder logFolder;
   ASSERT_EQ(Install(ShippedPackage()), 0u);
-  const ToolResult result = RunProgram(VersionFolder(L"2.7.2") + L"\\shellprobe.exe", {L"doctor"});
+  const ToolResult result = RunProgram(VersionFolder(kVersionText) + L"\\shellprobe.exe", {L"doctor"});
   EXPECT_EQ(result.exitCode, 0u);
   EXPECT_EQ(result.errors, "");
-  for (const char* line :
-       {"the ten values are there", "Extension\\2.7.2\\VeskardShellExt.dll", "its version is 2.7.2",
-        "both classes can be activated", "\".ghpl\" files have the type that the icons are for",
-        "the type lets each file have an icon of its own", "texts are English"}) {
-    EXPECT_THAT(result.output, HasSubstr(line + std::string("\n")));
+  const std::string version = ToUtf8(kVersionText);
+  for (const std::string& line :
+       std::vector<std::string>{"the ten values are there", "Extension\\" + version + "\\VeskardShellExt.dll",
+                                "its version is " + version, "both classes can be activated",
+                                "\".ghpl\" files have the type that the icons are for",
+                                "the type lets each file have an icon of its own", "texts are English"}) {
+    EXPECT_THAT(result.output, HasSubstr(line + "\n"));
   }
   EXPECT_THAT(result.output, Not(HasSubstr("BAD")));
 }
@@ -108,14 +111,14 @@ TEST_F(InstallerTest, TheDoctorFindsTheInstallationGoneAfterRemoval) {
 
 TEST_F(InstallerTest, WhatIsInstalledWorksThroughCom) {
   ASSERT_EQ(Install(ShippedPackage()), 0u);
-  const ToolResult result = ProbeIconOfVersion(L"2.7.2");
+  const ToolResult result = ProbeIconOfVersion(kVersionText);
   EXPECT_EQ(result.exitCode, 0u) << result.errors;
   EXPECT_THAT(result.output, HasSubstr("a.txt.ghpl: 256x256"));
 }
 
 TEST_F(InstallerTest, RemovalLeavesTheMachineAsItWas) {
   ASSERT_EQ(Install(ShippedPackage()), 0u);
-  EXPECT_EQ(ProbeIconOfVersion(L"2.7.2").exitCode, 0u);
+  EXPECT_EQ(ProbeIconOfVersion(kVersionText).exitCode, 0u);
   ASSERT_EQ(RunInstaller({L"/x", ShippedPackage()}), 0u);
   ExpectSame(Clean(), TakeMachineState());
 }
@@ -132,13 +135,13 @@ TEST_F(InstallerTest, WhatCannotBeInstalledLeavesTheInstalledVersionAsItWas) {
   ExpectSame(installed, TakeMachineState());
   EXPECT_EQ(Install(OlderPackage()), static_cast<DWORD>(ERROR_INSTALL_FAILURE));
   ExpectSame(installed, TakeMachineState());
-  EXPECT_EQ(ProbeIconOfVersion(L"2.7.2").exitCode, 0u);
+  EXPECT_EQ(ProbeIconOfVersion(kVersionText).exitCode, 0u);
 }
 
 TEST_F(InstallerTest, ReinstallingMendsWhatIsMissing) {
   const std::vector<std::wstring> expected = AddedByShippedPackage();
   ASSERT_EQ(Install(ShippedPackage()), 0u);
-  ASSERT_TRUE(::DeleteFileW((VersionFolder(L"2.7.2") + L"\\VeskardShellExt.dll").c_str()));
+  ASSERT_TRUE(::DeleteFileW((VersionFolder(kVersionText) + L"\\VeskardShellExt.dll").c_str()));
   ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kFileType);
   ASSERT_EQ(RunInstaller({L"/i", ShippedPackage(), L"REINSTALL=ALL"}), 0u);
   EXPECT_EQ(AddedByPackage(Clean(), TakeMachineState()), expected);

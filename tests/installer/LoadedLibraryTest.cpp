@@ -63,57 +63,57 @@ TEST_F(LoadedLibraryTest, AnUpgradeTakesEffectAtOnceAndDisturbsNobody) {
   ASSERT_EQ(Install(OlderPackage()), kDone);
   {
     HostProcess host;
-    ASSERT_EQ(host.Activate(kOlderIconClass), ServedBy(L"2.7.1"));
+    ASSERT_EQ(host.Activate(kOlderIconClass), ServedBy(kOlderVersion));
     EXPECT_THAT(Install(ShippedPackage()), AnyOf(kDone, kDoneAtRestart));
 
     // The object of the older version lives on, its process gets the new version
     // beside it, and so does a new process.
     EXPECT_EQ(host.Ask(), kOk);
-    EXPECT_EQ(IconHandler(), kIconClass);
-    EXPECT_EQ(host.Activate(kIconClass), ServedBy(L"2.7.2"));
-    EXPECT_EQ(host.Activate(kMenuClass), ServedBy(L"2.7.2"));
-    EXPECT_EQ(ProbeIconOfVersion(L"2.7.2").exitCode, kDone);
+    EXPECT_EQ(IconHandler(), kIconId);
+    EXPECT_EQ(host.Activate(kIconId), ServedBy(kVersionText));
+    EXPECT_EQ(host.Activate(kMenuId), ServedBy(kVersionText));
+    EXPECT_EQ(ProbeIconOfVersion(kVersionText).exitCode, kDone);
 
     EXPECT_THAT(InstalledProducts(), SizeIs(1));
     EXPECT_EQ(ServerOf(kOlderIconClass), L"none");
-    EXPECT_EQ(AddedWithoutTheLibraryInUse(L"2.7.1"), expected);
+    EXPECT_EQ(AddedWithoutTheLibraryInUse(kOlderVersion), expected);
   }
   ASSERT_EQ(RemoveProducts(), kDone);
-  ExpectOnlyTheLibraryInUse(L"2.7.1");
+  ExpectOnlyTheLibraryInUse(kOlderVersion);
 }
 
 TEST_F(LoadedLibraryTest, AFailingUpgradeDisturbsNobody) {
   const std::vector<std::wstring> expected = AddedByShippedPackage();
   ASSERT_EQ(Install(ShippedPackage()), kDone);
   HostProcess host;
-  ASSERT_EQ(host.Activate(kIconClass), ServedBy(L"2.7.2"));
+  ASSERT_EQ(host.Activate(kIconId), ServedBy(kVersionText));
   EXPECT_NE(Install(RefusingPackage()), kDone);
   EXPECT_EQ(AddedByPackage(Clean(), TakeMachineState()), expected);
   EXPECT_EQ(host.Ask(), kOk);
-  EXPECT_EQ(HostProcess().Activate(kIconClass), ServedBy(L"2.7.2"));
+  EXPECT_EQ(HostProcess().Activate(kIconId), ServedBy(kVersionText));
 }
 
 TEST_F(LoadedLibraryTest, TheSameVersionAgainKeepsTheRegistration) {
   const std::vector<std::wstring> expected = AddedByShippedPackage();
   ASSERT_EQ(Install(ShippedPackage()), kDone);
   HostProcess host;
-  ASSERT_EQ(host.Activate(kIconClass), ServedBy(L"2.7.2"));
+  ASSERT_EQ(host.Activate(kIconId), ServedBy(kVersionText));
   EXPECT_THAT(RunInstaller({L"/i", ShippedPackage(), L"REINSTALL=ALL", L"REINSTALLMODE=amus"}),
               AnyOf(kDone, kDoneAtRestart));
   EXPECT_EQ(AddedByPackage(Clean(), TakeMachineState()), expected);
-  EXPECT_EQ(HostProcess().Activate(kIconClass), ServedBy(L"2.7.2"));
+  EXPECT_EQ(HostProcess().Activate(kIconId), ServedBy(kVersionText));
 }
 
 TEST_F(LoadedLibraryTest, RemovalUnregistersAtOnce) {
   ASSERT_EQ(Install(ShippedPackage()), kDone);
   {
     HostProcess host;
-    ASSERT_EQ(host.Activate(kIconClass), ServedBy(L"2.7.2"));
+    ASSERT_EQ(host.Activate(kIconId), ServedBy(kVersionText));
     EXPECT_THAT(RemoveProducts(), AnyOf(kDone, kDoneAtRestart));
     EXPECT_EQ(IconHandler(), L"none");
     EXPECT_EQ(host.Ask(), kOk);
   }
-  ExpectOnlyTheLibraryInUse(L"2.7.2");
+  ExpectOnlyTheLibraryInUse(kVersionText);
 }
 
 }  // namespace

@@ -24,10 +24,6 @@ std::wstring RefusingPackage() {
   return BuiltProgram(L"tests\\packages\\refusing.msi");
 }
 
-std::wstring OlderLibrary() {
-  return BuiltProgram(L"tests\\packages\\older_library.dll");
-}
-
 std::wstring VersionFolder(const std::wstring& version) {
   return L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\" + version;
 }

@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "core/Product.h"
 #include "tests/support/ToolRun.h"
 
 namespace veskard::test {
 
-std::wstring OlderPackage();     // 2.7.1
-std::wstring ShippedPackage();   // 2.7.2
-std::wstring RefusingPackage();  // 2.7.3, whose library refuses to be registered
+inline constexpr wchar_t kOlderVersion[] = L"2.7.1";
 
-/// The built library of the older package.
-std::wstring OlderLibrary();
+std::wstring OlderPackage();
+std::wstring ShippedPackage();   // kVersionText
+std::wstring RefusingPackage();  // a newer one, whose library refuses to be registered
 
 /// Where a version's files are installed.
 std::wstring VersionFolder(const std::wstring& version);

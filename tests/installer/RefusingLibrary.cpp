@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr wchar_t kClassId[] = L"{8AF59406-CC05-0002-0703-AE6472CC92B2}";
-constexpr wchar_t kClassKey[] = L"Software\\Classes\\CLSID\\{8AF59406-CC05-0002-0703-AE6472CC92B2}";
+constexpr wchar_t kClassId[] = L"{8AF59406-CC05-0063-0000-AE6472CC92B2}";
+constexpr wchar_t kClassKey[] = L"Software\\Classes\\CLSID\\{8AF59406-CC05-0063-0000-AE6472CC92B2}";
 constexpr wchar_t kIconHandlerKey[] = L"Software\\Classes\\Nimbrel Veskard Agent\\shellex\\IconHandler";
 
 void WriteDefault(const wchar_t* key, const wchar_t* text) noexcept {
@@ -16,7 +16,7 @@ void WriteDefault(const wchar_t* key, const wchar_t* text) noexcept {
 }
 
 HRESULT RegisterHalf() noexcept {
-  WriteDefault(kClassKey, L"Nimbrel Veskard Agent Service 2.7.3");
+  WriteDefault(kClassKey, L"Nimbrel Veskard Agent Service 99.0.0");
   WriteDefault(kIconHandlerKey, kClassId);
   return E_FAIL;
 }

@@ -19,14 +19,14 @@ namespace {
 class ReplaceByHandTest : public InstallerFixture {
  protected:
   ReplaceByHandTest() {
-    std::filesystem::copy_file(OlderLibrary(), final_);
+    std::filesystem::copy_file(OlderLibraryPath(), final_);
     std::filesystem::copy_file(ExtensionLibraryPath(), fresh_);
     EXPECT_EQ(Register(final_), 0u);
     EXPECT_EQ(host_.Activate(kOlderIconClass), "0x00000000 " + ToUtf8(final_));
   }
   ~ReplaceByHandTest() override {
     Unregister(ExtensionLibraryPath());
-    Unregister(OlderLibrary());
+    Unregister(OlderLibraryPath());
   }
 
   static DWORD Register(const std::wstring& library) {
@@ -61,15 +61,15 @@ TEST_F(ReplaceByHandTest, ALoadedLibraryCanBeRenamedButNotOverwritten) {
 
 TEST_F(ReplaceByHandTest, NewProcessesGetTheNewLibrary) {
   Replace();
-  EXPECT_EQ(IconHandler(), kIconClass);
-  EXPECT_EQ(ServerOf(kIconClass), final_);
+  EXPECT_EQ(IconHandler(), kIconId);
+  EXPECT_EQ(ServerOf(kIconId), final_);
   EXPECT_EQ(ProbeExitCode(), 0u);
 }
 
 // Why the package gives each version a folder of its own.
 TEST_F(ReplaceByHandTest, AProcessThatHasTheOlderFileLoadedNeedsARestart) {
   Replace();
-  EXPECT_EQ(host_.Activate(kIconClass), HexCode(CLASS_E_CLASSNOTAVAILABLE));
+  EXPECT_EQ(host_.Activate(kIconId), HexCode(CLASS_E_CLASSNOTAVAILABLE));
   EXPECT_EQ(host_.Ask(), "0x00000000");
 }
 

@@ -15,7 +15,7 @@ sys.path.insert(0, os.path.dirname(MAKE_MSI))
 from make_msi import file_version  # noqa: E402
 
 LIBRARY = os.path.join(PROGRAMS, "VeskardShellExt.dll")
-OLDER_LIBRARY = os.path.join(PROGRAMS, "tests/packages/older_library.dll")
+OLDER_LIBRARY = os.path.join(PROGRAMS, "tests/libraries/older_library.dll")
 PROBE = os.path.join(PROGRAMS, "shellprobe.exe")
 ICON = os.path.join(PROGRAMS, "shellext/icons/menu_sync.ico")
 SHIPPED = os.path.join(PROGRAMS, f"VeskardShellExt-{VERSION}-x64.msi")

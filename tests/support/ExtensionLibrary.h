@@ -7,17 +7,25 @@
 #include <string>
 
 #include "core/WindowsOwners.h"
+#include "shellext/ClassIds.h"
 
 namespace veskard::test {
 
 /// The path of the library that was built beside this test.
 std::wstring ExtensionLibraryPath();
 
+/// The same of an older version of it, which serves other classes (OlderClassId).
+std::wstring OlderLibraryPath();
+
+/// The identifier of an index as version 2.7.1 has it.
+GUID OlderClassId(unsigned index) noexcept;
+
 class ExtensionLibrary {
  public:
   /// Loads it; the test fails when that fails or when an export is missing.
   ExtensionLibrary() : ExtensionLibrary(ExtensionLibraryPath()) {}
-  explicit ExtensionLibrary(const std::wstring& path);
+  /// The same of another file; `classIds` are those of its version.
+  explicit ExtensionLibrary(const std::wstring& path, GUID (*classIds)(unsigned) = &ClassId);
 
   HMODULE Module() const noexcept { return module_.Get(); }
   /// Gives back the one reference; nothing may be called afterwards.
@@ -46,6 +54,7 @@ class ExtensionLibrary {
   HRESULT CreateObject(unsigned classIndex, REFIID riid, void** ppv) const;
 
   UniqueModule module_;
+  GUID (*classIds_)(unsigned index);
   HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
   HRESULT(STDAPICALLTYPE* install_)(BOOL, const wchar_t*) = nullptr;
   HRESULT(STDAPICALLTYPE* register_)() = nullptr;

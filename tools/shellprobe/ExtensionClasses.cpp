@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/Product.h"
+#include "shellext/ClassIds.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ProbeExit.h"
@@ -12,19 +13,8 @@
 namespace veskard {
 namespace {
 
-// Identifiers that the library serves whether it is registered or not.
-constexpr CLSID kMenuHandlerClass = {
-    0x8AF59405, 0xCC05, 0x0002, {0x07, 0x02, 0xAE, 0x64, 0x72, 0xCC, 0x92, 0xB2}};
-constexpr CLSID kIconHandlerClass = {
-    0x8AF59406, 0xCC05, 0x0002, {0x07, 0x02, 0xAE, 0x64, 0x72, 0xCC, 0x92, 0xB2}};
-
 // Names, identifiers and paths fit; anything longer is of another origin.
 constexpr size_t kLongestText = 1024;
-
-std::wstring VersionText() {
-  return std::to_wstring(kVersionMajor) + L"." + std::to_wstring(kVersionMinor) + L"." +
-         std::to_wstring(kVersionPatch);
-}
 
 ToolError NotRegistered(const std::string& what) {
   return ToolError(kNotRegistered, what + "; register it with: regsvr32 /n /i:S VeskardShellExt.dll");
@@ -58,12 +48,12 @@ ExtensionClasses::ExtensionClasses(const std::wstring& library)
 }
 
 UniqueCom<IUnknown> ExtensionClasses::NewMenuHandler(const std::wstring& path) const {
-  if (library_) return FromLibrary(kMenuHandlerClass);
+  if (library_) return FromLibrary(ClassId(kContextMenuClass));
   return Activate(ReadClassId(MenuHandlerKey(FileClassOf(path))));
 }
 
 UniqueCom<IUnknown> ExtensionClasses::NewIconHandler() const {
-  return library_ ? FromLibrary(kIconHandlerClass) : Activate(ReadClassId(IconHandlerKey()));
+  return library_ ? FromLibrary(ClassId(kFileIconClass)) : Activate(ReadClassId(IconHandlerKey()));
 }
 
 UniqueCom<IUnknown> ExtensionClasses::FromLibrary(const CLSID& classId) const {
@@ -93,7 +83,7 @@ std::wstring FileClassOf(const std::wstring& path) {
 
 std::wstring MenuHandlerKey(const std::wstring& fileClass) {
   return L"Software\\Classes\\" + fileClass + L"\\shellex\\ContextMenuHandlers\\" + kAgentName +
-         L" Service " + VersionText();
+         L" Service " + kVersionText;
 }
 
 std::wstring IconHandlerKey() {

@@ -17,20 +17,16 @@ namespace {
 constexpr const char* kExports[] = {"DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
                                     "DllInstall", "GetExtVersion"};
 
-std::string OwnVersionText() {
-  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
-         std::to_string(kVersionPatch);
-}
-
 void ReportVersion(Report& report, const std::wstring& file) {
   const std::string version = FileVersionText(file);
-  if (version == OwnVersionText()) {
+  const std::string ownVersion = ToUtf8(kVersionText);
+  if (version == ownVersion) {
     report.Good("version", "its version is " + version, version);
   } else {
-    report.Bad("version",
-               "its version is " + (version.empty() ? "not told" : version) + ", this program's is " +
-                   OwnVersionText(),
-               version);
+    report.Bad(
+        "version",
+        "its version is " + (version.empty() ? "not told" : version) + ", this program's is " + ownVersion,
+        version);
   }
 }
 

@@ -13,7 +13,7 @@ std::wstring LibraryOfClass(const std::wstring& classId);
 /// The same of this version's context-menu class.
 std::wstring RegisteredLibraryPath();
 
-/// "2.7.2" from the file's version resource; empty without one.
+/// "MAJOR.MINOR.PATCH" from the file's version resource; empty without one.
 std::string FileVersionText(const std::wstring& file);
 
 /// Adds facts "library", "version" and "exports" about a library file. It is
