@@ -1,35 +1,16 @@
-// Two versions of the library in one process, as after an update that Explorer has
-// not been told of.
-#include <filesystem>
+// Two versions of the library in one process, as after an update while Explorer runs.
+#include <algorithm>
+#include <memory>
 
 #include "tests/shellext/contextmenu/LibraryMenu.h"
-#include "tests/support/FileTools.h"
+#include "tests/support/RegistrySnapshot.h"
 
 namespace veskard::test {
 namespace {
 
-// The built library as another version: the same code, with other words in its
-// version resource.
-void WriteAnotherVersion(const std::wstring& path) {
-  constexpr std::wstring_view kOurs = L"2.7.2", kTheirs = L"2.7.1";
-  std::string bytes = ReadBytes(ExtensionLibraryPath());
-  const auto raw = [](std::wstring_view text) {
-    return std::string_view(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
-  };
-  size_t found = 0;
-  for (size_t at = bytes.find(raw(kOurs)); at != std::string::npos; at = bytes.find(raw(kOurs), at + 1)) {
-    bytes.replace(at, raw(kTheirs).size(), raw(kTheirs));
-    ++found;
-  }
-  ASSERT_GT(found, 0u);
-  WriteBytes(path, bytes);
-}
-
 class TwoLibrariesTest : public LibraryMenuTest {
  protected:
   TwoLibrariesTest() {
-    WriteAnotherVersion(otherPath_);
-    other_ = std::make_unique<ExtensionLibrary>(otherPath_);
     tree_.MarkRoot(L"root", kSelective);
     item_ = tree_.MakeFile(L"root\\a.txt");
   }
@@ -44,11 +25,49 @@ class TwoLibrariesTest : public LibraryMenuTest {
     return Letters(ItemsOf(menu.Get()));
   }
 
-  ScratchFolder folder_;
-  const std::wstring otherPath_ = folder_ / L"VeskardShellExt_old.dll";
-  std::unique_ptr<ExtensionLibrary> other_;
+  static bool Serves(const ExtensionLibrary& library, const GUID& classId) {
+    UniqueCom<IClassFactory> factory;
+    const HRESULT result =
+        library.DllGetClassObject(classId, IID_IClassFactory, reinterpret_cast<void**>(factory.Out()));
+    EXPECT_EQ(result, factory ? S_OK : CLASS_E_CLASSNOTAVAILABLE);
+    return result == S_OK;
+  }
+
+  // The entries that carry a version. The icon handler's key does not: whichever
+  // version registers last has it.
+  static RegistrySnapshot OwnEntries() {
+    RegistrySnapshot entries = TakeRegistrySnapshot(HKEY_LOCAL_MACHINE);
+    std::erase_if(entries, [](const auto& entry) {
+      return entry.first.find(L"-CC05-") == std::wstring::npos &&
+             entry.first.find(L" Service ") == std::wstring::npos;
+    });
+    return entries;
+  }
+
+  std::unique_ptr<ExtensionLibrary> other_ =
+      std::make_unique<ExtensionLibrary>(OlderLibraryPath(), &OlderClassId);
   std::wstring item_;
 };
+
+TEST_F(TwoLibrariesTest, EachServesTheClassesOfItsOwnVersionOnly) {
+  for (const unsigned index : {0u, 1u, 5u, 6u}) {
+    EXPECT_TRUE(Serves(library_, ClassId(index)));
+    EXPECT_FALSE(Serves(library_, OlderClassId(index)));
+    EXPECT_TRUE(Serves(*other_, OlderClassId(index)));
+    EXPECT_FALSE(Serves(*other_, ClassId(index)));
+  }
+}
+
+TEST_F(TwoLibrariesTest, EachRegistersBesideTheOtherAndTakesBackItsOwn) {
+  ASSERT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
+  const RegistrySnapshot ours = OwnEntries();
+  ASSERT_EQ(other_->DllInstall(TRUE, L"S"), S_OK);
+  const RegistrySnapshot both = OwnEntries();
+  EXPECT_EQ(both.size(), 2 * ours.size());
+  EXPECT_TRUE(std::ranges::includes(both, ours));
+  ASSERT_EQ(other_->DllInstall(FALSE, L"S"), S_OK);
+  EXPECT_EQ(OwnEntries(), ours);
+}
 
 TEST_F(TwoLibrariesTest, EachMakesItsOwnMenus) {
   ASSERT_NE(library_.Module(), other_->Module());
@@ -84,7 +103,7 @@ TEST_F(TwoLibrariesTest, WhenOneIsUnloadedTheOtherGoesOn) {
   EXPECT_EQ(MenuOf(*other_), "Ra");
   EXPECT_EQ(MenuOf(library_), "Ra");
   other_.reset();
-  EXPECT_EQ(::GetModuleHandleW(L"VeskardShellExt_old.dll"), nullptr);
+  EXPECT_EQ(::GetModuleHandleW(L"older_library.dll"), nullptr);
   EXPECT_EQ(MenuOf(library_), "Ra");
 }
 
