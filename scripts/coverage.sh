@@ -27,7 +27,7 @@ report="$build/coverage"
 mkdir -p "$report"
 # Branches that only an exception takes are the compiler's, not ours. Objects of the
 # library only: other targets compile some of its sources with other versions.
-folders=(core util benc fs lang shellext)
+read -ra folders <<<"$(library_folders)"
 run "$build/logs/gcovr.log" gcovr --root "$root" --gcov-executable x86_64-w64-mingw32-gcov-posix \
   --gcov-ignore-parse-errors --exclude-throw-branches --exclude-unreachable-branches \
   "${folders[@]/#/--filter=}" --json "$report/counts.json" "${folders[@]/#/$build/win64-coverage/}"

@@ -3,6 +3,7 @@
 
     scripts/dependencies.py check FOLDER [LINKS]    FOLDER is the project's root
     scripts/dependencies.py draw FOLDER             needs graphviz
+    scripts/dependencies.py folders                  the top folders of the library, in one line
 
 "check" prints a line for each include that points the wrong way, for each file
 that is not there, for each circle of units (a header and its source) that is not
@@ -38,6 +39,7 @@ ABOVE = {
     "tools/contactsheet": ["core", "tools/common", "tools/marks", "tools/shellprobe"],
 }
 TOOLS = list(ABOVE)
+LIBRARY_TOPS = list(dict.fromkeys(name.split("/")[0] for name in LIBRARY))
 ABOVE |= {"tests": [*LIBRARY, *TOOLS], "bench": [*LIBRARY, *TOOLS, "tests"], "fuzz": [*LIBRARY, "tests"]}
 
 # Circles of units that stay, and why. Every other one is a finding, and so is one that
@@ -251,6 +253,9 @@ def draw(root):
 def main(words):
     if words and words[0] in ("-h", "--help"):
         print(__doc__)
+        return 0
+    if words == ["folders"]:
+        print(*LIBRARY_TOPS)
         return 0
     actions = {("check", 1): check, ("check", 2): check, ("draw", 1): draw}
     action = actions.get((words[0], len(words) - 1)) if words else None

@@ -12,6 +12,9 @@ product_version() {
     die "CMakeLists.txt names no version"
 }
 
+# The top folders of the library's sources.
+library_folders() { python3 -B "$root/scripts/dependencies.py" folders; }
+
 say() { printf '%s\n' "==> $*"; }
 die() { printf '%s\n' "error: $*" >&2; exit 1; }
 

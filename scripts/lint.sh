@@ -10,7 +10,7 @@ refuse_options "$@"
 
 cd "$root"
 "$root/scripts/install-deps.sh" lint
-folders=(core util benc fs lang shellext tools)
+read -ra folders <<<"$(library_folders) tools"
 # Clang's own build tells it the flags and finds the headers.
 run "$build/logs/configure-win64-clang.log" cmake --preset win64-clang
 run "$build/logs/generated.log" cmake --build --preset win64-clang --target language_archive_file

@@ -7,10 +7,14 @@ import unittest
 
 ROOT = sys.argv[1]
 del sys.argv[1]
+sys.path.insert(0, os.path.join(ROOT, "scripts"))
+
+from dependencies import LIBRARY_TOPS  # noqa: E402
 
 # Folders of the tree; build/ is made, and not looked into.
-FOLDERS = "core|util|benc|fs|lang|shellext|tools|tests|bench|fuzz|installer|docs|scripts|cmake"
-IN_TREE = re.compile(rf"(?<![\w/\\.-])((?:\./)?(?:{FOLDERS})/[\w./*!-]*[\w*/])")
+FOLDERS = sorted(name for name in os.listdir(ROOT)
+                 if os.path.isdir(os.path.join(ROOT, name)) and name != "build" and not name.startswith("."))
+IN_TREE = re.compile(rf"(?<![\w/\\.-])((?:\./)?(?:{'|'.join(FOLDERS)})/[\w./*!-]*[\w*/])")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`\n]+)`")
 FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
@@ -39,7 +43,7 @@ def anchors(text):
 
 
 def library_sources():
-    for top in ["core", "util", "benc", "fs", "lang", "shellext"]:
+    for top in LIBRARY_TOPS:
         for folder, _, names in os.walk(os.path.join(ROOT, top)):
             for name in names:
                 if name.endswith((".cpp", ".h")):
