@@ -58,6 +58,25 @@ def exists(path):
     return os.path.exists(place) or os.path.exists(place + ".h")
 
 
+def product_version():
+    return re.search(r"^project\(.* VERSION ([\d.]+) ", read("CMakeLists.txt"), re.MULTILINE).group(1)
+
+
+def in_identifier(version):
+    """The version as the two groups of a class identifier that hold it."""
+    return "{:04X}-{:02X}{:02X}".format(*map(int, version.split(".")))
+
+
+def tree_files():
+    """Every file of the tree outside docs/ and build/ that is text."""
+    yield from (name for name in os.listdir(ROOT) if name.endswith((".txt", ".json")))
+    for top in set(FOLDERS) - {"docs"}:
+        for folder, _, names in os.walk(os.path.join(ROOT, top)):
+            for name in names:
+                if name.endswith((".cpp", ".h", ".in", ".rc", ".txt", ".cmake", ".py", ".sh", ".manifest")):
+                    yield os.path.relpath(os.path.join(folder, name), ROOT)
+
+
 def commands(pattern, folder, *files):
     sources = "".join(read(f"{folder}/{name}") for name in files or os.listdir(os.path.join(ROOT, folder)))
     return set(re.findall(pattern, sources))
@@ -127,6 +146,30 @@ class DocumentsTest(unittest.TestCase):
                 if not argument.startswith('L"'):
                     others[source] = argument
         self.assertEqual(others, {"shellext/contextmenu/ShellContextMenu.cpp": "command.addedLine"})
+
+
+    def test_the_version_stands_in_one_place(self):
+        """What else holds it pins what a version registers."""
+        version = product_version()
+        spellings = {version, in_identifier(version), version.replace(".", ",") + ",0"}
+        found = {path for path in tree_files() if any(spelling in read(path) for spelling in spellings)}
+        pins = {"tests/shellext/" + name for name in ("ClassIdsTest.cpp", "LibraryRegistrationTest.cpp",
+                                                      "LibraryTest.cpp", "RegisteredValues.h", "RegistrationTest.cpp")}
+        self.assertEqual(found, {"CMakeLists.txt", *pins})
+
+    def test_documents_name_this_version(self):
+        version = product_version()
+        names = 0
+        for document in documents():
+            text = read(document)
+            for found in re.findall(r"(?<![\d.])\d+\.\d+\.\d+(?!\d|\.\d)", text):
+                names += 1
+                with self.subTest(document):
+                    self.assertEqual(found, version)
+            for found in re.findall(r"CC05-([0-9A-F]{4}-[0-9A-F]{4})-AE64|`([0-9A-F]{4}-[0-9A-F]{4})`", text):
+                with self.subTest(document):
+                    self.assertEqual("".join(found), in_identifier(version))
+        self.assertGreaterEqual(names, 10)
 
 
 if __name__ == "__main__":
