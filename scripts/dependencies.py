@@ -3,7 +3,7 @@
 
     scripts/dependencies.py check FOLDER [LINKS]    FOLDER is the project's root
     scripts/dependencies.py draw FOLDER             needs graphviz
-    scripts/dependencies.py folders                  the top folders of the library, in one line
+    scripts/dependencies.py folders                 the top folders of the library, in one line
 
 "check" prints a line for each include that points the wrong way, for each file
 that is not there, for each circle of units (a header and its source) that is not

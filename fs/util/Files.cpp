@@ -14,6 +14,16 @@
 
 namespace veskard {
 
+bool FileExists(const wchar_t* path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool FolderExists(const wchar_t* path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size, uint32_t limit) {
   size = 0;
   const UniqueFile file = OpenByMode(path, kModeRead, 0);

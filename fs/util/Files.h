@@ -10,6 +10,13 @@
 
 namespace veskard {
 
+/// Whether something exists there that is no folder: one attribute query. False also when
+/// the system refuses to look; the thread's last error then says why.
+bool FileExists(const wchar_t* path) noexcept;
+
+/// The same for a folder.
+bool FolderExists(const wchar_t* path) noexcept;
+
 /// The bytes of a file with a zero byte behind them; `size` does not count that one. Any
 /// failure (opening, sizing, more than `limit` bytes, allocation, a short read) gives
 /// null and size 0. The largest limit is what one read can take.

@@ -5,11 +5,6 @@
 namespace veskard {
 namespace {
 
-bool IsFolder(const std::wstring& path) noexcept {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 // How many leading components name what no one can create: a drive, or a server
 // and its share.
 size_t RootComponents(const PathVector& path) noexcept {
@@ -22,9 +17,9 @@ size_t RootComponents(const PathVector& path) noexcept {
 // Another process may make the same folder at the same time: then it exists, and
 // all is well.
 bool MakeOneFolder(const std::wstring& path) noexcept {
-  if (IsFolder(path) || ::CreateDirectoryW(path.c_str(), nullptr)) return true;
+  if (FolderExists(path.c_str()) || ::CreateDirectoryW(path.c_str(), nullptr)) return true;
   const LastErrorKeeper keeper;
-  return ::GetLastError() == ERROR_ALREADY_EXISTS && IsFolder(path);
+  return ::GetLastError() == ERROR_ALREADY_EXISTS && FolderExists(path.c_str());
 }
 
 bool MakeFolderChain(const PathVector& path) {
@@ -33,7 +28,8 @@ bool MakeFolderChain(const PathVector& path) {
     return false;
   }
   const size_t root = RootComponents(path);
-  if (path.Count() <= root) return IsFolder(path.ToString(path.Separator(), 0) + path.Separator());
+  if (path.Count() <= root)
+    return FolderExists((path.ToString(path.Separator(), 0) + path.Separator()).c_str());
   for (size_t count = root + 1; count <= path.Count(); ++count) {
     if (!MakeOneFolder(path.ToString(path.Separator(), count))) return false;
   }

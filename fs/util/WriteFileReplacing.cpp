@@ -21,11 +21,6 @@ constexpr size_t kNameSize = 260;
 // Nothing in this system sets another seed: every call draws the same number.
 constexpr unsigned kRandomSeed = 1;
 
-bool FileExists(const wchar_t* path) noexcept {
-  const DWORD attributes = ::GetFileAttributesW(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
-
 // A formatted name, cut where a buffer of `size` characters ends.
 template <class... Args>
 std::wstring CutName(size_t size, const wchar_t* format, const Args&... args) {

@@ -6,6 +6,7 @@
 
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/Files.h"
 #include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/module/Clock.h"
 
@@ -29,11 +30,6 @@ UniqueRegKey OpenInstallKey() {
     static_cast<void>(key.Release());  // whatever a failed call left there is no key
   }
   return key;
-}
-
-bool IsFile(const std::wstring& path) noexcept {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 // Starts the program and lets it go: nobody waits for its end.
@@ -88,7 +84,7 @@ std::wstring StartUserAgent() {
   if (location.empty()) return {};
   // The separator is always added, also after a folder that ends with one.
   const std::wstring program = location + L"\\" + kAgentName + L".exe";
-  if (!IsFile(program) || !StartProgram(program)) return {};
+  if (!FileExists(program.c_str()) || !StartProgram(program)) return {};
   return WaitForUserPipe();
 }
 

@@ -6,6 +6,7 @@
 
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/Files.h"
 #include "shellext/ClassIds.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
@@ -71,8 +72,7 @@ std::string FileVersionText(const std::wstring& file) {
 }
 
 bool ReportLibraryFile(Report& report, const std::wstring& file) {
-  const DWORD attributes = ::GetFileAttributesW(file.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+  if (!FileExists(file.c_str())) {
     report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file), ToUtf8(file));
     return false;
   }

@@ -9,6 +9,7 @@
 
 #include "benc/BencParser.h"
 #include "benc/BencValue.h"
+#include "fs/util/Files.h"
 #include "fs/util/Handle.h"
 #include "fs/util/LongPath.h"
 #include "fs/util/PathText.h"
@@ -121,8 +122,7 @@ size_t ShortestFolder(const PathVector& path) {
 
 bool IsSyncFolderRoot(std::wstring path) {
   path += kRootMark;
-  const DWORD attributes = ::GetFileAttributesW(LongPathForm(std::move(path)).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+  return FileExists(LongPathForm(std::move(path)).c_str());
 }
 
 std::wstring FindSyncFolderRoot(std::wstring path) {
