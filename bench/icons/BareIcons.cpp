@@ -10,15 +10,16 @@
 #include <cstring>
 #include <vector>
 
+#include "fs/util/OpenMode.h"
+
 namespace veskard::bench {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
 
 UniqueFile OpenMark(const std::wstring& placeholder) {
-  const DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   return UniqueFile(::CreateFileW((placeholder + L":com.nimbrel.VeskardAgent").c_str(), GENERIC_READ,
-                                  shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+                                  kShareEverything, nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
 SIZE SizeOf(Gdiplus::GpBitmap* bitmap) {

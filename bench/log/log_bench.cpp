@@ -10,6 +10,7 @@
 
 #include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/OpenMode.h"
 #include "shellext/module/Clock.h"
 #include "shellext/module/DiagnosticLog.h"
 #include "shellext/module/Log.h"
@@ -44,8 +45,7 @@ void CompareOff() {
 class BareFile {
  public:
   explicit BareFile(const std::wstring& path)
-      : file_(::CreateFileW(path.c_str(), GENERIC_WRITE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+      : file_(::CreateFileW(path.c_str(), GENERIC_WRITE, kShareEverything, nullptr, OPEN_ALWAYS,
                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
 
   void Write(const std::wstring& line) const {

@@ -9,14 +9,13 @@
 #include "bench/menu/BareCalls.h"
 #include "bench/menu/BareMenu.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/OpenMode.h"
 #include "shellext/contextmenu/MenuCommands.h"
 
 namespace veskard::bench {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
-
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // What the four bitmaps have in common.
 struct BitmapSetting {
@@ -95,7 +94,7 @@ std::wstring RootOf(const std::wstring& item) {
 }
 
 UniqueFile OpenToRead(const std::wstring& name) {
-  return UniqueFile(::CreateFileW(name.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+  return UniqueFile(::CreateFileW(name.c_str(), GENERIC_READ, kShareEverything, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 

@@ -5,11 +5,10 @@
 #include <cstdlib>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/OpenMode.h"
 
 namespace veskard::test {
 namespace {
-
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 void Require(bool condition, const char* what, const std::wstring& path) {
   if (condition) return;
@@ -18,7 +17,7 @@ void Require(bool condition, const char* what, const std::wstring& path) {
 }
 
 UniqueFile OpenRaw(const std::wstring& path, DWORD access, DWORD disposition) {
-  return UniqueFile(::CreateFileW(path.c_str(), access, kShareAll, nullptr, disposition, 0, nullptr));
+  return UniqueFile(::CreateFileW(path.c_str(), access, kShareEverything, nullptr, disposition, 0, nullptr));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tests/support/ToolRun.h"
 
 #include "core/ModuleHandle.h"
+#include "fs/util/OpenMode.h"
 
 namespace veskard::test {
 namespace {
@@ -18,8 +19,7 @@ class OutputFile {
     ::GetTempPathW(MAX_PATH, folder);
     ::GetTempFileNameW(folder, L"out", 0, name);
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    file_.Reset(::CreateFileW(name, GENERIC_READ | GENERIC_WRITE | DELETE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
+    file_.Reset(::CreateFileW(name, GENERIC_READ | GENERIC_WRITE | DELETE, kShareEverything, &inheritable,
                               CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
   }
 

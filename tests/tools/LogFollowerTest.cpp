@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "fs/util/OpenMode.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -17,9 +18,8 @@ class LogFollowerTest : public testing::Test {
 
   // As a process that writes the log has it open.
   UniqueFile Writer() const {
-    return UniqueFile(::CreateFileW(path_.c_str(), FILE_APPEND_DATA,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return UniqueFile(::CreateFileW(path_.c_str(), FILE_APPEND_DATA, kShareEverything, nullptr, OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
   }
 
   static void Append(const UniqueFile& file, const std::wstring& text) {

@@ -5,6 +5,7 @@
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/OpenMode.h"
 #include "lang/Language.h"
 #include "shellext/Registration.h"
 #include "shellext/module/DiagnosticLog.h"
@@ -89,9 +90,8 @@ void CheckFileType(Report& report) {
 
 // Whether something that is there may be opened for that; else the last error says why not.
 bool CanOpen(const std::wstring& path, DWORD access, DWORD flags) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  return static_cast<bool>(
-      UniqueFile(::CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr)));
+  return static_cast<bool>(UniqueFile(
+      ::CreateFileW(path.c_str(), access, kShareEverything, nullptr, OPEN_EXISTING, flags, nullptr)));
 }
 
 bool CanAppend(const std::wstring& file) {

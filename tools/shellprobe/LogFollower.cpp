@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "fs/util/OpenMode.h"
+
 namespace veskard {
 namespace {
 
@@ -12,8 +14,7 @@ namespace {
 constexpr std::string_view kLineEnd("\r\0\n\0", 4);
 
 UniqueFile OpenShared(const std::wstring& path) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  return UniqueFile(::CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+  return UniqueFile(::CreateFileW(path.c_str(), GENERIC_READ, kShareEverything, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 

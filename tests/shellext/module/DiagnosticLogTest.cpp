@@ -10,6 +10,7 @@
 
 #include "core/ModuleHandle.h"
 #include "fs/util/NtFunctions.h"
+#include "fs/util/OpenMode.h"
 #include "shellext/module/Log.h"
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ImportPatch.h"
@@ -451,8 +452,7 @@ TEST_F(DiagnosticLogFolderTest, AnotherWriterMayAppendMeanwhile) {
   CreateLog();
   Log(L"ours");
   {
-    const UniqueFile other(::CreateFileW(File().c_str(), FILE_APPEND_DATA,
-                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+    const UniqueFile other(::CreateFileW(File().c_str(), FILE_APPEND_DATA, kShareEverything, nullptr,
                                          OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(other);
     const std::wstring line = L"2017-03-01 14:05:09.000 (explorer.exe:4412) theirs\r\n";
