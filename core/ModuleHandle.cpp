@@ -15,6 +15,13 @@ HINSTANCE ModuleHandle() noexcept {
   return moduleHandle;
 }
 
+UniqueModule ReferenceToThisModule() noexcept {
+  UniqueModule module;
+  ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<const wchar_t*>(&ReferenceToThisModule), module.Out());
+  return module;
+}
+
 std::wstring ReadModulePath(HMODULE module) {
   wchar_t buffer[MAX_PATH] = {};
   const DWORD length = ::GetModuleFileNameW(module, buffer, MAX_PATH);

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "core/WindowsOwners.h"
+
 namespace veskard {
 
 /// Remembers the instance handle that the loader gave at process attach.
@@ -12,6 +14,10 @@ void SetModuleHandle(HINSTANCE instance) noexcept;
 
 /// That handle; null (the process's executable) where none was set.
 HINSTANCE ModuleHandle() noexcept;
+
+/// A reference of the caller's own, which keeps the binary with this code loaded; needs no
+/// SetModuleHandle. Empty on failure; the thread's last error tells why.
+[[nodiscard]] UniqueModule ReferenceToThisModule() noexcept;
 
 /// Full path of a module, read with `GetModuleFileNameW` into a buffer of 260
 /// characters (a longer path is cut there); null names the executable. Empty on

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "benc/BencWriter.h"
+#include "core/ModuleHandle.h"
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/AgentStarter.h"
 #include "shellext/module/Module.h"
@@ -65,20 +66,13 @@ DWORD WINAPI SenderEntry(void* parameter) noexcept {
   ::FreeLibraryAndExitThread(self, 0);
 }
 
-UniqueModule ReferenceToThisModule() {
-  UniqueModule module;
-  if (!::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                            reinterpret_cast<const wchar_t*>(&SenderEntry), module.Out())) {
-    ThrowLastError();
-  }
-  return module;
-}
-
 }  // namespace
 
 void StartAgentSender(std::wstring pipeName, CommandBatch batch) {
-  auto task = std::make_unique<SenderTask>(
-      SenderTask{std::move(pipeName), std::move(batch), ReferenceToThisModule()});
+  UniqueModule self = ReferenceToThisModule();
+  if (!self) ThrowLastError();
+  auto task =
+      std::make_unique<SenderTask>(SenderTask{std::move(pipeName), std::move(batch), std::move(self)});
   const UniqueHandle thread(::CreateThread(nullptr, 0, &SenderEntry, task.get(), 0, nullptr));
   if (!thread) ThrowLastError();
   static_cast<void>(task.release());  // the thread's now
