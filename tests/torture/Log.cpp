@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr uint64_t kRotationThreshold = 104'857'600;
-constexpr wchar_t kEarlier[] = L"2017-03-01 14:05:09.000 (explorer.exe:4412) an earlier line\r\n";
+constexpr std::wstring_view kEarlier = L"2017-03-01 14:05:09.000 (explorer.exe:4412) an earlier line\r\n";
 
 const std::vector<std::wstring> kSession = {L"=== start ===", L"Called context menu", L"Skip shortcut target",
                                             L"==== end ===="};
@@ -59,23 +59,13 @@ class LogScenario : public Scenario {
   }
 };
 
-std::wstring ReadText(const std::wstring& path) {
-  const std::string bytes = ReadBytes(path);
-  EXPECT_EQ(bytes.size() % sizeof(wchar_t), 0u) << "half a character";
-  return {reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t)};
-}
-
-/// The messages of whole lines.
-std::vector<std::wstring> MessagesIn(std::wstring_view text) {
+/// The messages of all lines; the time before one may be what failed.
+std::vector<std::wstring> MessagesIn(const std::wstring& path) {
   std::vector<std::wstring> messages;
-  while (!text.empty()) {
-    const size_t end = text.find(L"\r\n");
-    EXPECT_NE(end, std::wstring_view::npos) << "half a line";
-    if (end == std::wstring_view::npos) break;
-    const size_t message = text.find(L") ");
-    EXPECT_LT(message, end);
-    if (message < end) messages.emplace_back(text.substr(message + 2, end - message - 2));
-    text.remove_prefix(end + 2);
+  for (const std::wstring& line : ReadLogLines(path)) {
+    const size_t tagEnd = line.find(L") ");
+    EXPECT_NE(tagEnd, std::wstring::npos) << testing::PrintToString(line);
+    messages.push_back(tagEnd == std::wstring::npos ? line : line.substr(tagEnd + 2));
   }
   return messages;
 }
@@ -86,14 +76,14 @@ bool IsSwitchUnreadable(const Struck& struck) {
 
 class LogSession final : public LogScenario {
   void LayFiles() override {
-    const std::wstring_view earlier = kEarlier;
-    WriteBytes(File(), {reinterpret_cast<const char*>(earlier.data()), earlier.size() * sizeof(wchar_t)});
+    WriteBytes(File(), {reinterpret_cast<const char*>(kEarlier.data()), kEarlier.size() * sizeof(wchar_t)});
   }
 
   void Check(const Struck& struck) override {
-    const std::wstring text = ReadText(File());
-    ASSERT_TRUE(text.starts_with(kEarlier)) << "earlier lines are lost";
-    std::vector<std::wstring> messages = MessagesIn(std::wstring_view(text).substr(std::size(kEarlier) - 1));
+    std::vector<std::wstring> messages = MessagesIn(File());
+    ASSERT_FALSE(messages.empty()) << "earlier lines are lost";
+    EXPECT_EQ(messages.front(), L"an earlier line");
+    messages.erase(messages.begin());
     if (struck.Nothing()) {
       EXPECT_EQ(messages, kSession);
     } else {
@@ -125,7 +115,7 @@ class LogRotation final : public LogScenario {
     const bool isRotated = SizeOf(OldFile()) > kRotationThreshold;
     if (struck.Nothing()) {
       EXPECT_TRUE(isRotated);
-      EXPECT_EQ(MessagesIn(ReadText(File())), kSession);
+      EXPECT_EQ(ReadLogMessages(File()), kSession);
       return;
     }
     // When the file cannot be moved it is deleted on purpose. Nothing else loses it.

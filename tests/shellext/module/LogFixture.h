@@ -6,23 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/LogReader.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard::test {
-
-/// The lines of a log file without their ends; a failure unless the file is
-/// UTF-16 text whose every line ends in "\r\n". No file, no lines.
-std::vector<std::wstring> ReadLogLines(const std::wstring& path);
-
-/// The same without "TIME (PROCESS) "; a failure for a line of another layout.
-std::vector<std::wstring> ReadLogMessages(const std::wstring& path);
-
-/// Whether a line is "TIME (PROCESS:ID) message".
-bool IsLogLine(const std::wstring& line);
-
-/// What stands behind "TIME (PROCESS) "; a failure for a line of another layout.
-std::wstring MessageOf(const std::wstring& line);
 
 class LogFixture : public ::testing::Test {
  protected:
