@@ -3,36 +3,30 @@
 add_library(veskard_flags INTERFACE)
 target_include_directories(veskard_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
-if(MSVC)
-  target_compile_options(veskard_flags INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
-else()
-  target_compile_options(veskard_flags INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
-    # No -Wnon-virtual-dtor: COM's interfaces have no destructors at all. Deleting
-    # through one of them is what -Wall's -Wdelete-non-virtual-dtor refuses.
-    -Woverloaded-virtual -Wcast-qual -Werror
-    # File names inside the binaries do not depend on where the tree lies.
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build
-    -ffunction-sections -fdata-sections)
-endif()
+target_compile_options(veskard_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  # No -Wnon-virtual-dtor: COM's interfaces have no destructors at all. Deleting
+  # through one of them is what -Wall's -Wdelete-non-virtual-dtor refuses.
+  -Woverloaded-virtual -Wcast-qual -Werror
+  # File names inside the binaries do not depend on where the tree lies.
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build
+  -ffunction-sections -fdata-sections)
 
 if(WIN32)
   target_compile_definitions(veskard_flags INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 STRICT)
-  if(NOT MSVC)
-    # Wine's debugger does not read the compilers' own choice, DWARF 5.
-    target_compile_options(veskard_flags INTERFACE $<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
-    # One file to deploy: the compiler's run-time libraries are linked in. The
-    # rest makes two builds byte-identical and keeps the unused out.
-    target_link_options(veskard_flags INTERFACE
-      -static -Wl,--no-insert-timestamp -Wl,--gc-sections
-      -Wl,--dynamicbase -Wl,--nxcompat)
-    if(CMAKE_SIZEOF_VOID_P EQUAL 8)
-      target_link_options(veskard_flags INTERFACE -Wl,--high-entropy-va)
-    endif()
-    if(CMAKE_BUILD_TYPE STREQUAL "Release")
-      target_link_options(veskard_flags INTERFACE -s)
-    endif()
+  # Wine's debugger does not read the compilers' own choice, DWARF 5.
+  target_compile_options(veskard_flags INTERFACE $<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
+  # One file to deploy: the compiler's run-time libraries are linked in. The
+  # rest makes two builds byte-identical and keeps the unused out.
+  target_link_options(veskard_flags INTERFACE
+    -static -Wl,--no-insert-timestamp -Wl,--gc-sections
+    -Wl,--dynamicbase -Wl,--nxcompat)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    target_link_options(veskard_flags INTERFACE -Wl,--high-entropy-va)
+  endif()
+  if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_link_options(veskard_flags INTERFACE -s)
   endif()
 endif()
 

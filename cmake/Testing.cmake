@@ -11,11 +11,9 @@ add_subdirectory(${gtest_source} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_A
 # what they test is optimised as it ships, they themselves are not. GoogleTest itself
 # is, a little: not optimised it comes in ten times as many sections, over which the
 # linker takes seconds for each test program.
-if(NOT MSVC)
-  set(test_optimisation -O0)
-  target_compile_options(gtest PRIVATE -O1)
-  target_compile_options(gmock PRIVATE -O1)
-endif()
+set(test_optimisation -O0)
+target_compile_options(gtest PRIVATE -O1)
+target_compile_options(gmock PRIVATE -O1)
 
 # Tests of the Windows flavours run under Wine, all in one prefix (scripts/lib.sh) unless
 # they name another.

@@ -9,12 +9,6 @@
 #include "shellext/module/DiagnosticLog.h"
 #include "shellext/module/Module.h"
 
-#ifdef _MSC_VER
-#define VESKARD_START_UP _DllMainCRTStartup
-#else
-#define VESKARD_START_UP DllMainCRTStartup
-#endif
-
 namespace {
 
 constexpr DWORD kExtensionInterfaceVersion = 2;
@@ -24,7 +18,7 @@ constexpr DWORD kExtensionInterfaceVersion = 2;
 extern "C" {
 
 /// The compiler's start-up code, which makes and destroys the library's statics
-/// around DllMain.
+/// around DllMain. The build knows its name.
 BOOL WINAPI VESKARD_START_UP(HINSTANCE instance, DWORD reason, void* processExits);
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* processExits) {
