@@ -1,4 +1,5 @@
-// Measuring: medians of repeated runs, and the table they are printed in.
+// Measuring: medians of repeated runs, and the table they are printed in. Google Benchmark
+// cannot print a ratio of two benchmarks of one run, nor give each round its own process.
 #pragma once
 
 #include <cstddef>

@@ -30,7 +30,7 @@ packages=(
   graphviz
 )
 case "${1:-}" in
-  bench) packages+=(libbenchmark-dev libtorrent-rasterbar-dev libfmt-dev valgrind) ;;
+  bench) packages+=(libtorrent-rasterbar-dev libfmt-dev valgrind) ;;
   lint) packages+=(clang-tidy cppcheck) ;;
   coverage) packages+=(gcovr) ;;
 esac

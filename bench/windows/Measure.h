@@ -1,4 +1,5 @@
-// Measuring under Windows: runs that take turns, and the table they are printed in.
+// Measuring under Windows: runs that take turns, and the table they are printed in. Google
+// Benchmark cannot print a ratio of two benchmarks of one run.
 #pragma once
 
 #include <functional>
