@@ -17,7 +17,7 @@ from make_msi import file_version  # noqa: E402
 LIBRARY = os.path.join(PROGRAMS, "VeskardShellExt.dll")
 OLDER_LIBRARY = os.path.join(PROGRAMS, "tests/libraries/older_library.dll")
 PROBE = os.path.join(PROGRAMS, "shellprobe.exe")
-ICON = os.path.join(PROGRAMS, "shellext/icons/menu_sync.ico")
+ICON = os.path.join(PROGRAMS, "shellext/contextmenu/menu_sync.ico")
 SHIPPED = os.path.join(PROGRAMS, f"VeskardShellExt-{VERSION}-x64.msi")
 OLDER = os.path.join(PROGRAMS, "tests/packages/older.msi")
 
