@@ -25,6 +25,7 @@
 #include <unknwn.h>
 #include <windows.h>
 
+#include <atomic>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -141,9 +142,11 @@ void Unload(const Run& run) {
 
 // Allocates nothing of its own between the lines: Wine does not free the heap's lock
 // when it ends a thread that holds it, and any host could then not exit.
+std::atomic<bool> hasWritten = false;
+
 DWORD WINAPI WriteForever(void* probe) {
   const std::wstring line = L"and another one";
-  for (;;) static_cast<const Probe*>(probe)->Write(line);
+  for (;; hasWritten = true) static_cast<const Probe*>(probe)->Write(line);
 }
 
 void StartThread(LPTHREAD_START_ROUTINE start, void* parameter) {
@@ -185,7 +188,8 @@ void ExitWriting(const Run& run) {
 
 void BeKilledWriting(const Run& run) {
   StartWriting(run);
-  ::Sleep(20 + ::GetTickCount() % 20);
+  while (!hasWritten) ::Sleep(1);
+  ::Sleep(::GetTickCount() % 20);
   run.Set(L"ready");
   ::Sleep(INFINITE);
 }
