@@ -141,15 +141,21 @@ bool SyncHandle::FlushOpen(uint32_t* error) {
   return RecordCall(::FlushFileBuffers(osHandle_.Get()), error);
 }
 
-bool SyncHandle::IsDeletePendingOpen() {
+std::optional<OpenObjectState> SyncHandle::GetOpenState() {
   const auto hold = HoldLock();
   const auto query = Nt().queryInformationFile;
-  if (!osHandle_ || query == nullptr) return false;
+  if (!osHandle_ || query == nullptr) return std::nullopt;
   FILE_STANDARD_INFO answer = {};
   static_assert(sizeof(answer) == 24);
   IO_STATUS_BLOCK status = {};
-  if (query(osHandle_.Get(), &status, &answer, sizeof(answer), kFileStandardInformation) != 0) return false;
-  return answer.DeletePending != FALSE;
+  if (query(osHandle_.Get(), &status, &answer, sizeof(answer), kFileStandardInformation) != 0)
+    return std::nullopt;
+  return OpenObjectState{static_cast<uint64_t>(answer.EndOfFile.QuadPart), answer.DeletePending != FALSE};
+}
+
+bool SyncHandle::IsDeletePendingOpen() {
+  const auto state = GetOpenState();
+  return state && state->deletePending;
 }
 
 uint32_t SyncHandle::ReadOpen(void* buffer, uint32_t count, const uint64_t* offset) {

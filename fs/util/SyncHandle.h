@@ -25,6 +25,12 @@ enum class HandleKind : uint32_t {
   kStream = 5,
 };
 
+/// What an open object is at this moment.
+struct OpenObjectState {
+  uint64_t size = 0;  // in bytes
+  bool deletePending = false;
+};
+
 class SyncHandle;
 using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 
@@ -150,6 +156,10 @@ class SyncHandle {
   /// Cancels the pending transfers of the open handle, whichever thread began
   /// them; nothing to cancel is success. With a lock, waits for running operations.
   virtual bool CancelIo();
+
+  /// Both in one question to the system, of the open handle itself; nothing when closed or
+  /// when the system cannot tell.
+  std::optional<OpenObjectState> GetOpenState();
 
   const std::wstring& Path() const noexcept { return path_; }
   /// The mode last given to Open, whether or not that succeeded; kModeClosed

@@ -7,6 +7,7 @@
 #include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "core/WindowsOwners.h"
+#include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "shellext/module/Clock.h"
 #include "shellext/module/Log.h"
@@ -112,6 +113,7 @@ bool DiagnosticLog::Open() noexcept {
     const std::shared_ptr<SyncHandle> file = MakeHandle(PathVector(path_), HandleKind::kFile);
     if (file->Open(kModeAppend, 0, 0)) file_ = file;
   });
+  renamed_ = false;
   if (!file_) return false;
   WriteLine(kStartLine, FormatArgs());
   return enabled_;  // the line may have rotated the file and failed to open the next
@@ -128,24 +130,28 @@ void DiagnosticLog::Close() noexcept {
 void DiagnosticLog::WriteLine(const wchar_t* format, FormatArgs args) noexcept {
   if (!enabled_ || !file_) return;
   Swallowing([&] {
-    if (file_->IsDeletePending()) return Close();
-    Append(format, args);
-    Rotate();
+    // The one question that a line costs. Asked before the write, since a deleted file gets
+    // no more lines; what another process adds meanwhile is counted by the next line.
+    const OpenObjectState before = file_->GetOpenState().value_or(OpenObjectState{});
+    if (before.deletePending) return Close();
+    const uint32_t written = Append(format, args);
+    if (before.size + written > kLogRotationThreshold) Rotate();
   });
 }
 
-void DiagnosticLog::Append(const wchar_t* format, FormatArgs args) {
+uint32_t DiagnosticLog::Append(const wchar_t* format, FormatArgs args) {
   const std::wstring message = FormatStringArgs(format, args);
   const std::string time = LogTimestamp(SecondsSince1970());
   const std::wstring line = FormatString(L"%S (%s) %s\r\n", time, processTag_, message);
-  file_->WriteAt(line.data(), static_cast<uint32_t>(line.size() * sizeof(wchar_t)), kAtEndOfFile);
+  const auto size = static_cast<uint32_t>(line.size() * sizeof(wchar_t));
+  const uint32_t written = file_->WriteAt(line.data(), size, kAtEndOfFile);
   file_->Flush(nullptr);
+  return written;
 }
 
 void DiagnosticLog::Rotate() {
-  if (!file_ || rotating_) return;
+  if (!file_ || rotating_ || !IsUnderItsName()) return;
   const FlagScope rotating(rotating_);
-  if (file_->GetSize(nullptr) <= kLogRotationThreshold) return;
   const std::wstring path = file_->Path();
   const std::wstring old = path + kOldSuffix;
   Close();
@@ -153,6 +159,17 @@ void DiagnosticLog::Rotate() {
   // instead, so that the first generation is the one that is kept.
   if (!::MoveFileExW(path.c_str(), old.c_str(), MOVEFILE_WRITE_THROUGH)) ::DeleteFileW(path.c_str());
   SetEnabled(Open());
+}
+
+// Asked of a file that is too large: another process may have renamed it, and what has its
+// name now is not for this process to rotate.
+bool DiagnosticLog::IsUnderItsName() {
+  if (renamed_) return false;
+  FileInfoImpl named(file_->Path());
+  const bool found = named.Refresh(kRefreshByOpening);
+  if (found && named.GetSize() > kLogRotationThreshold) return true;
+  renamed_ = found || !named.Exists();
+  return false;
 }
 
 CriticalSection& LogLock() noexcept {

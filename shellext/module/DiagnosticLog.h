@@ -53,8 +53,10 @@ class DiagnosticLog {
 
  private:
   bool Open() noexcept;
-  void Append(const wchar_t* format, FormatArgs args);
+  /// Returns the bytes written: fewer than the line has on a full disk.
+  uint32_t Append(const wchar_t* format, FormatArgs args);
   void Rotate();
+  bool IsUnderItsName();
   void SetEnabled(bool enabled) noexcept;
 
   std::wstring path_;  // empty when the user has no application-data folder
@@ -62,6 +64,7 @@ class DiagnosticLog {
   bool enabled_ = false;
   bool rotating_ = false;  // true inside Rotate, which writes lines itself
   bool closing_ = false;   // true inside Close, likewise
+  bool renamed_ = false;   // true once another process has rotated the open file
   std::shared_ptr<SyncHandle> file_;
 };
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -24,13 +25,13 @@ namespace {
 
 using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
 
-// Every third block that this thread asks for is refused, so that the library throws
-// sooner or later.
+// One in three blocks that this thread asks for is refused, so that the library throws
+// sooner or later; not each third, which might always be the same request of the library's.
 thread_local bool isShort = false;
-thread_local int requests = 0;
+thread_local std::minstd_rand choice;
 
 void* ShortMalloc(size_t size) {
-  return isShort && ++requests % 3 == 0 ? nullptr : std::malloc(size);
+  return isShort && choice() % 3 == 0 ? nullptr : std::malloc(size);
 }
 
 struct Counts {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 #include "core/ModuleHandle.h"
 #include "fs/util/NtFunctions.h"
@@ -14,6 +15,7 @@
 #include "shellext/module/Log.h"
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -350,6 +352,30 @@ TEST_F(DiagnosticLogCallsTest, ALineIsOneWriteAtTheEndOfTheFileAndOneFlush) {
   EXPECT_EQ(openedKeys, 0);
 }
 
+int questions = 0;
+NtQueryInformationFileFunction realQuery = nullptr;
+NTSTATUS NTAPI CountQuestion(HANDLE file, IO_STATUS_BLOCK* status, void* answer, ULONG size, ULONG what) {
+  ++questions;
+  return realQuery(file, status, answer, size, what);
+}
+
+// Whether it is being deleted and how large it is: one question answers both.
+TEST_F(DiagnosticLogTest, ALineAsksTheSystemOnceAboutTheFile) {
+  CreateLog();
+  realQuery = std::exchange(Nt().queryInformationFile, &CountQuestion);
+  const test::WatchedCalls calls(::GetModuleHandleW(nullptr));
+  questions = 0;
+  Log(L"message");
+  test::CallNumbers numbers = calls.Numbers(test::Threads::kThisOne);
+  Nt().queryInformationFile = realQuery;
+  EXPECT_EQ(questions, 1);
+  EXPECT_EQ(numbers["WriteFile"], 1);
+  EXPECT_EQ(numbers["FlushFileBuffers"], 1);
+  for (const char* other : {"CreateFileW", "CloseHandle", "FindFirstFileExW", "GetFileAttributesW",
+                            "GetFileSizeEx", "GetFileInformationByHandle", "SetFilePointerEx"})
+    EXPECT_EQ(numbers[other], 0) << other;
+}
+
 TEST_F(DiagnosticLogCallsTest, OffItCallsNothing) {
   SetSwitch(0);
   CreateLog();
@@ -567,6 +593,33 @@ TEST_F(DiagnosticLogRotationTest, ALineBeyondItMovesTheFileAndStartsANewOne) {
   EXPECT_TRUE(IsLogEnabled());
 }
 
+TEST_F(DiagnosticLogRotationTest, WhatAnotherProcessHasWrittenCountsToo) {
+  MakeLongFile(kThreshold - 2 * LineBytes(kStart));
+  CreateLog();
+  EXPECT_FALSE(fs::exists(OldFile()));
+  {
+    const UniqueFile other(::CreateFileW(File().c_str(), FILE_APPEND_DATA,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                         OPEN_EXISTING, 0, nullptr));
+    const std::wstring line(LineBytes(kStart) / sizeof(wchar_t), L'x');
+    DWORD written = 0;
+    ASSERT_TRUE(::WriteFile(other.Get(), line.data(), static_cast<DWORD>(line.size() * sizeof(wchar_t)),
+                            &written, nullptr));
+  }
+  EXPECT_FALSE(fs::exists(OldFile()));
+  Log(L"x");
+  EXPECT_TRUE(fs::exists(OldFile()));
+}
+
+TEST_F(DiagnosticLogRotationTest, ALineThatDoesNotReachTheDiskCountsAsFarAsItDoes) {
+  MakeLongFile(kThreshold - LineBytes(kStart));
+  CreateLog();
+  const test::FailingCall full("WriteFile", ERROR_DISK_FULL);
+  Log(L"lost");
+  EXPECT_TRUE(full.Happened());
+  EXPECT_FALSE(fs::exists(OldFile()));
+}
+
 /// Stands at the call that moves the file away.
 class DiagnosticLogMoveTest : public DiagnosticLogTest {
  protected:
@@ -668,6 +721,28 @@ TEST_F(DiagnosticLogRotationTest, AProcessLeftWithTheOldFileWritesOnIntoIt) {
   Log(L"into the old file");
   EXPECT_THAT(test::ReadLogMessages(OldFile()), ElementsAre(kStart, L"into the old file"));
   EXPECT_EQ(fs::file_size(File()), 0u);
+}
+
+TEST_F(DiagnosticLogRotationTest, AProcessLeftWithTheOldFileLooksForItsNameOnce) {
+  MakeLongFile(kThreshold - LineBytes(kStart));
+  CreateLog();
+  ASSERT_TRUE(::MoveFileW(File().c_str(), OldFile().c_str()));
+  const test::WatchedCalls calls{"CreateFileW"};
+  for (int i = 0; i < 5; ++i) Log(L"into the old file");
+  EXPECT_EQ(calls.Of("CreateFileW"), 1);
+}
+
+TEST_F(DiagnosticLogRotationTest, ANameThatCannotBeLookedAtIsLookedAtAgain) {
+  MakeLongFile(kThreshold - LineBytes(kStart));
+  CreateLog();
+  {
+    const test::FailingCall refused("CreateFileW", ERROR_SHARING_VIOLATION);
+    Log(L"one too many");
+    EXPECT_TRUE(refused.Happened());
+  }
+  EXPECT_FALSE(fs::exists(OldFile()));
+  Log(L"one more");
+  EXPECT_THAT(test::ReadLogMessages(OldFile()), ElementsAre(kStart, L"one too many", L"one more", kEnd));
 }
 
 }  // namespace
