@@ -16,7 +16,9 @@ if [ "${1:-}" = --windows ]; then
 fi
 refuse_options "$@"
 
-# Windows' own and nothing else: the library is one file to deploy.
+# Windows' own and nothing else: the library is one file to deploy. And only those that
+# Windows loads from its own folder whatever lies beside the host; the others are loaded
+# late (core/LateLibrary.h), and have no row in the list.
 import_list="$root/scripts/library-imports.txt"
 expected_exports="DllGetClassObject DllInstall DllRegisterServer DllUnregisterServer GetExtVersion"
 expected_version=$(product_version)

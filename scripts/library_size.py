@@ -18,7 +18,7 @@ from dependencies import LIBRARY as FOLDERS
 AIM = 700 * 1024  # beside the resources
 
 # Sections that take room in the file.
-SECTIONS = {".text", ".data", ".rdata", ".pdata", ".xdata", ".edata", ".idata", ".CRT", ".tls", ".rsrc", ".reloc"}
+SECTIONS = {".text", ".data", ".rdata", ".late", ".pdata", ".xdata", ".edata", ".idata", ".CRT", ".tls", ".rsrc", ".reloc"}
 # One input section: its address, its size, and the file that it came from.
 CONTRIBUTION = re.compile(r"\s(0x[0-9a-f]{16})\s+(0x[0-9a-f]+) (\S.*)$")
 

@@ -124,6 +124,7 @@ void BenchPixels() {
 int main() {
   using namespace veskard;
   const GdiplusUser gdiplus;
+  StartGdiplus();
   const bench::BenchFiles files(ColdTypes::kNeeded);
   bench::PrintHeading();
   ColdTypes cold(files);

@@ -72,6 +72,7 @@ class IconSteps {
 int main() {
   using namespace veskard;
   const GdiplusUser gdiplus;
+  StartGdiplus();
   for (const bool large : {true, false}) {
     const bench::BenchFiles files(bench::kTypes);
     bench::IconSteps(files, large).Count();

@@ -6,10 +6,10 @@
 
 namespace veskard::bench {
 
-/// What the library imports beside kernel32.dll. Explorer has all of them.
+/// What the library imports beside kernel32.dll: loading it loads these. Explorer has all
+/// of them.
 inline const std::vector<std::wstring> kSystemLibraries = {
-    L"advapi32.dll", L"gdi32.dll",   L"gdiplus.dll", L"mpr.dll",    L"msvcrt.dll",
-    L"ole32.dll",    L"shell32.dll", L"shlwapi.dll", L"user32.dll",
+    L"advapi32.dll", L"gdi32.dll", L"msvcrt.dll", L"ole32.dll", L"shell32.dll", L"shlwapi.dll", L"user32.dll",
 };
 
 /// A program or library that was built beside this one.

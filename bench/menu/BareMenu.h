@@ -14,9 +14,9 @@
 namespace veskard::bench {
 
 /// A whole right-click: the switch of the log read as often as objects come and go,
-/// GDI+ begun and ended, the four bitmaps with the icons of `library`, the selection's
-/// list, the agent's mutex, the marks of the folder and of each item, and the items.
-void BareRightClick(HMODULE library, IDataObject* selection, HMENU menu);
+/// the selection's list, the agent's mutex, the marks of the folder and of each item, the
+/// items and their bitmaps, whose pixels are there.
+void BareRightClick(IDataObject* selection, HMENU menu);
 
 /// A whole choice: the agent's mutex, one message for each item, written as plain
 /// text, and a thread that looks for the pipe and offers them.

@@ -1,84 +1,35 @@
 #include <ole2.h>
 #include <shlwapi.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 #include <string>
+#include <vector>
 
-#include "bench/icons/BareIcons.h"
 #include "bench/menu/BareCalls.h"
 #include "bench/menu/BareMenu.h"
 #include "core/WindowsOwners.h"
 #include "fs/util/OpenMode.h"
-#include "shellext/contextmenu/MenuCommands.h"
 
 namespace veskard::bench {
 namespace {
 
-namespace gdip = Gdiplus::DllExports;
-
-// What the four bitmaps have in common.
-struct BitmapSetting {
-  HMODULE library;
-  std::wstring folder;
-  SIZE size;
-};
-
-BitmapSetting FindSetting(HMODULE library) {
-  HMODULE module = nullptr;
-  ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<const wchar_t*>(library), &module);
-  wchar_t path[MAX_PATH];
-  const DWORD length = ::GetModuleFileNameW(module, path, MAX_PATH);
-  const std::wstring folder(path, length);
-  return {module,
-          folder.substr(0, folder.rfind(L'\\') + 1),
-          {::GetSystemMetrics(SM_CXMENUCHECK), ::GetSystemMetrics(SM_CYMENUCHECK)}};
+// A bitmap of the pixels of a picture that was drawn before.
+UniqueBitmap MenuBitmap(SIZE size) {
+  static const std::vector<uint32_t> pixels(static_cast<size_t>(size.cx) * static_cast<size_t>(size.cy));
+  BITMAPINFO layout = {};
+  layout.bmiHeader.biSize = sizeof(layout.bmiHeader);
+  layout.bmiHeader.biWidth = size.cx;
+  layout.bmiHeader.biHeight = -size.cy;
+  layout.bmiHeader.biPlanes = 1;
+  layout.bmiHeader.biBitCount = 32;
+  void* memory = nullptr;
+  UniqueBitmap bitmap(::CreateDIBSection(nullptr, &layout, DIB_RGB_COLORS, &memory, nullptr, 0));
+  std::copy(pixels.begin(), pixels.end(), static_cast<uint32_t*>(memory));
+  return bitmap;
 }
-
-UniqueIcon LoadMenuIcon(const BitmapSetting& setting, const MenuIcon& icon) {
-  const auto load = [&setting](HMODULE module, const wchar_t* name, UINT type) {
-    return UniqueIcon(
-        static_cast<HICON>(::LoadImageW(module, name, type, setting.size.cx, setting.size.cy, 0)));
-  };
-  constexpr UINT kTypeOfFiles = 17;
-  UniqueIcon loaded = load(nullptr, (setting.folder + icon.fileName).c_str(), kTypeOfFiles);
-  return loaded ? std::move(loaded) : load(setting.library, MAKEINTRESOURCEW(icon.resourceId), IMAGE_ICON);
-}
-
-UniqueBitmap MenuBitmap(const BitmapSetting& setting, const MenuIcon& icon) {
-  const UniqueIcon loaded = LoadMenuIcon(setting, icon);
-  const UniqueGpBitmap image = BareBitmapOf(loaded.Get());
-  UINT width = 0, height = 0;
-  Gdiplus::PixelFormat format = 0;
-  gdip::GdipGetImageWidth(image.Get(), &width);
-  gdip::GdipGetImageHeight(image.Get(), &height);
-  gdip::GdipGetImagePixelFormat(image.Get(), &format);
-  UniqueGpBitmap canvas;
-  gdip::GdipCreateBitmapFromScan0(setting.size.cx, setting.size.cy, 0, format, nullptr, canvas.Out());
-  {
-    UniqueGpGraphics graphics;
-    gdip::GdipGetImageGraphicsContext(canvas.Get(), graphics.Out());
-    gdip::GdipDrawImageRectI(graphics.Get(), image.Get(), 0, 0, setting.size.cx, setting.size.cy);
-  }
-  HBITMAP bitmap = nullptr;
-  gdip::GdipCreateHBITMAPFromBitmap(canvas.Get(), &bitmap, 0);
-  return UniqueBitmap(bitmap);
-}
-
-class GdiplusSession {
- public:
-  GdiplusSession() {
-    const Gdiplus::GdiplusStartupInput input;
-    Gdiplus::GdiplusStartup(&token_, &input, nullptr);
-  }
-  ~GdiplusSession() { Gdiplus::GdiplusShutdown(token_); }
-  GdiplusSession(const GdiplusSession&) = delete;
-  GdiplusSession& operator=(const GdiplusSession&) = delete;
-
- private:
-  ULONG_PTR token_ = 0;
-};
 
 bool IsRoot(std::wstring path) {
   const DWORD attributes = ::GetFileAttributesW((path += L"\\.sync\\ID").c_str());
@@ -156,13 +107,14 @@ Found LookAtItems(HDROP drop) {
 
 class Items {
  public:
-  Items(HMENU menu, const UniqueBitmap (&bitmaps)[4]) : menu_(menu), bitmaps_(bitmaps) {}
+  explicit Items(HMENU menu) : menu_(menu) {}
 
   void Add(UINT flags, const wchar_t* text, size_t icon) {
     ::InsertMenuW(menu_, position_, MF_BYPOSITION | flags, 1000 + position_, text);
     MENUITEMINFOW item = {};
     item.cbSize = sizeof(item);
     item.fMask = MIIM_BITMAP;
+    if (!bitmaps_[icon]) bitmaps_[icon] = MenuBitmap(size_);
     item.hbmpItem = bitmaps_[icon].Get();
     ::SetMenuItemInfoW(menu_, position_++, TRUE, &item);
     MENUINFO info = {};
@@ -174,19 +126,24 @@ class Items {
 
  private:
   HMENU menu_;
-  const UniqueBitmap (&bitmaps_)[4];
+  const SIZE size_ = {::GetSystemMetrics(SM_CXMENUCHECK), ::GetSystemMetrics(SM_CYMENUCHECK)};
+  UniqueBitmap bitmaps_[3];
   UINT position_ = 0;
 };
 
+void AddItems(const Found& found, HMENU menu) {
+  Items items(menu);
+  if (found.waiting) items.Add(0, L"Sync to this device", 0);
+  if (found.receiving) items.Add(0, L"Cancel receiving", 0);
+  if (found.local) items.Add(0, L"Remove from this device", 1);
+  items.Add(MF_GRAYED, L"Remove from all devices", 2);
+}
+
 }  // namespace
 
-void BareRightClick(HMODULE library, IDataObject* selection, HMENU menu) {
+void BareRightClick(IDataObject* selection, HMENU menu) {
   BareLogSwitch();  // the factory comes
   BareLogSwitch();  // the handler comes
-  const GdiplusSession gdiplus;
-  const BitmapSetting setting = FindSetting(library);
-  const UniqueBitmap bitmaps[] = {MenuBitmap(setting, kMenuIcons[0]), MenuBitmap(setting, kMenuIcons[1]),
-                                  MenuBitmap(setting, kMenuIcons[2]), MenuBitmap(setting, kMenuIcons[3])};
   BareLogSwitch();  // the factory goes
 
   FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
@@ -194,11 +151,7 @@ void BareRightClick(HMODULE library, IDataObject* selection, HMENU menu) {
   selection->GetData(&format, &medium);
   BareAgentLookUp();
   const Found found = LookAtItems(static_cast<HDROP>(medium.hGlobal));
-  Items items(menu, bitmaps);
-  if (found.waiting) items.Add(0, L"Sync to this device", 0);
-  if (found.receiving) items.Add(0, L"Cancel receiving", 0);
-  if (found.local) items.Add(0, L"Remove from this device", 1);
-  if (found.inFolder) items.Add(MF_GRAYED, L"Remove from all devices", 2);
+  if (found.inFolder) AddItems(found, menu);
   ::ReleaseStgMedium(&medium);
   BareLogSwitch();  // the handler goes
 }

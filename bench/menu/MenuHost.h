@@ -13,7 +13,6 @@ class MenuHost {
  public:
   MenuHost();
 
-  HMODULE Library() const noexcept { return library_.Module(); }
   const test::ExtensionLibrary& Extension() const noexcept { return library_; }
 
  private:

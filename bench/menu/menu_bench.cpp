@@ -44,7 +44,7 @@ Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::
   const std::vector<Times> times =
       TakeTurns({.count = rounds},
                 {[&](int round) { RightClick(host.Extension(), selection.Data(), menuOf(round, 0)); },
-                 [&](int round) { BareRightClick(host.Library(), selection.Data(), menuOf(round, 1)); }});
+                 [&](int round) { BareRightClick(selection.Data(), menuOf(round, 1)); }});
   PrintRow(what, kAim, times[0], times[1]);
   return {times[0], times[1]};
 }

@@ -4,8 +4,6 @@
 
 namespace veskard {
 
-namespace gdip = Gdiplus::DllExports;
-
 BitmapShape ShapeOf(Gdiplus::GpBitmap* bitmap) noexcept {
   BitmapShape shape;
   const bool known = gdip::GdipGetImageWidth(bitmap, &shape.width) == Gdiplus::Ok &&

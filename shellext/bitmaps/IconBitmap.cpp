@@ -5,8 +5,6 @@
 namespace veskard {
 namespace {
 
-namespace gdip = Gdiplus::DllExports;
-
 struct IconBitmaps {
   UniqueBitmap colours;
   UniqueBitmap mask;

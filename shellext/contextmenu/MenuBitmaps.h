@@ -1,31 +1,34 @@
-// The bitmaps beside the menu's items.
+// MenuBitmaps: the bitmaps that one handler's menus show.
 #pragma once
 
 #include <windows.h>
 
-#include <string>
-#include <string_view>
+#include <cstdint>
 #include <vector>
 
 #include "core/WindowsOwners.h"
-#include "shellext/contextmenu/MenuCommands.h"
 
 namespace veskard {
 
-/// One bitmap for each entry of kMenuIcons, in that order, of the size of the
-/// menu's check marks and with an alpha channel; an entry is empty when its icon
-/// cannot be loaded or drawn. GDI+ must be running. Throws std::bad_alloc only.
-std::vector<UniqueBitmap> LoadMenuBitmaps();
+/// Makes a bitmap when an item first needs it and keeps it for as long as a menu may show
+/// it, that is to the end of the handler. Belongs to one apartment.
+class MenuBitmaps {
+ public:
+  /// The bitmap with the icon of that index in kMenuIcons, in that size; null when it
+  /// cannot be made now. Owned by this object. The caller is a user of GDI+
+  /// (shellext/module/GdiplusUser.h).
+  HBITMAP Of(uint32_t icon, SIZE size) noexcept;
 
-/// The icon from the module's resources; empty when it has none. The file beside
-/// the module is asked for first, deliberately in a way that loads nothing. Throws
-/// std::bad_alloc only.
-UniqueIcon LoadMenuIcon(const MenuIcon& icon, HMODULE module, SIZE size);
+ private:
+  struct Entry {
+    uint32_t icon;
+    SIZE size;
+    UniqueBitmap bitmap;
+  };
+  std::vector<Entry> entries_;
+};
 
-/// The icon drawn to a new bitmap of that size; empty for no icon and on failure.
-UniqueBitmap DrawMenuBitmap(HICON icon, SIZE size) noexcept;
-
-/// `fileName` in the folder that holds `modulePath`, with exactly one separator.
-std::wstring PathBesideModule(const std::wstring& modulePath, std::wstring_view fileName);
+/// The size of the menus' check marks now, which is that of the bitmaps.
+SIZE MenuCheckSize() noexcept;
 
 }  // namespace veskard

@@ -6,7 +6,6 @@
 #include "shellext/contextmenu/AgentChannel.h"
 #include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/DropNames.h"
-#include "shellext/contextmenu/MenuBitmaps.h"
 #include "shellext/contextmenu/MenuCommands.h"
 #include "shellext/contextmenu/MenuSelection.h"
 #include "shellext/module/ComBoundary.h"
@@ -36,7 +35,7 @@ void LogNoItems(const MenuSelection& selection) noexcept {
 
 }  // namespace
 
-ShellContextMenu::ShellContextMenu() : bitmaps_(LoadMenuBitmaps()) {
+ShellContextMenu::ShellContextMenu() {
   LoadMenuTexts();
   if (CurrentAgentScope() == AgentScope::kUnset) SetAgentScope(AgentScope::kService);
 }
@@ -128,8 +127,9 @@ HRESULT ShellContextMenu::FetchSelection() noexcept {
   return S_OK;
 }
 
-void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT index,
-                                   UINT firstId) const noexcept {
+void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT index, UINT firstId) noexcept {
+  if (items.size() == 0) return;
+  const SIZE bitmapSize = MenuCheckSize();
   for (const MenuItem& item : items) {
     const MenuCommand& command = MenuCommandAt(item.command);
     Log(command.addedLine);
@@ -139,17 +139,16 @@ void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT inde
                        command.wideText.c_str())) {
       continue;
     }
-    SetItemBitmap(menu, index, command.icon);
+    SetItemBitmap(menu, index, bitmaps_.Of(command.icon, bitmapSize));
     ++index;
   }
 }
 
-void ShellContextMenu::SetItemBitmap(HMENU menu, UINT position, uint32_t icon) const noexcept {
-  if (icon >= bitmaps_.size()) return;
+void ShellContextMenu::SetItemBitmap(HMENU menu, UINT position, HBITMAP bitmap) const noexcept {
   MENUITEMINFOW item = {};
   item.cbSize = sizeof(item);
   item.fMask = MIIM_BITMAP;
-  item.hbmpItem = bitmaps_[icon].Get();
+  item.hbmpItem = bitmap;
   ::SetMenuItemInfoW(menu, position, TRUE, &item);
 
   // Bitmaps stand where the check marks are, so that all texts stay aligned.

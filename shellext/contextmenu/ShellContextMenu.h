@@ -5,10 +5,10 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <vector>
 
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/DropMedium.h"
+#include "shellext/contextmenu/MenuBitmaps.h"
 #include "shellext/contextmenu/MenuDecision.h"
 #include "shellext/module/GdiplusUser.h"
 #include "shellext/module/Module.h"
@@ -57,14 +57,14 @@ class ShellContextMenu final : public IContextMenu, public IShellExtInit, public
  private:
   HRESULT BuildMenu(HMENU menu, UINT index, UINT firstId, UINT flags);
   HRESULT FetchSelection() noexcept;
-  void InsertItems(const MenuItems& items, HMENU menu, UINT index, UINT firstId) const noexcept;
-  void SetItemBitmap(HMENU menu, UINT position, uint32_t icon) const noexcept;
+  void InsertItems(const MenuItems& items, HMENU menu, UINT index, UINT firstId) noexcept;
+  void SetItemBitmap(HMENU menu, UINT position, HBITMAP bitmap) const noexcept;
 
   // In this order, so that they go in the reverse: the drop list and the data
-  // object first, then the bitmaps while GDI+ still runs, the module last.
+  // object first, the module last.
   ModuleUse moduleUse_;
   GdiplusUser gdiplusUser_;
-  std::vector<UniqueBitmap> bitmaps_;
+  MenuBitmaps bitmaps_;
   UniqueCom<IDataObject> selection_;
   DropMedium medium_;
   uint32_t selectedCount_ = 0;

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "shellext/contextmenu/NetworkFunctions.h"
+
 namespace veskard {
 namespace {
 
@@ -44,6 +46,10 @@ std::wstring Join(std::wstring root, std::wstring_view rest) {
 }
 
 }  // namespace
+
+DWORD WINAPI QueryUniversalName(const wchar_t* path, DWORD level, void* buffer, DWORD* size) {
+  return network::WNetGetUniversalNameW(path, level, buffer, size);
+}
 
 std::wstring UniversalNames::Of(const std::wstring& path) {
   if (IsUncPath(path)) return path;

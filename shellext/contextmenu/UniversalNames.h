@@ -13,11 +13,14 @@
 
 namespace veskard {
 
+/// `WNetGetUniversalNameW` of the network's library, which is loaded for the first call.
+DWORD WINAPI QueryUniversalName(const wchar_t* path, DWORD level, void* buffer, DWORD* size);
+
 /// What the system is asked; a test gives calls of its own.
 struct NetworkCalls {
   UINT(WINAPI* driveType)(const wchar_t* root) = &::GetDriveTypeW;
   DWORD(WINAPI* universalName)
-  (const wchar_t* path, DWORD level, void* buffer, DWORD* size) = &::WNetGetUniversalNameW;
+  (const wchar_t* path, DWORD level, void* buffer, DWORD* size) = &QueryUniversalName;
 };
 
 /// Gives each path the name that `WNetGetUniversalNameW` gives for it, and asks the

@@ -9,11 +9,10 @@
 #include "shellext/icons/StatusCircle.h"
 #include "shellext/icons/TypeIcon.h"
 #include "shellext/icons/WashOut.h"
+#include "shellext/module/GdiplusUser.h"
 
 namespace veskard {
 namespace {
-
-namespace gdip = Gdiplus::DllExports;
 
 // Folders have no type of their own to share an entry of the cache by.
 constexpr wchar_t kFolderPseudoExtension[] = L".vlk2fldr";
@@ -69,6 +68,7 @@ UniqueIcon Compose(IconCache& cache, Gdiplus::GpBitmap* typeIcon, int32_t progre
 }  // namespace
 
 UniqueIcon ComposePlaceholderIcon(const std::wstring& placeholderPath, bool large) {
+  if (!StartGdiplus()) return {};
   const PlaceholderState state = ReadPlaceholderState(placeholderPath);
   const std::wstring targetName = TargetName(placeholderPath, state.typeFlag);
 

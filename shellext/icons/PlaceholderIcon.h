@@ -15,7 +15,8 @@ namespace veskard {
 /// Empty when the Shell has no icon or the icon cannot be made; a badge that
 /// cannot be drawn, whole or in part, is left out of it. Safe from several threads:
 /// the lock of SharedIconCache is held while an icon is composed, so that nothing
-/// is made twice. GDI+ must be running. Throws std::bad_alloc only.
+/// is made twice. Starts GDI+ where it does not run yet; the caller is one of its users
+/// (shellext/module/GdiplusUser.h), or there is no icon. Throws std::bad_alloc only.
 UniqueIcon ComposePlaceholderIcon(const std::wstring& placeholderPath, bool large);
 
 /// The path without its last extension: what the placeholder stands for. A folder's

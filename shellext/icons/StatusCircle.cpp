@@ -6,8 +6,6 @@
 namespace veskard {
 namespace {
 
-namespace gdip = Gdiplus::DllExports;
-
 constexpr Gdiplus::ARGB kDiscColour = 0x96FFFFFF;  // white, alpha 150
 constexpr Gdiplus::ARGB kRingColour = 0xFFB3B3B3;
 constexpr Gdiplus::ARGB kArcColour = 0xFF00C3FF;

@@ -1,7 +1,7 @@
 #include "shellext/module/GdiplusUser.h"
 
 #include "core/CriticalSection.h"
-#include "core/GdiplusOwners.h"
+#include "core/GdiplusFunctions.h"
 
 namespace veskard {
 namespace {
@@ -10,16 +10,18 @@ namespace {
 // under a lock: otherwise one thread could draw while another still starts.
 CriticalSection lock;
 uint32_t userCount = 0;
-ULONG_PTR token = 0;
+ULONG_PTR token = 0;  // 0: not started
 
 void Start() noexcept {
-  token = 0;
   const Gdiplus::GdiplusStartupInput input;  // version 1, nothing suppressed
-  if (Gdiplus::GdiplusStartup(&token, &input, nullptr) != Gdiplus::Ok) token = 0;
+  if (gdip::GdiplusStartup(&token, &input, nullptr) != Gdiplus::Ok) token = 0;
+  gdip::Library().SetInUse(token != 0);
 }
 
 void Stop() noexcept {
-  if (token != 0) Gdiplus::GdiplusShutdown(token);
+  if (token == 0) return;
+  gdip::GdiplusShutdown(token);
+  gdip::Library().SetInUse(false);
   token = 0;
 }
 
@@ -27,7 +29,6 @@ void Stop() noexcept {
 
 GdiplusUser::GdiplusUser() noexcept {
   const CriticalSectionHold hold(lock);
-  if (userCount == 0) Start();
   ++userCount;
 }
 
@@ -39,6 +40,12 @@ GdiplusUser::~GdiplusUser() {
 uint32_t GdiplusUserCount() noexcept {
   const CriticalSectionHold hold(lock);
   return userCount;
+}
+
+bool StartGdiplus() noexcept {
+  const CriticalSectionHold hold(lock);
+  if (token == 0 && userCount > 0) Start();
+  return token != 0;
 }
 
 }  // namespace veskard

@@ -1,14 +1,13 @@
-// GdiplusUser: keeps GDI+ started.
+// GdiplusUser: keeps GDI+ started from the first drawing on.
 #pragma once
 
 #include <cstdint>
 
 namespace veskard {
 
-/// Held by every live handler of either class: the first one starts GDI+, the
-/// last one shuts it down. A failing start is not reported: drawing then simply
-/// yields nothing, and nothing is shut down, for GDI+ counts its users in a process
-/// and one too few would take it from the host. Safe from several threads.
+/// Held by every live handler of either class. The first drawing of any of them starts
+/// GDI+, and the last of them shuts it down where it was started: GDI+ counts its users
+/// in a process, and one too few would take it from the host. Safe from several threads.
 class GdiplusUser {
  public:
   GdiplusUser() noexcept;
@@ -17,7 +16,12 @@ class GdiplusUser {
   GdiplusUser& operator=(const GdiplusUser&) = delete;
 };
 
-/// How many users there are (0: GDI+ is not running).
+/// How many users there are.
 uint32_t GdiplusUserCount() noexcept;
+
+/// Called before anything is drawn: whether GDI+ runs now. It then does for as long as
+/// there is a user. False when it cannot be loaded or started, which the next call tries
+/// again, and without a user, who alone could shut it down.
+bool StartGdiplus() noexcept;
 
 }  // namespace veskard

@@ -52,7 +52,7 @@ class LibraryLifeTest : public test::LogFixture {
 const std::initializer_list<test::Watch> kNotAtLoad = {
     "CreateFileW", "FindFirstFileExW", "GetFileAttributesW", "GetModuleFileNameW", "CreateProcessW", "OpenMutexW",
     "RegOpenKeyExW", "RegCreateKeyExW", "RegQueryValueExW", "RegSetValueExW", "RegDeleteKeyW",
-    "SHGetSpecialFolderPathW", "SHGetFileInfoW", "SHChangeNotify", "LoadImageW", "GdiplusStartup", "FindResourceW",
+    "SHGetSpecialFolderPathW", "SHGetFileInfoW", "SHChangeNotify", "LoadImageW", "LoadLibraryExW", "FindResourceW",
     "LoadResource", "GetUserPreferredUILanguages"};
 // clang-format on
 

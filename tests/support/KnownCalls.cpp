@@ -139,6 +139,7 @@ void* __cdecl Calloc(size_t count, size_t size);
 void* __cdecl Realloc(void* old, size_t size);
 void __cdecl Free(void* block);
 BOOL WINAPI GetModuleHandleEx(DWORD flags, const wchar_t* name, HMODULE* module);
+FARPROC WINAPI GetProcedureAddress(HMODULE module, const char* name);
 void WINAPI FreeModuleAndExitThread(HMODULE module, DWORD exitCode);
 HLOCAL WINAPI FreeLocalMemory(HLOCAL memory);
 
@@ -148,6 +149,7 @@ KnownCall reallocRow = ByHand("realloc", &Realloc);
 KnownCall freeRow = ByHand("free", &Free);
 KnownCall getModuleHandleExRow =
     ByHand("GetModuleHandleExW", &GetModuleHandleEx, true, ERROR_NO_SYSTEM_RESOURCES);
+KnownCall getProcAddressRow = ByHand("GetProcAddress", &GetProcedureAddress, true, ERROR_PROC_NOT_FOUND);
 KnownCall freeLibraryAndExitRow = ByHand("FreeLibraryAndExitThread", &FreeModuleAndExitThread);
 KnownCall localFreeRow = ByHand("LocalFree", &FreeLocalMemory);
 
@@ -194,6 +196,16 @@ BOOL WINAPI GetModuleHandleEx(DWORD flags, const wchar_t* name, HMODULE* module)
   const BOOL found = CallTarget(getModuleHandleExRow, &GetModuleHandleEx, flags, name, module);
   if (found && (flags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) == 0) Faults::Take(Held::kModule, 1);
   return found;
+}
+
+// What is looked up while watched is watched as well, as what was imported before is.
+FARPROC WINAPI GetProcedureAddress(HMODULE module, const char* name) {
+  if (getProcAddressRow.MustFail()) return nullptr;
+  const FARPROC found = CallTarget(getProcAddressRow, &GetProcedureAddress, module, name);
+  KnownCall* const call = found != nullptr && !IS_INTRESOURCE(name) ? FindKnownCall(name) : nullptr;
+  if (call == nullptr) return found;
+  call->original = reinterpret_cast<void*>(found);
+  return reinterpret_cast<FARPROC>(call->replacement);
 }
 
 void WINAPI FreeModuleAndExitThread(HMODULE module, DWORD exitCode) {
@@ -284,10 +296,12 @@ KnownCall* const kTable[] = {
     FAILS(GetModuleFileNameW,           DWORD{0}, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(GetModuleHandleA,             nullptr, ERROR_MOD_NOT_FOUND),
     FAILS(GetModuleHandleW,             nullptr, ERROR_MOD_NOT_FOUND),
-    FAILS(GetProcAddress,               nullptr, ERROR_PROC_NOT_FOUND),
+    FAILS(GetSystemDirectoryW,          0u, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(LoadLibraryA,                 nullptr, ERROR_NOT_ENOUGH_MEMORY, Held::kModule),
     FAILS(LoadLibraryW,                 nullptr, ERROR_NOT_ENOUGH_MEMORY, Held::kModule),
+    FAILS(LoadLibraryExW,               nullptr, ERROR_NOT_ENOUGH_MEMORY, Held::kModule),
     GIVES(FreeLibrary,                  Held::kModule),
+    &getProcAddressRow,
     &getModuleHandleExRow,
     &freeLibraryAndExitRow,
     FAILS(FindResourceW,                nullptr, ERROR_RESOURCE_NAME_NOT_FOUND),
@@ -335,6 +349,7 @@ KnownCall* const kTable[] = {
     FAILS(CreateBitmap,                 nullptr, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(CreateCompatibleDC,           nullptr, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(CreateDIBSection,             nullptr, ERROR_NOT_ENOUGH_MEMORY),
+    FAILS(GetDIBits,                    0, ERROR_NOT_ENOUGH_MEMORY),
     FAILS(SelectObject,                 nullptr, ERROR_INVALID_HANDLE),
     FAILS(PatBlt,                       FALSE, ERROR_NOT_ENOUGH_MEMORY),
 

@@ -19,7 +19,7 @@ KnownCall* Find(std::string_view function) {
 WatchedCalls::WatchedCalls(std::initializer_list<Watch> calls)
     : WatchedCalls(::GetModuleHandleW(nullptr), calls) {}
 
-WatchedCalls::WatchedCalls(HMODULE module, std::initializer_list<Watch> calls) {
+WatchedCalls::WatchedCalls(HMODULE module, std::initializer_list<Watch> calls) : module_(module) {
   for (const Watch& watch : calls) {
     KnownCall* const call = Find(watch.name);
     if (call == nullptr) continue;
@@ -32,7 +32,7 @@ WatchedCalls::WatchedCalls(HMODULE module, std::initializer_list<Watch> calls) {
   Begin();
 }
 
-WatchedCalls::WatchedCalls(HMODULE module) {
+WatchedCalls::WatchedCalls(HMODULE module) : module_(module) {
   ForEachImport(module, [this](const char* name, void** slot) {
     if (KnownCall* const call = FindKnownCall(name)) PutInFront(*call, slot);
   });
@@ -44,6 +44,15 @@ WatchedCalls::~WatchedCalls() {
     WriteImport(patch.slot, patch.call->original);
     patch.call->givenError = ERROR_SUCCESS;
   }
+  UndoLateOnes();
+}
+
+// What was looked up meanwhile through a watched GetProcAddress.
+void WatchedCalls::UndoLateOnes() noexcept {
+  ForEachImport(module_, [](const char* name, void** slot) {
+    const KnownCall* const call = FindKnownCall(name);
+    if (call != nullptr && *slot == call->replacement) WriteImport(slot, call->original);
+  });
 }
 
 void WatchedCalls::PutInFront(KnownCall& call, void** slot) {

@@ -10,8 +10,9 @@
 //     const FailingCall first("CopyFileW", ERROR_DISK_FULL);  // and no later one
 //
 // Any function of the table in KnownCalls.cpp can be watched; another one needs a row
-// there, no more. The calls are caught in the module's import table, so that what is
-// linked into it is watched and what lies in other modules is not.
+// there, no more. The calls are caught where the module keeps the functions' addresses
+// (tools/common/ImportSlot.h), so that what is linked into it is watched and what lies in
+// other modules is not.
 #pragma once
 
 #include <windows.h>
@@ -76,8 +77,10 @@ class WatchedCalls {
     void** slot;
   };
   void PutInFront(KnownCall& call, void** slot);
+  void UndoLateOnes() noexcept;
   void Begin() noexcept;
 
+  const HMODULE module_;
   std::vector<Patch> patches_;
   ptrdiff_t heldBefore_[kHeldKinds] = {};
 };
@@ -97,8 +100,8 @@ class FailingCall {
   ArmedFault fault_;
 };
 
-/// Puts the watch in front of everything in the table that the module imports; only
-/// unloading the module undoes it. For a module that is being loaded.
+/// Puts the watch in front of everything in the table that the module imports, late or not;
+/// only unloading the module undoes it. For a module that is being loaded.
 void WatchImportsOf(HMODULE module);
 
 /// Calls that do not fail are answered by another function of the same type.

@@ -1,5 +1,6 @@
 // A right-click from the class object to the last Release, in a menu that holds
-// items of the host's own.
+// items of the host's own: one of many, and the first with a library, which draws the
+// pictures.
 #include <gmock/gmock.h>
 
 #include "shellext/ClassIds.h"
@@ -50,10 +51,12 @@ const std::vector<Loss>& Losses() {
 
 class RightClick final : public Scenario {
  public:
-  RightClick() {
+  explicit RightClick(bool isFirst) : isFirst_(isFirst) {
     tree_.MarkRoot(L"root", SelectiveOwnedBy(CurrentUser()));
     items_ = {tree_.MakeFolder(L"root\\a"), tree_.MakePlaceholder(L"root\\b.ghpl", kReceiving)};
   }
+
+  bool IsOnce() const override { return isFirst_; }
 
   void Prepare(const ExtensionLibrary&) override {
     menu_.Reset(::CreatePopupMenu());
@@ -153,6 +156,7 @@ class RightClick final : public Scenario {
     return false;
   }
 
+  const bool isFirst_;
   SyncTree tree_;
   FakeAgentMutex service_{AgentKind::kService};
   std::vector<std::wstring> items_;
@@ -165,7 +169,11 @@ class RightClick final : public Scenario {
 }  // namespace
 
 std::unique_ptr<Scenario> NewRightClick() {
-  return std::make_unique<RightClick>();
+  return std::make_unique<RightClick>(false);
+}
+
+std::unique_ptr<Scenario> NewFirstRightClick() {
+  return std::make_unique<RightClick>(true);
 }
 
 }  // namespace veskard::test

@@ -70,6 +70,7 @@ class Scenario {
 
 /// Each in its own file.
 std::unique_ptr<Scenario> NewRightClick();
+std::unique_ptr<Scenario> NewFirstRightClick();
 std::unique_ptr<Scenario> NewChoice();
 std::unique_ptr<Scenario> NewColdIcon();
 std::unique_ptr<Scenario> NewWarmIcon();

@@ -69,17 +69,18 @@ void PrintTo(const ScenarioEntry& entry, std::ostream* out) {
 
 // clang-format off
 constexpr ScenarioEntry kScenarios[] = {
-    //                                    allocations, system calls
-    {"RightClick",     &NewRightClick,     {40, 80}},
-    {"Choice",         &NewChoice,         {10, 8}},
-    {"ColdIcon",       &NewColdIcon,       {20, 60}},
-    {"WarmIcon",       &NewWarmIcon,       {10, 30}},
-    {"LogSession",     &NewLogSession,     {10, 30}},
-    {"LogRotation",    &NewLogRotation,    {10, 30}},
-    {"Registration",   &NewRegistration,   {20, 20}},
-    {"Unregistration", &NewUnregistration, {10, 9}},
-    {"LanguageTable",  &NewLanguageTable,  {300, 20}},
-    {"CheckFile",      &NewCheckFile,      {300, 20}},
+    //                                      allocations, system calls
+    {"RightClick",      &NewRightClick,       {40, 40}},
+    {"FirstRightClick", &NewFirstRightClick,  {300, 150}},
+    {"Choice",          &NewChoice,           {10, 8}},
+    {"ColdIcon",        &NewColdIcon,         {20, 60}},
+    {"WarmIcon",        &NewWarmIcon,         {10, 30}},
+    {"LogSession",      &NewLogSession,       {10, 30}},
+    {"LogRotation",     &NewLogRotation,      {10, 30}},
+    {"Registration",    &NewRegistration,     {20, 20}},
+    {"Unregistration",  &NewUnregistration,   {10, 9}},
+    {"LanguageTable",   &NewLanguageTable,    {300, 20}},
+    {"CheckFile",       &NewCheckFile,        {300, 20}},
 };
 // clang-format on
 

@@ -1,4 +1,5 @@
-// FindImport: where a loaded module keeps the addresses of the functions it imports.
+// FindImport: where a loaded module keeps the addresses of the functions it imports, by
+// its import table or late (core/LateLibrary.h).
 #pragma once
 
 #include <windows.h>
@@ -7,13 +8,13 @@
 
 namespace veskard {
 
-/// Calls `visit` for each function that the module imports by name, with the place
-/// where the loader has written its address.
+/// Calls `visit` for each function that the module imports by name, with the place where
+/// the loader has written its address; then for each late one that has been looked up.
 void ForEachImport(HMODULE module, const std::function<void(const char* name, void** slot)>& visit);
 
-/// The place where the loader has written the function's address; null when the
-/// module does not import it by name. Whoever writes there stands between this one
-/// module and the system.
+/// The place of the function's address; null when the module does not import it by name.
+/// Whoever writes there stands between this one module and the system. Where the function
+/// is imported late, that place, and the address is looked up now.
 void** FindImport(HMODULE module, const char* function) noexcept;
 
 /// Writes an address there, whatever the page's protection.

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "shellext/module/GdiplusUser.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestIcons.h"
 
 namespace veskard {
@@ -23,7 +23,7 @@ using test::PixelsOf;
 
 class IconBitmapTest : public testing::Test {
  protected:
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 // Every pixel another colour, and every alpha from 0 to 255 among them.

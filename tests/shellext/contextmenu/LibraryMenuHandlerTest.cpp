@@ -147,6 +147,57 @@ TEST_F(MenuHandlerTest, TheHighestIdIsNotConsulted) {
   EXPECT_EQ(Letters(ItemsOf(menu_.Get())), "SRA");
 }
 
+SIZE SizeOf(HBITMAP bitmap) {
+  BITMAP shape = {};
+  EXPECT_NE(::GetObjectW(bitmap, sizeof(shape), &shape), 0);
+  return {shape.bmWidth, shape.bmHeight};
+}
+
+int checkMarkSize = 0;
+int WINAPI AnswerCheckMarkSize(int metric) {
+  return metric == SM_CXMENUCHECK ? checkMarkSize : checkMarkSize + 2;
+}
+
+TEST_F(MenuHandlerTest, ANewSizeOfCheckMarksIsThatOfTheNextMenusBitmaps) {
+  FakeDataObject selection({MakeFolderWithMenu()});
+  const FunctionPatch metrics(library_.Module(), "GetSystemMetrics", &AnswerCheckMarkSize);
+  std::vector<UniqueMenu> menus;
+  const MenuHandler first(library_), second(library_);
+  first.Select(&selection);
+  second.Select(&selection);
+  for (const int size : {16, 20, 16, 31}) {
+    checkMarkSize = size;
+    for (const MenuHandler* handler : {&first, &second}) {
+      menus.emplace_back(::CreatePopupMenu());
+      handler->Query(menus.back().Get());
+      const std::vector<ShownItem> items = ItemsOf(menus.back().Get());
+      ASSERT_FALSE(items.empty());
+      for (const ShownItem& item : items) {
+        EXPECT_EQ(SizeOf(item.bitmap).cx, size);
+        EXPECT_EQ(SizeOf(item.bitmap).cy, size + 2);
+      }
+    }
+  }
+  for (const ShownItem& item : ItemsOf(menus.front().Get()))
+    EXPECT_EQ(SizeOf(item.bitmap).cx, 16) << "the first menu may still be shown";
+}
+
+TEST_F(MenuHandlerTest, HandlersHaveBitmapsOfTheirOwn) {
+  FakeDataObject selection({MakeFolderWithMenu()});
+  const UniqueMenu otherMenu(::CreatePopupMenu());
+  const MenuHandler first(library_);
+  first.Select(&selection);
+  first.Query(menu_.Get());
+  {
+    const MenuHandler other(library_);
+    other.Select(&selection);
+    other.Query(otherMenu.Get());
+    EXPECT_NE(ItemsOf(menu_.Get())[0].bitmap, ItemsOf(otherMenu.Get())[0].bitmap);
+  }
+  for (const ShownItem& item : ItemsOf(menu_.Get()))
+    EXPECT_EQ(::GetObjectType(item.bitmap), static_cast<DWORD>(OBJ_BITMAP)) << "the other's are gone";
+}
+
 TEST_F(MenuHandlerTest, ItemsShowTheirBitmapsWhereCheckMarksStand) {
   tree_.MarkRoot(L"root", kSelective);
   FakeDataObject selection(
@@ -377,10 +428,10 @@ BOOL WINAPI NoteDeletedObject(HGDIOBJ object) {
   return ::DeleteObject(object);
 }
 using GdiplusShutdownFunction = void WINAPI(ULONG_PTR);
-GdiplusShutdownFunction* realShutdown = nullptr;
+const FunctionPatch<GdiplusShutdownFunction>* shutdownPatch = nullptr;
 void WINAPI NoteShutdown(ULONG_PTR token) {
   events.push_back("gdiplus");
-  realShutdown(token);
+  shutdownPatch->CallOriginal(token);
 }
 // A selection that notes when it is let go.
 class NotedSelection final : public IUnknown {
@@ -395,34 +446,36 @@ class NotedSelection final : public IUnknown {
 
 TEST_F(MenuHandlerTest, AtTheEndTheSelectionGoesFirstThenTheBitmapsThenGdiplus) {
   NotedSelection selection;
+  FakeDataObject shown({MakeFolderWithMenu()});
   const FunctionPatch deleteObject(library_.Module(), "DeleteObject", &NoteDeletedObject);
-  realShutdown = reinterpret_cast<GdiplusShutdownFunction*>(
-      reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"gdiplus.dll"), "GdiplusShutdown")));
   const FunctionPatch shutdown(library_.Module(), "GdiplusShutdown", &NoteShutdown);
+  shutdownPatch = &shutdown;
   {
     const MenuHandler handler(library_);
+    handler.Select(&shown);
+    handler.Query(menu_.Get());
     // Only counted, never asked: it needs no more than the first three methods.
     handler.Select(reinterpret_cast<IDataObject*>(static_cast<IUnknown*>(&selection)));
     events.clear();
   }
-  EXPECT_EQ(events,
-            (std::vector<std::string>{"selection", "bitmap", "bitmap", "bitmap", "bitmap", "gdiplus"}));
+  EXPECT_EQ(events, (std::vector<std::string>{"selection", "bitmap", "bitmap", "bitmap", "gdiplus"}));
 }
 
 // Some selections hand themselves to whoever lets go of them.
 TEST_F(MenuHandlerTest, ASelectionMayTakeAndGiveBackAReferenceWhileTheHandlerGoes) {
-  FakeDataObject selection({});
+  FakeDataObject selection({MakeFolderWithMenu()});
   const FunctionPatch deleteObject(library_.Module(), "DeleteObject", &NoteDeletedObject);
   {
     const MenuHandler handler(library_);
     handler.Select(&selection);
+    handler.Query(menu_.Get());
     selection.AtTheLastRelease([menu = handler.Menu()] {
       menu->AddRef();
       menu->Release();
     });
     events.clear();
   }
-  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap", "bitmap"}));
+  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap"}));
 }
 
 // --- Hosts that call while the selection answers ---
@@ -442,6 +495,11 @@ TEST_F(MenuHandlerTest, ASelectionIsHeldWhileItAnswers) {
 
 TEST_F(MenuHandlerTest, AHandlerMayBeReleasedWhileItsSelectionAnswers) {
   FakeDataObject selection({MakeFolderWithMenu()});
+  {
+    const MenuHandler first(library_);  // draws the pictures
+    first.Select(&selection);
+    first.Query(menu_.Get());
+  }
   const FunctionPatch deleteObject(library_.Module(), "DeleteObject", &NoteDeletedObject);
   auto handler = std::make_unique<MenuHandler>(library_);
   IContextMenu* const menu = handler->Menu();
@@ -452,7 +510,7 @@ TEST_F(MenuHandlerTest, AHandlerMayBeReleasedWhileItsSelectionAnswers) {
     EXPECT_TRUE(events.empty()) << "its bitmaps are gone, and so is the handler";
   });
   EXPECT_EQ(menu->QueryContextMenu(menu_.Get(), 0, kFirstId, kFirstId + 100, CMF_NORMAL), 6);
-  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap", "bitmap"}));
+  EXPECT_EQ(events, (std::vector<std::string>{"bitmap", "bitmap", "bitmap"}));
   EXPECT_EQ(selection.ListsInUse(), 0);
 }
 

@@ -33,29 +33,6 @@ constexpr ClickCalls kRightClick[] = {
     {"RegOpenKeyExW",                  4,       4},
     {"RegQueryValueExW",               4,       4},
     {"RegCloseKey",                    4,       4},
-    // The four pictures
-    {"GdiplusStartup",                 1,       1},
-    {"GdiplusShutdown",                1,       1},
-    {"GetModuleHandleExW",             1,       1},
-    {"GetModuleFileNameW",             1,       1},
-    {"GetSystemMetrics",               2,       2},
-    {"LoadImageW",                     8,       8},
-    {"GetIconInfo",                    4,       4},
-    {"GdipBitmapLockBits",             4,       4},
-    {"GdipBitmapUnlockBits",           4,       4},
-    {"GdipCreateBitmapFromHBITMAP",    4,       4},
-    {"GdipCreateBitmapFromScan0",     12,      12},
-    {"GdipGetImageGraphicsContext",    8,       8},
-    {"GdipGetImageWidth",              8,       8},
-    {"GdipGetImageHeight",             8,       8},
-    {"GdipGetImagePixelFormat",        8,       8},
-    {"GdipDrawImageI",                 4,       4},
-    {"GdipDrawImageRectI",             4,       4},
-    {"GdipCreateHBITMAPFromBitmap",    4,       4},
-    {"GdipDeleteGraphics",             8,       8},
-    {"GdipDisposeImage",              16,      16},
-    {"DeleteObject",                  12,      12},
-    {"DestroyIcon",                    4,       4},
     // The selection, the agent, the marks
     {"GlobalLock",                     1,       1},
     {"GlobalSize",                     1,       1},
@@ -76,6 +53,45 @@ constexpr ClickCalls kRightClick[] = {
     {"InsertMenuW",                    0,       0,       0,        1},
     {"SetMenuItemInfoW",               0,       0,       0,        1},
     {"SetMenuInfo",                    0,       0,       0,        1},
+};
+
+// And these for the pictures beside the items, of which a menu without items has none.
+struct PictureCalls {
+  const char* function;
+  long menu = 0;     // a menu with items
+  long bitmap = 0;   // for each picture that is shown, in however many items
+  long picture = 0;  // for each picture that the process draws, which it does once for a size
+  long drawing = 0;  // a menu for which any is drawn
+};
+
+constexpr PictureCalls kPictures[] = {
+    //                              menu  bitmap  picture  drawing
+    {"GetSystemMetrics",               2},
+    {"CreateDIBSection",               0,      1},
+    {"DeleteObject",                   0,      1,       3},
+    {"GdiplusStartup",                 0,      0,       0,       1},
+    {"GdiplusShutdown",                0,      0,       0,       1},
+    {"GetModuleHandleExW",             0,      0,       1},
+    {"GetModuleFileNameW",             0,      0,       1},
+    {"LoadImageW",                     0,      0,       2},
+    {"GetIconInfo",                    0,      0,       1},
+    {"GdipBitmapLockBits",             0,      0,       1},
+    {"GdipBitmapUnlockBits",           0,      0,       1},
+    {"GdipCreateBitmapFromHBITMAP",    0,      0,       1},
+    {"GdipCreateBitmapFromScan0",      0,      0,       3},
+    {"GdipGetImageGraphicsContext",    0,      0,       2},
+    {"GdipGetImageWidth",              0,      0,       2},
+    {"GdipGetImageHeight",             0,      0,       2},
+    {"GdipGetImagePixelFormat",        0,      0,       2},
+    {"GdipDrawImageI",                 0,      0,       1},
+    {"GdipDrawImageRectI",             0,      0,       1},
+    {"GdipCreateHBITMAPFromBitmap",    0,      0,       1},
+    {"GdipDeleteGraphics",             0,      0,       2},
+    {"GdipDisposeImage",               0,      0,       4},
+    {"DestroyIcon",                    0,      0,       1},
+    {"CreateCompatibleDC",             0,      0,       1},
+    {"GetDIBits",                      0,      0,       1},
+    {"DeleteDC",                       0,      0,       1},
 };
 
 // A choice, on the caller's thread: once, for each item, and for each drive that the items
@@ -163,6 +179,21 @@ class MenuCallsTest : public testing::Test {
 
   std::vector<std::wstring> First(long count) const { return {items_.begin(), items_.begin() + count}; }
 
+  /// Of a right-click on the first `count` items; `drawn` pictures are drawn for it.
+  CallNumbers CallsInside(long count, long commands, long drawn) const {
+    CallNumbers expected;
+    for (const ClickCalls& row : kRightClick) {
+      expected[row.function] = row.inside + row.prefix * Prefixes(root_) + row.command * commands +
+                               row.file * ((count + 1) / 2) + row.placeholder * (count / 2);
+    }
+    const long bitmaps = std::min(commands, 3L);  // two commands share one
+    for (const PictureCalls& row : kPictures) {
+      expected[row.function] +=
+          row.menu + row.bitmap * bitmaps + row.picture * drawn + (drawn > 0 ? row.drawing : 0);
+    }
+    return expected;
+  }
+
   // A path and each folder above it.
   static long Prefixes(const std::wstring& path) {
     return static_cast<long>(std::ranges::count(path, L'\\')) + 1;
@@ -196,13 +227,21 @@ TEST_F(MenuCallsTest, ARightClickInsideAFolder) {
   for (const long count : {1, 2, 20, 60, 100}) {
     const Clicked clicked = RightClick(First(count));
     EXPECT_EQ(clicked.commands, count == 1 ? 2 : count == 2 ? 3 : 4);
-    CallNumbers expected;
-    for (const ClickCalls& row : kRightClick) {
-      expected[row.function] = row.inside + row.prefix * Prefixes(root_) + row.command * clicked.commands +
-                               row.file * ((count + 1) / 2) + row.placeholder * (count / 2);
-    }
-    ExpectCalls(clicked.calls, expected, First(count));
+    ExpectCalls(clicked.calls, CallsInside(count, clicked.commands, 0), First(count));
   }
+}
+
+// A system whose check marks have become larger.
+int WINAPI LargerCheckMarks(int) {
+  return 40;
+}
+
+TEST_F(MenuCallsTest, TheFirstRightClicksOfASizeDrawThePicturesThatTheyShow) {
+  AnswerBy("GetSystemMetrics", reinterpret_cast<void*>(&LargerCheckMarks));
+  ExpectCalls(RightClick(First(1)).calls, CallsInside(1, 2, 2), First(1));
+  ExpectCalls(RightClick(First(2)).calls, CallsInside(2, 3, 1), First(2));
+  ExpectCalls(RightClick(First(4)).calls, CallsInside(4, 4, 0), First(4));
+  StopAnswering();
 }
 
 // All but the first are gone: each is asked about all the same.
@@ -216,9 +255,7 @@ std::vector<std::wstring> ManyItems(const std::wstring& first, long count) {
 TEST_F(MenuCallsTest, ARightClickOnSixteenAndOnSixteenThousandItems) {
   for (const long count : {16, 16000}) {
     const std::vector<std::wstring> items = ManyItems(items_[0], count);
-    CallNumbers expected;
-    for (const ClickCalls& row : kRightClick)
-      expected[row.function] = row.inside + row.prefix * Prefixes(root_) + row.command * 2 + row.file;
+    CallNumbers expected = CallsInside(1, 2, 0);
     expected["GetFileAttributesW"] += count - 1;
     ExpectCalls(RightClick(items).calls, expected, items);
   }
@@ -257,6 +294,7 @@ TEST_F(MenuCallsTest, AChoiceOnMappedDrives) {
     for (const wchar_t* root : {L"X:\\", L"Y:\\", L"C:\\", L"\\\\server\\share\\"})
       items.push_back(root + std::to_wstring(i));
   }
+  Choose({L"without a drive"});  // the network is asked about it: its library is loaded once
   types_ = reinterpret_cast<void*>(&TypeOfDrive);
   names_ = reinterpret_cast<void*>(&NameOfShare);
   ExpectCalls(Choose(items), ChoiceOf(400, 1, 2), items);

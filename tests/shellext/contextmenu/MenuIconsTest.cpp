@@ -6,7 +6,7 @@
 #include <set>
 
 #include "shellext/bitmaps/IconBitmap.h"
-#include "shellext/module/GdiplusUser.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestIcons.h"
 
 namespace veskard {
@@ -136,7 +136,7 @@ TEST(MenuIconsTest, AreToldApartByTheirShape) {
 }
 
 TEST(MenuIconsTest, ConvertToBitmapsWithTheirAlpha) {
-  const GdiplusUser gdiplus;
+  const test::StartedGdiplus gdiplus;
   for (const WORD id : kAll) {
     const UniqueIcon icon = Load(id, 15);
     const UniqueGpBitmap bitmap = IconToBitmap(icon.Get());

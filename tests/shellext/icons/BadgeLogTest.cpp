@@ -4,8 +4,8 @@
 #include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/icons/StatusCircle.h"
 #include "shellext/module/DiagnosticLog.h"
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/module/LogFixture.h"
+#include "tests/support/StartedGdiplus.h"
 
 namespace veskard {
 namespace {
@@ -15,7 +15,7 @@ class BadgeLogTest : public test::LogFixture {
   BadgeLogTest() { CreateLog(); }
   ~BadgeLogTest() override { CloseLogAtDetach(Detach::kUnload); }
 
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
   const UniqueGpBitmap bitmap_ = NewBitmap({16, 16, PixelFormat32bppARGB});
 };
 

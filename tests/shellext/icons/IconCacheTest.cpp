@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "shellext/bitmaps/GdiplusBitmap.h"
-#include "shellext/module/GdiplusUser.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/WatchedCalls.h"
 
 namespace veskard {
@@ -13,7 +13,7 @@ class IconCacheTest : public testing::Test {
  protected:
   static UniqueGpBitmap Small() { return NewBitmap({1, 1, PixelFormat32bppARGB}); }
 
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
   IconCache cache_;
 };
 

@@ -5,10 +5,10 @@
 
 #include "core/ModuleHandle.h"
 #include "shellext/icons/TypeIcon.h"
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/StockFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -24,7 +24,7 @@ class OldSystemIconTest : public testing::Test {
     return PixelsOf(GetTypeIcon(L"C:\\absent\\music.vlk2fldr", large, true).Get());
   }
 
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 TEST_F(OldSystemIconTest, TheSystemIsOld) {

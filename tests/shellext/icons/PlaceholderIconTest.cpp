@@ -8,13 +8,13 @@
 
 #include "shellext/bitmaps/GdiplusBitmap.h"
 #include "shellext/icons/IconCache.h"
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/GoldenIcon.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -52,7 +52,7 @@ class PlaceholderIconTest : public testing::Test {
   }
 
   test::PlaceholderFolder folder_;
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 // --- What it looks like ------------------------------------------------------

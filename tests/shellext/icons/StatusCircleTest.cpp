@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "shellext/bitmaps/GdiplusBitmap.h"
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/GoldenIcon.h"
+#include "tests/support/StartedGdiplus.h"
 
 namespace veskard {
 namespace {
@@ -27,7 +27,7 @@ class StatusCircleTest : public testing::Test {
     return PixelsOf(bitmap.Get());
   }
 
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 TEST_F(StatusCircleTest, IsWhatGdiplusDrawsForTheDocumentedMeasures) {

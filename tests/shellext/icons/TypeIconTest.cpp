@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/StockFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
+#include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestFileType.h"
 
 namespace veskard {
@@ -28,7 +28,7 @@ bool IsBlank(const Picture& picture) {
 
 class TypeIconTest : public testing::Test {
  protected:
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 TEST_F(TypeIconTest, LargeIsTheJumboIconAndSmallTheSmallOne) {

@@ -5,8 +5,8 @@
 #include <chrono>
 
 #include "shellext/bitmaps/GdiplusBitmap.h"
-#include "shellext/module/GdiplusUser.h"
 #include "tests/shellext/icons/GoldenIcon.h"
+#include "tests/support/StartedGdiplus.h"
 
 namespace veskard {
 namespace {
@@ -34,7 +34,7 @@ class WashOutTest : public testing::Test {
     return PixelsOf(bitmap.Get());
   }
 
-  const GdiplusUser gdiplus_;
+  const test::StartedGdiplus gdiplus_;
 };
 
 TEST_F(WashOutTest, BlackBecomesLightGreyAndWhiteStays) {

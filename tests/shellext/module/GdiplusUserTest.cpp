@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/GdiplusOwners.h"
+#include "core/GdiplusFunctions.h"
 #include "tests/support/ImportPatch.h"
 
 namespace veskard {
@@ -43,24 +43,36 @@ class GdiplusUserTest : public ::testing::Test {
   test::FunctionPatch<decltype(Gdiplus::GdiplusShutdown)> stop_;
 };
 
-TEST_F(GdiplusUserTest, TheFirstStartsAndTheLastStops) {
+TEST_F(GdiplusUserTest, AUserWhoDrawsNothingStartsNothing) {
   {
     const GdiplusUser first;
-    EXPECT_EQ(starts, 1);
+    const GdiplusUser second;
+    EXPECT_EQ(GdiplusUserCount(), 2u);
+  }
+  EXPECT_EQ(GdiplusUserCount(), 0u);
+  EXPECT_EQ(starts, 0);
+  EXPECT_EQ(stops, 0);
+}
+
+TEST_F(GdiplusUserTest, TheFirstDrawingStartsAndTheLastUserStops) {
+  {
+    const GdiplusUser first;
     {
       const GdiplusUser second;
-      EXPECT_EQ(GdiplusUserCount(), 2u);
+      EXPECT_TRUE(StartGdiplus());
+      EXPECT_TRUE(StartGdiplus());
+      EXPECT_EQ(starts, 1);
     }
     EXPECT_EQ(GdiplusUserCount(), 1u);
     EXPECT_EQ(stops, 0);
   }
   EXPECT_EQ(starts, 1);
   EXPECT_EQ(stops, 1);
-  EXPECT_EQ(GdiplusUserCount(), 0u);
 }
 
-TEST_F(GdiplusUserTest, TheOrderOfLeavingDoesNotMatter) {
+TEST_F(GdiplusUserTest, WhoeverStartedItMayLeaveFirst) {
   std::optional<GdiplusUser> first(std::in_place);
+  EXPECT_TRUE(StartGdiplus());
   std::optional<GdiplusUser> second(std::in_place);
   first.reset();
   EXPECT_EQ(stops, 0);
@@ -68,40 +80,50 @@ TEST_F(GdiplusUserTest, TheOrderOfLeavingDoesNotMatter) {
   EXPECT_EQ(stops, 1);
 }
 
+TEST_F(GdiplusUserTest, WithoutAUserItDoesNotStart) {
+  EXPECT_FALSE(StartGdiplus());
+  EXPECT_EQ(starts, 0);
+}
+
 TEST_F(GdiplusUserTest, StartsAgainAfterTheLastOneLeft) {
-  for (int round = 0; round < 3; ++round) const GdiplusUser user;
+  for (int round = 0; round < 3; ++round) {
+    const GdiplusUser user;
+    EXPECT_TRUE(StartGdiplus());
+  }
   EXPECT_EQ(starts, 3);
   EXPECT_EQ(stops, 3);
 }
 
 TEST_F(GdiplusUserTest, StartsVersionOneWithNothingSuppressed) {
   const GdiplusUser user;
+  EXPECT_TRUE(StartGdiplus());
   EXPECT_EQ(lastInput.GdiplusVersion, 1u);
   EXPECT_EQ(lastInput.DebugEventCallback, nullptr);
   EXPECT_FALSE(lastInput.SuppressBackgroundThread);
   EXPECT_FALSE(lastInput.SuppressExternalCodecs);
 }
 
-TEST_F(GdiplusUserTest, AFailingStartIsCountedAndNotStopped) {
+TEST_F(GdiplusUserTest, AFailingStartIsReportedAndNotStopped) {
   refuse = true;
   {
     const GdiplusUser user;
+    EXPECT_FALSE(StartGdiplus());
     EXPECT_EQ(GdiplusUserCount(), 1u);
   }
   EXPECT_EQ(GdiplusUserCount(), 0u);
   EXPECT_EQ(stops, 0);
 }
 
-TEST_F(GdiplusUserTest, AFailingStartIsNotRepeatedUntilAllHaveLeft) {
-  refuse = true;
+TEST_F(GdiplusUserTest, AFailingStartIsTriedAgainByTheNextDrawing) {
   {
-    const GdiplusUser first;
+    const GdiplusUser user;
+    refuse = true;
+    EXPECT_FALSE(StartGdiplus());
     refuse = false;
-    const GdiplusUser second;
-    EXPECT_EQ(starts, 1);
+    EXPECT_TRUE(StartGdiplus());
   }
-  const GdiplusUser third;
   EXPECT_EQ(starts, 2);
+  EXPECT_EQ(stops, 1);
 }
 
 TEST_F(GdiplusUserTest, ThreadsShareOneStart) {
@@ -110,7 +132,10 @@ TEST_F(GdiplusUserTest, ThreadsShareOneStart) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i)
       threads.emplace_back([] {
-        for (int round = 0; round < 200; ++round) const GdiplusUser user;
+        for (int round = 0; round < 200; ++round) {
+          const GdiplusUser user;
+          EXPECT_TRUE(StartGdiplus());
+        }
       });
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(GdiplusUserCount(), 1u);
