@@ -2,8 +2,6 @@
 // the process holds at the end is what it held at the beginning.
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -26,9 +24,7 @@ int Rounds() {
 }
 
 ptrdiff_t PrivateKilobytes() {
-  PROCESS_MEMORY_COUNTERS counters = {};
-  ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
-  return static_cast<ptrdiff_t>(counters.PagefileUsage / 1024);
+  return static_cast<ptrdiff_t>(PrivateBytes() / 1024);
 }
 
 // Loading an icon from a resource and destroying it makes Wine's process grow by some
