@@ -50,6 +50,7 @@ for bench in "${windows_benches[@]}"; do
   printf '\n%s, under Wine\n' "$bench"
   words=()
   [ "$bench" != cost_bench ] || words=("$clicks")
+  # On a busy machine cost_bench takes longer than a program may otherwise.
   VESKARD_TIMEOUT=${VESKARD_TIMEOUT:-3600} "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe" "${words[@]}"
 done
 

@@ -1,7 +1,6 @@
 // Right-clicks and commands: what they cost in one process that has been clicked in.
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -100,7 +99,7 @@ void PrintGrowth(const Sides& ofOne, const std::vector<Sides>& byCount) {
                 PerItem(byCount[i].old, ofOne.old, kGrowth[i].count));
   }
   const auto growth = [&](Times Sides::*side) {
-    return PerItem(byCount.back().*side, ofOne.*side, std::end(kGrowth)[-1].count) /
+    return PerItem(byCount.back().*side, ofOne.*side, kGrowth[byCount.size() - 1].count) /
            PerItem(byCount.front().*side, ofOne.*side, kGrowth[0].count);
   };
   const double now = growth(&Sides::now);
