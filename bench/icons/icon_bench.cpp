@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/icons/BareIcons.h"
+#include "bench/icons/BaselineIcons.h"
 #include "bench/icons/BenchFiles.h"
 #include "bench/windows/Measure.h"
 #include "shellext/bitmaps/GdiplusBitmap.h"
@@ -39,10 +39,10 @@ void BenchWarm(const bench::BenchFiles& files, bool large) {
   const bench::Run compose = [&](int) { ComposePlaceholderIcon(placeholder, large); };
   const std::string name = large ? "warm, large: " : "warm, small: ";
   Compare(name + "clone, draw, conversion", 1.15, kRounds, compose,
-          [&](int) { bench::BareExtraction(typeIcon, badge); });
+          [&](int) { bench::BaselineExtraction(typeIcon, badge); });
   Compare(name + "mark, clone, draw, conversion", 1.15, kRounds, compose, [&](int) {
-    bench::BareMark(placeholder);
-    bench::BareExtraction(typeIcon, badge);
+    bench::BaselineMark(placeholder);
+    bench::BaselineExtraction(typeIcon, badge);
   });
 }
 
@@ -55,9 +55,9 @@ class ColdTypes {
   // the drawing that a first icon and a first badge take.
   void Bench(bool large) {
     const std::string size = large ? "cold, large, " : "cold, small, ";
-    const bench::Run shell = [&, large](int type) { bench::BareShellIcon(files_.Name(type), large); };
+    const bench::Run shell = [&, large](int type) { bench::BaselineShellIcon(files_.Name(type), large); };
     const bench::Run all = [&, large](int type) {
-      bench::BareColdIcon(files_.Receiving(type), files_.Name(type), large, bench::kProgress);
+      bench::BaselineColdIcon(files_.Receiving(type), files_.Name(type), large, bench::kProgress);
     };
     const bench::Run waiting = [&, large](int type) { ComposePlaceholderIcon(files_.Waiting(type), large); };
     const bench::Run receiving = [&, large](int type) {
@@ -71,7 +71,7 @@ class ColdTypes {
  private:
   static constexpr int kRounds = 40;
 
-  void CompareCold(const std::string& what, const bench::Run& ours, const bench::Run& bare) {
+  void CompareCold(const std::string& what, const bench::Run& ours, const bench::Run& baseline) {
     const auto typeOf = [first = used_](int round, int contender) { return first + 2 * round + contender; };
     used_ += 2 * kRounds;
     Compare(
@@ -80,7 +80,7 @@ class ColdTypes {
           EmptyCache();
           ours(typeOf(round, 0));
         },
-        [&](int round) { bare(typeOf(round, 1)); });
+        [&](int round) { baseline(typeOf(round, 1)); });
   }
 
  public:

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "bench/icons/BareIcons.h"
+#include "bench/icons/BaselineIcons.h"
 #include "bench/icons/BenchFiles.h"
 #include "bench/instructions/Counted.h"
 #include "shellext/bitmaps/GdiplusBitmap.h"
@@ -48,9 +48,9 @@ class IconSteps {
   }
 
   void CountSteps() const {
-    Counted(Named("step: the mark"), [&] { BareMark(files_.Receiving(kSteps)); });
+    Counted(Named("step: the mark"), [&] { BaselineMark(files_.Receiving(kSteps)); });
     UniqueIcon icon;
-    Counted(Named("step: the Shell's calls"), [&] { icon = BareShellIcon(files_.Name(kSteps), large_); });
+    Counted(Named("step: the Shell's calls"), [&] { icon = BaselineShellIcon(files_.Name(kSteps), large_); });
     UniqueGpBitmap type;
     Counted(Named("step: the type's icon as a bitmap"), [&] { type = IconToBitmap(icon.Get()); });
     Counted(Named("step: the wash-out"), [&] { WashOut(type.Get()); });
@@ -59,7 +59,7 @@ class IconSteps {
       badge = NewBitmap(ShapeOf(type.Get()));
       DrawStatusCircle(badge.Get(), kProgress);
     });
-    Counted(Named("step: clone, draw, conversion"), [&] { BareExtraction(type.Get(), badge.Get()); });
+    Counted(Named("step: clone, draw, conversion"), [&] { BaselineExtraction(type.Get(), badge.Get()); });
   }
 
   const BenchFiles& files_;

@@ -1,4 +1,4 @@
-// log_bench.exe: what a line of the log costs, as ratios to the bare calls that
+// log_bench.exe: what a line of the log costs, as ratios to the baseline calls that
 // it cannot do without.
 //
 // Ratios are what to compare between machines; the times belong to this one.
@@ -23,12 +23,12 @@ namespace {
 
 // Off: loops inside, because a single call is too short to be timed.
 constexpr int kCalls = 1'000'000;
-std::atomic<bool> bareFlag = false;
-volatile int bareLines = 0;
+std::atomic<bool> baselineFlag = false;
+volatile int baselineLines = 0;
 
-void BareTests() {
+void BaselineTests() {
   for (int i = 0; i < kCalls; ++i)
-    if (bareFlag.load(std::memory_order_relaxed)) bareLines = i;
+    if (baselineFlag.load(std::memory_order_relaxed)) baselineLines = i;
 }
 
 void CallsWhileOff() {
@@ -38,13 +38,13 @@ void CallsWhileOff() {
 void CompareOff() {
   bench::Compare(
       "off, a million calls: a test and a branch", 0, {.count = 51}, [](int) { CallsWhileOff(); },
-      [](int) { BareTests(); });
+      [](int) { BaselineTests(); });
 }
 
 /// One file, opened as the log opens its own.
-class BareFile {
+class BaselineFile {
  public:
-  explicit BareFile(const std::wstring& path)
+  explicit BaselineFile(const std::wstring& path)
       : file_(::CreateFileW(path.c_str(), GENERIC_WRITE, kShareEverything, nullptr, OPEN_ALWAYS,
                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
 
@@ -67,12 +67,12 @@ std::wstring FormatLine() {
 }
 
 void CompareOn(const std::wstring& folder) {
-  const BareFile bare(folder + L"\\bare.log");
+  const BaselineFile baseline(folder + L"\\baseline.log");
   const std::wstring ready = FormatLine();
   const auto times =
       bench::TakeTurns({.count = 31, .repetitions = 200},
                        {[](int) { Log(L"Selective Sync: inSyncFolder(%d)", 1); },
-                        [&](int) { bare.Write(ready); }, [&](int) { bare.Write(FormatLine()); }});
+                        [&](int) { baseline.Write(ready); }, [&](int) { baseline.Write(FormatLine()); }});
   bench::PrintRow("on, one line: one write and one flush", 0, times[0], times[1]);
   bench::PrintRow("on, one line: one format, one write and one flush", 0, times[0], times[2]);
 }

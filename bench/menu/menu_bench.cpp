@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/menu/BareMenu.h"
+#include "bench/menu/BaselineMenu.h"
 #include "bench/menu/BenchSelection.h"
 #include "bench/menu/MenuHost.h"
 #include "bench/windows/Measure.h"
@@ -29,7 +29,7 @@ int RoundsFor(uint32_t count) {
 
 struct Sides {
   Times ours;
-  Times bare;
+  Times baseline;
 };
 
 Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::vector<std::wstring>& items) {
@@ -44,18 +44,18 @@ Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::
   const std::vector<Times> times =
       TakeTurns({.count = rounds},
                 {[&](int round) { RightClick(host.Extension(), selection.Data(), menuOf(round, 0)); },
-                 [&](int round) { BareRightClick(selection.Data(), menuOf(round, 1)); }});
+                 [&](int round) { BaselineRightClick(selection.Data(), menuOf(round, 1)); }});
   PrintRow(what, kAim, times[0], times[1]);
   return {times[0], times[1]};
 }
 
 void PrintGrowth(const std::vector<Sides>& byCount) {
-  std::printf("\nMicroseconds for each item more, fastest    ours       bare\n");
+  std::printf("\nMicroseconds for each item more, fastest    ours       baseline\n");
   for (size_t i = 1; i < byCount.size(); ++i) {
     const double more = kCounts[i] - kCounts[i - 1];
     std::printf("  from %4u to %4u items %24.1f %10.1f\n", kCounts[i - 1], kCounts[i],
                 (byCount[i].ours.fastest - byCount[i - 1].ours.fastest) / more,
-                (byCount[i].bare.fastest - byCount[i - 1].bare.fastest) / more);
+                (byCount[i].baseline.fastest - byCount[i - 1].baseline.fastest) / more);
   }
 }
 
@@ -71,7 +71,7 @@ void BenchChoice(const MenuHost& host, const std::vector<std::wstring>& items) {
   Compare(
       "choice, " + Items(selection.Count()), 0, {.count = RoundsFor(selection.Count()), .pause = 3},
       [&](int) { handler.Invoke(kRemoveFromThisDevice); },
-      [&](int) { BareChoice(selection.Drop(), selection.Count()); });
+      [&](int) { BaselineChoice(selection.Drop(), selection.Count()); });
   handler.Select(nullptr);
 }
 

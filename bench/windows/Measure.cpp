@@ -47,17 +47,17 @@ const char* Verdict(double value, double aim) noexcept {
   return std::lround(value * 100) <= std::lround(aim * 100) ? "met" : "missed";
 }
 
-void PrintHeading(const std::string& ours, const std::string& bare) {
-  const std::string first = ours + ", us", second = bare + ", us";
+void PrintHeading(const std::string& ours, const std::string& baseline) {
+  const std::string first = ours + ", us", second = baseline + ", us";
   std::printf("%-52s %28s %28s\n", "", "fastest", "median");
   std::printf("%-52s %10s %10s %6s  %10s %10s %6s %6s\n", "", first.c_str(), second.c_str(), "ratio",
               first.c_str(), second.c_str(), "ratio", "aim");
 }
 
-void PrintRow(const std::string& what, double aim, const Times& ours, const Times& bare) {
-  const double ratio = ours.median / bare.median;
-  std::printf("%-52s %10.1f %10.1f %6.2f  %10.1f %10.1f %6.2f", what.c_str(), ours.fastest, bare.fastest,
-              ours.fastest / bare.fastest, ours.median, bare.median, ratio);
+void PrintRow(const std::string& what, double aim, const Times& ours, const Times& baseline) {
+  const double ratio = ours.median / baseline.median;
+  std::printf("%-52s %10.1f %10.1f %6.2f  %10.1f %10.1f %6.2f", what.c_str(), ours.fastest, baseline.fastest,
+              ours.fastest / baseline.fastest, ours.median, baseline.median, ratio);
   if (aim > 0) std::printf(" %6.2f %s", aim, Verdict(ratio, aim));
   std::printf("\n");
   std::fflush(stdout);
@@ -68,8 +68,9 @@ void PrintPart(const std::string& what, const Times& times) {
   std::fflush(stdout);
 }
 
-void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& bare) {
-  const std::vector<Times> times = TakeTurns(rounds, {ours, bare});
+void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours,
+             const Run& baseline) {
+  const std::vector<Times> times = TakeTurns(rounds, {ours, baseline});
   PrintRow(what, aim, times[0], times[1]);
 }
 

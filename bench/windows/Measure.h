@@ -40,13 +40,13 @@ const char* Verdict(double value, double aim) noexcept;
 
 /// A table of two sides: times and ratios, and the ratio that is aimed at (0: none) with
 /// the verdict on the median.
-void PrintHeading(const std::string& ours = "ours", const std::string& bare = "bare");
-void PrintRow(const std::string& what, double aim, const Times& ours, const Times& bare);
+void PrintHeading(const std::string& ours = "ours", const std::string& baseline = "baseline");
+void PrintRow(const std::string& what, double aim, const Times& ours, const Times& baseline);
 
 /// A part of the row above: the fastest and the median of the first side alone.
 void PrintPart(const std::string& what, const Times& times);
 
 /// Measures two in turns and prints their row.
-void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& bare);
+void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& baseline);
 
 }  // namespace veskard::bench

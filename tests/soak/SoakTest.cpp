@@ -103,7 +103,7 @@ TEST_F(SoakTest, NothingIsLeftOfAnyRightClickOrIcon) {
   EXPECT_LT(after.heapBlocks, before.heapBlocks + 20 + static_cast<size_t>(rounds) / 1000);
   EXPECT_LT(after.heapBytes, before.heapBytes + 32 * 1024 + static_cast<size_t>(rounds));
   const ptrdiff_t memoryAfter = PrivateKilobytes();
-  std::cout << "  a bare icon costs " << ofIcons << " bytes of private memory, a round "
+  std::cout << "  loading and freeing an icon alone costs " << ofIcons << " bytes of private memory, a round "
             << (memoryAfter - memoryBefore) * 1024 / rounds << std::endl;
   const ptrdiff_t systems = rounds * kIconsOfAMenu * ofIcons / 1024;
   EXPECT_LT(memoryAfter, memoryBefore + 4096 + systems * 5 / 4);

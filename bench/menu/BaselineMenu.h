@@ -16,10 +16,10 @@ namespace veskard::bench {
 /// A whole right-click: the switch of the log read as often as objects come and go,
 /// the selection's list, the agent's mutex, the marks of the folder and of each item, the
 /// items and their bitmaps, whose pixels are there.
-void BareRightClick(IDataObject* selection, HMENU menu);
+void BaselineRightClick(IDataObject* selection, HMENU menu);
 
 /// A whole choice: the agent's mutex, one message for each item, written as plain
 /// text, and a thread that looks for the pipe and offers them.
-void BareChoice(HDROP drop, uint32_t count);
+void BaselineChoice(HDROP drop, uint32_t count);
 
 }  // namespace veskard::bench

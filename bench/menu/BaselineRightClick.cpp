@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "bench/menu/BareCalls.h"
-#include "bench/menu/BareMenu.h"
+#include "bench/menu/BaselineCalls.h"
+#include "bench/menu/BaselineMenu.h"
 #include "core/WindowsOwners.h"
 #include "fs/util/OpenMode.h"
 
@@ -87,7 +87,7 @@ struct Found {
 
 Found LookAtItems(HDROP drop) {
   Found found;
-  const BareDropList list(drop);
+  const BaselineDropList list(drop);
   for (const wchar_t* name = list.First(); *name != L'\0'; name += std::wcslen(name) + 1) {
     ::GetFileAttributesW(name);
     if (name == list.First()) {
@@ -141,19 +141,19 @@ void AddItems(const Found& found, HMENU menu) {
 
 }  // namespace
 
-void BareRightClick(IDataObject* selection, HMENU menu) {
-  BareLogSwitch();  // the factory comes
-  BareLogSwitch();  // the handler comes
-  BareLogSwitch();  // the factory goes
+void BaselineRightClick(IDataObject* selection, HMENU menu) {
+  BaselineLogSwitch();  // the factory comes
+  BaselineLogSwitch();  // the handler comes
+  BaselineLogSwitch();  // the factory goes
 
   FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
   STGMEDIUM medium = {};
   selection->GetData(&format, &medium);
-  BareAgentLookUp();
+  BaselineAgentLookUp();
   const Found found = LookAtItems(static_cast<HDROP>(medium.hGlobal));
   if (found.inFolder) AddItems(found, menu);
   ::ReleaseStgMedium(&medium);
-  BareLogSwitch();  // the handler goes
+  BaselineLogSwitch();  // the handler goes
 }
 
 }  // namespace veskard::bench

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "bench/menu/BareCalls.h"
-#include "bench/menu/BareMenu.h"
+#include "bench/menu/BaselineCalls.h"
+#include "bench/menu/BaselineMenu.h"
 #include "core/WindowsOwners.h"
 
 namespace veskard::bench {
@@ -22,7 +22,7 @@ std::string Utf8(const wchar_t* text) {
 
 Messages BuildMessages(HDROP drop, uint32_t count) {
   Messages messages;
-  const BareDropList list(drop);
+  const BaselineDropList list(drop);
   ::GetDriveTypeW(L"C:\\");  // all items lie on this drive
   const wchar_t* name = list.First();
   for (uint32_t i = 0; i < count; ++i, name += std::wcslen(name) + 1) {
@@ -45,16 +45,16 @@ void Offer(const Messages& messages) {
 
 DWORD WINAPI Send(void* parameter) {
   const std::unique_ptr<Messages> messages(static_cast<Messages*>(parameter));
-  BareLogSwitch();
+  BaselineLogSwitch();
   Offer(*messages);
-  BareLogSwitch();
+  BaselineLogSwitch();
   return 0;
 }
 
 }  // namespace
 
-void BareChoice(HDROP drop, uint32_t count) {
-  BareAgentLookUp();
+void BaselineChoice(HDROP drop, uint32_t count) {
+  BaselineAgentLookUp();
   auto messages = std::make_unique<Messages>(BuildMessages(drop, count));
   const UniqueHandle thread(::CreateThread(nullptr, 0, &Send, messages.release(), 0, nullptr));
 }

@@ -1,4 +1,4 @@
-// What the bare right-click and the bare choice have in common.
+// What the baseline right-click and the baseline choice have in common.
 #pragma once
 
 #include <windows.h>
@@ -8,18 +8,18 @@
 namespace veskard::bench {
 
 /// The registry's switch of the log, read as it is when objects come and go.
-void BareLogSwitch();
+void BaselineLogSwitch();
 
 /// The service agent's mutex.
-void BareAgentLookUp();
+void BaselineAgentLookUp();
 
 /// The wide names of a list, locked for as long as it lives; an empty one ends them.
-class BareDropList {
+class BaselineDropList {
  public:
-  explicit BareDropList(HDROP drop);
-  ~BareDropList() { ::GlobalUnlock(drop_); }
-  BareDropList(const BareDropList&) = delete;
-  BareDropList& operator=(const BareDropList&) = delete;
+  explicit BaselineDropList(HDROP drop);
+  ~BaselineDropList() { ::GlobalUnlock(drop_); }
+  BaselineDropList(const BaselineDropList&) = delete;
+  BaselineDropList& operator=(const BaselineDropList&) = delete;
 
   const wchar_t* First() const noexcept { return first_; }
 

@@ -1,4 +1,4 @@
-#include "bench/icons/BareIcons.h"
+#include "bench/icons/BaselineIcons.h"
 
 #include <windows.h>
 // The image lists' header needs the common controls' types.
@@ -112,7 +112,7 @@ void Convert(Gdiplus::GpBitmap* canvas, SIZE size) {
 
 }  // namespace
 
-UniqueGpBitmap BareBitmapOf(HICON icon) {
+UniqueGpBitmap BaselineBitmapOf(HICON icon) {
   ICONINFO info = {};
   ::GetIconInfo(icon, &info);
   const UniqueBitmap colours(info.hbmColor), mask(info.hbmMask);
@@ -133,7 +133,7 @@ UniqueGpBitmap BareBitmapOf(HICON icon) {
   return copy;
 }
 
-void BareMark(const std::wstring& placeholder) {
+void BaselineMark(const std::wstring& placeholder) {
   const UniqueFile mark = OpenMark(placeholder);
   LARGE_INTEGER size = {};
   ::GetFileSizeEx(OpenMark(placeholder).Get(), &size);
@@ -142,7 +142,7 @@ void BareMark(const std::wstring& placeholder) {
   ::ReadFile(mark.Get(), bytes, static_cast<DWORD>(size.QuadPart), &read, nullptr);
 }
 
-UniqueIcon BareShellIcon(const std::wstring& name, bool large) {
+UniqueIcon BaselineShellIcon(const std::wstring& name, bool large) {
   SHFILEINFOW info = {};
   const UINT wanted = large ? SHGFI_SYSICONINDEX : SHGFI_ICON | SHGFI_SMALLICON;
   ::SHGetFileInfoW(name.c_str(), FILE_ATTRIBUTE_NORMAL, &info, sizeof(info),
@@ -155,7 +155,7 @@ UniqueIcon BareShellIcon(const std::wstring& name, bool large) {
   return icon;
 }
 
-void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
+void BaselineExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
   const SIZE size = SizeOf(typeIcon);
   UniqueGpBitmap canvas;
   gdip::GdipCloneBitmapAreaI(0, 0, size.cx, size.cy, PixelFormat32bppARGB, typeIcon, canvas.Out());
@@ -163,11 +163,11 @@ void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge) {
   Convert(canvas.Get(), size);
 }
 
-void BareColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress) {
-  BareMark(placeholder);
-  const UniqueGpBitmap typeIcon = BareBitmapOf(BareShellIcon(name, large).Get());
+void BaselineColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress) {
+  BaselineMark(placeholder);
+  const UniqueGpBitmap typeIcon = BaselineBitmapOf(BaselineShellIcon(name, large).Get());
   CopyPixels(typeIcon.Get());
-  BareExtraction(typeIcon.Get(), Badge(SizeOf(typeIcon.Get()), progress).Get());
+  BaselineExtraction(typeIcon.Get(), Badge(SizeOf(typeIcon.Get()), progress).Get());
 }
 
 }  // namespace veskard::bench

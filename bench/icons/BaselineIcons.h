@@ -10,20 +10,20 @@
 namespace veskard::bench {
 
 /// The placeholder's mark: opened to be read, opened again for its size.
-void BareMark(const std::wstring& placeholder);
+void BaselineMark(const std::wstring& placeholder);
 
 /// The icon as a bitmap with its alpha, drawn onto an empty one.
-UniqueGpBitmap BareBitmapOf(HICON icon);
+UniqueGpBitmap BaselineBitmapOf(HICON icon);
 
 /// The Shell's icon for a name.
-UniqueIcon BareShellIcon(const std::wstring& name, bool large);
+UniqueIcon BaselineShellIcon(const std::wstring& name, bool large);
 
 /// One clone, one draw, one conversion to an icon.
-void BareExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge);
+void BaselineExtraction(Gdiplus::GpBitmap* typeIcon, Gdiplus::GpBitmap* badge);
 
 /// Everything that the first icon of a type and the first badge take: the mark, the
 /// Shell's icon as a bitmap, a copy of its pixels in place of the wash-out, the
 /// badge's three shapes, and the extraction.
-void BareColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress);
+void BaselineColdIcon(const std::wstring& placeholder, const std::wstring& name, bool large, int progress);
 
 }  // namespace veskard::bench
