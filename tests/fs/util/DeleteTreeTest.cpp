@@ -12,7 +12,7 @@
 #include "core/WindowsOwners.h"
 #include "fs/util/Handle.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard {
@@ -20,6 +20,7 @@ namespace {
 
 using test::Exists;
 using test::MakeFolder;
+using test::Patched;
 using test::SetReadOnly;
 using test::WriteBytes;
 
@@ -73,16 +74,12 @@ TEST_F(DeleteTreeTest, RemovesWideAndNestedTreesAndNothingBesides) {
   EXPECT_EQ(test::NamesIn(folder_.Path()), std::vector<std::wstring>{L"beside"});
 }
 
-// FindFirstFileW where nothing may be listed at all.
-HANDLE WINAPI ListNothing(LPCWSTR pattern, WIN32_FIND_DATAW*) {
-  ADD_FAILURE() << "lists " << testing::PrintToString(std::wstring(pattern));
-  ::SetLastError(ERROR_FILE_NOT_FOUND);
-  return INVALID_HANDLE_VALUE;
-}
-
 TEST(DeleteTreeWithoutAPathTest, DeletesNothing) {
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "FindFirstFileW",
-                                reinterpret_cast<void*>(&ListNothing));
+  const Patched<&::FindFirstFileW> patch("FindFirstFileW", [](auto, LPCWSTR pattern, auto) {
+    ADD_FAILURE() << "lists " << testing::PrintToString(std::wstring(pattern));
+    ::SetLastError(ERROR_FILE_NOT_FOUND);
+    return INVALID_HANDLE_VALUE;
+  });
   ASSERT_NE(patch.Original(), nullptr) << "the current drive would be emptied";
   EXPECT_FALSE(DeleteTree(L""));
   EXPECT_EQ(::GetLastError(), DWORD{ERROR_PATH_NOT_FOUND});
@@ -131,43 +128,31 @@ TEST_F(DeleteTreeTest, AFileThatCannotBeDeletedFailsTheWholeButNotTheRest) {
 }
 
 // A listing of "tree" that shows one junction, the way NTFS does, and nothing else.
-class JunctionListing {
- public:
-  JunctionListing() {
-    realFirst_ = reinterpret_cast<decltype(realFirst_)>(first_.Original());
-    realNext_ = reinterpret_cast<decltype(realNext_)>(next_.Original());
-  }
+struct JunctionListing {
+  DWORD tag = IO_REPARSE_TAG_MOUNT_POINT;
+  HANDLE listing = nullptr;
 
- private:
-  static HANDLE WINAPI First(LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
-    const HANDLE search = realFirst_(pattern, entry);
-    if (search == listing_) listing_ = nullptr;  // closed meanwhile, and the handle used again
-    if (!std::wstring_view(pattern).ends_with(L"\\tree\\*.*")) return search;
-    std::wcscpy(entry->cFileName, L"junction");
-    entry->dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    entry->dwReserved0 = tag;
-    return listing_ = search;
-  }
-  static BOOL WINAPI Next(HANDLE search, WIN32_FIND_DATAW* entry) {
-    return search != listing_ && realNext_(search, entry);
-  }
-
-  static inline decltype(&::FindFirstFileW) realFirst_ = nullptr;
-  static inline decltype(&::FindNextFileW) realNext_ = nullptr;
-  static inline HANDLE listing_ = nullptr;
-  test::ImportPatch first_{::GetModuleHandleW(nullptr), "FindFirstFileW", reinterpret_cast<void*>(&First)};
-  test::ImportPatch next_{::GetModuleHandleW(nullptr), "FindNextFileW", reinterpret_cast<void*>(&Next)};
-
- public:
-  static inline DWORD tag = IO_REPARSE_TAG_MOUNT_POINT;
+  const Patched<&::FindFirstFileW> first{
+      "FindFirstFileW", [this](auto original, LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
+        const HANDLE search = original(pattern, entry);
+        if (search == listing) listing = nullptr;  // closed meanwhile, and the handle used again
+        if (!std::wstring_view(pattern).ends_with(L"\\tree\\*.*")) return search;
+        std::wcscpy(entry->cFileName, L"junction");
+        entry->dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+        entry->dwReserved0 = tag;
+        return listing = search;
+      }};
+  const Patched<&::FindNextFileW> next{"FindNextFileW", [this](auto original, HANDLE search, auto* entry) {
+                                         return search != listing && original(search, entry);
+                                       }};
 };
 
 TEST_F(DeleteTreeTest, WhatALinkPointsToStays) {
   MakeFolder(tree_ + L"\\junction");
   WriteBytes(tree_ + L"\\junction\\elsewhere", "1");
-  const JunctionListing listing;
+  JunctionListing listing;
   for (const DWORD tag : {DWORD{IO_REPARSE_TAG_MOUNT_POINT}, DWORD{IO_REPARSE_TAG_SYMLINK}, kTagNotTold}) {
-    JunctionListing::tag = tag;
+    listing.tag = tag;
     EXPECT_FALSE(DeleteTree(tree_));
     EXPECT_TRUE(Exists(tree_ + L"\\junction\\elsewhere"));
   }
@@ -176,58 +161,44 @@ TEST_F(DeleteTreeTest, WhatALinkPointsToStays) {
 // "tree" shown as a reparse point; what is done to it is noted, and what a link has
 // beside a folder, that it can be removed although there is something behind it, is
 // played.
-class ReparsePointAsRoot {
- public:
-  ReparsePointAsRoot() {
-    removed.clear();
-    listed = 0;
-  }
+struct ReparsePointAsRoot {
+  DWORD tag = 0;
+  DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
+  bool tagIsTold = true;
+  std::vector<std::wstring> removed = {};
+  int listed = 0;
 
   static bool IsRoot(std::wstring_view path) {
     return path.ends_with(L"\\tree") || path.ends_with(L"\\tree\\");
   }
 
-  static inline DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
-  static inline DWORD tag = 0;
-  static inline bool tagIsTold = true;
-  static inline std::vector<std::wstring> removed;
-  static inline int listed = 0;
-
- private:
-  static DWORD WINAPI Attributes(LPCWSTR path) {
-    if (IsRoot(path)) return directory | FILE_ATTRIBUTE_REPARSE_POINT;
-    return self_->attributes_.CallOriginal(path);
-  }
-  static HANDLE WINAPI First(LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
-    if (!IsRoot(pattern)) {
-      ++listed;
-      return self_->first_.CallOriginal(pattern, entry);
-    }
-    if (!tagIsTold) {
-      ::SetLastError(ERROR_ACCESS_DENIED);
-      return INVALID_HANDLE_VALUE;
-    }
-    const HANDLE search = self_->first_.CallOriginal(pattern, entry);
-    entry->dwFileAttributes = directory | FILE_ATTRIBUTE_REPARSE_POINT;
-    entry->dwReserved0 = tag;
-    return search;
-  }
-  static BOOL WINAPI RemoveFolder(LPCWSTR path) {
-    removed.push_back(std::wstring(L"folder ") + path);
-    return IsRoot(path) || self_->removeFolder_.CallOriginal(path);
-  }
-  static BOOL WINAPI RemoveFile(LPCWSTR path) {
-    removed.push_back(std::wstring(L"file ") + path);
-    return IsRoot(path) || self_->removeFile_.CallOriginal(path);
-  }
-
-  static inline ReparsePointAsRoot* self_ = nullptr;
-  const HMODULE test_ = ::GetModuleHandleW(nullptr);
-  test::FunctionPatch<DWORD WINAPI(LPCWSTR)> attributes_{test_, "GetFileAttributesW", &Attributes};
-  test::FunctionPatch<HANDLE WINAPI(LPCWSTR, WIN32_FIND_DATAW*)> first_{test_, "FindFirstFileW", &First};
-  test::FunctionPatch<BOOL WINAPI(LPCWSTR)> removeFolder_{test_, "RemoveDirectoryW", &RemoveFolder};
-  test::FunctionPatch<BOOL WINAPI(LPCWSTR)> removeFile_{test_, "DeleteFileW", &RemoveFile};
-  const bool isKnown_ = (self_ = this) != nullptr;
+  const Patched<&::GetFileAttributesW> attributes{
+      "GetFileAttributesW", [this](auto original, LPCWSTR path) {
+        return IsRoot(path) ? directory | FILE_ATTRIBUTE_REPARSE_POINT : original(path);
+      }};
+  const Patched<&::FindFirstFileW> first{
+      "FindFirstFileW", [this](auto original, LPCWSTR pattern, WIN32_FIND_DATAW* entry) {
+        if (IsRoot(pattern) && !tagIsTold) {
+          ::SetLastError(ERROR_ACCESS_DENIED);
+          return INVALID_HANDLE_VALUE;
+        }
+        const HANDLE search = original(pattern, entry);
+        if (IsRoot(pattern)) {
+          entry->dwFileAttributes = directory | FILE_ATTRIBUTE_REPARSE_POINT;
+          entry->dwReserved0 = tag;
+        } else {
+          ++listed;
+        }
+        return search;
+      }};
+  const Patched<&::RemoveDirectoryW> removeFolder{"RemoveDirectoryW", [this](auto original, LPCWSTR path) {
+                                                    removed.push_back(std::wstring(L"folder ") + path);
+                                                    return IsRoot(path) || original(path);
+                                                  }};
+  const Patched<&::DeleteFileW> removeFile{"DeleteFileW", [this](auto original, LPCWSTR path) {
+                                             removed.push_back(std::wstring(L"file ") + path);
+                                             return IsRoot(path) || original(path);
+                                           }};
 };
 
 class RootTest : public DeleteTreeTest {
@@ -235,8 +206,6 @@ class RootTest : public DeleteTreeTest {
   void SetUp() override {
     DeleteTreeTest::SetUp();
     WriteBytes(inside_, "1");
-    ReparsePointAsRoot::directory = FILE_ATTRIBUTE_DIRECTORY;
-    ReparsePointAsRoot::tagIsTold = true;
   }
 
   const std::wstring inside_ = tree_ + L"\\elsewhere";
@@ -244,46 +213,40 @@ class RootTest : public DeleteTreeTest {
 
 TEST_F(RootTest, ARootThatIsALinkIsRemovedAndEmptiesNothing) {
   for (const DWORD tag : {IO_REPARSE_TAG_MOUNT_POINT, IO_REPARSE_TAG_SYMLINK}) {
-    const ReparsePointAsRoot root;
-    ReparsePointAsRoot::tag = tag;
+    ReparsePointAsRoot root{.tag = tag};
     EXPECT_TRUE(DeleteTree(tree_));
-    EXPECT_EQ(ReparsePointAsRoot::removed, std::vector{L"folder " + tree_});
-    EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+    EXPECT_EQ(root.removed, std::vector{L"folder " + tree_});
+    EXPECT_EQ(root.listed, 0);
     EXPECT_TRUE(Exists(inside_));
   }
 }
 
 TEST_F(RootTest, ABackslashBehindALinkDoesNotLeadIntoIt) {
-  const ReparsePointAsRoot root;
-  ReparsePointAsRoot::tag = IO_REPARSE_TAG_MOUNT_POINT;
+  ReparsePointAsRoot root{.tag = IO_REPARSE_TAG_MOUNT_POINT};
   EXPECT_TRUE(DeleteTree(tree_ + L"\\"));
-  EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+  EXPECT_EQ(root.listed, 0);
   EXPECT_TRUE(Exists(inside_));
 }
 
 TEST_F(RootTest, ARootThatIsALinkToAFileIsRemovedAsAFile) {
-  const ReparsePointAsRoot root;
-  ReparsePointAsRoot::directory = 0;
-  ReparsePointAsRoot::tag = IO_REPARSE_TAG_SYMLINK;
+  ReparsePointAsRoot root{.tag = IO_REPARSE_TAG_SYMLINK, .directory = 0};
   EXPECT_TRUE(DeleteTree(tree_));
-  EXPECT_EQ(ReparsePointAsRoot::removed, std::vector{L"file " + tree_});
+  EXPECT_EQ(root.removed, std::vector{L"file " + tree_});
   EXPECT_TRUE(Exists(inside_));
 }
 
 TEST_F(RootTest, ARootWhoseTagIsNotToldCountsAsALink) {
-  const ReparsePointAsRoot root;
+  ReparsePointAsRoot root;
   for (const bool told : {true, false}) {
-    ReparsePointAsRoot::tagIsTold = told;
-    ReparsePointAsRoot::tag = 0;
+    root.tagIsTold = told;
     EXPECT_TRUE(DeleteTree(tree_));
-    EXPECT_EQ(ReparsePointAsRoot::listed, 0);
+    EXPECT_EQ(root.listed, 0);
     EXPECT_TRUE(Exists(inside_));
   }
 }
 
 TEST_F(RootTest, ARootThatIsAReparsePointButNoLinkIsEmptied) {
-  const ReparsePointAsRoot root;
-  ReparsePointAsRoot::tag = kCloudFilesTag;
+  ReparsePointAsRoot root{.tag = kCloudFilesTag};
   EXPECT_TRUE(DeleteTree(tree_));
   EXPECT_FALSE(Exists(inside_));
 }
@@ -291,8 +254,8 @@ TEST_F(RootTest, ARootThatIsAReparsePointButNoLinkIsEmptied) {
 TEST_F(DeleteTreeTest, AFolderThatIsAReparsePointButNoLinkGoesWithItsContents) {
   MakeFolder(tree_ + L"\\junction");
   WriteBytes(tree_ + L"\\junction\\here", "1");
-  const JunctionListing listing;
-  JunctionListing::tag = kCloudFilesTag;
+  JunctionListing listing;
+  listing.tag = kCloudFilesTag;
   EXPECT_TRUE(DeleteTree(tree_));
   EXPECT_FALSE(Exists(tree_));
 }

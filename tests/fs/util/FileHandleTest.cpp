@@ -7,7 +7,7 @@
 
 #include "fs/util/Handle.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -16,6 +16,7 @@ namespace {
 
 using test::Exists;
 using test::IsReadOnly;
+using test::Patched;
 using test::ReadBytes;
 using test::SetReadOnly;
 using test::WriteBytes;
@@ -96,57 +97,44 @@ TEST_F(FileHandleTest, DestroyingAnOpenHandleClosesIt) {
 
 // CreateFileW as a read-only file makes it answer: access denied once, and what
 // the second try asks for.
-int openTries;
-DWORD secondTryFlags;
-decltype(&::CreateFileW) realCreateFile;
-
-HANDLE WINAPI RefuseTheFirstOpen(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-                                 DWORD disposition, DWORD flags, HANDLE templateFile) {
-  if (++openTries == 1) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return INVALID_HANDLE_VALUE;
-  }
-  secondTryFlags = flags;
-  return realCreateFile(path, access, share, security, disposition, flags, templateFile);
-}
-
-class RefusedOpenTest : public FileHandleTest {
- protected:
-  void SetUp() override {
-    openTries = 0;
-    realCreateFile = ::CreateFileW;
-  }
-  void Refuse() {
-    patch_ = std::make_unique<test::ImportPatch>(::GetModuleHandleW(nullptr), "CreateFileW",
-                                                 reinterpret_cast<void*>(&RefuseTheFirstOpen));
-    realCreateFile = reinterpret_cast<decltype(realCreateFile)>(patch_->Original());
-  }
-  std::unique_ptr<test::ImportPatch> patch_;
+struct RefusedOpen {
+  int tries = 0;
+  DWORD secondFlags = 0;
+  const Patched<&::CreateFileW> open{
+      "CreateFileW", [this](auto original, LPCWSTR path, DWORD access, DWORD share, auto security,
+                            DWORD disposition, DWORD flags, HANDLE templateFile) {
+        if (++tries == 1) {
+          ::SetLastError(ERROR_ACCESS_DENIED);
+          return INVALID_HANDLE_VALUE;
+        }
+        secondFlags = flags;
+        return original(path, access, share, security, disposition, flags, templateFile);
+      }};
 };
 
-TEST_F(RefusedOpenTest, TheSecondTryHasNoExtraFlags) {
+TEST_F(FileHandleTest, TheSecondTryOfARefusedOpenHasNoExtraFlags) {
   WriteBytes(path_, "x");
   SetReadOnly(path_);
-  Refuse();
+  RefusedOpen refused;
   EXPECT_TRUE(file_.Open(1, 0, FILE_FLAG_WRITE_THROUGH));
-  EXPECT_EQ(openTries, 2);
-  EXPECT_EQ(secondTryFlags, DWORD{FILE_ATTRIBUTE_NORMAL});
+  EXPECT_EQ(refused.tries, 2);
+  EXPECT_EQ(refused.secondFlags, DWORD{FILE_ATTRIBUTE_NORMAL});
 }
 
-TEST_F(RefusedOpenTest, AFileThatIsNotReadOnlyIsNotTriedAgain) {
+TEST_F(FileHandleTest, AFileThatIsNotReadOnlyIsNotTriedAgain) {
   WriteBytes(path_, "x");
-  Refuse();
+  RefusedOpen refused;
   EXPECT_FALSE(file_.Open(1, 0, 0));
-  EXPECT_EQ(openTries, 1);
+  EXPECT_EQ(refused.tries, 1);
   EXPECT_EQ(file_.LastError(), 5u);
 }
 
-TEST_F(RefusedOpenTest, AReadingModeIsNotTriedAgain) {
+TEST_F(FileHandleTest, AReadingModeIsNotTriedAgain) {
   WriteBytes(path_, "x");
   SetReadOnly(path_);
-  Refuse();
+  RefusedOpen refused;
   EXPECT_FALSE(file_.Open(0, 0, 0));
-  EXPECT_EQ(openTries, 1);
+  EXPECT_EQ(refused.tries, 1);
   EXPECT_EQ(file_.LastError(), 5u);
   EXPECT_TRUE(IsReadOnly(path_));
 }
@@ -508,31 +496,25 @@ TEST_F(FileHandleTest, OtherKindsCannotBeCopied) {
   EXPECT_EQ(ReadBytes(path_), "old");
 }
 
-BOOL WINAPI WriteOneByteLess(HANDLE, LPCVOID, DWORD count, LPDWORD written, LPOVERLAPPED) {
-  *written = count - 1;
-  return TRUE;
-}
-
 TEST_F(FileHandleTest, AStreamThatDoesNotFitOnTheDiskIsNoSuccess) {
   WriteBytes(folder_ / L"carrier:name", "contents");
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "WriteFile",
-                                reinterpret_cast<void*>(&WriteOneByteLess));
+  const Patched<&::WriteFile> full("WriteFile", [](auto, auto, auto, DWORD count, LPDWORD written, auto) {
+    *written = count - 1;
+    return TRUE;
+  });
   EXPECT_FALSE(file_.CopyFrom(folder_ / L"carrier\\name", HandleKind::kStream));
   EXPECT_EQ(file_.LastError(), DWORD{ERROR_DISK_FULL});
 }
 
-BOOL WINAPI GrantValidData(HANDLE file, LONGLONG size) {
-  LARGE_INTEGER now;
-  EXPECT_TRUE(::GetFileSizeEx(file, &now));
-  EXPECT_EQ(now.QuadPart, size);  // the size is set first
-  return TRUE;
-}
-
 TEST_F(FileHandleTest, SetValidDataSetsTheSizeFirst) {
   ASSERT_TRUE(file_.Open(2, 0, 0));
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "SetFileValidData",
-                                reinterpret_cast<void*>(&GrantValidData));
+  LARGE_INTEGER sizeThen = {};
+  const Patched<&::SetFileValidData> granted("SetFileValidData", [&](auto, HANDLE file, LONGLONG size) {
+    EXPECT_EQ(size, 1000);
+    return ::GetFileSizeEx(file, &sizeThen);
+  });
   EXPECT_TRUE(file_.SetValidData(1000));
+  EXPECT_EQ(sizeThen.QuadPart, 1000);
   EXPECT_EQ(file_.GetSize(nullptr), 1000u);
 }
 

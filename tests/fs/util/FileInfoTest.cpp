@@ -11,8 +11,9 @@
 #include "fs/util/NtFunctions.h"
 #include "fs/util/OpenMode.h"
 #include "fs/util/Trace.h"
+#include "tests/fs/util/SeenOpen.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -20,6 +21,7 @@ namespace veskard {
 namespace {
 
 using test::Faults;
+using test::Patched;
 using test::WriteBytes;
 
 constexpr uint32_t kAllFlags[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
@@ -225,53 +227,44 @@ TEST_F(FileInfoTest, AnEmptyPathHasNoVolume) {
 // Seconds since 1970 of the creation, the last access and the last write.
 using LookUpTimes = std::array<uint64_t, 3>;
 constexpr LookUpTimes kTimesAtTheBorders = {0, 0xFFFFFFFF, 0x100000000};
-LookUpTimes lookUpTimes;
 
-HANDLE WINAPI DescribeStrangely(LPCWSTR, FINDEX_INFO_LEVELS level, LPVOID answer, FINDEX_SEARCH_OPS operation,
-                                LPVOID filter, DWORD flags) {
-  EXPECT_EQ(level, FindExInfoBasic);
-  EXPECT_EQ(operation, FindExSearchNameMatch);
-  EXPECT_EQ(filter, nullptr);
-  EXPECT_EQ(flags, 0u);
-  auto* entry = static_cast<WIN32_FIND_DATAW*>(answer);
-  *entry = {};
-  entry->dwFileAttributes = FILE_ATTRIBUTE_REPARSE_POINT | 8;
-  entry->nFileSizeHigh = 0x80000001;
-  entry->nFileSizeLow = 0xFFFFFFFE;
-  const auto set = [](FILETIME& time, uint64_t seconds) {
-    const uint64_t ticks = (11644473600u + seconds) * 10000000u;
-    time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-  };
-  set(entry->ftCreationTime, lookUpTimes[0]);
-  set(entry->ftLastAccessTime, lookUpTimes[1]);
-  set(entry->ftLastWriteTime, lookUpTimes[2]);
-  return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-}
-
-bool searchClosed = false;
-
-BOOL WINAPI CloseSearch(HANDLE search) {
-  searchClosed = true;
-  return ::CloseHandle(search);
+FILETIME FileTimeOf(uint64_t seconds) {
+  const uint64_t ticks = (11644473600u + seconds) * 10000000u;
+  return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
 class StrangeLookUpTest : public testing::Test {
  protected:
-  const test::ImportPatch find_{::GetModuleHandleW(nullptr), "FindFirstFileExW",
-                                reinterpret_cast<void*>(&DescribeStrangely)};
-  const test::ImportPatch close_{::GetModuleHandleW(nullptr), "FindClose",
-                                 reinterpret_cast<void*>(&CloseSearch)};
+  LookUpTimes times_ = kTimesAtTheBorders;
+  int searchesClosed_ = 0;
+  const Patched<&::FindFirstFileExW> find_{
+      "FindFirstFileExW", [this](auto, LPCWSTR, FINDEX_INFO_LEVELS level, void* answer,
+                                 FINDEX_SEARCH_OPS operation, void* filter, DWORD flags) {
+        EXPECT_EQ(level, FindExInfoBasic);
+        EXPECT_EQ(operation, FindExSearchNameMatch);
+        EXPECT_EQ(filter, nullptr);
+        EXPECT_EQ(flags, 0u);
+        auto& entry = *static_cast<WIN32_FIND_DATAW*>(answer);
+        entry = {};
+        entry.dwFileAttributes = FILE_ATTRIBUTE_REPARSE_POINT | 8;
+        entry.nFileSizeHigh = 0x80000001;
+        entry.nFileSizeLow = 0xFFFFFFFE;
+        entry.ftCreationTime = FileTimeOf(times_[0]);
+        entry.ftLastAccessTime = FileTimeOf(times_[1]);
+        entry.ftLastWriteTime = FileTimeOf(times_[2]);
+        return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+      }};
+  const Patched<&::FindClose> close_{"FindClose", [this](auto, HANDLE search) {
+                                       ++searchesClosed_;
+                                       return ::CloseHandle(search);
+                                     }};
   FileInfoImpl info_{L"C:\\any"};
 
-  void SetUp() override {
-    searchClosed = false;
-    lookUpTimes = kTimesAtTheBorders;
-    ASSERT_TRUE(info_.Refresh(0));
-  }
+  void SetUp() override { ASSERT_TRUE(info_.Refresh(0)); }
 };
 
 TEST_F(StrangeLookUpTest, TheSearchIsClosedAtOnce) {
-  EXPECT_TRUE(searchClosed);
+  EXPECT_EQ(searchesClosed_, 1);
 }
 
 TEST_F(StrangeLookUpTest, SizeHasBothHalves) {
@@ -292,7 +285,7 @@ TEST_F(StrangeLookUpTest, TimesOutsideTheRangeAre0) {
 }
 
 TEST_F(StrangeLookUpTest, EachTimeIsItsOwn) {
-  lookUpTimes = {1000000001, 1000000002, 1000000003};
+  times_ = {1000000001, 1000000002, 1000000003};
   ASSERT_TRUE(info_.Refresh(0));
   EXPECT_EQ(info_.GetCreationTime(), 1000000001u);
   EXPECT_EQ(info_.GetLastAccessTime(), 1000000002u);
@@ -308,43 +301,36 @@ TEST_F(StrangeLookUpTest, WithoutTheConversionTimesAre0) {
 
 // ---- The final path.
 
-std::wstring finalPath;
-std::vector<DWORD> finalPathSizes;
-DWORD finalPathLie = 0;
-
-DWORD WINAPI AnswerFinalPath(HANDLE, LPWSTR buffer, DWORD size, DWORD flags) {
-  EXPECT_EQ(flags, 0u);
-  finalPathSizes.push_back(size);
-  if (finalPathLie != 0) return finalPathLie;
-  if (finalPath.size() >= size) return static_cast<DWORD>(finalPath.size() + 1);
-  std::copy_n(finalPath.c_str(), finalPath.size() + 1, buffer);
-  return static_cast<DWORD>(finalPath.size());
-}
-
 class FinalPathTest : public FileInfoTest {
  protected:
-  const test::ImportPatch patch_{::GetModuleHandleW(nullptr), "GetFinalPathNameByHandleW",
-                                 reinterpret_cast<void*>(&AnswerFinalPath)};
-  FinalPathTest() {
-    finalPathSizes.clear();
-    finalPathLie = 0;
-  }
+  std::wstring finalPath_;
+  std::vector<DWORD> sizes_;
+  DWORD lie_ = 0;  // said to be the length, unless 0
+  const Patched<&::GetFinalPathNameByHandleW> patch_{
+      "GetFinalPathNameByHandleW", [this](auto, HANDLE, LPWSTR buffer, DWORD size, DWORD flags) {
+        EXPECT_EQ(flags, 0u);
+        sizes_.push_back(size);
+        if (lie_ != 0) return lie_;
+        if (finalPath_.size() >= size) return static_cast<DWORD>(finalPath_.size() + 1);
+        std::copy_n(finalPath_.c_str(), finalPath_.size() + 1, buffer);
+        return static_cast<DWORD>(finalPath_.size());
+      }};
 };
 
 TEST_F(FinalPathTest, APathOf259CharactersTakesOneCallALongerOneTwo) {
   for (const size_t length : {259u, 260u, 261u, 32767u}) {
-    finalPathSizes.clear();
-    finalPath = L"\\\\?\\C:\\" + std::wstring(length - 7, L'x');
+    sizes_.clear();
+    finalPath_ = L"\\\\?\\C:\\" + std::wstring(length - 7, L'x');
     FileInfoImpl info(path_);
     EXPECT_TRUE(info.Refresh(kRefreshPathOnDisk));
-    EXPECT_EQ(info.PathOnDisk(), finalPath);
+    EXPECT_EQ(info.PathOnDisk(), finalPath_);
     const auto needed = static_cast<DWORD>(length + 1);
-    EXPECT_EQ(finalPathSizes, length < 260 ? std::vector<DWORD>{260} : (std::vector<DWORD>{260, needed}));
+    EXPECT_EQ(sizes_, length < 260 ? std::vector<DWORD>{260} : (std::vector<DWORD>{260, needed}));
   }
 }
 
 TEST_F(FinalPathTest, APathThatGrowsBetweenTheCallsIsAFailure) {
-  finalPathLie = 300;
+  lie_ = 300;
   FileInfoImpl info(path_);
   ::SetLastError(77);
   EXPECT_FALSE(info.Refresh(kRefreshPathOnDisk));
@@ -352,10 +338,10 @@ TEST_F(FinalPathTest, APathThatGrowsBetweenTheCallsIsAFailure) {
 }
 
 TEST_F(FinalPathTest, TheNameIsTheLastComponentOfTheFinalPath) {
-  finalPath = L"\\\\?\\UNC\\server\\share\\File.txt";
+  finalPath_ = L"\\\\?\\UNC\\server\\share\\File.txt";
   FileInfoImpl info(path_);
   EXPECT_TRUE(info.Refresh(kRefreshExactName | kRefreshByOpening));
-  finalPath = L"\\\\?\\UNC\\server\\share\\file.txt";
+  finalPath_ = L"\\\\?\\UNC\\server\\share\\file.txt";
   EXPECT_FALSE(info.Refresh(kRefreshExactName | kRefreshByOpening));
   EXPECT_EQ(info.Error(), 2u);
 }
@@ -415,17 +401,12 @@ TEST_F(FileInfoTraceTest, WithoutFlags1And8TheFinalPathIsNotAsked) {
 }
 
 TEST_F(FileInfoTest, TheOpenAsksForNoRightsAndForbidsNothing) {
-  static DWORD access, share, disposition, flags;
-  const auto see = +[](LPCWSTR, DWORD a, DWORD s, LPSECURITY_ATTRIBUTES, DWORD d, DWORD f, HANDLE) -> HANDLE {
-    access = a, share = s, disposition = d, flags = f;
-    return INVALID_HANDLE_VALUE;
-  };
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "CreateFileW", reinterpret_cast<void*>(see));
+  test::SeenOpen seen;
   FileInfoImpl(path_).Refresh(kRefreshByOpening);
-  EXPECT_EQ(access, 0u);
-  EXPECT_EQ(share, 7u);
-  EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
-  EXPECT_EQ(flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
+  EXPECT_EQ(seen.access, 0u);
+  EXPECT_EQ(seen.share, 7u);
+  EXPECT_EQ(seen.disposition, DWORD{OPEN_EXISTING});
+  EXPECT_EQ(seen.flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
 }
 
 // ---- Security.
@@ -452,17 +433,13 @@ TEST_F(FileInfoTest, AFailedSecurityReadKeepsTheOldStrings) {
   EXPECT_EQ(info.GetAccessList(), list);
 }
 
-DWORD WINAPI GiveAnInheritedDuplicate(LPWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*,
-                                      PACL*, PSECURITY_DESCRIPTOR* descriptor) {
-  return ::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"O:BAG:SYD:(A;;FA;;;BA)(A;ID;FA;;;BA)",
-                                                                SDDL_REVISION_1, descriptor, nullptr)
-             ? 0
-             : ::GetLastError();
-}
-
 TEST_F(FileInfoTest, StrippingRewritesTheRecordsOwnList) {
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
-                                reinterpret_cast<void*>(&GiveAnInheritedDuplicate));
+  const Patched<&::GetNamedSecurityInfoW> patch(
+      "GetNamedSecurityInfoW", [](auto, auto, auto, auto, auto, auto, auto, auto, auto* descriptor) {
+        EXPECT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            L"O:BAG:SYD:(A;;FA;;;BA)(A;ID;FA;;;BA)", SDDL_REVISION_1, descriptor, nullptr));
+        return DWORD{ERROR_SUCCESS};
+      });
   FileInfoImpl info(path_);
   ASSERT_TRUE(info.Refresh(kRefreshSecurity));
   EXPECT_EQ(info.GetAccessList(), L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");

@@ -12,7 +12,7 @@
 #include "fs/util/Handle.h"
 #include "tests/fs/util/AllCalls.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard {
@@ -74,9 +74,6 @@ constexpr Kind kKinds[] = {{'f', kFile, 1, L""},
 class HandleLockTest : public testing::Test {
  protected:
   HandleLockTest() {
-    self_ = this;
-    realEnter_ = reinterpret_cast<Function*>(enter_.Original());
-    realLeave_ = reinterpret_cast<Function*>(leave_.Original());
     WriteBytes(source_, "main");
     WriteBytes(source_ + L":s", "stream");
   }
@@ -94,8 +91,6 @@ class HandleLockTest : public testing::Test {
   }
 
  private:
-  using Function = decltype(::EnterCriticalSection);
-
   std::shared_ptr<SyncHandle> Prepare(const Kind& kind, bool open) const {
     const std::wstring path = folder_ / L"object";
     ::DeleteFileW(path.c_str());
@@ -131,29 +126,9 @@ class HandleLockTest : public testing::Test {
     thread.join();
   }
 
-  static bool IsWatched(const CRITICAL_SECTION* section) noexcept {
-    return static_cast<const void*>(section) == self_->section_ &&
-           ::GetCurrentThreadId() == self_->watchedThread_;
+  bool IsWatched(const CRITICAL_SECTION* section) const noexcept {
+    return static_cast<const void*>(section) == section_ && ::GetCurrentThreadId() == watchedThread_;
   }
-
-  static void WINAPI Enter(CRITICAL_SECTION* section) {
-    if (!IsWatched(section)) return realEnter_(section);
-    if (self_->timesHeld_ == 0 && self_->depth_ == 0) {
-      self_->callsBefore_ = Faults::Requests();
-      ::SetEvent(self_->askedOrDone_.Get());
-    }
-    realEnter_(section);
-    if (self_->depth_++ == 0) ++self_->timesHeld_;
-  }
-
-  static void WINAPI Leave(CRITICAL_SECTION* section) {
-    if (IsWatched(section) && --self_->depth_ == 0) self_->callsUntilLeft_ = Faults::Requests();
-    realLeave_(section);
-  }
-
-  static inline HandleLockTest* self_ = nullptr;
-  static inline Function* realEnter_ = nullptr;
-  static inline Function* realLeave_ = nullptr;
 
   const test::ScratchFolder folder_;
   const std::wstring source_ = folder_ / L"source";
@@ -166,8 +141,22 @@ class HandleLockTest : public testing::Test {
   size_t callsUntilLeft_ = 0;
   size_t callsInAll_ = 0;
   const test::AllCalls calls_;
-  const test::ImportPatch enter_{nullptr, "EnterCriticalSection", reinterpret_cast<void*>(&Enter)};
-  const test::ImportPatch leave_{nullptr, "LeaveCriticalSection", reinterpret_cast<void*>(&Leave)};
+  const test::Patched<&::EnterCriticalSection> enter_{"EnterCriticalSection",
+                                                      [this](auto original, CRITICAL_SECTION* section) {
+                                                        const bool isWatched = IsWatched(section);
+                                                        if (isWatched && timesHeld_ == 0 && depth_ == 0) {
+                                                          callsBefore_ = Faults::Requests();
+                                                          ::SetEvent(askedOrDone_.Get());
+                                                        }
+                                                        original(section);
+                                                        if (isWatched && depth_++ == 0) ++timesHeld_;
+                                                      }};
+  const test::Patched<&::LeaveCriticalSection> leave_{"LeaveCriticalSection",
+                                                      [this](auto original, CRITICAL_SECTION* section) {
+                                                        if (IsWatched(section) && --depth_ == 0)
+                                                          callsUntilLeft_ = Faults::Requests();
+                                                        original(section);
+                                                      }};
 };
 
 TEST_F(HandleLockTest, EachOperationHoldsTheLockForItsWholeDuration) {

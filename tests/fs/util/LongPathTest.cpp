@@ -4,8 +4,10 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -68,23 +70,18 @@ TEST(LongPathTest, BlanksAndDotsInsideAPathStay) {
   EXPECT_EQ(LongPathForm(L"C:\\ a \\.b\\" + kName), L"\\\\?\\C:\\ a \\.b\\" + kName);
 }
 
-DWORD WINAPI RefuseToResolve(const wchar_t*, DWORD, wchar_t*, wchar_t**) {
-  ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return 0;
-}
-DWORD WINAPI ResolveToADevice(const wchar_t*, DWORD, wchar_t* buffer, wchar_t**) {
-  constexpr wchar_t kDevice[] = L"\\\\.\\NUL";
-  std::char_traits<wchar_t>::copy(buffer, kDevice, std::size(kDevice));
-  return static_cast<DWORD>(std::size(kDevice) - 1);
-}
-
 TEST(LongPathTest, APathThatWindowsDoesNotResolveToAFileStaysAsItIs) {
   const std::wstring path = L"C:\\" + kName + L"\\NUL";
   {
-    const test::FunctionPatch patch(nullptr, "GetFullPathNameW", &RefuseToResolve);
+    const test::FailingCall refused("GetFullPathNameW", ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(LongPathForm(path), path);
   }
-  const test::FunctionPatch patch(nullptr, "GetFullPathNameW", &ResolveToADevice);
+  const test::Patched<&::GetFullPathNameW> device("GetFullPathNameW",
+                                                  [](auto, auto, auto, LPWSTR buffer, auto) {
+                                                    constexpr std::wstring_view kDevice = L"\\\\.\\NUL";
+                                                    buffer[kDevice.copy(buffer, kDevice.size())] = L'\0';
+                                                    return static_cast<DWORD>(kDevice.size());
+                                                  });
   EXPECT_EQ(LongPathForm(path), path);
 }
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/fs/util/SeenOpen.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -50,32 +50,16 @@ TEST(OpenModeTest, TheTableIsWhatTheAgentUses) {
   EXPECT_EQ(kShareEverything, 7u);
 }
 
-// What CreateFileW is asked for, seen from below.
-struct SeenOpen {
-  DWORD access, share, disposition, flags;
-  const void* security;
-  HANDLE templateFile;
-};
-SeenOpen seenOpen;
-
-HANDLE WINAPI SeeOpen(LPCWSTR, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                      DWORD flags, HANDLE templateFile) {
-  seenOpen = {access, share, disposition, flags, security, templateFile};
-  ::SetLastError(ERROR_FILE_NOT_FOUND);
-  return INVALID_HANDLE_VALUE;
-}
-
 TEST(OpenByModeTest, AsksForTheRowAndTheExtraFlags) {
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "CreateFileW",
-                                reinterpret_cast<void*>(&SeeOpen));
+  test::SeenOpen seen;
   for (uint32_t mode = 0; mode < kOpenModes.size(); ++mode) {
     EXPECT_FALSE(OpenByMode(L"C:\\any", mode, FILE_FLAG_WRITE_THROUGH));
-    EXPECT_EQ(seenOpen.access, kOpenModes[mode].access);
-    EXPECT_EQ(seenOpen.share, 7u);
-    EXPECT_EQ(seenOpen.disposition, kOpenModes[mode].disposition);
-    EXPECT_EQ(seenOpen.flags, kOpenModes[mode].flags | FILE_FLAG_WRITE_THROUGH);
-    EXPECT_EQ(seenOpen.security, nullptr);
-    EXPECT_EQ(seenOpen.templateFile, nullptr);
+    EXPECT_EQ(seen.access, kOpenModes[mode].access);
+    EXPECT_EQ(seen.share, 7u);
+    EXPECT_EQ(seen.disposition, kOpenModes[mode].disposition);
+    EXPECT_EQ(seen.flags, kOpenModes[mode].flags | FILE_FLAG_WRITE_THROUGH);
+    EXPECT_EQ(seen.security, nullptr);
+    EXPECT_EQ(seen.templateFile, nullptr);
   }
 }
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard {
@@ -55,18 +55,18 @@ TEST_F(ReadWholeFileTest, AReadOnlyFileIsReadAndStaysReadOnly) {
   EXPECT_TRUE(test::IsReadOnly(path_));
 }
 
-LONGLONG pretendedSize;
-
-BOOL WINAPI PretendSize(HANDLE, LARGE_INTEGER* size) {
-  size->QuadPart = pretendedSize;
-  return TRUE;
-}
+// A file that is said to be of another size.
+struct PretendedSize {
+  LONGLONG pretended = 0;
+  const test::Patched<&::GetFileSizeEx> size{"GetFileSizeEx", [this](auto, HANDLE, LARGE_INTEGER* answer) {
+                                               answer->QuadPart = pretended;
+                                               return TRUE;
+                                             }};
+};
 
 TEST_F(ReadWholeFileTest, AShortReadIsNothing) {
   WriteBytes(path_, "four");
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetFileSizeEx",
-                                reinterpret_cast<void*>(&PretendSize));
-  pretendedSize = 5;
+  const PretendedSize size{.pretended = 5};
   EXPECT_EQ(ReadWholeFile(path_, size_), nullptr);
   EXPECT_EQ(size_, 0u);
 }
@@ -81,10 +81,8 @@ TEST_F(ReadWholeFileTest, MoreThanTheLimitIsNothing) {
 
 TEST_F(ReadWholeFileTest, AFileThatOneReadCannotTakeIsNothing) {
   WriteBytes(path_, "four");
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetFileSizeEx",
-                                reinterpret_cast<void*>(&PretendSize));
   for (const LONGLONG size : {0xFFFFFFFFLL, 0x100000000LL, 0x100000004LL}) {
-    pretendedSize = size;
+    const PretendedSize pretended{.pretended = size};
     EXPECT_EQ(ReadWholeFile(path_, size_), nullptr);
     EXPECT_EQ(size_, 0u);
   }

@@ -10,7 +10,7 @@
 #include <stdexcept>
 
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -19,6 +19,7 @@ namespace {
 
 using test::FailedCall;
 using test::Faults;
+using test::Patched;
 
 constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
 constexpr wchar_t kSystem[] = L"S-1-5-18";
@@ -172,62 +173,39 @@ TEST(StripInheritedDuplicatesTest, AnUnparsableTextIsRefusedAndKept) {
   }
 }
 
-// What the descriptor's list is said to be.
-BOOL presentAnswer, defaultedAnswer;
-bool nullAnswer;
-decltype(&::GetSecurityDescriptorDacl) realGetDacl;
-
-BOOL WINAPI AnswerDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
-  const BOOL result = realGetDacl(descriptor, present, list, defaulted);
-  *present = presentAnswer;
-  *defaulted = defaultedAnswer;
-  if (nullAnswer) *list = nullptr;
-  return result;
-}
-
 TEST(StripInheritedDuplicatesTest, AnAbsentDefaultedOrNullListComesBackUnchanged) {
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetSecurityDescriptorDacl",
-                                reinterpret_cast<void*>(&AnswerDacl));
-  realGetDacl = reinterpret_cast<decltype(realGetDacl)>(patch.Original());
   const std::wstring text = L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)";
   struct Row {
     BOOL present, defaulted;
-    bool null;
+    bool null, isStripped;
   };
-  for (const Row& row : {Row{FALSE, FALSE, false}, Row{TRUE, TRUE, false}, Row{TRUE, FALSE, true}}) {
-    presentAnswer = row.present;
-    defaultedAnswer = row.defaulted;
-    nullAnswer = row.null;
-    EXPECT_EQ(Stripped(text), text);
+  for (const Row& row : {Row{FALSE, FALSE, false, false}, Row{TRUE, TRUE, false, false},
+                         Row{TRUE, FALSE, true, false}, Row{TRUE, FALSE, false, true}}) {
+    const Patched<&::GetSecurityDescriptorDacl> said(
+        "GetSecurityDescriptorDacl",
+        [&](auto original, auto descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
+          const BOOL result = original(descriptor, present, list, defaulted);
+          *present = row.present, *defaulted = row.defaulted;
+          if (row.null) *list = nullptr;
+          return result;
+        });
+    EXPECT_EQ(Stripped(text) != text, row.isStripped);
   }
-  presentAnswer = TRUE;
-  defaultedAnswer = FALSE;
-  nullAnswer = false;
-  EXPECT_NE(Stripped(text), text);
 }
 
 // An entry that is neither allow nor deny: type and flags alone make it a twin.
-class AuditEntries {
- public:
-  AuditEntries() { real_ = reinterpret_cast<decltype(real_)>(patch_.Original()); }
-
- private:
-  static BOOL WINAPI Get(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
-    const BOOL result = real_(descriptor, present, list, defaulted);
-    for (DWORD index = 0; index < (*list)->AceCount; ++index) {
-      void* entry = nullptr;
-      ::GetAce(*list, index, &entry);
-      static_cast<ACE_HEADER*>(entry)->AceType = SYSTEM_AUDIT_ACE_TYPE;
-    }
-    return result;
-  }
-  static inline decltype(&::GetSecurityDescriptorDacl) real_ = nullptr;
-  test::ImportPatch patch_{::GetModuleHandleW(nullptr), "GetSecurityDescriptorDacl",
-                           reinterpret_cast<void*>(&Get)};
-};
-
 TEST(StripInheritedDuplicatesTest, ForOtherEntryTypesTypeAndFlagsAloneDecide) {
-  const AuditEntries audit;
+  const Patched<&::GetSecurityDescriptorDacl> audit(
+      "GetSecurityDescriptorDacl",
+      [](auto original, auto descriptor, auto present, PACL* list, auto defaulted) {
+        const BOOL result = original(descriptor, present, list, defaulted);
+        for (DWORD index = 0; index < (*list)->AceCount; ++index) {
+          void* entry = nullptr;
+          ::GetAce(*list, index, &entry);
+          static_cast<ACE_HEADER*>(entry)->AceType = SYSTEM_AUDIT_ACE_TYPE;
+        }
+        return result;
+      });
   const std::wstring result = Stripped(L"D:(A;;FA;;;BA)(A;ID;FR;;;SY)(A;CIID;FR;;;SY)");
   EXPECT_EQ(std::count(result.begin(), result.end(), L'('), 2) << result.size();
 }
@@ -270,16 +248,13 @@ TEST_F(ReadSecurityStringsTest, AFailedConversionStopsTheChain) {
   }
 }
 
-DWORD WINAPI GiveBareDescriptor(LPWSTR, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*,
-                                PSECURITY_DESCRIPTOR* descriptor) {
-  *descriptor = ::LocalAlloc(LMEM_ZEROINIT, SECURITY_DESCRIPTOR_MIN_LENGTH);
-  ::InitializeSecurityDescriptor(*descriptor, SECURITY_DESCRIPTOR_REVISION);
-  return 0;
-}
-
 TEST_F(ReadSecurityStringsTest, ADescriptorWithoutOwnerAndGroupGivesNoneOrAnError) {
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
-                                reinterpret_cast<void*>(&GiveBareDescriptor));
+  const Patched<&::GetNamedSecurityInfoW> empty(
+      "GetNamedSecurityInfoW", [](auto, auto, auto, auto, auto, auto, auto, auto, auto* descriptor) {
+        *descriptor = ::LocalAlloc(LMEM_ZEROINIT, SECURITY_DESCRIPTOR_MIN_LENGTH);
+        EXPECT_TRUE(::InitializeSecurityDescriptor(*descriptor, SECURITY_DESCRIPTOR_REVISION));
+        return DWORD{ERROR_SUCCESS};
+      });
   const uint32_t error = ReadSecurityStrings(path_, strings_);
   EXPECT_TRUE(strings_.owner.empty());
   EXPECT_TRUE(strings_.group.empty());
@@ -289,16 +264,13 @@ TEST_F(ReadSecurityStringsTest, ADescriptorWithoutOwnerAndGroupGivesNoneOrAnErro
 }
 
 TEST_F(ReadSecurityStringsTest, AsksForOwnerGroupAndList) {
-  static SECURITY_INFORMATION asked;
-  static SE_OBJECT_TYPE type;
-  const auto see = +[](LPWSTR, SE_OBJECT_TYPE t, SECURITY_INFORMATION what, PSID*, PSID*, PACL*, PACL*,
-                       PSECURITY_DESCRIPTOR*) -> DWORD {
-    asked = what;
-    type = t;
-    return ERROR_ACCESS_DENIED;
-  };
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "GetNamedSecurityInfoW",
-                                reinterpret_cast<void*>(see));
+  SECURITY_INFORMATION asked = 0;
+  SE_OBJECT_TYPE type = SE_UNKNOWN_OBJECT_TYPE;
+  const Patched<&::GetNamedSecurityInfoW> seen(
+      "GetNamedSecurityInfoW", [&](auto, auto, SE_OBJECT_TYPE t, SECURITY_INFORMATION what, auto...) {
+        type = t, asked = what;
+        return DWORD{ERROR_ACCESS_DENIED};
+      });
   EXPECT_EQ(ReadSecurityStrings(path_, strings_), 5u);
   EXPECT_EQ(asked, 7u);
   EXPECT_EQ(type, SE_FILE_OBJECT);

@@ -7,9 +7,9 @@
 #include "fs/util/FileInfo.h"
 #include "fs/util/Handle.h"
 #include "fs/util/NtFunctions.h"
+#include "tests/fs/util/SeenOpen.h"
 #include "tests/support/Faults.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -287,17 +287,12 @@ TEST_F(StreamQueryTest, AMissingFileFailsWith2) {
 }
 
 TEST_F(StreamQueryTest, TheOpenDoesNotShareDeletion) {
-  static DWORD access, share, disposition, flags;
-  const auto see = +[](LPCWSTR, DWORD a, DWORD s, LPSECURITY_ATTRIBUTES, DWORD d, DWORD f, HANDLE) -> HANDLE {
-    access = a, share = s, disposition = d, flags = f;
-    return INVALID_HANDLE_VALUE;
-  };
-  const test::ImportPatch patch(::GetModuleHandleW(nullptr), "CreateFileW", reinterpret_cast<void*>(see));
+  test::SeenOpen seen;
   info_.ReadStreams();
-  EXPECT_EQ(access, 0u);
-  EXPECT_EQ(share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE});
-  EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
-  EXPECT_EQ(flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
+  EXPECT_EQ(seen.access, 0u);
+  EXPECT_EQ(seen.share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE});
+  EXPECT_EQ(seen.disposition, DWORD{OPEN_EXISTING});
+  EXPECT_EQ(seen.flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS});
 }
 
 TEST_F(StreamQueryTest, NoHandleStaysOpen) {

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
+#include <optional>
 
 #include "core/WindowsOwners.h"
 #include "fs/util/Files.h"
 #include "tests/support/FileTools.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -18,6 +18,7 @@ namespace {
 using test::Exists;
 using test::FailedCall;
 using test::NamesIn;
+using test::Patched;
 using test::ReadBytes;
 using test::WriteBytes;
 using Names = std::vector<std::wstring>;
@@ -106,80 +107,43 @@ TEST_F(WriteFileReplacingTest, WorksOnPercentSignsUnicodeAndTheLongPrefix) {
 
 // ---- The calls it makes.
 
-struct Seen {
+// What is asked of the system while this lives.
+struct SeenCalls {
   std::wstring created, replaced, replacement, backup;
-  DWORD access, share, disposition, attributes, replaceFlags;
-  std::vector<std::wstring> copied, deleted;
-  int writes;
+  DWORD access = 0, share = 0, disposition = 0, attributes = 0, replaceFlags = 0;
+  Names copied, deleted;
+  int writes = 0;
+
+  const Patched<&::CreateFileW> create{
+      "CreateFileW", [this](auto original, LPCWSTR path, DWORD a, DWORD s, auto security, DWORD d, DWORD f,
+                            HANDLE templateFile) {
+        created += path;
+        access = a, share = s, disposition = d, attributes = f;
+        return original(path, a, s, security, d, f, templateFile);
+      }};
+  const Patched<&::WriteFile> write{"WriteFile", [this](auto original, auto... args) {
+                                      ++writes;
+                                      return original(args...);
+                                    }};
+  const Patched<&::CopyFileW> copy{
+      "CopyFileW", [this](auto original, LPCWSTR from, LPCWSTR to, BOOL keep) {
+        copied.push_back(std::wstring(from) + L" > " + to + (keep ? L" (kept)" : L""));
+        return original(from, to, keep);
+      }};
+  const Patched<&::DeleteFileW> remove{"DeleteFileW", [this](auto original, LPCWSTR path) {
+                                         deleted.push_back(path);
+                                         return original(path);
+                                       }};
+  const Patched<&::ReplaceFileW> replace{"ReplaceFileW", [this](auto original, LPCWSTR old, LPCWSTR side,
+                                                                LPCWSTR kept, DWORD flags, auto... none) {
+                                           replaced = old, replacement = side, backup = kept,
+                                           replaceFlags = flags;
+                                           return original(old, side, kept, flags, none...);
+                                         }};
 };
-Seen seen;
-
-template <auto kFunction>
-struct Real;
-template <class R, class... Args, R(WINAPI* kFunction)(Args...)>
-struct Real<kFunction> {
-  static inline R(WINAPI* call)(Args...) = nullptr;
-};
-
-// Patches one import and remembers what stood there.
-template <auto kFunction>
-class Spy {
- public:
-  Spy(const char* name, decltype(kFunction) replacement)
-      : patch_(::GetModuleHandleW(nullptr), name, reinterpret_cast<void*>(replacement)) {
-    Real<kFunction>::call = reinterpret_cast<decltype(kFunction)>(patch_.Original());
-  }
-
- private:
-  test::ImportPatch patch_;
-};
-
-HANDLE WINAPI SeeCreate(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-                        DWORD disposition, DWORD attributes, HANDLE templateFile) {
-  seen.created += path;
-  seen.access = access;
-  seen.share = share;
-  seen.disposition = disposition;
-  seen.attributes = attributes;
-  return Real<&::CreateFileW>::call(path, access, share, security, disposition, attributes, templateFile);
-}
-
-BOOL WINAPI SeeWrite(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, LPOVERLAPPED overlapped) {
-  ++seen.writes;
-  return Real<&::WriteFile>::call(file, bytes, count, written, overlapped);
-}
-
-BOOL WINAPI SeeCopy(LPCWSTR from, LPCWSTR to, BOOL keep) {
-  seen.copied.push_back(std::wstring(from) + L" > " + to + (keep ? L" (kept)" : L""));
-  return Real<&::CopyFileW>::call(from, to, keep);
-}
-
-BOOL WINAPI SeeDelete(LPCWSTR path) {
-  seen.deleted.push_back(path);
-  return Real<&::DeleteFileW>::call(path);
-}
-
-BOOL WINAPI SeeReplace(LPCWSTR replaced, LPCWSTR replacement, LPCWSTR backup, DWORD flags, LPVOID, LPVOID) {
-  seen.replaced = replaced;
-  seen.replacement = replacement;
-  seen.backup = backup;
-  seen.replaceFlags = flags;
-  return Real<&::ReplaceFileW>::call(replaced, replacement, backup, flags, nullptr, nullptr);
-}
 
 class WriteFileReplacingCallsTest : public WriteFileReplacingTest {
  protected:
-  WriteFileReplacingCallsTest() { seen = {}; }
-
-  // From here on calls are seen.
-  struct Spies {
-    Spy<&::CreateFileW> create{"CreateFileW", &SeeCreate};
-    Spy<&::WriteFile> write{"WriteFile", &SeeWrite};
-    Spy<&::CopyFileW> copy{"CopyFileW", &SeeCopy};
-    Spy<&::DeleteFileW> remove{"DeleteFileW", &SeeDelete};
-    Spy<&::ReplaceFileW> replace{"ReplaceFileW", &SeeReplace};
-  };
-
   std::wstring BackupName() const {
     std::srand(1);
     return path_ + L"." + std::to_wstring(std::rand()) + L".tmp";
@@ -187,7 +151,7 @@ class WriteFileReplacingCallsTest : public WriteFileReplacingTest {
 };
 
 TEST_F(WriteFileReplacingCallsTest, AMissingFileHasNoSideNames) {
-  const Spies spies;
+  SeenCalls seen;
   EXPECT_TRUE(Write(path_, "new"));
   EXPECT_EQ(seen.created, path_);
   EXPECT_EQ(seen.access, GENERIC_READ | GENERIC_WRITE);
@@ -203,10 +167,8 @@ TEST_F(WriteFileReplacingCallsTest, AMissingFileHasNoSideNames) {
 TEST_F(WriteFileReplacingCallsTest, AnExistingFileIsReplacedByItsSideFile) {
   WriteBytes(path_, "old");
   const std::wstring backup = BackupName();
-  {
-    const Spies spies;
-    EXPECT_TRUE(Write(path_, "new"));
-  }
+  SeenCalls seen;
+  EXPECT_TRUE(Write(path_, "new"));
   EXPECT_EQ(seen.created, side_);
   EXPECT_EQ(seen.writes, 1);
   EXPECT_EQ(seen.copied, Names{side_ + L" > " + side_});
@@ -221,7 +183,7 @@ TEST_F(WriteFileReplacingCallsTest, TheBackupNameIsTheSameEveryTime) {
   Names backups;
   for (int i = 0; i < 2; ++i) {
     WriteBytes(path_, "old");
-    const Spies spies;
+    SeenCalls seen;
     EXPECT_TRUE(Write(path_, "new"));
     backups.push_back(seen.backup);
   }
@@ -230,31 +192,25 @@ TEST_F(WriteFileReplacingCallsTest, TheBackupNameIsTheSameEveryTime) {
 
 // ---- Outcomes of a replacement that fails.
 
-// ReplaceFileW as it fails, and what it does to the files before.
+// What ReplaceFileW, as it fails, does to the files before.
 enum class Breakage { kNothingMoved, kOldMovedToBackup };
-Breakage breakage;
-
-BOOL WINAPI BreakReplacement(LPCWSTR replaced, LPCWSTR, LPCWSTR backup, DWORD, LPVOID, LPVOID) {
-  if (breakage == Breakage::kNothingMoved) {
-    ::SetLastError(ERROR_UNABLE_TO_MOVE_REPLACEMENT);
-  } else {
-    EXPECT_TRUE(::MoveFileW(replaced, backup));
-    ::SetLastError(ERROR_UNABLE_TO_MOVE_REPLACEMENT_2);
-  }
-  return FALSE;
-}
 
 class BrokenReplacementTest : public WriteFileReplacingTest {
  protected:
   void Break(Breakage how) {
     WriteBytes(path_, "old");
-    breakage = how;
-    spy_.reset();
-    spy_ = std::make_unique<Spy<&::ReplaceFileW>>("ReplaceFileW", &BreakReplacement);
+    replace_.emplace("ReplaceFileW", [how](auto, LPCWSTR replaced, LPCWSTR, LPCWSTR backup, auto...) {
+      const bool moved = how == Breakage::kOldMovedToBackup;
+      if (moved) {
+        EXPECT_TRUE(::MoveFileW(replaced, backup));
+      }
+      ::SetLastError(moved ? ERROR_UNABLE_TO_MOVE_REPLACEMENT_2 : ERROR_UNABLE_TO_MOVE_REPLACEMENT);
+      return FALSE;
+    });
   }
 
  private:
-  std::unique_ptr<Spy<&::ReplaceFileW>> spy_;
+  std::optional<Patched<&::ReplaceFileW>> replace_;
 };
 
 TEST_F(BrokenReplacementTest, TheOldContentsAreKeptAndThatCountsAsSuccess) {
@@ -291,21 +247,15 @@ TEST_F(BrokenReplacementTest, WhatCannotBeBroughtBackIsNotDeleted) {
 
 // ---- Writes that fail.
 
-DWORD writeShortBy;
-BOOL writeResult;
-
-BOOL WINAPI WriteBadly(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, LPOVERLAPPED overlapped) {
-  Real<&::WriteFile>::call(file, bytes, count - writeShortBy, written, overlapped);
-  ::SetLastError(ERROR_WRITE_FAULT);
-  return writeResult;
-}
-
 class BadWriteTest : public WriteFileReplacingTest {
  protected:
   bool WriteWith(DWORD shortBy, BOOL result) {
-    writeShortBy = shortBy;
-    writeResult = result;
-    const Spy<&::WriteFile> spy("WriteFile", &WriteBadly);
+    const Patched<&::WriteFile> bad("WriteFile",
+                                    [=](auto original, HANDLE file, auto bytes, DWORD count, auto... rest) {
+                                      original(file, bytes, count - shortBy, rest...);
+                                      ::SetLastError(ERROR_WRITE_FAULT);
+                                      return result;
+                                    });
     return Write(path_, "new contents");
   }
 };

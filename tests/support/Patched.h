@@ -1,0 +1,79 @@
+// Patched: a function of the system answered by a test.
+//
+//     std::vector<std::wstring> deleted;
+//     const Patched<&::DeleteFileW> remove("DeleteFileW", [&](auto original, LPCWSTR path) {
+//       deleted.push_back(path);
+//       return original(path);
+//     });
+//
+//     const Patched<&::GetUserNameW> refused("GetUserNameW", [](auto...) { return FALSE; });
+//
+// For a call that only fails or is counted, tests/support/WatchedCalls.h is shorter.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <utility>
+
+#include "tests/support/ImportPatch.h"
+
+namespace veskard::test {
+
+template <auto kFunction>
+class Patched;
+
+/// The function that stands in the import table, and the type of what it calls.
+template <auto kFunction, class Type = decltype(kFunction)>
+struct Replacement;
+
+template <auto kFunction, class Result, class... Args>
+struct Replacement<kFunction, Result(WINAPI*)(Args...)> {
+  using Answer = std::function<Result(Args...)>;
+  static Result WINAPI Call(Args... args) { return Patched<kFunction>::current_->answer_(args...); }
+};
+
+#if defined(__i386__) || defined(_M_IX86)  // only there C functions are called another way
+template <auto kFunction, class Result, class... Args>
+struct Replacement<kFunction, Result(__cdecl*)(Args...)> {
+  using Answer = std::function<Result(Args...)>;
+  static Result __cdecl Call(Args... args) { return Patched<kFunction>::current_->answer_(args...); }
+};
+#endif
+
+/// Replaces the import for as long as it lives. `answer` takes the original function
+/// and then the call's arguments, and runs on the thread that calls. The test fails when
+/// the module does not import the function. Made and destroyed while no other thread
+/// calls the function, the newest first where a function has two.
+template <auto kFunction>
+class Patched {
+ public:
+  /// In this program.
+  template <class Answer>
+  Patched(const char* name, Answer answer) : Patched(nullptr, name, std::move(answer)) {}
+  template <class Answer>
+  Patched(HMODULE module, const char* name, Answer answer)
+      : answer_([this, answer = std::move(answer)](auto&&... args) mutable {
+          return answer(Original(), args...);
+        }),
+        patch_(module, name, reinterpret_cast<void*>(&Replacement<kFunction>::Call)) {}
+  ~Patched() { current_ = previous_; }
+  Patched(const Patched&) = delete;
+  Patched& operator=(const Patched&) = delete;
+
+  /// What the module called before; null when the function is not imported.
+  decltype(kFunction) Original() const noexcept {
+    return reinterpret_cast<decltype(kFunction)>(patch_.Original());
+  }
+
+ private:
+  friend struct Replacement<kFunction>;
+
+  static inline Patched* current_ = nullptr;
+
+  typename Replacement<kFunction>::Answer answer_;
+  Patched* const previous_ = std::exchange(current_, this);
+  const ImportPatch patch_;
+};
+
+}  // namespace veskard::test
