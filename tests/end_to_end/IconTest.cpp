@@ -3,7 +3,7 @@
 
 #include "tests/end_to_end/Registrar.h"
 #include "tests/end_to_end/RightClickTest.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/PngReader.h"
 #include "tests/support/ToolRun.h"
 #include "tools/common/ToolError.h"
@@ -48,14 +48,6 @@ TEST_F(IconTest, OtherFilesHaveNone) {
   }
 }
 
-HRESULT WINAPI NoImageList(int, REFIID, void** list) {
-  *list = nullptr;
-  return E_FAIL;
-}
-DWORD_PTR WINAPI NoFileInfo(LPCWSTR, DWORD, SHFILEINFOW*, UINT, UINT) {
-  return 0;
-}
-
 class MissingIconTest : public IconTest {
  protected:
   // The library in this process, with the handler's large icons' or all icons' source gone.
@@ -79,13 +71,16 @@ class MissingIconTest : public IconTest {
 };
 
 TEST_F(MissingIconTest, OnlyTheOneThatIsAskedForCounts) {
-  const FunctionPatch patch(Library(), "SHGetImageList", &NoImageList);
+  const Patched<&::SHGetImageList> none(Library(), "SHGetImageList", [](auto, int, REFIID, void** list) {
+    *list = nullptr;
+    return E_FAIL;
+  });
   EXPECT_EQ(Refusal(IconClass::kSmall), "");
   EXPECT_EQ(Refusal(IconClass::kLarge), "the handler could not draw the large icon for " + ToUtf8(file_));
 }
 
 TEST_F(MissingIconTest, TheOneThatIsMissingIsNamed) {
-  const FunctionPatch patch(Library(), "SHGetFileInfoW", &NoFileInfo);
+  const Patched<&::SHGetFileInfoW> none(Library(), "SHGetFileInfoW", [](auto...) { return DWORD_PTR{0}; });
   EXPECT_EQ(Refusal(IconClass::kSmall), "the handler could not draw the small icon for " + ToUtf8(file_));
 }
 

@@ -13,7 +13,7 @@
 #include "tests/shellext/RegisteredValues.h"
 #include "tests/support/AgentFolder.h"
 #include "tests/support/ExtensionLibrary.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tests/support/ToolRun.h"
@@ -106,16 +106,14 @@ TEST_F(InsightTest, ExplainAnswersPrograms) {
               HasSubstr("\"command\": 5, \"text\": \"Remove from all devices\", \"state\": \"hidden\""));
 }
 
-// Wine lets everybody open a mutex, whatever its access list: the system's answer is laid out here.
-HANDLE WINAPI RefuseMutex(DWORD, BOOL, const wchar_t*) {
-  ::SetLastError(ERROR_ACCESS_DENIED);
-  return nullptr;
-}
-
 TEST_F(InsightTest, ExplainTellsAMutexThatThisUserMayNotOpen) {
   Root();
   const std::wstring file = File(L"Root\\a.txt");
-  const FunctionPatch patch(nullptr, "OpenMutexW", &RefuseMutex);
+  // Wine lets everybody open a mutex, whatever its access list.
+  const Patched<&::OpenMutexW> refused("OpenMutexW", [](auto...) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return nullptr;
+  });
   const Explanation explanation = ExplainSelection({file});
   EXPECT_THAT(
       explanation.report.AsText(),

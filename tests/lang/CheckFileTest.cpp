@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "lang/BuiltInStrings.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -155,26 +155,19 @@ TEST_F(CheckFileTest, FolderInItsPlaceIsPassedOver) {
   EXPECT_FALSE(fs::exists(ReportPath()));
 }
 
-int WINAPI RefuseToWiden(UINT, DWORD, LPCCH, int, LPWSTR wide, int) {
-  return wide == nullptr ? 1 : 0;  // there is a length, and then nothing comes
-}
-
-int WINAPI RefuseToNarrow(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) {
-  return 0;
-}
-
 TEST_F(CheckFileTest, FileThatCannotBeConvertedIsPassedOver) {
   Write(ReportPath(), "an older report");
-  const test::FunctionPatch<decltype(::MultiByteToWideChar)> refused(nullptr, "MultiByteToWideChar",
-                                                                     &RefuseToWiden);
+  // There is a length, and then nothing comes.
+  const test::Patched<&::MultiByteToWideChar> refused(
+      "MultiByteToWideChar",
+      [](auto, auto, auto, auto, auto, LPWSTR wide, auto) { return wide == nullptr ? 1 : 0; });
   Apply("nonsense\r\nUnsinn\r\n");
   EXPECT_EQ(Read(ReportPath()), "an older report");
 }
 
 TEST_F(CheckFileTest, ReportThatCannotBeConvertedLeavesTheOlderOne) {
   Write(ReportPath(), "an older report");
-  const test::FunctionPatch<decltype(::WideCharToMultiByte)> refused(nullptr, "WideCharToMultiByte",
-                                                                     &RefuseToNarrow);
+  const test::Patched<&::WideCharToMultiByte> refused("WideCharToMultiByte", [](auto...) { return 0; });
   Apply("nonsense\r\nUnsinn\r\n");
   EXPECT_EQ(Read(ReportPath()), "an older report");
 }

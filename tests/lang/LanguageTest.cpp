@@ -18,7 +18,7 @@
 #include "lang/LineFile.h"
 #include "lang/ResourceData.h"
 #include "tests/lang/ZipBuilder.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "util/string/strfmt.h"
 
 namespace veskard {
@@ -63,29 +63,23 @@ TEST(LanguageTest, CodeWithoutAMemberGivesEnglish) {
   }
 }
 
-// An archive of the test's own in the place of the program's resource.
-std::string archiveBytes;
-void* WINAPI LockArchive(HGLOBAL) {
-  return archiveBytes.data();
-}
-DWORD WINAPI SizeOfArchive(HMODULE, HRSRC) {
-  return static_cast<DWORD>(archiveBytes.size());
-}
-
 TEST(LanguageTest, StatusNamesOnlyAMemberThatIsInForce) {
-  const test::FunctionPatch lock(nullptr, "LockResource", &LockArchive);
-  const test::FunctionPatch size(nullptr, "SizeofResource", &SizeOfArchive);
+  // An archive of the test's own in the place of the program's resource.
+  std::string archive;
+  const test::Patched<&::LockResource> lock("LockResource", [&](auto...) { return archive.data(); });
+  const test::Patched<&::SizeofResource> size("SizeofResource",
+                                              [&](auto...) { return static_cast<DWORD>(archive.size()); });
   const ZipMember version = {.name = "version", .contents = "1"};
   const ZipMember english = {.name = "english.txt", .contents = "Cancel\n"};
   const ZipMember german = {.name = "German!de.txt", .contents = "Abbrechen\n"};
   const ZipMember damaged = {.name = "German!de.txt", .contents = "Abbrechen\n", .claimedCrc = 1};
 
-  archiveBytes = BuildZip({version, english, german});
+  archive = BuildZip({version, english, german});
   Load("de");
   EXPECT_EQ(GetString(8), L"Abbrechen");
   EXPECT_EQ(GetLanguageStatus().member, "German!de.txt");
   for (const std::vector<ZipMember>& members : {std::vector{version, english, damaged}, {version, german}}) {
-    archiveBytes = BuildZip(members);
+    archive = BuildZip(members);
     Load("de");
     EXPECT_EQ(GetString(8), L"Cancel");
     EXPECT_EQ(GetLanguageStatus().member, "");

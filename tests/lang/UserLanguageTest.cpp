@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -29,35 +29,29 @@ TEST(UserLanguageTest, FirstPreferredLanguageIsALocale) {
 // The system's part: a list of preferred languages, and what goes wrong.
 class PreferredLanguagesTest : public testing::Test {
  protected:
-  PreferredLanguagesTest() { self_ = this; }
-
-  static BOOL WINAPI Answer(DWORD flags, ULONG* count, wchar_t* names, ULONG* size) {
-    EXPECT_EQ(flags, 8u);  // as names
-    const bool refused = ++self_->calls_ == self_->refusedCall_;
-    *count = self_->count_;
-    if (names != nullptr) {
-      EXPECT_GE(*size, self_->list_.size());
-      std::copy(self_->list_.begin(), self_->list_.end(), names);
-    }
-    *size = static_cast<ULONG>(self_->list_.size());
-    return refused ? FALSE : TRUE;
-  }
-
-  static void ExpectNone() {
+  void ExpectNone() {
     EXPECT_EQ(FirstPreferredLanguage(), L"");
-    self_->calls_ = 0;
+    calls_ = 0;
     EXPECT_EQ(WantedCodes(-1).full, 0u);
-    self_->calls_ = 0;
+    calls_ = 0;
     EXPECT_EQ(WantedCodes(-1).languageOnly, 0u);
   }
 
-  static inline PreferredLanguagesTest* self_ = nullptr;
   std::wstring list_{L"de-AT\0fr-FR\0", 13};  // with the zero that ends the list
   ULONG count_ = 2;
   int calls_ = 0;
   int refusedCall_ = 0;
-  const test::FunctionPatch<BOOL WINAPI(DWORD, ULONG*, wchar_t*, ULONG*)> patch_{
-      nullptr, "GetUserPreferredUILanguages", &Answer};
+  const test::Patched<&::GetUserPreferredUILanguages> patch_{
+      "GetUserPreferredUILanguages", [this](auto, DWORD flags, ULONG* count, wchar_t* names, ULONG* size) {
+        EXPECT_EQ(flags, 8u);  // as names
+        *count = count_;
+        if (names != nullptr) {
+          EXPECT_GE(*size, list_.size());
+          std::copy(list_.begin(), list_.end(), names);
+        }
+        *size = static_cast<ULONG>(list_.size());
+        return ++calls_ != refusedCall_;
+      }};
 };
 
 TEST_F(PreferredLanguagesTest, TheFirstOfSeveralCounts) {

@@ -10,7 +10,7 @@
 #include "tests/shellext/RegisteredValues.h"
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/RegistrySnapshot.h"
 
 namespace veskard {
@@ -139,14 +139,6 @@ TEST_F(RegistrationTest, AnotherSubkeyKeepsTheIconClass) {
 /// refuse them.
 class RegistrationCallsTest : public RegistrationTest {
  protected:
-  RegistrationCallsTest()
-      : create_(library_.Module(), "RegCreateKeyExW", &Create),
-        set_(library_.Module(), "RegSetValueExW", &Set),
-        delete_(library_.Module(), "RegDeleteKeyW", &Delete),
-        notify_(library_.Module(), "SHChangeNotify", &Notify) {
-    self_ = this;
-  }
-
   static constexpr int kNever = -1;
   int refusedCreation = kNever;  // counted from 0
   int creations = 0;
@@ -157,47 +149,41 @@ class RegistrationCallsTest : public RegistrationTest {
  private:
   static std::wstring Root(HKEY root) { return root == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"elsewhere\\"; }
 
-  static LSTATUS WINAPI Create(HKEY root, const wchar_t* path, DWORD reserved, wchar_t* className,
-                               DWORD options, REGSAM access, const SECURITY_ATTRIBUTES* security, HKEY* key,
-                               DWORD* disposition) {
-    const bool plain = reserved == 0 && className == nullptr && options == 0 && access == 0x20006 &&
-                       security == nullptr && disposition == nullptr;
-    self_->calls.push_back((plain ? L"create " : L"create in another way ") + Root(root) + path);
-    if (self_->refusedCreation == self_->creations++) return ERROR_ACCESS_DENIED;
-    return self_->create_.CallOriginal(root, path, reserved, className, options, access, security, key,
-                                       disposition);
-  }
-
-  static LSTATUS WINAPI Set(HKEY key, const wchar_t* name, DWORD reserved, DWORD type, const BYTE* data,
-                            DWORD size) {
-    const std::wstring text = reinterpret_cast<const wchar_t*>(data);
-    EXPECT_EQ(reserved, 0u);
-    EXPECT_EQ(type, DWORD{REG_SZ});
-    EXPECT_EQ(size, (text.size() + 1) * 2);
-    self_->calls.push_back(std::wstring(L"set ") + name + L"=" + text);
-    if (self_->refuseValues) return ERROR_ACCESS_DENIED;
-    return self_->set_.CallOriginal(key, name, reserved, type, data, size);
-  }
-
-  static LSTATUS WINAPI Delete(HKEY root, const wchar_t* path) {
-    self_->calls.push_back(L"delete " + Root(root) + path);
-    if (self_->refuseRemoval) return ERROR_ACCESS_DENIED;
-    return self_->delete_.CallOriginal(root, path);
-  }
-
-  static void WINAPI Notify(LONG event, UINT flags, const void* first, const void* second) {
-    EXPECT_EQ(event, 0x08000000);
-    EXPECT_EQ(flags, 0u);
-    EXPECT_EQ(first, nullptr);
-    EXPECT_EQ(second, nullptr);
-    self_->calls.push_back(L"notify");
-  }
-
-  inline static RegistrationCallsTest* self_ = nullptr;
-  test::FunctionPatch<decltype(Create)> create_;
-  test::FunctionPatch<decltype(Set)> set_;
-  test::FunctionPatch<decltype(Delete)> delete_;
-  test::FunctionPatch<decltype(Notify)> notify_;
+  const test::Patched<&::RegCreateKeyExW> create_{
+      library_.Module(), "RegCreateKeyExW",
+      [this](auto original, HKEY root, LPCWSTR path, DWORD reserved, LPWSTR className, DWORD options,
+             REGSAM access, auto security, HKEY* key, DWORD* disposition) -> LSTATUS {
+        const bool plain = reserved == 0 && className == nullptr && options == 0 && access == 0x20006 &&
+                           security == nullptr && disposition == nullptr;
+        calls.push_back((plain ? L"create " : L"create in another way ") + Root(root) + path);
+        if (refusedCreation == creations++) return ERROR_ACCESS_DENIED;
+        return original(root, path, reserved, className, options, access, security, key, disposition);
+      }};
+  const test::Patched<&::RegSetValueExW> set_{
+      library_.Module(), "RegSetValueExW",
+      [this](auto original, HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
+             DWORD size) -> LSTATUS {
+        const std::wstring text = reinterpret_cast<const wchar_t*>(data);
+        EXPECT_EQ(reserved, 0u);
+        EXPECT_EQ(type, DWORD{REG_SZ});
+        EXPECT_EQ(size, (text.size() + 1) * 2);
+        calls.push_back(std::wstring(L"set ") + name + L"=" + text);
+        return refuseValues ? ERROR_ACCESS_DENIED : original(key, name, reserved, type, data, size);
+      }};
+  const test::Patched<&::RegDeleteKeyW> delete_{
+      library_.Module(), "RegDeleteKeyW", [this](auto original, HKEY root, LPCWSTR path) -> LSTATUS {
+        calls.push_back(L"delete " + Root(root) + path);
+        return refuseRemoval ? ERROR_ACCESS_DENIED : original(root, path);
+      }};
+  const test::Patched<&::SHChangeNotify> notify_{
+      library_.Module(), "SHChangeNotify",
+      [this](auto, LONG event, UINT flags, const void* first, const void* second) {
+        EXPECT_EQ(event, 0x08000000);
+        EXPECT_EQ(flags, 0u);
+        EXPECT_EQ(first, nullptr);
+        EXPECT_EQ(second, nullptr);
+        calls.push_back(L"notify");
+      }};
 };
 
 std::vector<std::wstring> RemovalCalls() {
@@ -286,15 +272,14 @@ TEST_F(ServerPathTest, OtherLettersAreAnotherName) {
   EXPECT_EQ(RegisteredPathOf(Folder() + L"\\ext_NEW.dll"), L"REG_SZ " + Folder() + L"\\ext_NEW.dll");
 }
 
-DWORD WINAPI NameAnotherPath(HMODULE, wchar_t* buffer, DWORD size) {
-  const size_t length = std::wstring(L"C:\\another\\path.dll").copy(buffer, size - 1);
-  buffer[length] = L'\0';
-  return static_cast<DWORD>(length);
-}
-
 TEST_F(ServerPathTest, TheFirstPathIsThePathForAsLongAsTheProcess) {
   EXPECT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
-  const test::FunctionPatch patch(library_.Module(), "GetModuleFileNameW", &NameAnotherPath);
+  const test::Patched<&::GetModuleFileNameW> another(
+      library_.Module(), "GetModuleFileNameW", [](auto, HMODULE, LPWSTR buffer, DWORD size) {
+        const size_t length = std::wstring_view(L"C:\\another\\path.dll").copy(buffer, size - 1);
+        buffer[length] = L'\0';
+        return static_cast<DWORD>(length);
+      });
   EXPECT_EQ(library_.DllInstall(TRUE, L"S"), S_OK);
   EXPECT_EQ(LocalMachine(), Written(AllRows()));
 }

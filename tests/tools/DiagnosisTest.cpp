@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "core/WindowsOwners.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScratchFolder.h"
 #include "tools/common/Utf8.h"
@@ -64,32 +64,25 @@ TEST_F(DiagnosisTest, ALogThatCannotBeOpenedIsTold) {
   ExpectLog("nothing is written to " + ToUtf8(log_) + ": ", true);
 }
 
-// Refuses a folder to whoever wants to make a file there, and lets the rest through.
-const FunctionPatch<decltype(::CreateFileW)>* opening = nullptr;
-HANDLE WINAPI RefuseNewFiles(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                             DWORD how, DWORD flags, HANDLE like) {
-  const bool isFolder = (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
-  if (!isFolder || access != FILE_ADD_FILE)
-    return opening->CallOriginal(path, access, share, security, how, flags, like);
-  ::SetLastError(ERROR_ACCESS_DENIED);
-  return INVALID_HANDLE_VALUE;
-}
-
 TEST_F(DiagnosisTest, AFolderThatTakesNoNewFileIsTold) {
   MakeAgentFolder();
-  const FunctionPatch patch(nullptr, "CreateFileW", &RefuseNewFiles);
-  opening = &patch;
+  // A folder is refused to whoever wants to make a file there.
+  const Patched<&::CreateFileW> opening(
+      "CreateFileW", [](auto original, LPCWSTR path, DWORD access, DWORD share, auto security, DWORD how,
+                        DWORD flags, HANDLE like) {
+        const bool isFolder = (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+        if (!isFolder || access != FILE_ADD_FILE)
+          return original(path, access, share, security, how, flags, like);
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return INVALID_HANDLE_VALUE;
+      });
   ExpectLog("nothing is written to " + ToUtf8(log_) + ": ", true);
   MakeLog();
   ExpectLog("it is written to " + ToUtf8(log_) + "\n");
 }
 
-BOOL WINAPI NoFolder(HWND, wchar_t*, int, BOOL) {
-  return FALSE;
-}
-
 TEST_F(DiagnosisTest, ASystemWithoutAFolderForTheLogIsTold) {
-  const FunctionPatch patch(nullptr, "SHGetSpecialFolderPathW", &NoFolder);
+  const Patched<&::SHGetSpecialFolderPathW> none("SHGetSpecialFolderPathW", [](auto...) { return FALSE; });
   ExpectLog("nothing is written: the system names no folder for the log\n", true);
 }
 

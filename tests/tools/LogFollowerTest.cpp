@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "fs/util/OpenMode.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace veskard {
@@ -86,19 +86,18 @@ TEST_F(LogFollowerTest, FollowsARenamedFileUntilThereIsANewOne) {
   EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"one"));
 }
 
-// Wine never says that an open file was deleted.
-BOOL WINAPI AnswerDeletePending(HANDLE, FILE_INFO_BY_HANDLE_CLASS what, void* answer, DWORD size) {
-  if (what != FileStandardInfo || size != sizeof(FILE_STANDARD_INFO)) return FALSE;
-  static_cast<FILE_STANDARD_INFO*>(answer)->DeletePending = TRUE;
-  return TRUE;
-}
-
 TEST_F(LogFollowerTest, LetsADeletedFileGoAndReadsTheNextOneFromItsStart) {
   Append(L"one\r\n");
   log_.ReadNewLines();
   Append(L"two\r\nhalf ");
   {
-    const test::FunctionPatch pending(nullptr, "GetFileInformationByHandleEx", &AnswerDeletePending);
+    // Wine never says that an open file was deleted.
+    const test::Patched<&::GetFileInformationByHandleEx> pending(
+        "GetFileInformationByHandleEx", [](auto, HANDLE, auto what, void* answer, DWORD size) {
+          const bool isKnown = what == FileStandardInfo && size == sizeof(FILE_STANDARD_INFO);
+          if (isKnown) static_cast<FILE_STANDARD_INFO*>(answer)->DeletePending = TRUE;
+          return isKnown;
+        });
     EXPECT_THAT(log_.ReadNewLines(), ElementsAre(L"two"));
   }
   {

@@ -237,23 +237,23 @@ class StrangeLookUpTest : public testing::Test {
  protected:
   LookUpTimes times_ = kTimesAtTheBorders;
   int searchesClosed_ = 0;
-  const Patched<&::FindFirstFileExW> find_{
-      "FindFirstFileExW", [this](auto, LPCWSTR, FINDEX_INFO_LEVELS level, void* answer,
-                                 FINDEX_SEARCH_OPS operation, void* filter, DWORD flags) {
-        EXPECT_EQ(level, FindExInfoBasic);
-        EXPECT_EQ(operation, FindExSearchNameMatch);
-        EXPECT_EQ(filter, nullptr);
-        EXPECT_EQ(flags, 0u);
-        auto& entry = *static_cast<WIN32_FIND_DATAW*>(answer);
-        entry = {};
-        entry.dwFileAttributes = FILE_ATTRIBUTE_REPARSE_POINT | 8;
-        entry.nFileSizeHigh = 0x80000001;
-        entry.nFileSizeLow = 0xFFFFFFFE;
-        entry.ftCreationTime = FileTimeOf(times_[0]);
-        entry.ftLastAccessTime = FileTimeOf(times_[1]);
-        entry.ftLastWriteTime = FileTimeOf(times_[2]);
-        return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-      }};
+  const Patched<&::FindFirstFileExW> find_{"FindFirstFileExW",
+                                           [this](auto, LPCWSTR, FINDEX_INFO_LEVELS level, void* answer,
+                                                  FINDEX_SEARCH_OPS operation, void* filter, DWORD flags) {
+                                             EXPECT_EQ(level, FindExInfoBasic);
+                                             EXPECT_EQ(operation, FindExSearchNameMatch);
+                                             EXPECT_EQ(filter, nullptr);
+                                             EXPECT_EQ(flags, 0u);
+                                             auto& entry = *static_cast<WIN32_FIND_DATAW*>(answer);
+                                             entry = {};
+                                             entry.dwFileAttributes = FILE_ATTRIBUTE_REPARSE_POINT | 8;
+                                             entry.nFileSizeHigh = 0x80000001;
+                                             entry.nFileSizeLow = 0xFFFFFFFE;
+                                             entry.ftCreationTime = FileTimeOf(times_[0]);
+                                             entry.ftLastAccessTime = FileTimeOf(times_[1]);
+                                             entry.ftLastWriteTime = FileTimeOf(times_[2]);
+                                             return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+                                           }};
   const Patched<&::FindClose> close_{"FindClose", [this](auto, HANDLE search) {
                                        ++searchesClosed_;
                                        return ::CloseHandle(search);

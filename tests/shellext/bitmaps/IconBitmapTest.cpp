@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tests/support/GdiHandleCount.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestIcons.h"
 
@@ -100,32 +100,28 @@ TEST_F(IconBitmapTest, NoBitmapComesOfAnIconWithoutColours) {
 
 // Such a bitmap comes of icons on a screen of few colours. There is none here, so
 // the answer about the icon is changed.
-class FewColours {
- public:
-  explicit FewColours(int bits) { bits_ = bits; }
-
- private:
-  static BOOL WINAPI Answer(HICON, PICONINFO info) {
-    *info = {TRUE, 0, 0, ::CreateBitmap(kSide, 2 * kSide, 1, 1, nullptr), nullptr};
-    BITMAPINFO shape = {};
-    shape.bmiHeader = {
-        sizeof(shape.bmiHeader), kSide, -kSide, 1, static_cast<WORD>(bits_), BI_RGB, 0, 0, 0, 0, 0};
-    void* pixels = nullptr;
-    info->hbmColor = ::CreateDIBSection(nullptr, &shape, DIB_RGB_COLORS, &pixels, nullptr, 0);
-    std::memset(pixels, 0xFF, static_cast<size_t>(kSide * kSide * bits_ / 8));
-    return TRUE;
-  }
-
+struct FewColours {
   static constexpr int kSide = 32;  // no row has bytes to fill it up
-  static inline int bits_ = 0;
-  const test::ImportPatch patch_{nullptr, "GetIconInfo", reinterpret_cast<void*>(&Answer)};
+
+  int bits;
+  const test::Patched<&::GetIconInfo> patch{
+      "GetIconInfo", [this](auto, HICON, ICONINFO* info) {
+        *info = {TRUE, 0, 0, ::CreateBitmap(kSide, 2 * kSide, 1, 1, nullptr), nullptr};
+        BITMAPINFO shape = {};
+        shape.bmiHeader = {
+            sizeof(shape.bmiHeader), kSide, -kSide, 1, static_cast<WORD>(bits), BI_RGB, 0, 0, 0, 0, 0};
+        void* pixels = nullptr;
+        info->hbmColor = ::CreateDIBSection(nullptr, &shape, DIB_RGB_COLORS, &pixels, nullptr, 0);
+        std::memset(pixels, 0xFF, static_cast<size_t>(kSide * kSide * bits / 8));
+        return TRUE;
+      }};
 };
 
 TEST_F(IconBitmapTest, ColoursWithoutRoomForAlphaAreTakenOpaque) {
   const UniqueIcon icon = IconOf(ManyColours(32, 32));
   const size_t handles = CountGdiHandles();
   for (const int bits : {16, 24}) {
-    const FewColours screen(bits);
+    const FewColours screen{.bits = bits};
     const UniqueGpBitmap bitmap = IconToBitmap(icon.Get());
     ASSERT_TRUE(bitmap) << bits;
     EXPECT_EQ(FormatOf(bitmap), PixelFormat32bppARGB);
@@ -135,31 +131,20 @@ TEST_F(IconBitmapTest, ColoursWithoutRoomForAlphaAreTakenOpaque) {
 }
 
 // Refuses to draw, and remembers in which order things are given back.
-class RefusedDrawing {
- public:
-  RefusedDrawing() { self_ = this; }
-
+struct RefusedDrawing {
   std::vector<std::string> givenBack;
-
- private:
-  static Gdiplus::GpStatus WINGDIPAPI Draw(Gdiplus::GpGraphics*, Gdiplus::GpImage*, INT, INT) {
-    return Gdiplus::OutOfMemory;
-  }
-  static Gdiplus::GpStatus WINGDIPAPI DeleteGraphics(Gdiplus::GpGraphics* graphics) {
-    self_->givenBack.push_back("graphics");
-    return self_->deleteGraphics_.CallOriginal(graphics);
-  }
-  static Gdiplus::GpStatus WINGDIPAPI DisposeImage(Gdiplus::GpImage* image) {
-    self_->givenBack.push_back("image");
-    return self_->disposeImage_.CallOriginal(image);
-  }
-
-  static inline RefusedDrawing* self_ = nullptr;
-  const test::FunctionPatch<decltype(gdip::GdipDrawImageI)> draw_{nullptr, "GdipDrawImageI", &Draw};
-  const test::FunctionPatch<decltype(gdip::GdipDeleteGraphics)> deleteGraphics_{nullptr, "GdipDeleteGraphics",
-                                                                                &DeleteGraphics};
-  const test::FunctionPatch<decltype(gdip::GdipDisposeImage)> disposeImage_{nullptr, "GdipDisposeImage",
-                                                                            &DisposeImage};
+  const test::Patched<&gdip::GdipDrawImageI> draw{"GdipDrawImageI",
+                                                  [](auto...) { return Gdiplus::OutOfMemory; }};
+  const test::Patched<&gdip::GdipDeleteGraphics> deleteGraphics{"GdipDeleteGraphics",
+                                                                [this](auto original, auto* graphics) {
+                                                                  givenBack.push_back("graphics");
+                                                                  return original(graphics);
+                                                                }};
+  const test::Patched<&gdip::GdipDisposeImage> disposeImage{"GdipDisposeImage",
+                                                            [this](auto original, auto* image) {
+                                                              givenBack.push_back("image");
+                                                              return original(image);
+                                                            }};
 };
 
 TEST_F(IconBitmapTest, ARefusedDrawingGivesTheSurfaceBackBeforeItsBitmap) {

@@ -10,7 +10,7 @@
 #include "shellext/contextmenu/DropNames.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -86,26 +86,29 @@ TEST_F(AgentChannelTest, AMutexIsPresentForAsLongAsSomebodyHoldsIt) {
   EXPECT_FALSE(IsMutexPresent(L"Local\\veskard_test_mutex"));
 }
 
-struct MutexRequest {
-  DWORD access;
-  BOOL inherit;
-  std::wstring name;
+// What is asked of mutexes, none of which is there.
+struct MutexRequests {
+  struct Request {
+    DWORD access;
+    BOOL inherit;
+    std::wstring name;
+  };
+  std::vector<Request> requests;
+  const test::Patched<&::OpenMutexW> open{"OpenMutexW",
+                                          [this](auto, DWORD access, BOOL inherit, LPCWSTR name) {
+                                            requests.push_back({access, inherit, name});
+                                            return nullptr;
+                                          }};
 };
-std::vector<MutexRequest> mutexRequests;
-HANDLE WINAPI NoteMutexRequest(DWORD access, BOOL inherit, const wchar_t* name) {
-  mutexRequests.push_back({access, inherit, name});
-  return nullptr;
-}
 
 // The service's mutex is somebody else's, who need not grant more.
 TEST_F(AgentChannelTest, AMutexIsOpenedForNoMoreThanItTakesToWaitForIt) {
-  const test::FunctionPatch patch(nullptr, "OpenMutexW", &NoteMutexRequest);
-  mutexRequests.clear();
+  MutexRequests seen;
   EXPECT_FALSE(IsMutexPresent(L"Global\\pipesynccmd_SIT"));
-  ASSERT_EQ(mutexRequests.size(), 1u);
-  EXPECT_EQ(mutexRequests[0].access, 0x100000u);
-  EXPECT_FALSE(mutexRequests[0].inherit);
-  EXPECT_EQ(mutexRequests[0].name, L"Global\\pipesynccmd_SIT");
+  ASSERT_EQ(seen.requests.size(), 1u);
+  EXPECT_EQ(seen.requests[0].access, 0x100000u);
+  EXPECT_FALSE(seen.requests[0].inherit);
+  EXPECT_EQ(seen.requests[0].name, L"Global\\pipesynccmd_SIT");
 }
 
 struct ProbedMutexes {
@@ -117,12 +120,11 @@ TEST_F(AgentChannelTest, EachScopeLooksForTheMutexesOfItsAgentsOnly) {
   const std::wstring user = L"Local\\pipesynccmd_SIT";
   const std::wstring service = L"Global\\pipesynccmd_SIT";
   const ProbedMutexes rows[] = {{0, {user, service}}, {1, {user}}, {2, {service}}, {3, {}}, {0xFFFFFFFF, {}}};
-  const test::FunctionPatch patch(nullptr, "OpenMutexW", &NoteMutexRequest);
   for (const ProbedMutexes& row : rows) {
-    mutexRequests.clear();
+    MutexRequests seen;
     EXPECT_EQ(GetAgentPipeName(static_cast<AgentScope>(row.scope)), L"");
     std::vector<std::wstring> names;
-    for (const MutexRequest& request : mutexRequests) names.push_back(request.name);
+    for (const auto& request : seen.requests) names.push_back(request.name);
     EXPECT_EQ(names, row.names) << row.scope;
   }
 }

@@ -20,7 +20,7 @@
 #include "shellext/module/Module.h"
 #include "tests/support/DropData.h"
 #include "tests/support/FakeAgent.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/SyncTree.h"
 
@@ -61,8 +61,6 @@ class AgentStarterTest : public testing::Test {
 /// starter asks of it.
 class FakeSystemTest : public AgentStarterTest {
  protected:
-  FakeSystemTest() { self_ = this; }
-
   // An installed agent whose program is an empty file: for the fake system.
   std::wstring Install() {
     tree_.MakeFile(std::wstring(L"agent\\") + kProgramName);
@@ -86,65 +84,58 @@ class FakeSystemTest : public AgentStarterTest {
   std::optional<FakeAgentMutex> agent;
 
  private:
-  static LSTATUS WINAPI OpenKey(HKEY root, const wchar_t* path, DWORD options, REGSAM access, HKEY* key) {
-    EXPECT_EQ(root, HKEY_CURRENT_USER);
-    EXPECT_STREQ(path, kInstallKey);
-    EXPECT_EQ(options, 0u);
-    self_->views.push_back(access);
-    if (self_->refuseFirstView && self_->views.size() == 1) return ERROR_FILE_NOT_FOUND;
-    return self_->openKey_.CallOriginal(root, path, options, access, key);
-  }
-
-  static BOOL WINAPI CreateProcess(const wchar_t* program, wchar_t* commandLine,
-                                   SECURITY_ATTRIBUTES* forProcess, SECURITY_ATTRIBUTES* forThread,
-                                   BOOL inherit, DWORD flags, void* environment, const wchar_t* folder,
-                                   STARTUPINFOW* startup, PROCESS_INFORMATION* started) {
-    self_->programs.push_back(program);
-    EXPECT_TRUE(std::wstring(program).ends_with(std::wstring(L"\\") + kProgramName));
-    EXPECT_EQ(commandLine, nullptr);
-    EXPECT_EQ(forProcess, nullptr);
-    EXPECT_EQ(forThread, nullptr);
-    EXPECT_FALSE(inherit);
-    EXPECT_EQ(flags, 0u);
-    EXPECT_EQ(environment, nullptr);
-    EXPECT_EQ(folder, nullptr);
-    EXPECT_EQ(startup->cb, sizeof(STARTUPINFOW));
-    EXPECT_EQ(startup->dwFlags, 0u);
-    if (self_->refuseProcess) return FALSE;
-    started->hProcess = self_->process_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    started->hThread = self_->thread_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    return TRUE;
-  }
-
-  // Other threads close handles too: only the two that count are looked at.
-  static BOOL WINAPI CloseOneHandle(HANDLE handle) {
-    if (handle != nullptr && (handle == self_->process_ || handle == self_->thread_)) ++self_->handlesClosed;
-    return self_->closeHandle_.CallOriginal(handle);
-  }
-
-  static void WINAPI SleepNot(DWORD milliseconds) {
-    if (self_->sleeps.empty()) self_->handlesClosedAtFirstSleep = self_->handlesClosed;
-    self_->sleeps.push_back(milliseconds);
-    self_->milliseconds += self_->isClockSetBack ? uint64_t{0} - 1000 : milliseconds;
-    if (static_cast<int>(self_->sleeps.size()) == self_->agentAppearsAfterSleeps)
-      self_->agent.emplace(AgentKind::kUser);
-  }
-
-  static void WINAPI TellTime(FILETIME* now) {
-    constexpr uint64_t kFrom1601To1970 = 11'644'473'600'000;  // milliseconds
-    const uint64_t ticks = (self_->milliseconds + kFrom1601To1970) * 10'000;
-    *now = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-  }
-
-  static inline FakeSystemTest* self_ = nullptr;
   HANDLE process_ = nullptr;
   HANDLE thread_ = nullptr;
-  const test::FunctionPatch<decltype(OpenKey)> openKey_{nullptr, "RegOpenKeyExW", &OpenKey};
-  const test::FunctionPatch<decltype(CreateProcess)> createProcess_{nullptr, "CreateProcessW",
-                                                                    &CreateProcess};
-  const test::FunctionPatch<decltype(CloseOneHandle)> closeHandle_{nullptr, "CloseHandle", &CloseOneHandle};
-  const test::FunctionPatch<decltype(SleepNot)> sleep_{nullptr, "Sleep", &SleepNot};
-  const test::FunctionPatch<decltype(TellTime)> clock_{nullptr, "GetSystemTimeAsFileTime", &TellTime};
+
+  const test::Patched<&::RegOpenKeyExW> openKey_{
+      "RegOpenKeyExW",
+      [this](auto original, HKEY root, LPCWSTR path, DWORD options, REGSAM access, HKEY* key) -> LSTATUS {
+        EXPECT_EQ(root, HKEY_CURRENT_USER);
+        EXPECT_STREQ(path, kInstallKey);
+        EXPECT_EQ(options, 0u);
+        views.push_back(access);
+        if (refuseFirstView && views.size() == 1) return ERROR_FILE_NOT_FOUND;
+        return original(root, path, options, access, key);
+      }};
+  const test::Patched<&::CreateProcessW> createProcess_{
+      "CreateProcessW", [this](auto, LPCWSTR program, LPWSTR commandLine, auto forProcess, auto forThread,
+                               BOOL inherit, DWORD flags, void* environment, LPCWSTR folder,
+                               STARTUPINFOW* startup, PROCESS_INFORMATION* started) {
+        programs.push_back(program);
+        EXPECT_TRUE(std::wstring(program).ends_with(std::wstring(L"\\") + kProgramName));
+        EXPECT_EQ(commandLine, nullptr);
+        EXPECT_EQ(forProcess, nullptr);
+        EXPECT_EQ(forThread, nullptr);
+        EXPECT_FALSE(inherit);
+        EXPECT_EQ(flags, 0u);
+        EXPECT_EQ(environment, nullptr);
+        EXPECT_EQ(folder, nullptr);
+        EXPECT_EQ(startup->cb, sizeof(STARTUPINFOW));
+        EXPECT_EQ(startup->dwFlags, 0u);
+        if (refuseProcess) return FALSE;
+        started->hProcess = process_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        started->hThread = thread_ = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        return TRUE;
+      }};
+  // Other threads close handles too: only the two that count are looked at.
+  const test::Patched<&::CloseHandle> closeHandle_{
+      "CloseHandle", [this](auto original, HANDLE handle) {
+        if (handle != nullptr && (handle == process_ || handle == thread_)) ++handlesClosed;
+        return original(handle);
+      }};
+  const test::Patched<&::Sleep> sleep_{"Sleep", [this](auto, DWORD duration) {
+                                         if (sleeps.empty()) handlesClosedAtFirstSleep = handlesClosed;
+                                         sleeps.push_back(duration);
+                                         milliseconds += isClockSetBack ? uint64_t{0} - 1000 : duration;
+                                         if (static_cast<int>(sleeps.size()) == agentAppearsAfterSleeps)
+                                           agent.emplace(AgentKind::kUser);
+                                       }};
+  const test::Patched<&::GetSystemTimeAsFileTime> clock_{
+      "GetSystemTimeAsFileTime", [this](auto, FILETIME* now) {
+        constexpr uint64_t kFrom1601To1970 = 11'644'473'600'000;  // milliseconds
+        const uint64_t ticks = (milliseconds + kFrom1601To1970) * 10'000;
+        *now = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+      }};
 };
 
 // --- Where the agent is ---

@@ -3,7 +3,7 @@
 
 #include "core/WindowsOwners.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/WatchedCalls.h"
 #include "util/string/CodePage.h"
 
@@ -80,25 +80,21 @@ TEST_F(LibraryCommandTest, PathsLongerThanTheMenuReadsAreSentWhole) {
   EXPECT_EQ(Choose({first, longest}, 2), (PipeMessages{Message(3, first, false), Message(3, longest, true)}));
 }
 
-DWORD WINAPI AnswerMappedDrive(const wchar_t* path, DWORD, void* buffer, DWORD* size) {
-  if (path[0] != L'Z') return ERROR_NOT_CONNECTED;
-  const std::wstring text = std::wstring(L"\\\\server\\share") + (path + 2);
-  auto* const info = static_cast<UNIVERSAL_NAME_INFOW*>(buffer);
-  auto* const copy = reinterpret_cast<wchar_t*>(info + 1);
-  text.copy(copy, text.size());
-  copy[text.size()] = L'\0';
-  info->lpUniversalName = copy;
-  *size = static_cast<DWORD>(sizeof(*info) + (text.size() + 1) * sizeof(wchar_t));
-  return NO_ERROR;
-}
-
-UINT WINAPI AnswerDriveType(const wchar_t* root) {
-  return root[0] == L'Z' ? DRIVE_REMOTE : DRIVE_FIXED;
-}
-
 TEST_F(LibraryCommandTest, APathOnAMappedDriveIsSentInItsUncForm) {
-  const FunctionPatch types(library_.Module(), "GetDriveTypeW", &AnswerDriveType);
-  const FunctionPatch patch(library_.Module(), "WNetGetUniversalNameW", &AnswerMappedDrive);
+  const Patched<&::GetDriveTypeW> types(library_.Module(), "GetDriveTypeW", [](auto, LPCWSTR root) -> UINT {
+    return root[0] == L'Z' ? DRIVE_REMOTE : DRIVE_FIXED;
+  });
+  const Patched<&::WNetGetUniversalNameW> mapped(
+      library_.Module(), "WNetGetUniversalNameW",
+      [](auto, LPCWSTR path, DWORD, void* buffer, DWORD* size) -> DWORD {
+        if (path[0] != L'Z') return ERROR_NOT_CONNECTED;
+        const std::wstring text = std::wstring(L"\\\\server\\share") + (path + 2);
+        auto* const info = static_cast<UNIVERSAL_NAME_INFOW*>(buffer);
+        info->lpUniversalName = reinterpret_cast<wchar_t*>(info + 1);
+        info->lpUniversalName[text.copy(info->lpUniversalName, text.size())] = L'\0';
+        *size = static_cast<DWORD>(sizeof(*info) + (text.size() + 1) * sizeof(wchar_t));
+        return NO_ERROR;
+      });
   const std::wstring local = tree_.MakeFile(L"root\\a.txt");
   EXPECT_EQ(Choose({local, L"Z:\\b.txt"}, 2),
             (PipeMessages{Message(3, local, false), Message(3, L"\\\\server\\share\\b.txt", true)}));

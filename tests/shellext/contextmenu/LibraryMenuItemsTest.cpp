@@ -4,7 +4,7 @@
 #include "core/WindowsOwners.h"
 #include "shellext/contextmenu/MenuSelection.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "util/string/CodePage.h"
 
 namespace veskard::test {
@@ -127,31 +127,19 @@ TEST_F(MenuItems, ADirectoryNamedIdMarksNoRoot) {
 
 // A drive that is no drive: what the library asks about Q: is answered from a
 // folder of the test's.
-std::wstring driveFolder;
-std::wstring OnDrive(const wchar_t* path) {
-  const std::wstring text = path;
-  return text.starts_with(L"Q:") ? driveFolder + text.substr(2) : text;
-}
-DWORD WINAPI AttributesOnDrive(const wchar_t* path) {
-  return ::GetFileAttributesW(OnDrive(path).c_str());
-}
-HANDLE WINAPI OpenOnDrive(const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                          DWORD disposition, DWORD flags, HANDLE like) {
-  return ::CreateFileW(OnDrive(path).c_str(), access, share, security, disposition, flags, like);
-}
-HANDLE WINAPI FindOnDrive(const wchar_t* path, FINDEX_INFO_LEVELS level, void* entry,
-                          FINDEX_SEARCH_OPS search, void* filter, DWORD flags) {
-  return ::FindFirstFileExW(OnDrive(path).c_str(), level, entry, search, filter, flags);
-}
-
 TEST_F(MenuItems, ADriveWhoseRootIsMarkedServesEveryItemOnIt) {
   tree_.MarkRoot(L"", kSelectiveRemovable);
   tree_.MakeFile(L"a\\b\\c.txt");
   tree_.MakePlaceholder(L"d.ghpl", kReceiving);
-  driveFolder = tree_.Path();
-  const FunctionPatch attributes(library_.Module(), "GetFileAttributesW", &AttributesOnDrive);
-  const FunctionPatch open(library_.Module(), "CreateFileW", &OpenOnDrive);
-  const FunctionPatch find(library_.Module(), "FindFirstFileExW", &FindOnDrive);
+  const auto onDrive = [this](const std::wstring& path) {
+    return path.starts_with(L"Q:") ? tree_.Path() + path.substr(2) : path;
+  };
+  const auto askOnDrive = [&](auto original, LPCWSTR path, auto... rest) {
+    return original(onDrive(path).c_str(), rest...);
+  };
+  const Patched<&::GetFileAttributesW> attributes(library_.Module(), "GetFileAttributesW", askOnDrive);
+  const Patched<&::CreateFileW> open(library_.Module(), "CreateFileW", askOnDrive);
+  const Patched<&::FindFirstFileExW> find(library_.Module(), "FindFirstFileExW", askOnDrive);
   EXPECT_EQ(MenuFor({L"Q:\\a\\b\\c.txt"}), "RA");
   EXPECT_EQ(MenuFor({L"Q:\\d.ghpl"}), "Ca");
 }
@@ -218,18 +206,17 @@ TEST_F(MenuItems, ADeepButWholeRecordStillCounts) {
             "Ra");
 }
 
-std::wstring vanishing;
-DWORD WINAPI DeleteAfterAsking(const wchar_t* path) {
-  const DWORD attributes = ::GetFileAttributesW(path);
-  if (attributes != INVALID_FILE_ATTRIBUTES) ::DeleteFileW(vanishing.c_str());
-  return attributes;
-}
-
 TEST_F(MenuItems, ARecordThatVanishesBetweenTwoCallsCountsAsMissing) {
   tree_.MarkRoot(L"root", kSelective);
   const std::wstring item = tree_.MakeFile(L"root\\a.txt");
-  vanishing = tree_.Path(L"root\\.sync\\FolderType");
-  const FunctionPatch patch(library_.Module(), "GetFileAttributesW", &DeleteAfterAsking);
+  const std::wstring vanishing = tree_.Path(L"root\\.sync\\FolderType");
+  const Patched<&::GetFileAttributesW> patch(library_.Module(), "GetFileAttributesW",
+                                             [&](auto original, LPCWSTR path) {
+                                               const DWORD attributes = original(path);
+                                               if (attributes != INVALID_FILE_ATTRIBUTES)
+                                                 ::DeleteFileW(vanishing.c_str());
+                                               return attributes;
+                                             });
   EXPECT_EQ(MenuFor({item}), "");
 }
 

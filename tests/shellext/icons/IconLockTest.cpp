@@ -12,7 +12,7 @@
 #include "tests/shellext/icons/CacheAccess.h"
 #include "tests/shellext/icons/IconHandler.h"
 #include "tests/shellext/icons/PlaceholderFolder.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -25,28 +25,20 @@ using test::IsCacheFree;
 
 // Looks at the lock while one function is called.
 template <auto kFunction>
-class LockProbe;
-
-template <class Answer, class... Args, Answer(WINAPI* kFunction)(Args...)>
-class LockProbe<kFunction> {
+class LockProbe {
  public:
-  explicit LockProbe(const char* name) : patch_(nullptr, name, reinterpret_cast<void*>(&Look)) {
-    original_ = patch_.Original();
-    calls_ = callsWhileFree_ = 0;
-  }
+  explicit LockProbe(const char* name)
+      : patch_(name, [this](auto original, auto... args) {
+          ++calls_;
+          if (IsCacheFree()) ++callsWhileFree_;
+          return original(args...);
+        }) {}
   // Whether there were calls, and the lock was held in all of them.
   bool WasHeld() const { return calls_ != 0 && callsWhileFree_ == 0; }
 
  private:
-  static Answer WINAPI Look(Args... args) {
-    ++calls_;
-    if (IsCacheFree()) ++callsWhileFree_;
-    return reinterpret_cast<Answer(WINAPI*)(Args...)>(original_)(args...);
-  }
-
-  static inline void* original_ = nullptr;
-  static inline int calls_ = 0, callsWhileFree_ = 0;
-  const test::ImportPatch patch_;
+  int calls_ = 0, callsWhileFree_ = 0;
+  const test::Patched<kFunction> patch_;
 };
 
 class IconLockTest : public testing::Test {
@@ -57,9 +49,9 @@ class IconLockTest : public testing::Test {
 
 TEST_F(IconLockTest, IsHeldFromTheTypesIconToTheFinishedOne) {
   const IconHandler handler(report_);
-  const LockProbe<&::SHGetFileInfoW> begin("SHGetFileInfoW");
-  const LockProbe<&gdip::GdipDrawImageRectI> middle("GdipDrawImageRectI");
-  const LockProbe<&::CreateIconIndirect> end("CreateIconIndirect");
+  LockProbe<&::SHGetFileInfoW> begin("SHGetFileInfoW");
+  LockProbe<&gdip::GdipDrawImageRectI> middle("GdipDrawImageRectI");
+  LockProbe<&::CreateIconIndirect> end("CreateIconIndirect");
   handler.Extract();
   EXPECT_TRUE(begin.WasHeld());
   EXPECT_TRUE(middle.WasHeld());
@@ -70,7 +62,7 @@ TEST_F(IconLockTest, IsHeldFromTheTypesIconToTheFinishedOne) {
 TEST_F(IconLockTest, IsHeldWhileAHandlersEndEmptiesTheCache) {
   std::optional<IconHandler> handler(report_);
   handler->Extract();
-  const LockProbe<&gdip::GdipDisposeImage> disposal("GdipDisposeImage");
+  LockProbe<&gdip::GdipDisposeImage> disposal("GdipDisposeImage");
   handler.reset();
   EXPECT_TRUE(disposal.WasHeld());
   EXPECT_TRUE(IsCacheFree());
@@ -78,30 +70,22 @@ TEST_F(IconLockTest, IsHeldWhileAHandlersEndEmptiesTheCache) {
 
 // --- The end of a handler ----------------------------------------------------
 
-// What is left at the moment when GDI+ is stopped.
-struct AtShutdown {
-  static inline int stops = 0;
-  static inline size_t entries = 0;
-  static inline uint32_t moduleUsers = 0;
-
-  static void WINAPI Look(ULONG_PTR token) {
-    ++stops;
-    entries = SharedIconCache().Size();
-    moduleUsers = ModuleLockCount();
-    reinterpret_cast<decltype(&Gdiplus::GdiplusShutdown)>(original)(token);
-  }
-  static inline void* original = nullptr;
-};
-
 TEST(IconHandlerEndTest, EmptiesTheCacheThenStopsGdiplusThenLeavesTheModule) {
-  const test::ImportPatch patch(nullptr, "GdiplusShutdown", reinterpret_cast<void*>(&AtShutdown::Look));
-  AtShutdown::original = patch.Original();
+  int stops = 0;
+  size_t entriesThen = 77;
+  uint32_t moduleUsersThen = 0;
+  const test::Patched<&Gdiplus::GdiplusShutdown> stop("GdiplusShutdown", [&](auto original, ULONG_PTR token) {
+    ++stops;
+    entriesThen = SharedIconCache().Size();
+    moduleUsersThen = ModuleLockCount();
+    original(token);
+  });
   const uint32_t moduleUsers = ModuleLockCount();
   test::PlaceholderFolder folder;
   IconHandler(folder.Mark(L"report.txt.ghpl", {45})).Extract();
-  EXPECT_EQ(AtShutdown::stops, 1);
-  EXPECT_EQ(AtShutdown::entries, 0u);
-  EXPECT_EQ(AtShutdown::moduleUsers, moduleUsers + 1);
+  EXPECT_EQ(stops, 1);
+  EXPECT_EQ(entriesThen, 0u);
+  EXPECT_EQ(moduleUsersThen, moduleUsers + 1);
   EXPECT_EQ(ModuleLockCount(), moduleUsers);
 }
 

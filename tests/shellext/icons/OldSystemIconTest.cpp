@@ -46,14 +46,9 @@ TEST_F(OldSystemIconTest, TheStockIconIsTheSystemsOwn) {
   EXPECT_EQ(Folder(true), DrawnOnEmpty(own));
 }
 
-HRESULT STDAPICALLTYPE KnowNoStockIcon(SHSTOCKICONID, UINT, SHSTOCKICONINFO*) {
-  return E_FAIL;
-}
-
 TEST_F(OldSystemIconTest, AShellThatDoesNotAnswerGivesNothing) {
-  const test::CountedLibraries libraries;
-  const test::FunctionPatch<decltype(::SHGetStockIconInfo)> silent(nullptr, "SHGetStockIconInfo",
-                                                                   &KnowNoStockIcon);
+  test::CountedLibraries libraries;
+  const test::Patched<&::SHGetStockIconInfo> silent("SHGetStockIconInfo", [](auto...) { return E_FAIL; });
   EXPECT_FALSE(GetTypeIcon(L"music.vlk2fldr", true, true));
   EXPECT_EQ(libraries.Requests(), 0) << "of a path that nobody gave";
 }
@@ -68,7 +63,7 @@ TEST_F(OldSystemIconTest, ALibraryOrAnIconThatIsNotThereGivesNothing) {
 }
 
 TEST_F(OldSystemIconTest, NothingOfTheStockIconStaysBehind) {
-  const test::CountedLibraries libraries;
+  test::CountedLibraries libraries;
   Folder(true);  // what the process keeps from the first time
   const int before = libraries.Loaded();
   const size_t handles = test::CountGdiHandles();

@@ -13,7 +13,7 @@
 #include "tests/shellext/icons/PlaceholderFolder.h"
 #include "tests/shellext/icons/TestPatterns.h"
 #include "tests/support/GdiHandleCount.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/StartedGdiplus.h"
 #include "tests/support/TestFileType.h"
 
@@ -249,23 +249,16 @@ TEST_F(PlaceholderIconTest, ComposingDoesNotDrawIntoTheEntries) {
   EXPECT_TRUE(LooksLike(Compose(path, false), GoldenIcon(DrawnOnEmpty(SolidPattern(16)), std::nullopt)));
 }
 
-// A Shell that has a monochrome icon for every type.
-class ShellIconPatch {
- private:
-  static DWORD_PTR WINAPI Answer(LPCWSTR, DWORD, SHFILEINFOW* info, UINT, UINT) {
-    *info = {};
-    info->hIcon = test::MonochromeIcon(16).Release();
-    return 1;
-  }
-
-  const test::ImportPatch patch_{nullptr, "SHGetFileInfoW", reinterpret_cast<void*>(&Answer)};
-};
-
 TEST_F(PlaceholderIconTest, ATypeWhoseIconHasNoColoursHasNone) {
   const size_t handles = test::CountGdiHandles();
   const std::wstring path = folder_.Mark(L"a.vkhf.ghpl", {45});
   {
-    const ShellIconPatch monochrome;
+    const test::Patched<&::SHGetFileInfoW> monochrome("SHGetFileInfoW",
+                                                      [](auto, auto, auto, SHFILEINFOW* info, auto...) {
+                                                        *info = {};
+                                                        info->hIcon = test::MonochromeIcon(16).Release();
+                                                        return DWORD_PTR{1};
+                                                      });
     EXPECT_FALSE(ComposePlaceholderIcon(path, false));
     EXPECT_EQ(CacheSize(), 0u);
   }

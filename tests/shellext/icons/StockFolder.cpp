@@ -29,34 +29,14 @@ Picture StockFolderPicture() {
 
 StockFolderPatch::StockFolderPatch(int resource) : StockFolderPatch(ReadModulePath(nullptr), resource) {}
 
-StockFolderPatch::StockFolderPatch(const std::wstring& library, int resource) {
-  library_ = library;
-  resource_ = resource;
-}
-
-HRESULT StockFolderPatch::Answer(SHSTOCKICONID id, UINT flags, SHSTOCKICONINFO* info) {
-  EXPECT_EQ(id, SIID_FOLDER);
-  EXPECT_EQ(flags, UINT{0x4000});
-  EXPECT_EQ(info->cbSize, sizeof(*info));
-  info->iIcon = -resource_;
-  library_.copy(info->szPath, MAX_PATH - 1);
-  return S_OK;
-}
-
-CountedLibraries::CountedLibraries() {
-  self_ = this;
-}
-
-HMODULE CountedLibraries::Load(const wchar_t* name) {
-  ++self_->requests_;
-  const HMODULE library = self_->load_.CallOriginal(name);
-  if (library != nullptr) ++self_->loads_;
-  return library;
-}
-
-BOOL CountedLibraries::Free(HMODULE library) {
-  ++self_->frees_;
-  return self_->free_.CallOriginal(library);
-}
+StockFolderPatch::StockFolderPatch(const std::wstring& library, int resource)
+    : patch_("SHGetStockIconInfo", [=](auto, SHSTOCKICONID id, UINT flags, SHSTOCKICONINFO* info) {
+        EXPECT_EQ(id, SIID_FOLDER);
+        EXPECT_EQ(flags, UINT{0x4000});
+        EXPECT_EQ(info->cbSize, sizeof(*info));
+        info->iIcon = -resource;
+        library.copy(info->szPath, MAX_PATH - 1);
+        return S_OK;
+      }) {}
 
 }  // namespace veskard::test

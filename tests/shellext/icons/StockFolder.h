@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/TestIcons.h"
 
 namespace veskard::test {
@@ -29,31 +29,30 @@ class StockFolderPatch {
   StockFolderPatch(const std::wstring& library, int resource);
 
  private:
-  static HRESULT STDAPICALLTYPE Answer(SHSTOCKICONID id, UINT flags, SHSTOCKICONINFO* info);
-
-  static inline std::wstring library_;
-  static inline int resource_ = 0;
-  const ImportPatch patch_{nullptr, "SHGetStockIconInfo", reinterpret_cast<void*>(&Answer)};
+  const Patched<&::SHGetStockIconInfo> patch_;
 };
 
 /// Counts the libraries that this program loads and frees while it lives.
 class CountedLibraries {
  public:
-  CountedLibraries();
   /// How often one was asked for, and how many were loaded and not freed.
   int Requests() const noexcept { return requests_; }
   int Loaded() const noexcept { return loads_ - frees_; }
 
  private:
-  static HMODULE WINAPI Load(const wchar_t* name);
-  static BOOL WINAPI Free(HMODULE library);
-
-  static inline CountedLibraries* self_ = nullptr;
   int requests_ = 0;
   int loads_ = 0;
   int frees_ = 0;
-  const FunctionPatch<decltype(::LoadLibraryW)> load_{nullptr, "LoadLibraryW", &Load};
-  const FunctionPatch<decltype(::FreeLibrary)> free_{nullptr, "FreeLibrary", &Free};
+  const Patched<&::LoadLibraryW> load_{"LoadLibraryW", [this](auto original, LPCWSTR name) {
+                                         const HMODULE library = original(name);
+                                         ++requests_;
+                                         if (library != nullptr) ++loads_;
+                                         return library;
+                                       }};
+  const Patched<&::FreeLibrary> free_{"FreeLibrary", [this](auto original, HMODULE library) {
+                                        ++frees_;
+                                        return original(library);
+                                      }};
 };
 
 }  // namespace veskard::test

@@ -97,28 +97,26 @@ struct SystemVersion {
 // A system that claims to be of any version, and remembers what it was asked.
 class ClaimedVersion {
  public:
-  explicit ClaimedVersion(const SystemVersion& version) : version_(version) { self_ = this; }
+  explicit ClaimedVersion(const SystemVersion& version) : version_(version) {}
 
   /// Whether every question was for a version at least as new, service pack 0.
   bool WasAskedWell() const noexcept { return questions_ > 0 && !odd_; }
 
  private:
-  static BOOL WINAPI Answer(OSVERSIONINFOEXW* wanted, DWORD fields, DWORDLONG conditions) {
-    constexpr DWORD kFields = VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR;
-    DWORDLONG atLeast = ::VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL);
-    atLeast = ::VerSetConditionMask(atLeast, VER_MINORVERSION, VER_GREATER_EQUAL);
-    atLeast = ::VerSetConditionMask(atLeast, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
-    ++self_->questions_;
-    self_->odd_ |= wanted->dwOSVersionInfoSize != sizeof(*wanted) || wanted->wServicePackMajor != 0 ||
-                   fields != kFields || conditions != atLeast;
-    return self_->version_ >= SystemVersion{wanted->dwMajorVersion, wanted->dwMinorVersion};
-  }
-
-  static inline ClaimedVersion* self_ = nullptr;
   const SystemVersion version_;
   int questions_ = 0;
   bool odd_ = false;
-  const test::ImportPatch patch_{nullptr, "VerifyVersionInfoW", reinterpret_cast<void*>(&Answer)};
+  const test::Patched<&::VerifyVersionInfoW> patch_{
+      "VerifyVersionInfoW", [this](auto, OSVERSIONINFOEXW* wanted, DWORD fields, DWORDLONG conditions) {
+        constexpr DWORD kFields = VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR;
+        DWORDLONG atLeast = ::VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL);
+        atLeast = ::VerSetConditionMask(atLeast, VER_MINORVERSION, VER_GREATER_EQUAL);
+        atLeast = ::VerSetConditionMask(atLeast, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
+        ++questions_;
+        odd_ |= wanted->dwOSVersionInfoSize != sizeof(*wanted) || wanted->wServicePackMajor != 0 ||
+                fields != kFields || conditions != atLeast;
+        return version_ >= SystemVersion{wanted->dwMajorVersion, wanted->dwMinorVersion};
+      }};
 };
 
 TEST_F(TypeIconTest, FromSixUpToAndWithoutSixTwoALargeFolderIsTheStockIcon) {
@@ -126,7 +124,7 @@ TEST_F(TypeIconTest, FromSixUpToAndWithoutSixTwoALargeFolderIsTheStockIcon) {
   const test::StockFolderPatch elsewhere(test::kOwnFolderIcon);
   for (const SystemVersion& version :
        {SystemVersion{5, 1}, {5, 2}, {6, 0}, {6, 1}, {6, 2}, {6, 3}, {10, 0}}) {
-    const ClaimedVersion system(version);
+    ClaimedVersion system(version);
     const bool isStock = version.major == 6 && version.minor < 2;
     EXPECT_EQ(TypeIcon(L"C:\\absent\\music.vlk2fldr", true, true) != jumbo, isStock)
         << version.major << "." << version.minor;

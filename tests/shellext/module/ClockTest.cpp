@@ -5,7 +5,7 @@
 
 #include <ctime>
 
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -17,17 +17,13 @@ TEST(ClockTest, CountsInSecondsSince1970) {
   EXPECT_LE(now, before + 2);
 }
 
-void WINAPI ReadNoClock(FILETIME* now) {
-  *now = {};
-}
-void WINAPI ReadTheSecondBefore1970(FILETIME* now) {
-  constexpr uint64_t kTicks = uint64_t{11'644'473'599} * 10'000'000;
-  *now = {static_cast<DWORD>(kTicks), static_cast<DWORD>(kTicks >> 32)};
-}
-
 TEST(ClockTest, AClockThatCannotBeReadOrIsSetBefore1970CountsAsZero) {
-  for (const auto clock : {&ReadNoClock, &ReadTheSecondBefore1970}) {
-    const test::FunctionPatch patch(nullptr, "GetSystemTimeAsFileTime", clock);
+  constexpr uint64_t kSecondBefore1970 = uint64_t{11'644'473'599} * 10'000'000;
+  for (const uint64_t ticks : {uint64_t{0}, kSecondBefore1970}) {
+    const test::Patched<&::GetSystemTimeAsFileTime> clock(
+        "GetSystemTimeAsFileTime", [ticks](auto, FILETIME* now) {
+          *now = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+        });
     EXPECT_EQ(SecondsSince1970(), 0u);
   }
 }

@@ -37,6 +37,7 @@
 #include "shellext/ClassIds.h"
 #include "tests/shellext/module/LogHost.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
 
 namespace veskard {
@@ -97,14 +98,15 @@ struct Run {
 // the end first and writes then, so that another process may come between. This
 // makes it one step for the hosts of one test, and changes nothing else: lines
 // that are written in two parts or at a remembered position still get mixed.
-HANDLE appendMutex = nullptr;
-test::FunctionPatch<decltype(::WriteFile)>* systemWrite = nullptr;
-
-BOOL WINAPI WriteInOneStep(HANDLE file, const void* bytes, DWORD count, DWORD* written, OVERLAPPED* at) {
-  ::WaitForSingleObject(appendMutex, INFINITE);
-  const BOOL result = systemWrite->CallOriginal(file, bytes, count, written, at);
-  ::ReleaseMutex(appendMutex);
-  return result;
+void AppendInOneStep(const Run& run) {
+  // Both stay to the end of the process, whose end line is an append as well.
+  const HANDLE mutex = ::CreateMutexW(nullptr, FALSE, LogHostObject(run.sandbox, L"append").c_str());
+  new test::Patched<&::WriteFile>(run.probe.Module(), "WriteFile", [mutex](auto original, auto... args) {
+    ::WaitForSingleObject(mutex, INFINITE);
+    const BOOL result = original(args...);
+    ::ReleaseMutex(mutex);
+    return result;
+  });
 }
 
 // ---- Scenarios
@@ -124,10 +126,7 @@ void Write(const Run& run) {
 }
 
 void WriteWhole(const Run& run) {
-  // Both stay to the end of the process, whose end line is an append as well.
-  appendMutex = ::CreateMutexW(nullptr, FALSE, LogHostObject(run.sandbox, L"append").c_str());
-  systemWrite =
-      new test::FunctionPatch<decltype(::WriteFile)>(run.probe.Module(), "WriteFile", &WriteInOneStep);
+  AppendInOneStep(run);
   Write(run);
 }
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 
 namespace veskard {
 namespace {
@@ -37,18 +37,16 @@ TEST(LogTimeTest, SecondZeroIsTheStartOf1970InLocalTime) {
   }
 }
 
-/// As in a zone two hours and a half ahead: the zone of the machine that runs the
-/// tests may well be that of universal time.
-BOOL WINAPI ToZoneAhead(const FILETIME* universal, FILETIME* local) {
-  ULARGE_INTEGER ticks = {{universal->dwLowDateTime, universal->dwHighDateTime}};
-  ticks.QuadPart += uint64_t{150} * 60 * 10'000'000;
-  *local = {ticks.LowPart, ticks.HighPart};
-  return TRUE;
-}
-
 TEST(LogTimeTest, FollowsTheSystemsZone) {
-  const test::FunctionPatch<decltype(::FileTimeToLocalFileTime)> zone(nullptr, "FileTimeToLocalFileTime",
-                                                                      &ToZoneAhead);
+  // Two hours and a half ahead: the zone of the machine that runs the tests may well
+  // be that of universal time.
+  const test::Patched<&::FileTimeToLocalFileTime> zone(
+      "FileTimeToLocalFileTime", [](auto, const FILETIME* universal, FILETIME* local) {
+        ULARGE_INTEGER ticks = {{universal->dwLowDateTime, universal->dwHighDateTime}};
+        ticks.QuadPart += uint64_t{150} * 60 * 10'000'000;
+        *local = {ticks.LowPart, ticks.HighPart};
+        return TRUE;
+      });
   EXPECT_EQ(LogTimestamp(1488377109), "2017-03-01 16:35:09.000");
   EXPECT_EQ(LogTimestamp(0), "1970-01-01 02:30:00.000");
 }
