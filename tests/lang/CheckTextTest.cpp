@@ -48,39 +48,42 @@ TEST(CheckReportTest, LineBreaksInItemsAreEscaped) {
   EXPECT_EQ(report.Text(), std::wstring(kUnknown) + L"one\\r\\ntwo\r\n");
 }
 
-TEST(CheckTextTest, TranslationReplacesTheEntry) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"Cancel\nAbbrechen\nClose\nSchlie\u00dfen"), L"");
-  EXPECT_EQ(table.Get(8), L"Abbrechen");
-  EXPECT_EQ(table.Get(9), L"Schlie\u00dfen");
+// What a check file reports and makes of the texts 8 ("Cancel") and 9 ("Close").
+struct CheckRow {
+  const char* name;
+  const wchar_t* text;
+  std::wstring report;
+  const wchar_t* cancel;
+  const wchar_t* close;
+};
+
+TEST(CheckTextTest, ReplacesAndReports) {
+  const CheckRow rows[] = {
+      {"a translation replaces the entry", L"Cancel\nAbbrechen\nClose\nSchlie\u00dfen", L"", L"Abbrechen",
+       L"Schlie\u00dfen"},
+      {"a question mark keeps the entry, two are a text", L"Cancel\n?\nClose\n??", L"", L"x", L"??"},
+      {"blank lines between pairs are skipped", L"\r\n\r\nCancel\r\n\r\nAbbrechen\r\n\r\n\r\nClose\r\nZu",
+       L"", L"Abbrechen", L"Zu"},
+      {"an unknown line is reported and its translation dropped", L"No such text\nCancel\nClose\nZu",
+       std::wstring(kUnknown) + L"No such text\r\n", L"x", L"Zu"},
+      {"a question mark claims the text too", L"Cancel\n?\nCancel\nAbbrechen",
+       std::wstring(kUnknown) + L"Cancel\r\n", L"x", L"x"},
+      {"a line without a translation changes nothing", L"Cancel", L"", L"x", L"x"},
+      {"a translation that equals the English text is reported", L"Cancel\nCancel",
+       std::wstring(kNotFound) + L"Cancel\r\n", L"Cancel", L"x"},
+  };
+  for (const CheckRow& row : rows) {
+    LanguageTable table = TranslatedTable();
+    EXPECT_EQ(ApplyCheckText(table, row.text), row.report) << row.name;
+    EXPECT_EQ(table.Get(8), row.cancel) << row.name;
+    EXPECT_EQ(table.Get(9), row.close) << row.name;
+  }
 }
 
 TEST(CheckTextTest, TranslationIsTakenAsItStands) {
   LanguageTable table = TranslatedTable();
   ApplyCheckText(table, L"Share with %APPNAME%\nMit %APPNAME%\\r\\nteilen");
   EXPECT_EQ(table.Get(262), L"Mit %APPNAME%\r\nteilen");
-}
-
-TEST(CheckTextTest, QuestionMarkKeepsTheEntry) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"Cancel\n?\nClose\n??"), L"");
-  EXPECT_EQ(table.Get(8), L"x");
-  EXPECT_EQ(table.Get(9), L"??");
-}
-
-TEST(CheckTextTest, BlankLinesBetweenPairsAreSkipped) {
-  LanguageTable table = TranslatedTable();
-  ApplyCheckText(table, L"\r\n\r\nCancel\r\n\r\nAbbrechen\r\n\r\n\r\nClose\r\nZu");
-  EXPECT_EQ(table.Get(8), L"Abbrechen");
-  EXPECT_EQ(table.Get(9), L"Zu");
-}
-
-TEST(CheckTextTest, UnknownEnglishLineIsReportedAndItsTranslationDropped) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"No such text\nCancel\nClose\nZu"),
-            std::wstring(kUnknown) + L"No such text\r\n");
-  EXPECT_EQ(table.Get(8), L"x");
-  EXPECT_EQ(table.Get(9), L"Zu");
 }
 
 TEST(CheckTextTest, EachPairClaimsOneOfTwoEqualTexts) {
@@ -94,18 +97,6 @@ TEST(CheckTextTest, EachPairClaimsOneOfTwoEqualTexts) {
   EXPECT_EQ(report, std::wstring(kUnknown) + L"Name\r\n");
 }
 
-TEST(CheckTextTest, QuestionMarkClaimsTheTextToo) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"Cancel\n?\nCancel\nAbbrechen"), std::wstring(kUnknown) + L"Cancel\r\n");
-  EXPECT_EQ(table.Get(8), L"x");
-}
-
-TEST(CheckTextTest, EnglishLineWithoutATranslationChangesNothing) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"Cancel"), L"");
-  EXPECT_EQ(table.Get(8), L"x");
-}
-
 TEST(CheckTextTest, TextsStillEnglishAreReportedWithTheirPlaceholders) {
   LanguageTable table = TranslatedTable();
   const LanguageTable english;
@@ -116,11 +107,6 @@ TEST(CheckTextTest, TextsStillEnglishAreReportedWithTheirPlaceholders) {
                 L"Please close %APPNAME% and try again.\r\n"
                 L"Cancel\r\n"
                 L"Share with %APPNAME%\r\n");
-}
-
-TEST(CheckTextTest, TranslationThatEqualsTheEnglishTextIsReported) {
-  LanguageTable table = TranslatedTable();
-  EXPECT_EQ(ApplyCheckText(table, L"Cancel\nCancel"), std::wstring(kNotFound) + L"Cancel\r\n");
 }
 
 TEST(CheckTextTest, UntouchedTableReportsEveryText) {

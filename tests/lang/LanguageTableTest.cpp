@@ -30,11 +30,46 @@ TEST(LanguageTableTest, StartsInEnglishWithNamesFilledIn) {
   for (size_t number = 0; number < kStringCount; ++number) EXPECT_TRUE(table.IsEnglish(number)) << number;
 }
 
+// What becomes of one text; nothing: it stays English.
+struct TranslationRow {
+  const char* name;
+  std::wstring_view translations;
+  std::wstring_view english;
+  size_t number;
+  std::wstring_view text = L"";
+};
+
 TEST(LanguageTableTest, TranslatesByTheEnglishLineBeside) {
-  LanguageTable table;
-  table.Translate(L"Empfang abbrechen\nAbbrechen\n", L"Cancel receiving\r\nCancel");
-  EXPECT_EQ(table.Get(259), L"Empfang abbrechen");
-  EXPECT_EQ(table.Get(8), L"Abbrechen");
+  const TranslationRow rows[] = {
+      {"the first line", L"Empfang abbrechen\nAbbrechen\n", L"Cancel receiving\r\nCancel", 259,
+       L"Empfang abbrechen"},
+      {"the second line", L"Empfang abbrechen\nAbbrechen\n", L"Cancel receiving\r\nCancel", 8, L"Abbrechen"},
+      {"the first matching line wins", L"erste\nzweite", L"Cancel\nCancel", 8, L"erste"},
+      {"a line that matches nothing is ignored", L"nichts\nAbbrechen", L"No such text\nCancel", 8,
+       L"Abbrechen"},
+      {"whole lines are compared, with case", L"a\nb\nc", L"cancel\nCance\nCancel ", 8},
+      {"the translations are shorter", L"Abbrechen", L"Cancel\nClose", 9},
+      {"the English text is shorter", L"Abbrechen\nSchlie\u00dfen", L"Cancel", 9},
+      {"both lines are unescaped", L"eins\\r\\nzwei||drei",
+       L"Could not update because it seems like %APPNAME% is already running.\\r\\n\\r\\n"
+       L"Please close %APPNAME% and try again.",
+       7, L"eins\r\nzwei\0drei"sv},
+      {"names are filled in in translations", L"Mit %APPSHORTNAME% teilen", L"Share with %APPNAME%", 262,
+       L"Mit Veskard Agent teilen"},
+      {"the English line is compared before names are filled in", L"x", L"Share with Nimbrel Veskard Agent",
+       262},
+      {"a blank translation moves later ones up", L"\nSchlie\u00dfen\n", L"Cancel\nClose\n", 8,
+       L"Schlie\u00dfen"},
+      {"a blank translation leaves none for the last line", L"\nSchlie\u00dfen\n", L"Cancel\nClose\n", 9},
+      {"a translation that equals the English text counts as English", L"Cancel", L"Cancel", 8},
+  };
+  for (const TranslationRow& row : rows) {
+    LanguageTable table;
+    table.Translate(std::wstring(row.translations), std::wstring(row.english));
+    EXPECT_EQ(table.IsEnglish(row.number), row.text.empty()) << row.name;
+    EXPECT_EQ(table.Get(row.number), row.text.empty() ? LanguageTable().Get(row.number) : row.text)
+        << row.name;
+  }
 }
 
 TEST(LanguageTableTest, TextsWithoutATranslationStayEnglish) {
@@ -54,65 +89,6 @@ TEST(LanguageTableTest, EnglishLineThatMatchesTwoTextsTranslatesBoth) {
   EXPECT_EQ(table.Get(numbers[1]), L"Nom");
 }
 
-TEST(LanguageTableTest, FirstMatchingLineWins) {
-  LanguageTable table;
-  table.Translate(L"erste\nzweite", L"Cancel\nCancel");
-  EXPECT_EQ(table.Get(8), L"erste");
-}
-
-TEST(LanguageTableTest, EnglishLineThatMatchesNothingIsIgnored) {
-  LanguageTable table;
-  table.Translate(L"nichts\nAbbrechen", L"No such text\nCancel");
-  EXPECT_EQ(table.Get(8), L"Abbrechen");
-}
-
-TEST(LanguageTableTest, ComparesWholeLinesWithCase) {
-  LanguageTable table;
-  table.Translate(L"a\nb\nc", L"cancel\nCance\nCancel ");
-  EXPECT_TRUE(table.IsEnglish(8));
-}
-
-TEST(LanguageTableTest, EndsWithTheShorterText) {
-  LanguageTable table;
-  table.Translate(L"Abbrechen", L"Cancel\nClose");
-  EXPECT_TRUE(table.IsEnglish(9));
-  table.Translate(L"Abbrechen\nSchlie\u00dfen", L"Cancel");
-  EXPECT_TRUE(table.IsEnglish(9));
-}
-
-TEST(LanguageTableTest, UnescapesBothLines) {
-  LanguageTable table;
-  table.Translate(L"eins\\r\\nzwei||drei",
-                  L"Could not update because it seems like %APPNAME% is already running.\\r\\n\\r\\n"
-                  L"Please close %APPNAME% and try again.");
-  EXPECT_EQ(table.Get(7), L"eins\r\nzwei\0drei"sv);
-}
-
-TEST(LanguageTableTest, NamesAreFilledInInTranslations) {
-  LanguageTable table;
-  table.Translate(L"Mit %APPSHORTNAME% teilen", L"Share with %APPNAME%");
-  EXPECT_EQ(table.Get(262), L"Mit Veskard Agent teilen");
-}
-
-TEST(LanguageTableTest, EnglishLineIsComparedBeforeNamesAreFilledIn) {
-  LanguageTable table;
-  table.Translate(L"x", L"Share with Nimbrel Veskard Agent");
-  EXPECT_TRUE(table.IsEnglish(262));
-}
-
-TEST(LanguageTableTest, BlankTranslationMovesLaterOnesUp) {
-  LanguageTable table;
-  table.Translate(L"\nSchlie\u00dfen\n", L"Cancel\nClose\n");
-  EXPECT_EQ(table.Get(8), L"Schlie\u00dfen");
-  EXPECT_TRUE(table.IsEnglish(9));
-}
-
-TEST(LanguageTableTest, TranslationThatEqualsTheEnglishTextCountsAsEnglish) {
-  LanguageTable table;
-  table.Translate(L"Cancel", L"Cancel");
-  EXPECT_TRUE(table.IsEnglish(8));
-}
-
 TEST(EqualsBuiltInTest, ComparesLengthAndEveryCharacter) {
   EXPECT_TRUE(EqualsBuiltIn(L"Cancel", 8));
   EXPECT_FALSE(EqualsBuiltIn(L"Cancel\0"sv, 8));
@@ -123,15 +99,9 @@ TEST(EqualsBuiltInTest, ComparesLengthAndEveryCharacter) {
 
 // --- The product's names ---
 
-TEST(ExpandAppNamesTest, FillsInTheFullName) {
+TEST(ExpandAppNamesTest, FillsInTheNames) {
   EXPECT_EQ(Expanded(L"Share with %APPNAME%"), L"Share with Nimbrel Veskard Agent");
-}
-
-TEST(ExpandAppNamesTest, FillsInTheShortName) {
   EXPECT_EQ(Expanded(L"Open %APPSHORTNAME%"), L"Open Veskard Agent");
-}
-
-TEST(ExpandAppNamesTest, FillsInEveryOccurrence) {
   EXPECT_EQ(Expanded(L"%APPNAME%%APPNAME% %APPSHORTNAME%, %APPSHORTNAME%"),
             L"Nimbrel Veskard AgentNimbrel Veskard Agent Veskard Agent, Veskard Agent");
 }

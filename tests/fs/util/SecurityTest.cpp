@@ -36,31 +36,27 @@ std::wstring Stripped(std::wstring text) {
 
 // ---- Aliases in access lists.
 
-TEST(ExpandAccountAliasesTest, AnAliasBecomesItsFullSid) {
-  EXPECT_EQ(Expanded(L"D:(A;;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)");
-}
+// What a rewrite makes of a text.
+struct RewriteRow {
+  const char* name;
+  const wchar_t* text;
+  const wchar_t* rewritten;
+};
 
-TEST(ExpandAccountAliasesTest, AFullSidStaysAsItIs) {
-  const std::wstring text = L"D:(A;;FA;;;S-1-5-21-1-2-3-1001)";
-  EXPECT_EQ(Expanded(text), text);
-}
-
-TEST(ExpandAccountAliasesTest, EveryEntryIsExpanded) {
-  EXPECT_EQ(Expanded(L"D:PAI(A;OICI;FA;;;SY)(D;;FX;;;WD)(A;OICIID;0x1200a9;;;BA)"),
-            L"D:PAI(A;OICI;FA;;;S-1-5-18)(D;;FX;;;S-1-1-0)(A;OICIID;0x1200a9;;;S-1-5-32-544)");
-}
-
-TEST(ExpandAccountAliasesTest, RepeatedAliasesAreExpandedFromTheFront) {
-  EXPECT_EQ(Expanded(L"D:(A;;FA;;;BA)(D;;FR;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(D;;FR;;;S-1-5-32-544)");
-}
-
-TEST(ExpandAccountAliasesTest, FullSidsBetweenAliasesCatchNothing) {
-  EXPECT_EQ(Expanded(L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;WD)"), L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;S-1-1-0)");
-}
-
-TEST(ExpandAccountAliasesTest, AnEmptyListIsValid) {
-  EXPECT_EQ(Expanded(L"D:"), L"D:");
-  EXPECT_EQ(Expanded(L"D:P"), L"D:P");
+TEST(ExpandAccountAliasesTest, AliasesBecomeFullSids) {
+  const RewriteRow rows[] = {
+      {"an alias", L"D:(A;;FA;;;BA)", L"D:(A;;FA;;;S-1-5-32-544)"},
+      {"a full SID stays", L"D:(A;;FA;;;S-1-5-21-1-2-3-1001)", L"D:(A;;FA;;;S-1-5-21-1-2-3-1001)"},
+      {"every entry", L"D:PAI(A;OICI;FA;;;SY)(D;;FX;;;WD)(A;OICIID;0x1200a9;;;BA)",
+       L"D:PAI(A;OICI;FA;;;S-1-5-18)(D;;FX;;;S-1-1-0)(A;OICIID;0x1200a9;;;S-1-5-32-544)"},
+      {"repeated aliases, from the front", L"D:(A;;FA;;;BA)(D;;FR;;;BA)",
+       L"D:(A;;FA;;;S-1-5-32-544)(D;;FR;;;S-1-5-32-544)"},
+      {"a full SID in front of an alias", L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;WD)",
+       L"D:(A;;FA;;;S-1-5-18)(A;;FR;;;S-1-1-0)"},
+      {"an empty list", L"D:", L"D:"},
+      {"an empty protected list", L"D:P", L"D:P"},
+  };
+  for (const RewriteRow& row : rows) EXPECT_EQ(Expanded(row.text), row.rewritten) << row.name;
 }
 
 TEST(ExpandAccountAliasesTest, AnAliasInAnotherFieldIsReplacedFirstAndSpoilsTheText) {
@@ -113,26 +109,29 @@ TEST(ExpandOwnerAliasTest, FewerThanTwoCharactersAreOutOfRange) {
 
 // ---- Inherited duplicates.
 
-TEST(StripInheritedDuplicatesTest, AnInheritedCopyOfAnAllowEntryGoes) {
-  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, AnInheritedCopyOfADenyEntryGoes) {
-  EXPECT_EQ(Stripped(L"D:(D;;FA;;;BA)(D;ID;FA;;;BA)"), L"D:(D;;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, OfTwoNeighbouringCopiesTheSecondStaysUntouched) {
-  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)"),
-            L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, OfThreeNeighbouringCopiesTheMiddleOneStays) {
-  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)"),
-            L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, AnInheritedEntryWithoutATwinBecomesExplicit) {
-  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;ID;FA;;;SY)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-18)");
+TEST(StripInheritedDuplicatesTest, InheritedCopiesGoAndTheRestIsExpanded) {
+  const RewriteRow rows[] = {
+      {"a copy of an allow entry", L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)", L"D:(A;;FA;;;S-1-5-32-544)"},
+      {"a copy of a deny entry", L"D:(D;;FA;;;BA)(D;ID;FA;;;BA)", L"D:(D;;FA;;;S-1-5-32-544)"},
+      {"of two neighbouring copies the second stays untouched", L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)",
+       L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)"},
+      {"of three neighbouring copies the middle one stays",
+       L"D:(A;;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)(A;ID;FA;;;BA)",
+       L"D:(A;;FA;;;S-1-5-32-544)(A;ID;FA;;;S-1-5-32-544)"},
+      {"an inherited entry without a twin becomes explicit", L"D:(A;;FA;;;BA)(A;ID;FA;;;SY)",
+       L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-18)"},
+      {"other flags must agree once the inherited one is cleared", L"D:(A;OICI;FA;;;WD)(A;OICIID;FA;;;WD)",
+       L"D:(A;OICI;FA;;;S-1-1-0)"},
+      {"an explicit entry behind its copy counts as well", L"D:(A;ID;FA;;;BA)(A;ID;FR;;;SY)(A;;FA;;;BA)",
+       L"D:(A;ID;FR;;;S-1-5-18)(A;;FA;;;S-1-5-32-544)"},
+      {"two copies without an explicit entry both stay", L"D:(A;ID;FA;;;BA)(A;ID;FA;;;BA)",
+       L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)"},
+      {"a list without inherited entries is only expanded", L"D:(A;;FA;;;BA)(A;;FA;;;BA)",
+       L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)"},
+      {"a descriptor without a list is unchanged", L"O:BA", L"O:BA"},
+      {"no text is unchanged", L"", L""},
+  };
+  for (const RewriteRow& row : rows) EXPECT_EQ(Stripped(row.text), row.rewritten) << row.name;
 }
 
 TEST(StripInheritedDuplicatesTest, ADifferenceInTypeFlagsMaskOrAccountIsNoTwin) {
@@ -141,28 +140,6 @@ TEST(StripInheritedDuplicatesTest, ADifferenceInTypeFlagsMaskOrAccountIsNoTwin) 
     const std::wstring result = Stripped(std::wstring(L"D:(A;;FA;;;BA)") + inherited);
     EXPECT_EQ(std::count(result.begin(), result.end(), L'('), 2) << inherited;
   }
-}
-
-TEST(StripInheritedDuplicatesTest, OtherFlagsMustAgreeOnceTheInheritedOneIsCleared) {
-  EXPECT_EQ(Stripped(L"D:(A;OICI;FA;;;WD)(A;OICIID;FA;;;WD)"), L"D:(A;OICI;FA;;;S-1-1-0)");
-}
-
-TEST(StripInheritedDuplicatesTest, AnExplicitEntryBehindItsCopyCountsAsWell) {
-  EXPECT_EQ(Stripped(L"D:(A;ID;FA;;;BA)(A;ID;FR;;;SY)(A;;FA;;;BA)"),
-            L"D:(A;ID;FR;;;S-1-5-18)(A;;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, TwoInheritedCopiesWithoutAnExplicitOneBothStay) {
-  EXPECT_EQ(Stripped(L"D:(A;ID;FA;;;BA)(A;ID;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, AListWithoutInheritedEntriesIsOnlyExpanded) {
-  EXPECT_EQ(Stripped(L"D:(A;;FA;;;BA)(A;;FA;;;BA)"), L"D:(A;;FA;;;S-1-5-32-544)(A;;FA;;;S-1-5-32-544)");
-}
-
-TEST(StripInheritedDuplicatesTest, ADescriptorWithoutAListComesBackUnchanged) {
-  EXPECT_EQ(Stripped(L"O:BA"), L"O:BA");
-  EXPECT_EQ(Stripped(L""), L"");
 }
 
 TEST(StripInheritedDuplicatesTest, AnUnparsableTextIsRefusedAndKept) {

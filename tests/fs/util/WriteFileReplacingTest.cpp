@@ -389,41 +389,40 @@ class LongNameTest : public WriteFileReplacingTest {
   }
 };
 
-TEST_F(LongNameTest, UpTo251CharactersAllNamesFit) {
-  const std::wstring path = PathOfLength(249);
-  EXPECT_TRUE(Write(path, "old"));
-  EXPECT_TRUE(Write(path, "new"));
-  EXPECT_EQ(ReadBytes(path), "new");
-}
+// A file that holds "old" or is new, with a path of each of the lengths, and what comes of
+// writing "new".
+struct LengthRow {
+  const char* name;
+  const wchar_t* prefix;
+  std::vector<size_t> lengths;
+  bool exists;
+  bool succeeds;
+  const char* contents;
+};
 
-TEST_F(LongNameTest, UpTo257CharactersTheNamesAreCutButStillDiffer) {
-  for (const size_t length : {250u, 255u, 256u, 257u}) {
-    const std::wstring path = PathOfLength(length);
-    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
-    EXPECT_TRUE(Write(path, "old")) << length;
-    EXPECT_TRUE(Write(path, "new")) << length;
-    EXPECT_EQ(ReadBytes(path), "new") << length;
-    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
-    Empty();
+TEST_F(LongNameTest, WhatIsWrittenDependsOnTheNamesThatFit) {
+  constexpr wchar_t kPrefix[] = L"\\\\?\\";
+  // clang-format off
+  const LengthRow rows[] = {
+      {"all names fit",                         L"",     {249},                          true,  true,  "new"},
+      {"names are cut but still differ",        L"",     {250, 255, 256, 257},           true,  true,  "new"},
+      {"the side file's name is the file's",    L"",     {258, 259, 260, 261},           true,  false, "old"},
+      {"a plain path that is new",              L"",     {249, 250, 255, 256, 257, 259}, false, true,  "new"},
+      {"a prefixed path that is new",           kPrefix, {259, 260, 261, 1000},          false, true,  "new"},
+      {"a prefixed path, through a cut name",   kPrefix, {256, 257},                     true,  true,  "new"},
+      {"a longer prefixed path is not replaced", kPrefix, {258, 259, 260, 261, 1000},    true,  true,  "old"},
+  };
+  // clang-format on
+  for (const LengthRow& row : rows) {
+    for (const size_t length : row.lengths) {
+      const std::wstring path = PathOfLength(length, row.prefix);
+      if (row.exists) WriteBytes(path, "old");
+      EXPECT_EQ(Write(path, "new"), row.succeeds) << row.name << ": " << length;
+      EXPECT_EQ(ReadBytes(path), row.contents) << row.name << ": " << length;
+      EXPECT_EQ(NamesIn(path.substr(0, path.rfind(L'\\'))).size(), 1u) << row.name << ": " << length;
+      Empty();
+    }
   }
-}
-
-TEST_F(LongNameTest, FromThenOnAnExistingFileIsLeftAlone) {
-  for (const size_t length : {258u, 259u, 260u, 261u}) {
-    const std::wstring path = PathOfLength(length);
-    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
-    WriteBytes(path, "old");
-    EXPECT_FALSE(Write(path, "new")) << length;
-    EXPECT_EQ(ReadBytes(path), "old") << length;
-    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
-    Empty();
-  }
-}
-
-TEST_F(LongNameTest, APlainPathOf259CharactersIsStillWrittenWhenItIsNew) {
-  const std::wstring path = PathOfLength(259);
-  EXPECT_TRUE(Write(path, "new"));
-  EXPECT_EQ(ReadBytes(path), "new");
 }
 
 TEST_F(LongNameTest, ALongerPlainPathIsCutAt259Characters) {
@@ -432,39 +431,6 @@ TEST_F(LongNameTest, ALongerPlainPathIsCutAt259Characters) {
     EXPECT_TRUE(Write(path, "new"));
     EXPECT_FALSE(Exists(path));
     EXPECT_EQ(ReadBytes(path.substr(0, 259)), "new");
-    Empty();
-  }
-}
-
-TEST_F(LongNameTest, ALongPrefixedPathIsWrittenWholeWhenItIsNew) {
-  for (const size_t length : {259u, 260u, 261u, 1000u}) {
-    const std::wstring path = PathOfLength(length, L"\\\\?\\");
-    EXPECT_TRUE(Write(path, "new")) << length;
-    EXPECT_EQ(ReadBytes(path), "new") << length;
-    Empty();
-  }
-}
-
-TEST_F(LongNameTest, APrefixedPathOf256Or257CharactersIsReplacedThroughACutName) {
-  for (const size_t length : {256u, 257u}) {
-    const std::wstring path = PathOfLength(length, L"\\\\?\\");
-    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
-    WriteBytes(path, "old");
-    EXPECT_TRUE(Write(path, "new")) << length;
-    EXPECT_EQ(ReadBytes(path), "new") << length;
-    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
-    Empty();
-  }
-}
-
-TEST_F(LongNameTest, ALongerPrefixedPathKeepsItsOldContents) {
-  for (const size_t length : {258u, 259u, 260u, 261u, 1000u}) {
-    const std::wstring path = PathOfLength(length, L"\\\\?\\");
-    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
-    WriteBytes(path, "old");
-    EXPECT_TRUE(Write(path, "new")) << length;
-    EXPECT_EQ(ReadBytes(path), "old") << length;
-    EXPECT_EQ(NamesIn(parent).size(), 1u) << length;
     Empty();
   }
 }

@@ -8,7 +8,7 @@
 
 #include "shellext/contextmenu/DropNames.h"
 #include "tests/support/DropData.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/SyncTree.h"
 #include "util/string/CodePage.h"
 
@@ -29,59 +29,42 @@ TEST(MenuSelectionTest, NoItemAtAllLiesInNoFolder) {
   EXPECT_TRUE(selection.isOwner);
 }
 
-TEST(MenuSelectionTest, AFolderCountsAsDirectoryAndAsLocal) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  const MenuSelection selection = Inspect({tree.MakeFolder(L"root\\a")});
-  EXPECT_TRUE(selection.InOwnSelectiveFolder());
-  EXPECT_TRUE(selection.anyDirectory);
-  EXPECT_TRUE(selection.hasLocalFile);
-  EXPECT_FALSE(selection.needsDownload);
-  EXPECT_FALSE(selection.receiving);
+// What a selection's items are: d a directory, n needs a download, r being received,
+// l local.
+std::string ItemsOf(const MenuSelection& selection) {
+  std::string items;
+  if (selection.anyDirectory) items += 'd';
+  if (selection.needsDownload) items += 'n';
+  if (selection.receiving) items += 'r';
+  if (selection.hasLocalFile) items += 'l';
+  return items;
 }
 
-TEST(MenuSelectionTest, AFolderNamedLikeAPlaceholderIsReadAsOne) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  const MenuSelection selection = Inspect({tree.MakeFolder(L"root\\a.ghpl")});
-  EXPECT_TRUE(selection.anyDirectory);
-  EXPECT_TRUE(selection.needsDownload);
-  EXPECT_FALSE(selection.hasLocalFile);
-}
-
-TEST(MenuSelectionTest, PlaceholdersAreToldByTheirProgress) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  const MenuSelection waiting = Inspect({tree.MakePlaceholder(L"root\\a.ghpl", test::kNotReceived)});
-  EXPECT_TRUE(waiting.needsDownload);
-  EXPECT_FALSE(waiting.receiving);
-  EXPECT_FALSE(waiting.hasLocalFile);
-  const MenuSelection receiving = Inspect({tree.MakePlaceholder(L"root\\b.ghpl", test::kReceiving)});
-  EXPECT_FALSE(receiving.needsDownload);
-  EXPECT_TRUE(receiving.receiving);
-  EXPECT_FALSE(receiving.hasLocalFile);
-}
-
-TEST(MenuSelectionTest, ProgressZeroAndAHundredAreBothBeingReceived) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\a.ghpl", "d10:vlk_statusi0ee")}).receiving);
-  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\b.ghpl", "d10:vlk_statusi100ee")}).receiving);
-}
-
-TEST(MenuSelectionTest, ANegativeProgressOfAnyKindNeedsADownload) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  const MenuSelection selection =
-      Inspect({tree.MakePlaceholder(L"root\\a.ghpl", "d10:vlk_statusi2147483650ee")});
-  EXPECT_TRUE(selection.needsDownload);
-  EXPECT_FALSE(selection.receiving);
-}
-
-TEST(MenuSelectionTest, ThePlaceholdersExtensionMayBeInAnyCase) {
-  SyncTree tree;
-  tree.MarkRoot(L"root", test::kSelective);
-  EXPECT_TRUE(Inspect({tree.MakePlaceholder(L"root\\a.GhPl", test::kNotReceived)}).needsDownload);
+TEST(MenuSelectionTest, AnItemIsLocalOrNeedsADownloadOrIsBeingReceived) {
+  struct Row {
+    const char* name;
+    const wchar_t* item;
+    std::string_view status;  // of a placeholder; none: a folder
+    const char* items;
+  };
+  const Row rows[] = {
+      {"a folder counts as local", L"root\\a", {}, "dl"},
+      {"a folder named like a placeholder is read as one", L"root\\a.ghpl", {}, "dn"},
+      {"a placeholder that is not received", L"root\\a.ghpl", test::kNotReceived, "n"},
+      {"a placeholder that is being received", L"root\\a.ghpl", test::kReceiving, "r"},
+      {"progress zero", L"root\\a.ghpl", "d10:vlk_statusi0ee", "r"},
+      {"progress a hundred", L"root\\a.ghpl", "d10:vlk_statusi100ee", "r"},
+      {"another negative progress", L"root\\a.ghpl", "d10:vlk_statusi2147483650ee", "n"},
+      {"the extension in any case", L"root\\a.GhPl", test::kNotReceived, "n"},
+  };
+  for (const Row& row : rows) {
+    SyncTree tree;
+    tree.MarkRoot(L"root", test::kSelective);
+    const MenuSelection selection = Inspect(
+        {row.status.empty() ? tree.MakeFolder(row.item) : tree.MakePlaceholder(row.item, row.status)});
+    EXPECT_EQ(ItemsOf(selection), row.items) << row.name;
+    EXPECT_TRUE(selection.InOwnSelectiveFolder()) << row.name;
+  }
 }
 
 TEST(MenuSelectionTest, ItemsThatAreGoneAreSkipped) {
@@ -162,16 +145,11 @@ TEST(MenuSelectionTest, TheOwnerIsTheUserOnlyCharacterForCharacter) {
   ASSERT_GT(user.size(), 1u) << "or a part of it is everybody";
   std::string otherCase = user;
   otherCase[0] = static_cast<char>(otherCase[0] ^ 0x20);
-  tree.MarkRoot(L"own", test::SelectiveOwnedBy(user));
-  tree.MarkRoot(L"longer", test::SelectiveOwnedBy(user + "x"));
-  tree.MarkRoot(L"ending", test::SelectiveOwnedBy(user.substr(1)));
-  tree.MarkRoot(L"beginning", test::SelectiveOwnedBy(user.substr(0, user.size() - 1)));
-  tree.MarkRoot(L"case", test::SelectiveOwnedBy(otherCase));
-  EXPECT_TRUE(Inspect({tree.MakeFile(L"own\\x")}).isOwner);
-  EXPECT_FALSE(Inspect({tree.MakeFile(L"longer\\x")}).isOwner);
-  EXPECT_FALSE(Inspect({tree.MakeFile(L"ending\\x")}).isOwner);
-  EXPECT_FALSE(Inspect({tree.MakeFile(L"beginning\\x")}).isOwner);
-  EXPECT_FALSE(Inspect({tree.MakeFile(L"case\\x")}).isOwner);
+  for (const std::string& owner :
+       {user, user + "x", user.substr(1), user.substr(0, user.size() - 1), otherCase}) {
+    tree.MarkRoot(L"root", test::SelectiveOwnedBy(owner));
+    EXPECT_EQ(Inspect({tree.MakeFile(L"root\\x")}).isOwner, owner == user) << owner;
+  }
 }
 
 TEST(MenuSelectionTest, AnEmptyOwnerIsEverybody) {
@@ -193,26 +171,22 @@ TEST(MenuSelectionTest, NamesOf259CharactersAreWholeAndLongerOnesAreCut) {
   EXPECT_FALSE(Inspect({other}).inSyncFolder);
 }
 
-BOOL WINAPI RefuseUserName(wchar_t* buffer, DWORD* size) {
-  EXPECT_EQ(*size, 256u);
-  buffer[0] = L'x';
-  return FALSE;
-}
-
-BOOL WINAPI AnswerLongestUserName(wchar_t* buffer, DWORD* size) {
-  std::fill_n(buffer, 255, L'u');
-  buffer[255] = L'\0';
-  *size = 256;
-  return TRUE;
-}
-
 TEST(CurrentUserNameTest, ARefusedQuestionGivesTheEmptyName) {
-  const test::FunctionPatch refusal(nullptr, "GetUserNameW", &RefuseUserName);
+  const test::Patched<&::GetUserNameW> refusal("GetUserNameW", [](auto, LPWSTR buffer, DWORD* size) {
+    EXPECT_EQ(*size, 256u);
+    buffer[0] = L'x';
+    return FALSE;
+  });
   EXPECT_EQ(CurrentUserName(), L"");
 }
 
 TEST(CurrentUserNameTest, ANameOf255CharactersIsTakenWhole) {
-  const test::FunctionPatch answer(nullptr, "GetUserNameW", &AnswerLongestUserName);
+  const test::Patched<&::GetUserNameW> longest("GetUserNameW", [](auto, LPWSTR buffer, DWORD* size) {
+    std::fill_n(buffer, 255, L'u');
+    buffer[255] = L'\0';
+    *size = 256;
+    return TRUE;
+  });
   EXPECT_EQ(CurrentUserName(), std::wstring(255, L'u'));
 }
 

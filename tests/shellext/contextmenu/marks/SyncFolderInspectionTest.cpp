@@ -10,13 +10,14 @@
 
 #include "core/WindowsOwners.h"
 #include "fs/util/SyncHandle.h"
-#include "tests/support/ImportPatch.h"
+#include "tests/support/Patched.h"
 #include "tests/support/SyncTree.h"
 #include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
 
+using test::Patched;
 using test::SyncTree;
 using namespace std::string_literals;
 
@@ -68,22 +69,30 @@ TEST(IsSyncFolderRootTest, TheMarksContentDoesNotMatter) {
 
 // --- Finding the root ---
 
-TEST(FindSyncFolderRootTest, AnItemBelowARootFindsIt) {
+TEST(FindSyncFolderRootTest, WhatLiesInARootFindsItExceptTheAgentsOwnMetadata) {
+  struct Row {
+    const char* name;
+    const wchar_t* path;
+    bool isContent;
+  };
+  const Row rows[] = {
+      {"an item below", L"root\\a\\b.txt", true},
+      {"the root itself", L"root", true},
+      {"an item that does not exist", L"root\\gone\\too.txt", true},
+      {"doubled and trailing separators", L"root\\\\a\\", true},
+      {"the metadata's folder", L"root\\.sync", false},
+      {"the mark", L"root\\.sync\\ID", false},
+      {"what lies deeper in the metadata", L"root\\.sync\\Archive\\old.txt", false},
+      {"a folder of that name in other case", L"root\\.Sync\\a.txt", true},
+      {"a name that only begins like it", L"root\\.sync2\\a.txt", true},
+      {"a folder of that name further down", L"root\\a\\.sync\\ID", true},
+  };
   SyncTree tree;
   const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.MakeFile(L"root\\a\\b.txt")), root);
-}
-
-TEST(FindSyncFolderRootTest, ARootFindsItself) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(root), root);
-}
-
-TEST(FindSyncFolderRootTest, TheItemItselfNeedNotExist) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\gone\\too.txt")), root);
+  tree.MakeFile(L"root\\a\\b.txt");
+  for (const Row& row : rows) {
+    EXPECT_EQ(FindSyncFolderRoot(tree.Path(row.path)), row.isContent ? root : L"") << row.name;
+  }
 }
 
 TEST(FindSyncFolderRootTest, WithoutARootThereIsNone) {
@@ -100,147 +109,119 @@ TEST(FindSyncFolderRootTest, OfNestedRootsTheOuterOneIsFound) {
   EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"outer\\inner")), outer);
 }
 
-// A drive Q: whose root is marked, and what is asked about it. (A test cannot make
-// a drive of its own under Wine.)
-std::vector<std::wstring> asked;
-DWORD WINAPI AttributesOnMarkedDrive(const wchar_t* path) {
-  asked.emplace_back(path);
-  return asked.back() == L"Q:\\.sync\\ID" ? FILE_ATTRIBUTE_HIDDEN : INVALID_FILE_ATTRIBUTES;
-}
-DWORD WINAPI AttributesOnBareDrive(const wchar_t* path) {
-  asked.emplace_back(path);
-  return INVALID_FILE_ATTRIBUTES;
-}
-HMODULE ThisProgram() {
-  return ::GetModuleHandleW(nullptr);
-}
-
-TEST(FindSyncFolderRootTest, ADrivesRootServesEveryItemOnTheDrive) {
-  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnMarkedDrive);
-  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a\\b\\c.txt"), L"Q:");
-  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a"), L"Q:");
-  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\"), L"Q:");
-}
-
-TEST(FindSyncFolderRootTest, ThePathIsWalkedFromTheDriveDownWithOneQueryEach) {
-  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnBareDrive);
-  asked.clear();
-  EXPECT_EQ(FindSyncFolderRoot(L"Q:\\a\\b"), L"");
-  EXPECT_EQ(asked,
-            (std::vector<std::wstring>{L"Q:\\.sync\\ID", L"Q:\\a\\.sync\\ID", L"Q:\\a\\b\\.sync\\ID"}));
-}
-
-TEST(FindSyncFolderRootTest, TheWalkStopsAtTheFirstRoot) {
-  const test::FunctionPatch patch(ThisProgram(), "GetFileAttributesW", &AttributesOnMarkedDrive);
-  asked.clear();
-  FindSyncFolderRoot(L"Q:\\a\\b");
-  EXPECT_EQ(asked, std::vector<std::wstring>{L"Q:\\.sync\\ID"});
-}
-
-// Shares and long paths: a test has none of its own either.
-std::wstring markedRoot;
-DWORD WINAPI AttributesOfMarkedRoot(const wchar_t* path) {
-  asked.emplace_back(path);
-  return asked.back() == markedRoot + L"\\.sync\\ID" ? FILE_ATTRIBUTE_HIDDEN : INVALID_FILE_ATTRIBUTES;
-}
-
-class FindSyncFolderRootByFormTest : public testing::Test {
- protected:
-  // The root of `path` where `root` is marked; `asked` then holds the queries.
-  static std::wstring RootOf(const std::wstring& path, const std::wstring& root) {
-    markedRoot = root;
-    asked.clear();
-    return FindSyncFolderRoot(path);
-  }
-
-  const test::FunctionPatch<decltype(::GetFileAttributesW)> patch_{ThisProgram(), "GetFileAttributesW",
-                                                                   &AttributesOfMarkedRoot};
+// What is asked about paths, where nothing is but the mark of one root. (A test cannot
+// make a drive or a share of its own under Wine.)
+struct AskedAttributes {
+  std::wstring markedRoot;
+  std::vector<std::wstring> asked = {};
+  const Patched<&::GetFileAttributesW> patch{
+      "GetFileAttributesW", [this](auto, LPCWSTR path) {
+        asked.emplace_back(path);
+        const bool isMark = asked.back() == markedRoot + L"\\.sync\\ID";
+        return isMark ? DWORD{FILE_ATTRIBUTE_HIDDEN} : INVALID_FILE_ATTRIBUTES;
+      }};
 };
 
-TEST_F(FindSyncFolderRootByFormTest, ANetworkPathIsWalkedFromItsShareDown) {
-  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\a", L"\\\\srv\\share\\root"), L"\\\\srv\\share\\root");
-  EXPECT_EQ(asked,
-            (std::vector<std::wstring>{L"\\\\srv\\share\\.sync\\ID", L"\\\\srv\\share\\root\\.sync\\ID"}));
-  EXPECT_EQ(RootOf(L"\\\\srv\\share\\root\\.sync\\x", L"\\\\srv\\share\\root"), L"");
-}
+// Where one root is marked, the root of `path` that is found, and the folders of which
+// the mark is asked for.
+struct RootRow {
+  const char* name;
+  std::wstring markedRoot;
+  std::wstring path;
+  std::wstring found;
+  std::vector<std::wstring> folders;
+};
 
-TEST_F(FindSyncFolderRootByFormTest, ALongPathKeepsItsPrefix) {
-  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\a", L"\\\\?\\C:\\root"), L"\\\\?\\C:\\root");
-  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\?\\C:\\.sync\\ID", L"\\\\?\\C:\\root\\.sync\\ID"}));
-  EXPECT_EQ(RootOf(L"\\\\?\\C:\\root\\.sync\\x", L"\\\\?\\C:\\root"), L"");
-}
+const RootRow kRootRows[] = {
+    {"a path is walked from the drive down", L"none", L"Q:\\a\\b", L"", {L"Q:", L"Q:\\a", L"Q:\\a\\b"}},
+    {"the walk stops at the first root", L"Q:", L"Q:\\a\\b\\c.txt", L"Q:", {L"Q:"}},
+    {"a drive's root serves its folders", L"Q:", L"Q:\\a", L"Q:", {L"Q:"}},
+    {"a drive's root serves itself", L"Q:", L"Q:\\", L"Q:", {L"Q:"}},
+    {"a network path is walked from its share down",
+     L"\\\\srv\\share\\root",
+     L"\\\\srv\\share\\root\\a",
+     L"\\\\srv\\share\\root",
+     {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
+    {"the agent's own folder on a share is no content",
+     L"\\\\srv\\share\\root",
+     L"\\\\srv\\share\\root\\.sync\\x",
+     L"",
+     {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
+    {"a long path keeps its prefix",
+     L"\\\\?\\C:\\root",
+     L"\\\\?\\C:\\root\\a",
+     L"\\\\?\\C:\\root",
+     {L"\\\\?\\C:", L"\\\\?\\C:\\root"}},
+    {"the agent's own folder on a long path is no content",
+     L"\\\\?\\C:\\root",
+     L"\\\\?\\C:\\root\\.sync\\x",
+     L"",
+     {L"\\\\?\\C:", L"\\\\?\\C:\\root"}},
+    {"a long path to a share keeps its prefix",
+     L"\\\\?\\UNC\\srv\\root",
+     L"\\\\?\\UNC\\srv\\root\\a",
+     L"\\\\?\\UNC\\srv\\root",
+     {L"\\\\?\\UNC\\srv\\root"}},
+    {"a share that is a root serves itself",
+     L"\\\\srv\\share",
+     L"\\\\srv\\share",
+     L"\\\\srv\\share",
+     {L"\\\\srv\\share"}},
+    {"a share that is a root serves all below",
+     L"\\\\srv\\share",
+     L"\\\\srv\\share\\a\\b",
+     L"\\\\srv\\share",
+     {L"\\\\srv\\share"}},
+    {"a share with the long prefix serves itself",
+     L"\\\\?\\UNC\\srv\\share",
+     L"\\\\?\\UNC\\srv\\share",
+     L"\\\\?\\UNC\\srv\\share",
+     {L"\\\\?\\UNC\\srv\\share"}},
+    {"a share with the long prefix serves all below",
+     L"\\\\?\\UNC\\srv\\share",
+     L"\\\\?\\UNC\\srv\\share\\a\\b",
+     L"\\\\?\\UNC\\srv\\share",
+     {L"\\\\?\\UNC\\srv\\share"}},
+    {"a drive's device path is walked from the drive down",
+     L"\\\\.\\C:\\root",
+     L"\\\\.\\C:\\root\\a",
+     L"\\\\.\\C:\\root",
+     {L"\\\\.\\C:", L"\\\\.\\C:\\root"}},
+    {"a network device path is walked from its share down",
+     L"\\\\.\\UNC\\srv\\share\\a",
+     L"\\\\.\\UNC\\srv\\share\\a",
+     L"\\\\.\\UNC\\srv\\share\\a",
+     {L"\\\\.\\UNC\\srv\\share", L"\\\\.\\UNC\\srv\\share\\a"}},
+    {"so is one in other letters",
+     L"\\\\.\\unc\\srv\\share\\a",
+     L"\\\\.\\unc\\srv\\share\\a",
+     L"\\\\.\\unc\\srv\\share\\a",
+     {L"\\\\.\\unc\\srv\\share", L"\\\\.\\unc\\srv\\share\\a"}},
+    {"an address of the agent's storage is walked with its own separator",
+     L"cloud://s1/s2/s3/root",
+     L"cloud:/s1/s2/s3/root/a",
+     L"cloud://s1/s2/s3/root",
+     {L"cloud://s1/s2/s3", L"cloud://s1/s2/s3/root"}},
+};
 
-TEST_F(FindSyncFolderRootByFormTest, ALongPathToAShareKeepsItsPrefix) {
-  EXPECT_EQ(RootOf(L"\\\\?\\UNC\\srv\\root\\a", L"\\\\?\\UNC\\srv\\root"), L"\\\\?\\UNC\\srv\\root");
-  EXPECT_EQ(asked, std::vector<std::wstring>{L"\\\\?\\UNC\\srv\\root\\.sync\\ID"});
-}
-
-TEST_F(FindSyncFolderRootByFormTest, AShareThatIsARootServesItselfAndAllBelow) {
-  for (const std::wstring share : {L"\\\\srv\\share", L"\\\\?\\UNC\\srv\\share"}) {
-    EXPECT_EQ(RootOf(share, share), share);
-    EXPECT_EQ(asked, std::vector<std::wstring>{share + L"\\.sync\\ID"});
-    EXPECT_EQ(RootOf(share + L"\\a\\b", share), share);
-    EXPECT_EQ(asked.size(), 1u);
+TEST(FindSyncFolderRootTest, APathOfAnyFormIsWalkedFromItsFirstFolderToTheRootWithOneQueryEach) {
+  for (const RootRow& row : kRootRows) {
+    AskedAttributes system{.markedRoot = row.markedRoot};
+    EXPECT_EQ(FindSyncFolderRoot(row.path), row.found) << row.name;
+    std::vector<std::wstring> marks;
+    for (const std::wstring& folder : row.folders) marks.push_back(folder + L"\\.sync\\ID");
+    EXPECT_EQ(system.asked, marks) << row.name;
   }
 }
 
 // Asking would look up a machine called ".sync", or trust a share of that name.
-TEST_F(FindSyncFolderRootByFormTest, NothingIsAskedAboutAMachineWithoutAShare) {
+TEST(FindSyncFolderRootTest, NothingIsAskedAboutAMachineWithoutAShare) {
   for (const std::wstring machine :
        {L"\\\\srv", L"\\\\srv\\", L"\\\\?\\UNC\\srv", L"\\\\.\\UNC\\srv", L"\\\\.\\UNC", L"\\\\."}) {
-    EXPECT_EQ(RootOf(machine, machine), L"") << machine.c_str();
-    EXPECT_TRUE(asked.empty()) << machine.c_str();
+    AskedAttributes system{.markedRoot = machine};
+    EXPECT_EQ(FindSyncFolderRoot(machine), L"") << machine.c_str();
+    EXPECT_TRUE(system.asked.empty()) << machine.c_str();
   }
-}
-
-TEST_F(FindSyncFolderRootByFormTest, ADrivesDevicePathIsWalkedFromTheDriveDown) {
-  EXPECT_EQ(RootOf(L"\\\\.\\C:\\root\\a", L"\\\\.\\C:\\root"), L"\\\\.\\C:\\root");
-  EXPECT_EQ(asked, (std::vector<std::wstring>{L"\\\\.\\C:\\.sync\\ID", L"\\\\.\\C:\\root\\.sync\\ID"}));
-}
-
-TEST_F(FindSyncFolderRootByFormTest, ANetworkDevicePathIsWalkedFromItsShareDown) {
-  for (const std::wstring share : {L"\\\\.\\UNC\\srv\\share", L"\\\\.\\unc\\srv\\share"}) {
-    EXPECT_EQ(RootOf(share + L"\\a", share + L"\\a"), share + L"\\a");
-    EXPECT_EQ(asked, (std::vector<std::wstring>{share + L"\\.sync\\ID", share + L"\\a\\.sync\\ID"}));
-  }
-}
-
-TEST_F(FindSyncFolderRootByFormTest, AnAddressOfTheAgentsStorageIsWalkedWithItsOwnSeparator) {
-  EXPECT_EQ(RootOf(L"cloud:/s1/s2/s3/root/a", L"cloud://s1/s2/s3/root"), L"cloud://s1/s2/s3/root");
-  EXPECT_EQ(asked,
-            (std::vector<std::wstring>{L"cloud://s1/s2/s3\\.sync\\ID", L"cloud://s1/s2/s3/root\\.sync\\ID"}));
-}
-
-TEST(FindSyncFolderRootTest, TheAgentsOwnMetadataIsNoContent) {
-  SyncTree tree;
-  tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync")), L"");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync\\ID")), L"");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync\\Archive\\old.txt")), L"");
-}
-
-TEST(FindSyncFolderRootTest, AFolderNamedSyncInOtherCaseIsContent) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.Sync\\a.txt")), root);
-}
-
-TEST(FindSyncFolderRootTest, ANameThatOnlyBeginsLikeTheMetadataFolderIsContent) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\.sync2\\a.txt")), root);
-}
-
-TEST(FindSyncFolderRootTest, AMetadataFolderFurtherDownIsContent) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\a\\.sync\\ID")), root);
-}
-
-TEST(FindSyncFolderRootTest, DoubledAndTrailingSeparatorsDoNotMatter) {
-  SyncTree tree;
-  const std::wstring root = tree.MarkRoot(L"root");
-  EXPECT_EQ(FindSyncFolderRoot(tree.Path(L"root\\\\a\\")), root);
 }
 
 TEST(FindSyncFolderRootTest, APathOf32767CharactersIsNoTrouble) {
@@ -518,12 +499,6 @@ std::wstring InLongForm(const LongPathRow& row, const std::wstring& path) {
   return row.longFolder + path.substr(std::wstring(row.folder).size());
 }
 
-HANDLE WINAPI OpenNothing(const wchar_t* path, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) {
-  asked.emplace_back(path);
-  ::SetLastError(ERROR_FILE_NOT_FOUND);
-  return INVALID_HANDLE_VALUE;
-}
-
 class MarkOfLongPathTest : public testing::Test {
  protected:
   static constexpr wchar_t kRootSuffix[] = L"\\.sync\\ID";
@@ -533,25 +508,25 @@ class MarkOfLongPathTest : public testing::Test {
   static constexpr const wchar_t* kPlaceholderSuffixes[] = {L":com.nimbrel.VeskardAgent",
                                                             L":com.marlowgate.sync", L":VLKDOWN"};
 
-  static std::vector<std::wstring> AskedAboutRoot(const std::wstring& root) {
-    asked.clear();
+  std::vector<std::wstring> AskedAboutRoot(const std::wstring& root) {
+    system_.asked.clear();
     EXPECT_FALSE(IsSyncFolderRoot(root));
-    return asked;
+    return system_.asked;
   }
-  static std::vector<std::wstring> OpenedFor(const std::wstring& root, bool placeholder) {
-    asked.clear();
+  std::vector<std::wstring> OpenedFor(const std::wstring& root, bool placeholder) {
+    system_.asked.clear();
     SyncFolderInfo info;
     if (placeholder) {
       EXPECT_EQ(ReadPlaceholderState(root).progress, -1);
     } else {
       EXPECT_FALSE(ReadSyncFolderInfo(root, info));
     }
-    return asked;
+    return system_.asked;
   }
 
   // Opens all marks behind paths that, with the mark `which`, have the length at
   // which the form changes, and one less and more.
-  static void CheckLengths(bool placeholder, size_t which) {
+  void CheckLengths(bool placeholder, size_t which) {
     const auto& suffixes = placeholder ? kPlaceholderSuffixes : kRecordSuffixes;
     const std::wstring suffix = suffixes[which];
     for (const LongPathRow& row : kLongPathRows) {
@@ -564,9 +539,12 @@ class MarkOfLongPathTest : public testing::Test {
     }
   }
 
-  const test::FunctionPatch<decltype(::CreateFileW)> open_{ThisProgram(), "CreateFileW", &OpenNothing};
-  const test::FunctionPatch<decltype(::GetFileAttributesW)> query_{ThisProgram(), "GetFileAttributesW",
-                                                                   &AttributesOnBareDrive};
+  AskedAttributes system_;
+  const Patched<&::CreateFileW> open_{"CreateFileW", [this](auto, LPCWSTR path, auto...) {
+                                        system_.asked.emplace_back(path);
+                                        ::SetLastError(ERROR_FILE_NOT_FOUND);
+                                        return INVALID_HANDLE_VALUE;
+                                      }};
 };
 
 TEST_F(MarkOfLongPathTest, ARootsMarkOfMoreThan259CharactersIsAskedForInItsLongForm) {
@@ -582,10 +560,9 @@ TEST_F(MarkOfLongPathTest, ARootsMarkOfMoreThan259CharactersIsAskedForInItsLongF
 
 TEST_F(MarkOfLongPathTest, TheSearchUsesTheLongFormFromTheFirstFolderThatNeedsItOn) {
   const std::wstring folder = PathOfLength(L"Q:\\", 250);
-  asked.clear();
   EXPECT_EQ(FindSyncFolderRoot(folder + L"\\a"), L"");
-  EXPECT_EQ(asked, (std::vector<std::wstring>{L"Q:\\.sync\\ID", folder + L"\\.sync\\ID",
-                                              L"\\\\?\\" + folder + L"\\a\\.sync\\ID"}));
+  EXPECT_EQ(system_.asked, (std::vector<std::wstring>{L"Q:\\.sync\\ID", folder + L"\\.sync\\ID",
+                                                      L"\\\\?\\" + folder + L"\\a\\.sync\\ID"}));
 }
 
 TEST_F(MarkOfLongPathTest, TheFolderRecordsFileIsOpenedInItsLongForm) {
@@ -633,14 +610,6 @@ TEST_F(MarkOfLongPathTest, SlashesDotsAndDoubledSeparatorsAreResolvedFirst) {
             L"\\\\?\\Q:\\a\\" + name + kPlaceholderSuffixes[0]);
 }
 
-std::vector<std::wstring> sized;
-const test::FunctionPatch<decltype(::FindFirstFileExW)>* sizes = nullptr;
-HANDLE WINAPI NoteSize(const wchar_t* path, FINDEX_INFO_LEVELS level, void* data, FINDEX_SEARCH_OPS search,
-                       void* filter, DWORD flags) {
-  sized.emplace_back(path);
-  return sizes->CallOriginal(path, level, data, search, filter, flags);
-}
-
 // A folder whose marks all have paths of more than 259 characters.
 constexpr size_t kDeepName = 250;
 
@@ -648,9 +617,11 @@ TEST(MarkOfLongPathOnDiskTest, ARecordIsFoundAndReadInItsLongForm) {
   SyncTree tree;
   const std::wstring root = tree.MarkRoot(std::wstring(kDeepName, L'r'), "d4:typei2ee");
   EXPECT_EQ(FindSyncFolderRoot(root + L"\\a.txt"), root);
-  const test::FunctionPatch<decltype(::FindFirstFileExW)> patch(ThisProgram(), "FindFirstFileExW", &NoteSize);
-  sizes = &patch;
-  sized.clear();
+  std::vector<std::wstring> sized;
+  const Patched<&::FindFirstFileExW> size("FindFirstFileExW", [&](auto original, LPCWSTR path, auto... rest) {
+    sized.emplace_back(path);
+    return original(path, rest...);
+  });
   EXPECT_EQ(ReadInfo(root).type, 2u);
   EXPECT_EQ(sized, std::vector<std::wstring>{L"\\\\?\\" + root + L"\\.sync\\FolderType"});
 }
