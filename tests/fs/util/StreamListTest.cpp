@@ -80,52 +80,38 @@ bool Refused(const std::string& bytes) {
   return !Walk(bytes, streams);
 }
 
-TEST(StreamWalkTest, EmptyStreamsAndTheMainOneAreLeftOut) {
-  EXPECT_EQ(Walked(Answer({{L"::$DATA", 100}, {L":vlk_status:$DATA", 12}, {L":vlk_type:$DATA", 0}})),
-            (Streams{{L"vlk_status", 12}}));
-}
-
-TEST(StreamWalkTest, KeepsOrderNamesAndSizes) {
-  EXPECT_EQ(
-      Walked(Answer({{L":b:$DATA", 1}, {L":a:$DATA", 0x123456789ABCDEF0}, {L":\x00FC\x4E2D:$DATA", 3}})),
-      (Streams{{L"b", 1}, {L"a", 0x123456789ABCDEF0}, {L"\x00FC\x4E2D", 3}}));
-}
-
-TEST(StreamWalkTest, ANameWithoutTheSuffixIsLeftOut) {
-  EXPECT_EQ(Walked(Answer({{L":longer:$INDEX_ALLOCATION", 5}, {L":name:$data", 5}})), Streams{});
-}
-
-TEST(StreamWalkTest, TheSuffixMayStandAnywhereButTheLastSixCharactersGo) {
-  EXPECT_EQ(Walked(Answer({{L":a:$DATA:more", 5}})), (Streams{{L"a:$DAT", 5}}));
-}
-
-TEST(StreamWalkTest, SevenCharactersAreTooFewEightEnough) {
-  EXPECT_EQ(Walked(Answer({{L"x:$DATA", 5}, {L":x:$DATA", 6}})), (Streams{{L"x", 6}}));
-}
-
-TEST(StreamWalkTest, AnEntryWithoutANameIsPassedOver) {
-  EXPECT_EQ(Walked(Entry(24, 9, L"") + Entry(0, 7, L":x:$DATA")), (Streams{{L"x", 7}}));
-}
-
-TEST(StreamWalkTest, AnAnswerOfZerosHasNoStreams) {
-  EXPECT_EQ(Walked(std::string(1024, '\0')), Streams{});
-}
-
-TEST(StreamWalkTest, BytesBehindTheLastEntryPlayNoPart) {
-  EXPECT_EQ(Walked(Entry(0, 7, L":x:$DATA") + std::string(100, '\xFF')), (Streams{{L"x", 7}}));
-}
-
-TEST(StreamWalkTest, EntriesNeedNotBeAligned) {
-  EXPECT_EQ(Walked(Entry(41, 7, L":x:$DATA") + "?" + Entry(0, 8, L":y:$DATA")),
-            (Streams{{L"x", 7}, {L"y", 8}}));
-}
-
-TEST(StreamWalkTest, AnOddLastByteOfANameIsIgnored) {
-  EXPECT_EQ(Walked(Entry(0, 17, 7, L":x:$DATA?")), (Streams{{L"x", 7}}));
-}
-
-TEST(StreamWalkTest, AZeroCharacterEndsANameEarly) {
-  EXPECT_EQ(Walked(Entry(0, 7, std::wstring_view(L":x:$DATA\0:$DATA", 15))), (Streams{{L"x", 7}}));
+TEST(StreamWalkTest, ListsTheStreamsOfAnAnswer) {
+  struct Row {
+    const char* name;
+    std::string answer;
+    Streams streams;
+  };
+  // clang-format off
+  const Row rows[] = {
+      {"empty streams and the main one are left out",
+       Answer({{L"::$DATA", 100}, {L":vlk_status:$DATA", 12}, {L":vlk_type:$DATA", 0}}),
+       {{L"vlk_status", 12}}},
+      {"order, names and sizes are kept",
+       Answer({{L":b:$DATA", 1}, {L":a:$DATA", 0x123456789ABCDEF0}, {L":\x00FC\x4E2D:$DATA", 3}}),
+       {{L"b", 1}, {L"a", 0x123456789ABCDEF0}, {L"\x00FC\x4E2D", 3}}},
+      {"a name without the suffix is left out",
+       Answer({{L":longer:$INDEX_ALLOCATION", 5}, {L":name:$data", 5}}), {}},
+      {"the suffix may stand anywhere, but the last six characters go", Answer({{L":a:$DATA:more", 5}}),
+       {{L"a:$DAT", 5}}},
+      {"seven characters are too few, eight enough", Answer({{L"x:$DATA", 5}, {L":x:$DATA", 6}}),
+       {{L"x", 6}}},
+      {"an entry without a name is passed over", Entry(24, 9, L"") + Entry(0, 7, L":x:$DATA"), {{L"x", 7}}},
+      {"zeros have no streams", std::string(1024, '\0'), {}},
+      {"bytes behind the last entry play no part", Entry(0, 7, L":x:$DATA") + std::string(100, '\xFF'),
+       {{L"x", 7}}},
+      {"entries need not be aligned", Entry(41, 7, L":x:$DATA") + "?" + Entry(0, 8, L":y:$DATA"),
+       {{L"x", 7}, {L"y", 8}}},
+      {"an odd last byte of a name is ignored", Entry(0, 17, 7, L":x:$DATA?"), {{L"x", 7}}},
+      {"a zero character ends a name early", Entry(0, 7, std::wstring_view(L":x:$DATA\0:$DATA", 15)),
+       {{L"x", 7}}},
+  };
+  // clang-format on
+  for (const Row& row : rows) EXPECT_EQ(Walked(row.answer), row.streams) << row.name;
 }
 
 TEST(StreamWalkTest, ANextOffsetBeyondTheAnswerIsRefused) {

@@ -132,77 +132,41 @@ struct RootRow {
   std::vector<std::wstring> folders;
 };
 
+// clang-format off
 const RootRow kRootRows[] = {
     {"a path is walked from the drive down", L"none", L"Q:\\a\\b", L"", {L"Q:", L"Q:\\a", L"Q:\\a\\b"}},
     {"the walk stops at the first root", L"Q:", L"Q:\\a\\b\\c.txt", L"Q:", {L"Q:"}},
     {"a drive's root serves its folders", L"Q:", L"Q:\\a", L"Q:", {L"Q:"}},
     {"a drive's root serves itself", L"Q:", L"Q:\\", L"Q:", {L"Q:"}},
-    {"a network path is walked from its share down",
-     L"\\\\srv\\share\\root",
-     L"\\\\srv\\share\\root\\a",
-     L"\\\\srv\\share\\root",
-     {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
-    {"the agent's own folder on a share is no content",
-     L"\\\\srv\\share\\root",
-     L"\\\\srv\\share\\root\\.sync\\x",
-     L"",
-     {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
-    {"a long path keeps its prefix",
-     L"\\\\?\\C:\\root",
-     L"\\\\?\\C:\\root\\a",
-     L"\\\\?\\C:\\root",
+    {"a network path is walked from its share down", L"\\\\srv\\share\\root", L"\\\\srv\\share\\root\\a",
+     L"\\\\srv\\share\\root", {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
+    {"the agent's own folder on a share is no content", L"\\\\srv\\share\\root",
+     L"\\\\srv\\share\\root\\.sync\\x", L"", {L"\\\\srv\\share", L"\\\\srv\\share\\root"}},
+    {"a long path keeps its prefix", L"\\\\?\\C:\\root", L"\\\\?\\C:\\root\\a", L"\\\\?\\C:\\root",
      {L"\\\\?\\C:", L"\\\\?\\C:\\root"}},
-    {"the agent's own folder on a long path is no content",
-     L"\\\\?\\C:\\root",
-     L"\\\\?\\C:\\root\\.sync\\x",
-     L"",
-     {L"\\\\?\\C:", L"\\\\?\\C:\\root"}},
-    {"a long path to a share keeps its prefix",
-     L"\\\\?\\UNC\\srv\\root",
-     L"\\\\?\\UNC\\srv\\root\\a",
-     L"\\\\?\\UNC\\srv\\root",
-     {L"\\\\?\\UNC\\srv\\root"}},
-    {"a share that is a root serves itself",
-     L"\\\\srv\\share",
-     L"\\\\srv\\share",
-     L"\\\\srv\\share",
+    {"the agent's own folder on a long path is no content", L"\\\\?\\C:\\root",
+     L"\\\\?\\C:\\root\\.sync\\x", L"", {L"\\\\?\\C:", L"\\\\?\\C:\\root"}},
+    {"a long path to a share keeps its prefix", L"\\\\?\\UNC\\srv\\root", L"\\\\?\\UNC\\srv\\root\\a",
+     L"\\\\?\\UNC\\srv\\root", {L"\\\\?\\UNC\\srv\\root"}},
+    {"a share that is a root serves itself", L"\\\\srv\\share", L"\\\\srv\\share", L"\\\\srv\\share",
      {L"\\\\srv\\share"}},
-    {"a share that is a root serves all below",
-     L"\\\\srv\\share",
-     L"\\\\srv\\share\\a\\b",
-     L"\\\\srv\\share",
-     {L"\\\\srv\\share"}},
-    {"a share with the long prefix serves itself",
-     L"\\\\?\\UNC\\srv\\share",
-     L"\\\\?\\UNC\\srv\\share",
-     L"\\\\?\\UNC\\srv\\share",
-     {L"\\\\?\\UNC\\srv\\share"}},
-    {"a share with the long prefix serves all below",
-     L"\\\\?\\UNC\\srv\\share",
-     L"\\\\?\\UNC\\srv\\share\\a\\b",
-     L"\\\\?\\UNC\\srv\\share",
-     {L"\\\\?\\UNC\\srv\\share"}},
-    {"a drive's device path is walked from the drive down",
-     L"\\\\.\\C:\\root",
-     L"\\\\.\\C:\\root\\a",
-     L"\\\\.\\C:\\root",
-     {L"\\\\.\\C:", L"\\\\.\\C:\\root"}},
-    {"a network device path is walked from its share down",
-     L"\\\\.\\UNC\\srv\\share\\a",
-     L"\\\\.\\UNC\\srv\\share\\a",
-     L"\\\\.\\UNC\\srv\\share\\a",
+    {"a share that is a root serves all below", L"\\\\srv\\share", L"\\\\srv\\share\\a\\b",
+     L"\\\\srv\\share", {L"\\\\srv\\share"}},
+    {"a share with the long prefix serves itself", L"\\\\?\\UNC\\srv\\share", L"\\\\?\\UNC\\srv\\share",
+     L"\\\\?\\UNC\\srv\\share", {L"\\\\?\\UNC\\srv\\share"}},
+    {"a share with the long prefix serves all below", L"\\\\?\\UNC\\srv\\share",
+     L"\\\\?\\UNC\\srv\\share\\a\\b", L"\\\\?\\UNC\\srv\\share", {L"\\\\?\\UNC\\srv\\share"}},
+    {"a drive's device path is walked from the drive down", L"\\\\.\\C:\\root", L"\\\\.\\C:\\root\\a",
+     L"\\\\.\\C:\\root", {L"\\\\.\\C:", L"\\\\.\\C:\\root"}},
+    {"a network device path is walked from its share down", L"\\\\.\\UNC\\srv\\share\\a",
+     L"\\\\.\\UNC\\srv\\share\\a", L"\\\\.\\UNC\\srv\\share\\a",
      {L"\\\\.\\UNC\\srv\\share", L"\\\\.\\UNC\\srv\\share\\a"}},
-    {"so is one in other letters",
-     L"\\\\.\\unc\\srv\\share\\a",
-     L"\\\\.\\unc\\srv\\share\\a",
-     L"\\\\.\\unc\\srv\\share\\a",
-     {L"\\\\.\\unc\\srv\\share", L"\\\\.\\unc\\srv\\share\\a"}},
-    {"an address of the agent's storage is walked with its own separator",
-     L"cloud://s1/s2/s3/root",
-     L"cloud:/s1/s2/s3/root/a",
-     L"cloud://s1/s2/s3/root",
-     {L"cloud://s1/s2/s3", L"cloud://s1/s2/s3/root"}},
+    {"so is one in other letters", L"\\\\.\\unc\\srv\\share\\a", L"\\\\.\\unc\\srv\\share\\a",
+     L"\\\\.\\unc\\srv\\share\\a", {L"\\\\.\\unc\\srv\\share", L"\\\\.\\unc\\srv\\share\\a"}},
+    {"an address of the agent's storage is walked with its own separator", L"cloud://s1/s2/s3/root",
+     L"cloud:/s1/s2/s3/root/a", L"cloud://s1/s2/s3/root", {L"cloud://s1/s2/s3", L"cloud://s1/s2/s3/root"}},
 };
+// clang-format on
 
 TEST(FindSyncFolderRootTest, APathOfAnyFormIsWalkedFromItsFirstFolderToTheRootWithOneQueryEach) {
   for (const RootRow& row : kRootRows) {
@@ -393,42 +357,46 @@ TEST(ReadPlaceholderStateTest, AMissingFileHasNoProgress) {
   EXPECT_EQ(ReadPlaceholderState(SyncTree().Path(L"missing.ghpl")).progress, -1);
 }
 
-TEST(ReadPlaceholderStateTest, TheStatusIsRounded) {
-  EXPECT_EQ(StateOf("d10:vlk_statusi47ee").progress, 45);
-  EXPECT_EQ(StateOf("d10:vlk_statusi100ee").progress, 100);
-  EXPECT_EQ(StateOf("d10:vlk_statusi250ee").progress, 100);
-  EXPECT_EQ(StateOf("d10:vlk_statusi4ee").progress, 0);
-  EXPECT_EQ(StateOf("d10:vlk_statusi4294967295ee").progress, -1);
-  EXPECT_EQ(StateOf("d10:vlk_statusi-1ee").progress, -1);
-}
+// What a mark's bytes say.
+struct StateRow {
+  const char* name;
+  std::string bytes;
+  int32_t progress;
+  bool typeFlag = false;
+};
 
-TEST(ReadPlaceholderStateTest, AStatusIsCutTo32BitsFirst) {
-  EXPECT_EQ(StateOf("d10:vlk_statusi4294967346ee").progress, 50);
-  EXPECT_EQ(StateOf("d10:vlk_statusi99999999999999999999ee").progress, -1);
-}
-
-TEST(ReadPlaceholderStateTest, AStatusOfAnotherKindIsProgressZero) {
-  EXPECT_EQ(StateOf("d10:vlk_status2:47e").progress, 0);
-  EXPECT_EQ(StateOf("d10:vlk_statuslee").progress, 0);
-}
-
-TEST(ReadPlaceholderStateTest, TheTypeTwoStandsForAFolder) {
-  EXPECT_TRUE(StateOf("d8:vlk_typei2ee").typeFlag);
-  EXPECT_FALSE(StateOf("d8:vlk_typei4294967298ee").typeFlag) << "this integer counts with all its bits";
-  EXPECT_FALSE(StateOf("d8:vlk_typei-4294967294ee").typeFlag);
-  EXPECT_FALSE(StateOf("d8:vlk_typei1ee").typeFlag);
-  EXPECT_FALSE(StateOf("d8:vlk_type1:2e").typeFlag);
-  EXPECT_FALSE(StateOf("de").typeFlag);
-}
-
-TEST(ReadPlaceholderStateTest, BytesThatAreNoRecordGiveTheDefaults) {
-  for (const std::string& bytes : {""s, "x"s, "d10:vlk_status"s, "d10:vlk_statusi47e"s, "d999:x"s}) {
-    EXPECT_EQ(StateOf(bytes).progress, -1) << bytes;
+TEST(ReadPlaceholderStateTest, TheStatusIsRoundedAndTypeTwoStandsForAFolder) {
+  // clang-format off
+  const StateRow rows[] = {
+      {"rounded down",             "d10:vlk_statusi47ee",                    45},
+      {"a hundred",                "d10:vlk_statusi100ee",                   100},
+      {"more than a hundred",      "d10:vlk_statusi250ee",                   100},
+      {"rounded to zero",          "d10:vlk_statusi4ee",                     0},
+      {"the largest of 32 bits",   "d10:vlk_statusi4294967295ee",            -1},
+      {"negative",                 "d10:vlk_statusi-1ee",                    -1},
+      {"cut to 32 bits first",     "d10:vlk_statusi4294967346ee",            50},
+      {"saturated, then cut",      "d10:vlk_statusi99999999999999999999ee",  -1},
+      {"a string counts as zero",  "d10:vlk_status2:47e",                    0},
+      {"a list counts as zero",    "d10:vlk_statuslee",                      0},
+      {"type two",                 "d8:vlk_typei2ee",                        -1, true},
+      {"type two in 32 bits",      "d8:vlk_typei4294967298ee",               -1},  // all bits count
+      {"the same, negative",       "d8:vlk_typei-4294967294ee",              -1},
+      {"another type",             "d8:vlk_typei1ee",                        -1},
+      {"a type that is a string",  "d8:vlk_type1:2e",                        -1},
+      {"an empty record",          "de",                                     -1},
+      {"nothing",                  "",                                       -1},
+      {"no record",                "x",                                      -1},
+      {"cut behind the key",       "d10:vlk_status",                         -1},
+      {"cut behind the value",     "d10:vlk_statusi47e",                     -1},
+      {"a length past the end",    "d999:x",                                 -1},
+      {"a list has no status",     "l10:vlk_statusi47ee",                    -1},
+  };
+  // clang-format on
+  for (const StateRow& row : rows) {
+    const PlaceholderState state = StateOf(row.bytes);
+    EXPECT_EQ(state.progress, row.progress) << row.name;
+    EXPECT_EQ(state.typeFlag, row.typeFlag) << row.name;
   }
-}
-
-TEST(ReadPlaceholderStateTest, AListHasNoStatus) {
-  EXPECT_EQ(StateOf("l10:vlk_statusi47ee").progress, -1);
 }
 
 TEST(ReadPlaceholderStateTest, ThePredecessorsStreamIsTheSecondSource) {
@@ -459,23 +427,25 @@ TEST(ReadPlaceholderStateTest, TheFirstStreamThatOpensWinsWhateverItHolds) {
   EXPECT_EQ(ReadPlaceholderState(tree.Path(L"c.ghpl")).progress, -1);
 }
 
-PlaceholderState StateOfProgressStream(const std::string& bytes) {
-  SyncTree tree;
-  tree.WriteStream(L"a.ghpl", kProgressStream, bytes);
-  return ReadPlaceholderState(tree.Path(L"a.ghpl"));
-}
-
-TEST(ReadPlaceholderStateTest, AProgressStreamHoldsThePercentInItsFirstFourBytes) {
-  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0\0"s).progress, 50);
-  EXPECT_EQ(StateOfProgressStream("\x2F\0\0\0\xFF\xFF\xFF\xFF"s).progress, 45);
-  EXPECT_EQ(StateOfProgressStream("\xFF\xFF\xFF\xFF\0\0\0\0"s).progress, -1);
-  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0\0and more"s).progress, 50);
-}
-
-TEST(ReadPlaceholderStateTest, AProgressStreamShorterThanEightBytesSaysNothing) {
-  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0"s).progress, -1);
-  EXPECT_EQ(StateOfProgressStream("\x32\0\0\0\0\0\0"s).progress, -1);
-  EXPECT_EQ(StateOfProgressStream("").progress, -1);
+TEST(ReadPlaceholderStateTest, AProgressStreamHoldsThePercentInTheFirstFourOfEightBytes) {
+  // clang-format off
+  const StateRow rows[] = {
+      {"eight bytes",          "\x32\0\0\0\0\0\0\0"s,               50},
+      {"the rest is ignored",  "\x2F\0\0\0\xFF\xFF\xFF\xFF"s,       45},
+      {"negative",             "\xFF\xFF\xFF\xFF\0\0\0\0"s,         -1},
+      {"more than eight",      "\x32\0\0\0\0\0\0\0and more"s,       50},
+      {"four bytes",           "\x32\0\0\0"s,                       -1},
+      {"seven bytes",          "\x32\0\0\0\0\0\0"s,                 -1},
+      {"no bytes",             "",                                  -1},
+  };
+  // clang-format on
+  for (const StateRow& row : rows) {
+    SyncTree tree;
+    tree.WriteStream(L"a.ghpl", kProgressStream, row.bytes);
+    const PlaceholderState state = ReadPlaceholderState(tree.Path(L"a.ghpl"));
+    EXPECT_EQ(state.progress, row.progress) << row.name;
+    EXPECT_FALSE(state.typeFlag) << row.name;
+  }
 }
 
 // --- Long paths ---
