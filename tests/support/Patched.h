@@ -13,7 +13,10 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
+
 #include <functional>
+#include <optional>
 #include <utility>
 
 #include "tests/support/ImportPatch.h"
@@ -43,8 +46,8 @@ struct Replacement<kFunction, Result(__cdecl*)(Args...)> {
 
 /// Replaces the import for as long as it lives. `answer` takes the original function
 /// and then the call's arguments, and runs on the thread that calls. The test fails when
-/// the module does not import the function. Made and destroyed while no other thread
-/// calls the function, the newest first where a function has two.
+/// the module does not import the function, or when the function, of whatever module, is
+/// patched already. Made and destroyed while no other thread calls the function.
 template <auto kFunction>
 class Patched {
  public:
@@ -55,15 +58,25 @@ class Patched {
   Patched(HMODULE module, const char* name, Answer answer)
       : answer_([this, answer = std::move(answer)](auto&&... args) mutable {
           return answer(Original(), args...);
-        }),
-        patch_(module, name, reinterpret_cast<void*>(&Replacement<kFunction>::Call)) {}
-  ~Patched() { current_ = previous_; }
+        }) {
+    if (current_ != nullptr) {
+      ADD_FAILURE() << name << " is patched twice";
+      return;
+    }
+    current_ = this;
+    patch_.emplace(module, name, reinterpret_cast<void*>(&Replacement<kFunction>::Call));
+  }
+  ~Patched() {
+    if (!patch_) return;
+    patch_.reset();
+    current_ = nullptr;
+  }
   Patched(const Patched&) = delete;
   Patched& operator=(const Patched&) = delete;
 
-  /// What the module called before; null when the function is not imported.
+  /// What the module called before; null when nothing is patched.
   decltype(kFunction) Original() const noexcept {
-    return reinterpret_cast<decltype(kFunction)>(patch_.Original());
+    return patch_ ? reinterpret_cast<decltype(kFunction)>(patch_->Original()) : nullptr;
   }
 
  private:
@@ -72,8 +85,7 @@ class Patched {
   static inline Patched* current_ = nullptr;
 
   typename Replacement<kFunction>::Answer answer_;
-  Patched* const previous_ = std::exchange(current_, this);
-  const ImportPatch patch_;
+  std::optional<ImportPatch> patch_;
 };
 
 }  // namespace veskard::test
