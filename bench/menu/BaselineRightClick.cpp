@@ -49,29 +49,26 @@ UniqueFile OpenToRead(const std::wstring& name) {
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// The folder's record; its size is the one that its directory tells.
+// The folder's record.
 void ReadRecord(const std::wstring& root) {
   const std::wstring name = root + L"\\.sync\\FolderType";
   const UniqueFile file = OpenToRead(name);
-  WIN32_FIND_DATAW entry;
-  {
-    const UniqueFind search(
-        ::FindFirstFileExW(name.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0));
-  }
+  LARGE_INTEGER length = {};
+  ::GetFileSizeEx(file.Get(), &length);
   char bytes[4096];
   wchar_t owner[256];
   DWORD read = 0, size = 256;
-  ::ReadFile(file.Get(), bytes, entry.nFileSizeLow, &read, nullptr);
+  ::ReadFile(file.Get(), bytes, static_cast<DWORD>(length.QuadPart), &read, nullptr);
   ::MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(read), owner, 256);
   ::GetUserNameW(owner, &size);
 }
 
-// Whether a placeholder is being received. Its mark is opened once more for its size.
+// Whether a placeholder is being received.
 bool ReadMark(const std::wstring& placeholder) {
   const std::wstring name = placeholder + L":com.nimbrel.VeskardAgent";
   const UniqueFile mark = OpenToRead(name);
   LARGE_INTEGER size = {};
-  ::GetFileSizeEx(OpenToRead(name).Get(), &size);
+  ::GetFileSizeEx(mark.Get(), &size);
   char bytes[4096] = {};
   DWORD read = 0;
   ::ReadFile(mark.Get(), bytes, static_cast<DWORD>(size.QuadPart), &read, nullptr);

@@ -61,11 +61,18 @@ std::shared_ptr<SyncHandle> OpenFirst(const std::wstring& path, std::initializer
   return nullptr;
 }
 
+// Asked of the open mark; by its name, a stream is opened a second time for it. A system
+// that does not answer that is asked by name.
+uint64_t SizeOf(SyncHandle& mark) {
+  const auto state = mark.GetOpenState();
+  return state ? state->size : mark.GetSize(nullptr);
+}
+
 // One size query, one read into a buffer of exactly that size. None unless the
 // bytes are a list or a dictionary.
 BencValue ParseMark(SyncHandle& mark) {
   BencValue value;
-  const uint64_t size = mark.GetSize(nullptr);
+  const uint64_t size = SizeOf(mark);
   if (size > kLargestMark) return value;
   const auto bytes = std::make_unique_for_overwrite<char[]>(static_cast<size_t>(size));
   const uint32_t read = mark.Read(bytes.get(), static_cast<uint32_t>(size));

@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/WindowsOwners.h"
+#include "fs/util/NtFunctions.h"
 #include "fs/util/SyncHandle.h"
 #include "tests/support/Patched.h"
 #include "tests/support/SyncTree.h"
@@ -580,6 +582,32 @@ TEST_F(MarkOfLongPathTest, SlashesDotsAndDoubledSeparatorsAreResolvedFirst) {
             L"\\\\?\\Q:\\a\\" + name + kPlaceholderSuffixes[0]);
 }
 
+// --- What the system says of an open mark ---
+
+long questionCount = 0;
+NtQueryInformationFileFunction realQuestion = nullptr;
+
+NTSTATUS NTAPI CountQuestion(HANDLE file, IO_STATUS_BLOCK* status, void* answer, ULONG size, ULONG what) {
+  ++questionCount;
+  return realQuestion(file, status, answer, size, what);
+}
+NTSTATUS NTAPI RefuseQuestion(HANDLE, IO_STATUS_BLOCK*, void*, ULONG, ULONG) {
+  ++questionCount;
+  return static_cast<NTSTATUS>(0xC0000002);  // not implemented
+}
+
+// Another function answers, or none, for as long as it lives.
+class AnsweredQuestions {
+ public:
+  explicit AnsweredQuestions(NtQueryInformationFileFunction answer) {
+    questionCount = 0;
+    realQuestion = std::exchange(Nt().queryInformationFile, answer);
+  }
+  ~AnsweredQuestions() { Nt().queryInformationFile = realQuestion; }
+  AnsweredQuestions(const AnsweredQuestions&) = delete;
+  AnsweredQuestions& operator=(const AnsweredQuestions&) = delete;
+};
+
 // A folder whose marks all have paths of more than 259 characters.
 constexpr size_t kDeepName = 250;
 
@@ -587,6 +615,14 @@ TEST(MarkOfLongPathOnDiskTest, ARecordIsFoundAndReadInItsLongForm) {
   SyncTree tree;
   const std::wstring root = tree.MarkRoot(std::wstring(kDeepName, L'r'), "d4:typei2ee");
   EXPECT_EQ(FindSyncFolderRoot(root + L"\\a.txt"), root);
+  EXPECT_EQ(ReadInfo(root).type, 2u);
+}
+
+// Where the size has to be asked by name, by the name that was opened.
+TEST(MarkOfLongPathOnDiskTest, ARecordIsSizedInItsLongFormToo) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(std::wstring(kDeepName, L'r'), "d4:typei2ee");
+  const AnsweredQuestions none(nullptr);
   std::vector<std::wstring> sized;
   const Patched<&::FindFirstFileExW> size("FindFirstFileExW", [&](auto original, LPCWSTR path, auto... rest) {
     sized.emplace_back(path);
@@ -620,46 +656,61 @@ TEST(MarkOfLongPathOnDiskTest, SoIsAPlaceholdersState) {
 
 // The calls that reading one mark makes.
 struct MarkCalls {
-  long fileSizes;    // of a file, asked by its name
-  long streamSizes;  // of a stream
+  long opens;
+  long openSizes;   // of what is open
+  long namedSizes;  // of what has its name
   long reads;
   bool operator==(const MarkCalls&) const = default;
 };
 void PrintTo(const MarkCalls& calls, std::ostream* out) {
-  *out << calls.fileSizes << " and " << calls.streamSizes << " sizes, " << calls.reads << " reads";
+  *out << calls.opens << " opens, " << calls.openSizes << " and " << calls.namedSizes << " sizes, "
+       << calls.reads << " reads";
 }
 
 template <class Operation>
-MarkCalls CallsOf(const Operation& operation) {
-  const test::WatchedCalls calls{"FindFirstFileExW", "GetFileSizeEx", "ReadFile"};
+MarkCalls CallsOf(const Operation& operation, NtQueryInformationFileFunction answer = &CountQuestion) {
+  const AnsweredQuestions questions(answer);
+  const test::WatchedCalls calls{"CreateFileW", "FindFirstFileExW", "GetFileSizeEx", "ReadFile"};
   operation();
-  return {calls.Of("FindFirstFileExW"), calls.Of("GetFileSizeEx"), calls.Of("ReadFile")};
+  return {calls.Of("CreateFileW"), questionCount, calls.Of("FindFirstFileExW") + calls.Of("GetFileSizeEx"),
+          calls.Of("ReadFile")};
 }
 
 TEST(MarkCostTest, ARecordIsSizedOnceAndReadOnce) {
   SyncTree tree;
   const std::wstring root = tree.MarkRoot(L"root", "d4:typei2ee");
-  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }), (MarkCalls{1, 0, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }), (MarkCalls{1, 1, 0, 1}));
 }
 
 TEST(MarkCostTest, ARecordInAStreamToo) {
   SyncTree tree;
   const std::wstring root = tree.MarkRoot(L"root");
   tree.WriteStream(L"root\\.sync\\ID", L"_TYPE", "d4:typei3ee");
-  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 3u); }), (MarkCalls{0, 1, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 3u); }), (MarkCalls{3, 1, 0, 1}));
 }
 
 TEST(MarkCostTest, AStatusIsSizedOnceAndReadOnce) {
   SyncTree tree;
   const std::wstring file = tree.MakePlaceholder(L"a.ghpl", "d10:vlk_statusi40ee");
-  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 40); }), (MarkCalls{0, 1, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 40); }), (MarkCalls{1, 1, 0, 1}));
+}
+
+// A system without the question, and one that refuses it.
+TEST(MarkCostTest, WhatCannotBeAskedOfTheOpenMarkIsAskedByName) {
+  SyncTree tree;
+  const std::wstring root = tree.MarkRoot(L"root", "d4:typei2ee");
+  const std::wstring file = tree.MakePlaceholder(L"a.ghpl", "d10:vlk_statusi40ee");
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }, nullptr), (MarkCalls{1, 0, 1, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadInfo(root).type, 2u); }, &RefuseQuestion), (MarkCalls{1, 1, 1, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 40); }, &RefuseQuestion),
+            (MarkCalls{2, 1, 1, 1}));
 }
 
 TEST(MarkCostTest, AProgressStreamIsOnlyReadOnce) {
   SyncTree tree;
   tree.WriteStream(L"a.ghpl", kProgressStream, "\x32\0\0\0\0\0\0\0"s);
   const std::wstring file = tree.Path(L"a.ghpl");
-  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 50); }), (MarkCalls{0, 0, 1}));
+  EXPECT_EQ(CallsOf([&] { EXPECT_EQ(ReadPlaceholderState(file).progress, 50); }), (MarkCalls{3, 0, 0, 1}));
 }
 
 TEST(LiesInSelectiveFolderTest, FollowsTheRecordOfTheFolder) {
