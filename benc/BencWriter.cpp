@@ -1,6 +1,6 @@
 #include "benc/BencWriter.h"
 
-#include <cstring>
+#include <algorithm>
 
 #include "benc/BencWalk.h"
 #include "util/string/Digits.h"
@@ -44,31 +44,6 @@ class BencWriter {
     return DecimalLength(Magnitude(number)) + (number < 0 ? 1 : 0);
   }
 
-  // Most texts are short, and for those a call costs more than the copy: two
-  // overlapping halves of a fixed size instead.
-  static void CopyBytes(char* target, std::string_view bytes) noexcept {
-    const size_t count = bytes.size();
-    if (count > 32) {
-      std::memcpy(target, bytes.data(), count);
-    } else if (count > 16) {
-      CopyHalves<16>(target, bytes);
-    } else if (count >= 8) {
-      CopyHalves<8>(target, bytes);
-    } else if (count >= 4) {
-      CopyHalves<4>(target, bytes);
-    } else if (count >= 2) {
-      CopyHalves<2>(target, bytes);
-    } else if (count == 1) {
-      *target = bytes.front();
-    }
-  }
-
-  template <size_t kHalf>
-  static void CopyHalves(char* target, std::string_view bytes) noexcept {
-    std::memcpy(target, bytes.data(), kHalf);
-    std::memcpy(target + bytes.size() - kHalf, bytes.data() + bytes.size() - kHalf, kHalf);
-  }
-
   // i<number>e
   void AppendInteger(int64_t number) {
     const size_t digits = LengthOf(number);
@@ -84,7 +59,7 @@ class BencWriter {
     char* const at = out_.Extend(digits + 1 + bytes.size());
     WriteSignedDecimal(at + digits, number);
     at[digits] = ':';
-    CopyBytes(at + digits + 1, bytes);
+    std::copy(bytes.begin(), bytes.end(), at + digits + 1);
   }
 
   ByteBuilder& out_;
