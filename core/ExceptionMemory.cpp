@@ -24,7 +24,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 
 namespace veskard {
 namespace {
@@ -116,15 +115,14 @@ void* TryTake(size_t size) noexcept {
   return spareBlocks.Take(RecordOfThisThread().HasExceptionInFlight());
 }
 
-// A spare block comes back as soon as another thread is done with its exception. The limit is
-// for what cannot end, such as one thread that holds all of them.
+// A spare block comes back as soon as another thread is done with its exception. Until then
+// the thread waits: a host with a thread that waits for memory is better off than one that
+// is ended.
 void* TakeZeros(size_t size) noexcept {
-  constexpr int kMostWaits = 10'000;  // of a millisecond and more
-  for (int waits = 0; waits < kMostWaits; ++waits) {
+  for (;;) {
     if (void* const block = TryTake(size)) return std::memset(block, 0, size);
     ::Sleep(1);
   }
-  std::terminate();
 }
 
 void GiveBack(void* block) noexcept {
