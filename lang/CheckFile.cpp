@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <new>
 #include <string_view>
 
 #include "fs/util/Files.h"
@@ -41,7 +42,10 @@ std::wstring CheckReportPath(const std::wstring& checkFilePath) {
 
 void ApplyCheckFile(LanguageTable& table, const std::wstring& checkFilePath) {
   size_t size = 0;
+  ::SetLastError(ERROR_SUCCESS);
   const auto file = ReadWholeFile(checkFilePath, size, kMaxSize);
+  // The next load tries again; after any other failure there is no check file.
+  if (file == nullptr && ::GetLastError() == ERROR_OUTOFMEMORY) throw std::bad_alloc();
   if (file == nullptr) return;
   const std::string_view bytes(file.get(), size);
   const bool isUtf8 = bytes.starts_with(kUtf8Mark);

@@ -31,9 +31,12 @@ std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size, ui
   if (!file || !::GetFileSizeEx(file.Get(), &length) || length.QuadPart > limit) return nullptr;
   const auto wanted = static_cast<DWORD>(length.QuadPart);
   std::unique_ptr<char[]> bytes(new (std::nothrow) char[size_t{wanted} + 1]);
-  DWORD read = 0;
-  if (!bytes || !::ReadFile(file.Get(), bytes.get(), wanted, &read, nullptr) || read != wanted)
+  if (!bytes) {
+    ::SetLastError(ERROR_OUTOFMEMORY);
     return nullptr;
+  }
+  DWORD read = 0;
+  if (!::ReadFile(file.Get(), bytes.get(), wanted, &read, nullptr) || read != wanted) return nullptr;
   bytes[wanted] = '\0';
   size = wanted;
   return bytes;

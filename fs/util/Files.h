@@ -19,7 +19,8 @@ bool FolderExists(const wchar_t* path) noexcept;
 
 /// The bytes of a file with a zero byte behind them; `size` does not count that one. Any
 /// failure (opening, sizing, more than `limit` bytes, allocation, a short read) gives
-/// null and size 0. The largest limit is what one read can take.
+/// null and size 0; without memory for the bytes, the thread's last error is
+/// ERROR_OUTOFMEMORY. The largest limit is what one read can take.
 [[nodiscard]] std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size,
                                                     uint32_t limit = 0xFFFFFFFE);
 

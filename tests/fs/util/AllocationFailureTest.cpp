@@ -163,6 +163,7 @@ TEST_F(AllocationFailureTest, WholeTreesAndWholeFiles) {
   test::FailEachAllocation([&] { (void)ReadWholeFile(path_, size); },
                            [&](size_t, bool threw, size_t) {
                              EXPECT_FALSE(threw);  // it gives nothing instead
+                             EXPECT_EQ(::GetLastError(), DWORD{ERROR_OUTOFMEMORY});
                              EXPECT_EQ(size, 0u);
                            });
   EXPECT_EQ(size, 8u);
