@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Every request for memory and every system call of the built library fails once, in
 # everything that a host does with it: without the samples that the test suite is
-# content with. Takes about six minutes on a quiet machine. Arguments go to GoogleTest:
+# content with. Takes about three minutes on a quiet machine. Arguments go to GoogleTest:
 #
 #   scripts/torture.sh --gtest_filter='*RightClick*'
 set -euo pipefail
