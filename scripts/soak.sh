@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # So many right-clicks and icons of the built library in one process, 100,000 of each
-# unless told otherwise (half an hour and more); prints what the process holds at the
+# unless told otherwise (some ten minutes); prints what the process holds at the
 # start, on the way and at the end, and fails when that grows.
 #
 #   scripts/soak.sh [ROUNDS]
