@@ -23,7 +23,7 @@ packages=(
   # Artwork from vector sources; pictures of real menus.
   librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core fonts-open-sans
   fonts-wqy-microhei
-  python3
+  python3 python3-pefile
   # The installation package, and its signature.
   msitools gcab osslsigncode openssl
   # The picture of the dependencies.
