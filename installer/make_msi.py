@@ -19,25 +19,15 @@ import uuid
 
 from schema import columns
 from tables import FILES, NAMESPACE, TABLES, VITAL
+from version_resource import file_version
 
 # The date of everything inside: a package tells its version, not when it was made.
 DATE = "2020/01/01 00:00:00"
 DATE_SECONDS = 1577836800
 
-FIXED_FILE_INFO = struct.pack("<II", 0xFEEF04BD, 0x00010000)
-
 
 class PackageError(Exception):
     pass
-
-
-def file_version(contents):
-    """The four numbers of a program's version resource, or None without one."""
-    start = contents.find(FIXED_FILE_INFO)
-    if start < 0:
-        return None
-    high, low = struct.unpack_from("<II", contents, start + len(FIXED_FILE_INFO))
-    return high >> 16, high & 0xFFFF, low >> 16, low & 0xFFFF
 
 
 def derived_code(text):

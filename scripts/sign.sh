@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Signs programs, libraries and installation packages in place:
+# Signs programs, libraries, installation packages and identity packages in place:
 #
 #   scripts/sign.sh FILE...
 #
@@ -12,6 +12,7 @@
 #   VESKARD_SIGN_TIMESTAMP      the address of an RFC 3161 timestamp service; without
 #                               one, signatures count only as long as the certificate
 #
+# An identity package (.msix) must be made for this certificate (installer/make_msix.py).
 # A file that cannot be signed stays as it was.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
@@ -45,6 +46,10 @@ for file in "$@"; do
   case "$file" in
     # Covers the names and times inside the package too, not its streams alone.
     *.msi) kind=(-add-msi-dse) ;;
+    *.msix)
+      kind=()
+      python3 -B "$root/installer/publisher.py" "$file" || die "$file could not be signed"
+      ;;
     *) kind=() ;;
   esac
   if ! osslsigncode sign "${options[@]}" "${kind[@]}" -in "$file" -out "$signed" >"$work/output" 2>&1; then

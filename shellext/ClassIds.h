@@ -11,12 +11,14 @@ namespace veskard {
 /// ones, so that two versions can be registered side by side.
 inline constexpr unsigned kClassIdCount = 7;
 
-/// The indices that mean something; 2, 3 and 4 are formed and never served.
+/// The indices that mean something; 2, 3 and 4 are formed and never served. The
+/// identity package (installer/make_msix.py) reads the explorer command's from here.
 enum ClassIndex : unsigned {
   kContextMenuClassUnregistered = 0,  // served, but not written by registration
   kFileIconClassUnregistered = 1,     // the same
   kContextMenuClass = 5,
   kFileIconClass = 6,
+  kExplorerCommandClass = 7,  // another library's, VeskardExplorerCommand.dll: its text is not formed here
 };
 
 /// The identifier of an index as a GUID:
