@@ -25,7 +25,7 @@ struct Input {
 };
 
 std::vector<Input> Inputs() {
-  return {{"torrent of many small values", ManySmallValues()},
+  return {{"3 MB of many small values", ManySmallValues()},
           {"four huge strings", FewHugeStrings()},
           {"folder record", FolderRecord()},
           {"placeholder mark", PlaceholderMark()},
@@ -61,56 +61,54 @@ size_t CountValues(const BencValue& value) {
 
 // Parsing includes freeing what was parsed.
 void BenchParse(Input& input) {
-  PrintRatios(input.name, {{"ours", [&] { Keep(Parse(input.text)); }},
-                           {"libtorrent tree", [&] { Keep(lt::entry(ParseView(input.text))); }},
-                           {"libtorrent view", [&] { Keep(ParseView(input.text)); }}});
+  PrintRatios(input.name, {[&] { Keep(Parse(input.text)); }, [&] { Keep(lt::entry(ParseView(input.text))); },
+                           [&] { Keep(ParseView(input.text)); }});
 }
 
 void BenchWrite(Input& input) {
   const BencValue value = Parse(input.text);
   const lt::entry tree(ParseView(input.text));
-  PrintRatios(input.name, {{"ours",
-                            [&] {
-                              ByteBuilder out;
-                              WriteBencoded(out, value);
-                              Keep(out);
-                            }},
-                           {"libtorrent bencode", [&] {
-                              std::vector<char> out;
-                              lt::bencode(std::back_inserter(out), tree);
-                              Keep(out);
-                            }}});
+  const Run ours = [&] {
+    ByteBuilder out;
+    WriteBencoded(out, value);
+    Keep(out);
+  };
+  const Run others = [&] {
+    std::vector<char> out;
+    lt::bencode(std::back_inserter(out), tree);
+    Keep(out);
+  };
+  PrintRatios(input.name, {ours, others});
 }
 
 void BenchCopy(Input& input) {
   const BencValue value = Parse(input.text);
   const lt::entry tree(ParseView(input.text));
-  PrintRatios(input.name, {{"ours", [&] { Keep(BencValue(value)); }},
-                           {"libtorrent tree", [&] { Keep(lt::entry(tree)); }}});
+  PrintRatios(input.name, {[&] { Keep(BencValue(value)); }, [&] { Keep(lt::entry(tree)); }});
 }
 
 void PrintBlocks(Input& input) {
-  const auto values = static_cast<double>(CountValues(Parse(input.text)));
-  const size_t ours = test::AllocationsOf([&] { Keep(Parse(input.text)); });
-  const size_t tree = test::AllocationsOf([&] { Keep(lt::entry(ParseView(input.text))); });
-  const size_t view = test::AllocationsOf([&] { Keep(ParseView(input.text)); });
-  std::printf("  %-36s %8.0f values   ours %s   libtorrent tree %s   libtorrent view %s\n", input.name,
-              values, Numbered("%.2f", static_cast<double>(ours) / values).c_str(),
-              Numbered("%.2f", static_cast<double>(tree) / values).c_str(),
-              Numbered("%.2f", static_cast<double>(view) / values).c_str());
+  const size_t values = CountValues(Parse(input.text));
+  const auto blocksOf = [&](const Run& parse) {
+    return Numbered("%.2f", static_cast<double>(test::AllocationsOf(parse)) / static_cast<double>(values));
+  };
+  PrintCells({std::string(input.name) + ", " + std::to_string(values) + " values",
+              blocksOf([&] { Keep(Parse(input.text)); }),
+              blocksOf([&] { Keep(lt::entry(ParseView(input.text))); }),
+              blocksOf([&] { Keep(ParseView(input.text)); })});
 }
 
 }  // namespace
 
 void RunBencBenches() {
   std::vector<Input> inputs = Inputs();
-  PrintHeading("Bencode: parsing into a tree, and freeing it");
+  PrintHeading("Parsing into a tree, and freeing it", "Input", {"libtorrent's tree", "libtorrent's view"});
   for (Input& input : inputs) BenchParse(input);
-  PrintHeading("Bencode: writing a tree");
+  PrintHeading("Writing a tree", "Input", {"libtorrent's `bencode`"});
   for (Input& input : inputs) BenchWrite(input);
-  PrintHeading("Bencode: copying a tree, and freeing the copy");
+  PrintHeading("Copying a tree, and freeing the copy", "Input", {"libtorrent's tree"});
   for (Input& input : inputs) BenchCopy(input);
-  PrintHeading("Bencode: heap blocks for each parsed value");
+  PrintHeading("Heap blocks for each parsed value", "Input", {"libtorrent's tree", "libtorrent's view"});
   for (Input& input : inputs) PrintBlocks(input);
 }
 

@@ -35,65 +35,56 @@ int Next() {
 
 void BenchLogLine() {
   PrintRatios("log line of three strings",
-              {{"ours", [] { Keep(FormatBuffer(buffer, kSize, "%s (%s) %s", kStamp, kTag, kMessage)); }},
-               {"snprintf", [] { Keep(std::snprintf(buffer, kSize, "%s (%s) %s", kStamp, kTag, kMessage)); }},
-               {"fmt", [] { Keep(fmt::format_to_n(buffer, kSize, "{} ({}) {}", kStamp, kTag, kMessage)); }}});
+              {[] { Keep(FormatBuffer(buffer, kSize, "%s (%s) %s", kStamp, kTag, kMessage)); },
+               [] { Keep(std::snprintf(buffer, kSize, "%s (%s) %s", kStamp, kTag, kMessage)); },
+               [] { Keep(fmt::format_to_n(buffer, kSize, "{} ({}) {}", kStamp, kTag, kMessage)); }});
   PrintRatios(
-      "log line, wide",
-      {{"ours",
-        [] { Keep(FormatBuffer(wideBuffer, kSize, L"%s (%s) %s", kWideStamp, kWideTag, kWideMessage)); }},
-       {"swprintf",
-        [] { Keep(std::swprintf(wideBuffer, kSize, L"%ls (%ls) %ls", kWideStamp, kWideTag, kWideMessage)); }},
-       {"fmt", [] {
-          Keep(fmt::format_to_n(wideBuffer, kSize, L"{} ({}) {}", kWideStamp, kWideTag, kWideMessage));
-        }}});
+      "the same, wide (`swprintf`)",
+      {[] { Keep(FormatBuffer(wideBuffer, kSize, L"%s (%s) %s", kWideStamp, kWideTag, kWideMessage)); },
+       [] { Keep(std::swprintf(wideBuffer, kSize, L"%ls (%ls) %ls", kWideStamp, kWideTag, kWideMessage)); },
+       [] { Keep(fmt::format_to_n(wideBuffer, kSize, L"{} ({}) {}", kWideStamp, kWideTag, kWideMessage)); }});
 }
 
 void BenchPathJoin() {
-  PrintRatios("path join",
-              {{"ours", [] { Keep(FormatBuffer(buffer, kSize, "%s\\%s", kFolder, kName)); }},
-               {"snprintf", [] { Keep(std::snprintf(buffer, kSize, "%s\\%s", kFolder, kName)); }},
-               {"fmt", [] { Keep(fmt::format_to_n(buffer, kSize, "{}\\{}", kFolder, kName)); }}});
+  PrintRatios("path join", {[] { Keep(FormatBuffer(buffer, kSize, "%s\\%s", kFolder, kName)); },
+                            [] { Keep(std::snprintf(buffer, kSize, "%s\\%s", kFolder, kName)); },
+                            [] { Keep(fmt::format_to_n(buffer, kSize, "{}\\{}", kFolder, kName)); }});
 }
 
 void BenchInteger() {
-  PrintRatios("integer", {{"ours", [] { Keep(FormatBuffer(buffer, kSize, "%d", Next())); }},
-                          {"snprintf", [] { Keep(std::snprintf(buffer, kSize, "%d", Next())); }},
-                          {"fmt", [] { Keep(fmt::format_to_n(buffer, kSize, "{}", Next())); }}});
-  PrintRatios(
-      "integer in a field, in hexadecimal",
-      {{"ours", [] { Keep(FormatBuffer(buffer, kSize, "%08X", Next())); }},
-       {"snprintf", [] { Keep(std::snprintf(buffer, kSize, "%08X", static_cast<unsigned>(Next()))); }},
-       {"fmt", [] { Keep(fmt::format_to_n(buffer, kSize, "{:08X}", static_cast<unsigned>(Next()))); }}});
+  PrintRatios("integer", {[] { Keep(FormatBuffer(buffer, kSize, "%d", Next())); },
+                          [] { Keep(std::snprintf(buffer, kSize, "%d", Next())); },
+                          [] { Keep(fmt::format_to_n(buffer, kSize, "{}", Next())); }});
+  PrintRatios("integer in a field, in hexadecimal",
+              {[] { Keep(FormatBuffer(buffer, kSize, "%08X", Next())); },
+               [] { Keep(std::snprintf(buffer, kSize, "%08X", static_cast<unsigned>(Next()))); },
+               [] { Keep(fmt::format_to_n(buffer, kSize, "{:08X}", static_cast<unsigned>(Next()))); }});
 }
 
 // Neither peer has a conversion for it: five words each.
 void BenchHash() {
   static uint32_t words[5] = {0x8af594cc, 0x05ae6472, 0xcc92b211, 0x00000001, 0xffffffff};
   const auto change = [] { words[0] = static_cast<uint32_t>(Next()); };
-  PrintRatios("hash of 20 bytes",
-              {{"ours",
-                [change] {
-                  change();
-                  Keep(FormatBuffer(buffer, kSize, "%h", static_cast<const void*>(words)));
-                }},
-               {"snprintf",
-                [change] {
-                  change();
-                  Keep(std::snprintf(buffer, kSize, "%08x%08x%08x%08x%08x", words[0], words[1], words[2],
-                                     words[3], words[4]));
-                }},
-               {"fmt", [change] {
-                  change();
-                  Keep(fmt::format_to_n(buffer, kSize, "{:08x}{:08x}{:08x}{:08x}{:08x}", words[0], words[1],
-                                        words[2], words[3], words[4]));
-                }}});
+  PrintRatios("hash of 20 bytes", {[change] {
+                                     change();
+                                     Keep(FormatBuffer(buffer, kSize, "%h", static_cast<const void*>(words)));
+                                   },
+                                   [change] {
+                                     change();
+                                     Keep(std::snprintf(buffer, kSize, "%08x%08x%08x%08x%08x", words[0],
+                                                        words[1], words[2], words[3], words[4]));
+                                   },
+                                   [change] {
+                                     change();
+                                     Keep(fmt::format_to_n(buffer, kSize, "{:08x}{:08x}{:08x}{:08x}{:08x}",
+                                                           words[0], words[1], words[2], words[3], words[4]));
+                                   }});
 }
 
 }  // namespace
 
 void RunFormatBenches() {
-  PrintHeading("Formatting into a buffer");
+  PrintHeading("Formatting into a buffer", "Text", {"`snprintf`", "{fmt}"});
   BenchLogLine();
   BenchPathJoin();
   BenchInteger();

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Counts instructions with Valgrind's callgrind, step by step: what parsing a few huge
-# strings, formatting a text, loading the library and a placeholder's icon spend theirs on. The same numbers on a busy machine as on a quiet one. What the
-# system's kernel and Wine's server do is not in them.
+# Counts the instructions of single steps with Valgrind's callgrind: parsing a few huge
+# strings, formatting a text, loading the library, composing a placeholder's icon. The
+# figures hardly change on a busy machine. The instructions of the system's kernel and of
+# Wine's server are not counted.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -17,20 +18,22 @@ wine_prefix_ready
 outputs=$(mktemp -d)
 trap 'wine_stop; rm -rf "$outputs"' EXIT
 
-# count NAME COMMAND...: the table of what a program has named.
+# count TITLE NAME COMMAND...: the table of the steps that a program has named.
 count() {
-  local name=$1
-  shift
-  printf '\n%s: instructions\n' "$name"
+  local title=$1 name=$2
+  shift 2
+  printf '\n%s\n\n' "$title"
   # Wine's loader must stay what Valgrind has started.
   WINELOADERNOEXEC=1 run "$build/logs/$name.log" timeout 600 valgrind --tool=callgrind --trace-children=yes \
     --callgrind-out-file="$outputs/$name.%p" "$@"
   scripts/instructions_table.py "$outputs/$name".*
 }
 
-for program in parse_instructions format_instructions; do
-  count "$program" "$build/native-bench/$program"
-done
-for program in load_instructions icon_instructions; do
-  count "$program" wine "$build/win64/bench/$program.exe"
-done
+count_all() {
+  local native="$build/native-bench" windows="$build/win64/bench"
+  count "Parsing" parse_instructions "$native/parse_instructions"
+  count "Formatting each text 1,000 times" format_instructions "$native/format_instructions"
+  count "Loading, in a process without the system's libraries" load_instructions wine "$windows/load_instructions.exe"
+  count "A placeholder's icon" icon_instructions wine "$windows/icon_instructions.exe"
+}
+measured instructions scripts/bench-instructions.sh count_all

@@ -1,20 +1,22 @@
 #!/usr/bin/env bash
-# Measures everything in one run: the platform-neutral code natively, optimised, side
-# by side with its peers; under Wine, as ratios to the least that the work takes, the
-# right-click and the choice, the loading, the icons and the log, and as ratios to the
-# library of an older commit the right-click and the choice once more; the library's size;
-# and the instructions where an aim is missed. Takes seven minutes on a quiet machine,
-# without building.
+# Measures everything in one run: the platform-neutral code natively, optimised, beside
+# its peers; under Wine the right-click, the choice of a command, loading, icons and the
+# log, as ratios to the system calls that the same work needs, and the right-click once
+# more beside the library of an older commit; the library's size; and instructions. Takes
+# seven minutes on a quiet machine, without building.
 #
 #   scripts/bench.sh
-#   scripts/bench.sh agent_bench    that benchmark under Wine alone; or several of
-#                                   menu_bench cost_bench load_bench icon_bench log_bench
-#                                   agent_bench
-#   scripts/bench.sh --clicks 2000 ...    so many right-clicks, and not 100,000, while
-#                                   cost_bench watches private memory
+#   scripts/bench.sh agent_bench    these benchmarks alone, of native_bench menu_bench
+#                                   cost_bench load_bench icon_bench log_bench agent_bench
+#   scripts/bench.sh --clicks 2000 ...    the number of right-clicks while cost_bench
+#                                   watches private memory; otherwise 100,000
 #
-# cost_bench needs the older library, which scripts/old-library.sh builds from the history:
-# two minutes more on a quiet machine, the first time.
+# The tables are Markdown, with date and machine above them. They are left in
+# build/measured/; scripts/measured_tables.py build/measured docs/benchmarks.md docs/evidence.md
+# puts them into the pages.
+#
+# cost_bench needs the older library, which scripts/old-library.sh builds from the history
+# the first time: two minutes more on a quiet machine.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -28,17 +30,20 @@ case "${1:-} ${2:+VALUE}" in
     ;;
   "--clicks ") wrong_usage "--clicks needs a number" ;;
 esac
-windows_benches=(menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
+benches=(native_bench menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
 for name in "$@"; do
-  [[ " ${windows_benches[*]} " == *" $name "* ]] || wrong_usage "there is no benchmark \"$name\""
+  [[ " ${benches[*]} " == *" $name "* ]] || wrong_usage "there is no benchmark \"$name\""
 done
-[ $# -eq 0 ] || { windows_benches=("$@"); everything=false; }
+[ $# -eq 0 ] || { benches=("$@"); everything=false; }
+windows_benches=()
+for name in "${benches[@]}"; do [ "$name" = native_bench ] || windows_benches+=("$name"); done
 
 "$root/scripts/install-deps.sh" bench
-if "$everything"; then
+if [[ " ${benches[*]} " == *" native_bench "* ]]; then
   "$root/scripts/build.sh" native-bench
-  "$build/native-bench/veskard_bench"
+  measured native_bench 'scripts/bench.sh native_bench' "$build/native-bench/veskard_bench"
 fi
+[ ${#windows_benches[@]} -ne 0 ] || exit 0
 
 cd "$root"
 [ -f "$build/win64/build.ninja" ] || run "$build/logs/configure-win64.log" cmake --preset win64
@@ -46,15 +51,17 @@ run "$build/logs/build-bench.log" cmake --build --preset win64 --target "${windo
 [[ " ${windows_benches[*]} " != *" cost_bench "* ]] || "$root/scripts/old-library.sh"
 wine_prefix_ready
 trap wine_stop EXIT
+# On a busy machine cost_bench takes longer than a program may otherwise.
+export VESKARD_TIMEOUT=${VESKARD_TIMEOUT:-3600}
 for bench in "${windows_benches[@]}"; do
-  printf '\n%s, under Wine\n' "$bench"
-  words=()
-  [ "$bench" != cost_bench ] || words=("$clicks")
-  # On a busy machine cost_bench takes longer than a program may otherwise.
-  VESKARD_TIMEOUT=${VESKARD_TIMEOUT:-3600} "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe" "${words[@]}"
+  words=() options=
+  if [ "$bench" = cost_bench ]; then
+    words=("$clicks")
+    [ "$clicks" = 100000 ] || options="--clicks $clicks "
+  fi
+  measured "$bench" "scripts/bench.sh $options$bench" "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe" "${words[@]}"
 done
 
 "$everything" || exit 0
-printf '\nSize of the library and of its parts, in bytes\n'
 "$root/scripts/library-size.sh"
 "$root/scripts/bench-instructions.sh"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Runs every test under Wine on a library that counts, and prints for each folder
-# of it which share of its lines and branches was reached; the lines that were not
-# are listed in build/coverage/. Fails when a test does, or when less is reached than
-# is aimed at. Takes some twenty minutes on two cores.
+# Runs every test under Wine on a library that counts executed lines, and prints the
+# coverage of lines and branches for each folder of the library as a Markdown table. The
+# lines that no test reaches are listed in build/coverage/. Fails when a test fails, or
+# when the coverage is below the aim. Takes some twenty minutes on two cores.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -32,16 +32,26 @@ run "$build/logs/gcovr.log" gcovr --root "$root" --gcov-executable x86_64-w64-mi
   --gcov-ignore-parse-errors --exclude-throw-branches --exclude-unreachable-branches \
   "${folders[@]/#/--filter=}" --json "$report/counts.json" "${folders[@]/#/$build/win64-coverage/}"
 
-# reached NAME OPTION...: which share of the lines and branches, each with that name.
+# reached NAME OPTION...: one row of the table.
 reached() {
-  local name=$1
+  local name=$1 summary rc=0
   shift
-  gcovr --root "$root" --add-tracefile "$report/counts.json" --print-summary "$@" |
-    sed "/^functions/d; s|^|$name: |"
+  summary=$(gcovr --root "$root" --add-tracefile "$report/counts.json" --print-summary "$@") || rc=$?
+  printf '%s\n' "$summary" | awk -v name="$name" '
+    function share(text) { match(text, /[0-9.]+%/); percent = substr(text, RSTART, RLENGTH)
+                           match(text, /out of [0-9]+/); return percent " of " substr(text, RSTART + 7, RLENGTH - 7) }
+    /^lines:/ { lines = share($0) } /^branches:/ { branches = share($0) }
+    END { print "| " name " | " lines " | " branches " |" }'
+  return "$rc"
 }
-for folder in $(find "${folders[@]}" -name '*.cpp' -printf '%h\n' | sort -u); do
-  reached "$folder" --filter "$folder/[^/]*$" --txt /dev/null
-done
-reached "in all" --txt "$report/lines.txt" --html-details "$report/index.html" \
-  --fail-under-line 95 --fail-under-branch 85 || failed=1
+
+coverage() {
+  printf '\n| Folder | lines | branches |\n|---|---|---|\n'
+  for folder in $(find "${folders[@]}" -name '*.cpp' -printf '%h\n' | sort -u); do
+    reached "\`$folder\`" --filter "$folder/[^/]*$" --txt /dev/null
+  done
+  reached "in all (aim: 95% and 85%)" --txt "$report/lines.txt" --html-details "$report/index.html" \
+    --fail-under-line 95 --fail-under-branch 85
+}
+measured coverage scripts/coverage.sh coverage || failed=1
 exit "$failed"

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Prints the instructions that callgrind has counted, one row for each step that a
-program has named, in the order of the steps: instructions_table.py OUTPUT...
+"""Prints the instructions that callgrind has counted as a Markdown table, one row for each
+step that a program has named, in the order of the steps: instructions_table.py OUTPUT...
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
@@ -25,8 +25,9 @@ def main():
     if not steps:
         print("instructions_table.py: no step was counted", file=sys.stderr)
         sys.exit(1)
+    print("| Step | instructions |\n|---|---|")
     for name, instructions in steps:
-        print(f"  {name:<60}{instructions:>14,}")
+        print(f"| {name} | {instructions:,} |")
 
 
 def number(name):
@@ -35,7 +36,7 @@ def number(name):
 
 
 def read(name):
-    """The step's name and its instructions; None for an output of no step."""
+    """The step's name and its instructions; None for an output without a step."""
     with open(name, encoding="utf-8", errors="replace") as file:
         text = file.read()
     step = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.MULTILINE)

@@ -43,6 +43,32 @@ run() {
   fi
 }
 
+# When, with what and on which machine something is measured: the line above its tables.
+measured_by() {
+  local system processor compiler wine
+  system=$(. /etc/os-release && printf '%s' "$PRETTY_NAME")
+  processor=$(sed -n 's/^model name[^:]*: *//p' /proc/cpuinfo | sed 1q)
+  compiler=$(x86_64-w64-mingw32-g++-posix -dumpversion)
+  wine=$(wine --version 2>/dev/null | sed 's/^wine-\([0-9.]*\).*/Wine \1/')
+  printf 'Measured by `%s` on %s: %s processors (%s), load %s before; %s, GCC %s, %s.\n' "$1" "$(date +%F)" \
+    "$(nproc)" "$processor" "$(cut -d ' ' -f 1 /proc/loadavg)" "$system" "${compiler%-*}" "$wine"
+}
+
+# measured NAME SHOWN COMMAND...: runs the command, which prints Markdown tables, and shows
+# them below that line, where SHOWN is what a person types. They are also left in
+# build/measured/NAME.md, from where scripts/measured_tables.py puts them into the pages.
+measured() {
+  local file="$build/measured/$1.md" shown=$2
+  shift 2
+  mkdir -p "$build/measured"
+  printf '\n'
+  {
+    measured_by "$shown"
+    "$@"
+  } | tee "$file.new"
+  mv "$file.new" "$file"
+}
+
 # Everything Wine needs to behave the same on every machine: its own prefix,
 # no debugger window on a crash, no download prompts, no chatter.
 wine_environment() {

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Prints what takes how much room in the library, by the linker's map.
+"""Prints the size of the library's parts as a Markdown table, by the linker's map.
 
     scripts/library_size.py LIBRARY MAP FOLDER    FOLDER is the project's root
 
 Sizes are bytes of the file.
 
-Exit codes: 0 done; 1 larger than it may be; 2 wrong command line.
+Exit codes: 0 done; 1 larger than the aim; 2 wrong command line.
 """
 
 import collections
@@ -15,7 +15,7 @@ import sys
 
 from dependencies import LIBRARY as FOLDERS
 
-AIM = 700 * 1024  # beside the resources
+AIM = 700 * 1024  # bytes, without the resources
 
 # Sections that take room in the file.
 SECTIONS = {".text", ".data", ".rdata", ".late", ".pdata", ".xdata", ".edata", ".idata", ".CRT", ".tls", ".rsrc", ".reloc"}
@@ -56,20 +56,20 @@ def read_map(path, folders):
             if line.startswith("."):
                 section = line.split()[0]
             found = CONTRIBUTION.search(line)
-            # At address 0 stands what was left out.
+            # The linker lists at address 0 what it has left out.
             if section in SECTIONS and line[:1] == " " and found and int(found.group(1), 16) != 0:
                 sizes[part_of(found.group(3), folders)] += int(found.group(2), 16)
     return sizes
 
 
 def print_sizes(sizes, total):
-    names = [*FOLDERS, *sorted(name for name in sizes if name not in FOLDERS)]
-    for name in names:
-        print(f"{name:<52} {sizes[name]:>10,}")
-    print(f"{'headers, and padding up to pages':<52} {total - sum(sizes.values()):>10,}")
+    print("\n| Part of the file | bytes |\n|---|---|")
+    for name in [*FOLDERS, *sorted(name for name in sizes if name not in FOLDERS)]:
+        print(f"| {f'`{name}`' if name in FOLDERS else name} | {sizes[name]:,} |")
+    print(f"| headers, and padding to pages | {total - sum(sizes.values()):,} |")
     resources = sum(size for name, size in sizes.items() if name.startswith("resources"))
-    print(f"{'the file':<52} {total:>10,}")
-    print(f"{'the file beside its resources':<52} {total - resources:>10,}   (aim: {AIM:,})")
+    print(f"| the file | {total:,} |")
+    print(f"| the file without its resources (aim: {AIM:,}) | {total - resources:,} |")
     return 0 if total - resources <= AIM else 1
 
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# So many right-clicks and icons of the built library in one process, 100,000 of each
-# unless told otherwise (some ten minutes); prints what the process holds at the
-# start, on the way and at the end, and fails when that grows.
+# Right-clicks and icons of the built library, in one process: 100,000 of each unless
+# ROUNDS is given (some ten minutes). Prints as a Markdown table what the process holds at
+# the start, on the way and at the end. Fails when that grows.
 #
 #   scripts/soak.sh [ROUNDS]
 set -euo pipefail
@@ -14,4 +14,10 @@ takes_nothing_more "${@:2}"
 "$root/scripts/build.sh" win64
 wine_prefix_ready
 trap wine_stop EXIT
-VESKARD_SOAK=${1:-100000} VESKARD_TIMEOUT=36000 "$root/scripts/wine-run.sh" "$build/win64/tests/soak_tests.exe"
+export VESKARD_SOAK=${1:-100000} VESKARD_TIMEOUT=36000
+
+# The rows of the table stand among GoogleTest's lines.
+soak() {
+  "$root/scripts/wine-run.sh" "$build/win64/tests/soak_tests.exe" | tee "$build/logs/soak.log" | grep '^|'
+}
+measured soak "scripts/soak.sh $VESKARD_SOAK" soak || { cat "$build/logs/soak.log"; exit 1; }

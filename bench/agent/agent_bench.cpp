@@ -3,7 +3,6 @@
 // once. Where the agent is stuck, all senders before wait for it meanwhile.
 #include <windows.h>
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -98,14 +97,16 @@ class AgentBench {
 void PrintTable(const std::vector<AgentState>& states) {
   const double query = bench::TimesOf(states[0].queries).median;
   const double choice = bench::TimesOf(states[0].choices).median;
-  std::printf("The agent ...             QueryContextMenu          InvokeCommand   (%d items; aim %.2fx)\n",
-              kItems, kAim);
+  bench::PrintTable(
+      "The caller's time by the agent's state, " + std::to_string(kItems) + " items, medians",
+      {"The agent", "`QueryContextMenu`", "ratio", "`InvokeCommand`", "ratio", "aim of both", ""});
   for (const AgentState& state : states) {
     const double itsQuery = bench::TimesOf(state.queries).median;
     const double itsChoice = bench::TimesOf(state.choices).median;
     const bool isMet = itsQuery <= kAim * query && itsChoice <= kAim * choice;
-    std::printf("  %-20s %9.0f us %6.2fx   %9.0f us %6.2fx   %s\n", state.name, itsQuery, itsQuery / query,
-                itsChoice, itsChoice / choice, isMet ? "met" : "missed");
+    bench::PrintCells({state.name, bench::Rounded(itsQuery, 0) + " µs", bench::Rounded(itsQuery / query, 2),
+                       bench::Rounded(itsChoice, 0) + " µs", bench::Rounded(itsChoice / choice, 2),
+                       bench::Rounded(kAim, 2), isMet ? "met" : "missed"});
   }
 }
 

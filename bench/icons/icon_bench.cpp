@@ -126,7 +126,7 @@ int main() {
   const GdiplusUser gdiplus;
   StartGdiplus();
   const bench::BenchFiles files(ColdTypes::kNeeded);
-  bench::PrintHeading();
+  bench::PrintHeading("Placeholder icons");
   ColdTypes cold(files);
   for (const bool large : {true, false}) cold.Bench(large);
   for (const bool large : {true, false}) BenchWarm(files, large);

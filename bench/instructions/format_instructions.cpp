@@ -1,5 +1,5 @@
-// format_instructions, under callgrind: what the texts of the formatting benchmark take,
-// a thousand of each.
+// format_instructions, under callgrind: the instructions of the texts of the formatting
+// benchmark, of a thousand runs each.
 #include <cstddef>
 #include <cstdint>
 

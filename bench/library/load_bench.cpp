@@ -2,7 +2,6 @@
 // does nothing, in a process that has the system's libraries and in one that does not.
 #include <windows.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -29,7 +28,7 @@ struct Libraries {
 
 void PrintMore(const Times& ours, const Times& empty, double aim = kMillisecondsMoreAtMost) {
   const double more = (ours.median - empty.median) / 1000;
-  std::printf("%52s %.3f ms more than the empty one (aim: %.1f, %s)\n", "", more, aim, Verdict(more, aim));
+  PrintDifference("more than the empty library", more, aim);
 }
 
 void LoadAndUnload(const std::wstring& path, DWORD flags = 0) {
@@ -54,12 +53,12 @@ void BenchAgain(const Libraries& libraries) {
       TakeTurns({.count = 201},
                 {[&](int) { LoadAndUnload(libraries.ours); }, [&](int) { LoadAndUnload(libraries.empty); },
                  [&](int) { LoadAndUnload(libraries.ours, DONT_RESOLVE_DLL_REFERENCES); }});
-  PrintRow("loaded and unloaded again and again", 0, times[0], times[1]);
+  PrintRow("again and again", 0, times[0], times[1]);
   PrintMore(times[0], times[1]);
-  PrintPart("  of that: without its imports and its entry point", times[2]);
+  PrintPart("of that: without its imports and its entry point", times[2]);
   const UniqueModule library(::LoadLibraryW(libraries.ours.c_str()));
   const std::vector<Times> lookUps = TakeTurns({.count = 201}, {[&](int) { LookImportsUp(library.Get()); }});
-  PrintPart("  of that: about as much as finding its imports", lookUps[0]);
+  PrintPart("of that: about as much as finding its imports", lookUps[0]);
 }
 
 struct FirstLoads {
@@ -82,12 +81,12 @@ void BenchFirst(const char* what, const Libraries& libraries, const std::vector<
   PrintRow(what, 0, ourTimes, emptyTimes);
   PrintMore(ourTimes, emptyTimes, system.empty() ? kMillisecondsMoreWithoutSystem : kMillisecondsMoreAtMost);
   if (system.empty()) return;
-  PrintPart("  beside that: the system's libraries, loaded before", TimesOf(ours.system));
+  PrintPart("beside that: the system's libraries, loaded before", TimesOf(ours.system));
 }
 
 void BenchLoading() {
   const Libraries libraries;
-  PrintHeading();
+  PrintHeading("Loading and unloading the library", "ours", "empty library");
   BenchAgain(libraries);
   BenchFirst("first in a process that has the system's libraries", libraries, kSystemLibraries);
   BenchFirst("first in a process that has none of them", libraries, {});

@@ -84,10 +84,10 @@ void Run() {
   ::CreateDirectoryW(folder.c_str(), nullptr);
   registry.SetApplicationData(applicationData.Path());
 
-  bench::PrintHeading();
+  bench::PrintHeading("The log");
   CompareOff();
   CreateLog();
-  if (!IsLogEnabled()) std::printf("the log did not open: the numbers below are worthless\n");
+  if (!IsLogEnabled()) std::printf("the log did not open: the figures below mean nothing\n");
   CompareOn(folder);
   CloseLogAtDetach(Detach::kUnload);
 }

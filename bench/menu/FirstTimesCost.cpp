@@ -1,5 +1,4 @@
 // What new processes cost: each sample is one of its own.
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -38,8 +37,8 @@ void BenchFirstClick(const CostHost& host, const std::string& what, const FirstC
     if (i % 2 != 0) addNew();
   }
   PrintRow(what, 1.0, TimesOf(now.both), TimesOf(old.both));
-  PrintRow("  of that: loading the library", 0, TimesOf(now.loading), TimesOf(old.loading));
-  PrintRow("  of that: the right-click", 0, TimesOf(now.clicking), TimesOf(old.clicking));
+  PrintRow("of that: loading the library", 0, TimesOf(now.loading), TimesOf(old.loading));
+  PrintRow("of that: the right-click", 0, TimesOf(now.clicking), TimesOf(old.clicking));
 }
 
 double LoadingTime(const std::wstring& library) {
@@ -50,9 +49,8 @@ double LoadingTime(const std::wstring& library) {
 void PrintMore(const Times& now, const Times& old, const Times& empty) {
   constexpr double kMillisecondsMoreAtMost = 10;
   const double moreNow = (now.median - empty.median) / 1000;
-  std::printf("  more than an empty library, median: new %.1f ms, old %.1f ms   (aim: %.0f ms, %s)\n\n",
-              moreNow, (old.median - empty.median) / 1000, kMillisecondsMoreAtMost,
-              Verdict(moreNow, kMillisecondsMoreAtMost));
+  PrintDifference("new: more than an empty library", moreNow, kMillisecondsMoreAtMost);
+  PrintDifference("old: more than an empty library", (old.median - empty.median) / 1000, 0);
 }
 
 void BenchLoading(const ComparedLibraries& files) {
@@ -63,7 +61,7 @@ void BenchLoading(const ComparedLibraries& files) {
     empty.push_back(LoadingTime(EmptyLibrary()));
   }
   const Times timesNow = TimesOf(now), timesOld = TimesOf(old), timesEmpty = TimesOf(empty);
-  PrintRow("loading, none of the system's libraries being there", 0, timesNow, timesOld);
+  PrintRow("loading, with the system's libraries", 0, timesNow, timesOld);
   PrintMore(timesNow, timesOld, timesEmpty);
 }
 
@@ -71,9 +69,11 @@ void BenchLoading(const ComparedLibraries& files) {
 
 void BenchFirstTimes(const CostHost& host, const ItemKinds& items) {
   const std::wstring item = items.Select(ItemKind::kLocalFiles, 1)[0];
-  BenchFirstClick(host, "first right-click of a process, inside a folder",
+  PrintHeading("New processes", "new", "old");
+  BenchFirstClick(host, "first right-click of a process, with loading",
                   {host.Registry(), item, kSystemLibraries});
-  BenchFirstClick(host, "the same without GDI+ and networks before", {host.Registry(), item, {}});
+  BenchFirstClick(host, "the same, GDI+ and the network library not loaded before",
+                  {host.Registry(), item, {}});
   BenchLoading(host.Files());
 }
 

@@ -1,6 +1,7 @@
 // What the log adds to a right-click.
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "bench/menu/BenchSelection.h"
@@ -52,10 +53,11 @@ void BenchLog(CostHost& host, const ItemKinds& items) {
     std::exit(1);
   }
   const Times nowOn = TimesOf(now.on), oldOn = TimesOf(old.on);
-  PrintRow("right-click, 1 item inside, log on", 0, nowOn, oldOn);
-  std::printf("\nA right-click with the log on and off: 1 item inside, %zu lines in %d clicks of both\n",
-              lines, 4 * kRounds);
-  PrintHeading("on", "off");
+  PrintHeading("A right-click with the log on", "new", "old");
+  PrintRow("1 item inside", 0, nowOn, oldOn);
+  PrintHeading("The log on and off: " + std::to_string(lines) + " lines in " + std::to_string(4 * kRounds) +
+                   " right-clicks of both libraries",
+               "on", "off");
   PrintRow("new library", 0, nowOn, TimesOf(now.off));
   PrintRow("old library", 0, oldOn, TimesOf(old.off));
 }

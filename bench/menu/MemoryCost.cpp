@@ -1,10 +1,10 @@
 // What right-clicks leave behind.
-#include <cstdio>
 #include <string>
 
 #include "bench/menu/BenchSelection.h"
 #include "bench/menu/CostRows.h"
 #include "bench/menu/MenuHost.h"
+#include "bench/windows/Measure.h"
 #include "core/WindowsOwners.h"
 #include "tests/support/ProcessResources.h"
 
@@ -17,6 +17,10 @@ constexpr ptrdiff_t kFlat = 64;
 
 ptrdiff_t PrivateKilobytes() {
   return static_cast<ptrdiff_t>(test::PrivateBytes() / 1024);
+}
+
+std::string Kilobytes(ptrdiff_t count) {
+  return std::to_string(count) + " KB";
 }
 
 void Click(const CostHost& host, IDataObject* selection, int times) {
@@ -37,11 +41,10 @@ void BenchMemory(const CostHost& host, const ItemKinds& items, int count) {
   const ptrdiff_t middle = PrivateKilobytes();
   Click(host, selection.Data(), count - count / 2);
   const ptrdiff_t growth = PrivateKilobytes() - middle;
-  std::printf("\nPrivate memory of %d right-clicks of 4 items, new library, KB: %td at first\n", count,
-              begin);
-  std::printf(
-      "  more after the first half %td, after the second %td   (aim: at most %td in the second, %s)\n",
-      middle - begin, growth, kFlat, growth <= kFlat ? "met" : "missed");
+  PrintTable("Private memory of " + std::to_string(count) + " right-clicks of 4 items, new library",
+             {"at first", "more after the first half", "after the second half", "aim", ""});
+  PrintCells({Kilobytes(begin), Kilobytes(middle - begin), Kilobytes(growth), Kilobytes(kFlat),
+              growth <= kFlat ? "met" : "missed"});
 }
 
 }  // namespace veskard::bench

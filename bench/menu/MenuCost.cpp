@@ -92,19 +92,20 @@ double PerItem(const Times& times, const Times& ofOne, uint32_t count) {
 
 void PrintGrowth(const Sides& ofOne, const std::vector<Sides>& byCount) {
   constexpr double kLinear = 1.1;
-  std::printf("\nMicroseconds for each local file after the first, median      new        old\n");
+  PrintTable("Microseconds for each local file after the first, of the medians",
+             {"", "new", "old", "aim", ""});
   for (size_t i = 0; i < byCount.size(); ++i) {
-    std::printf("  of %6s %50.2f %10.2f\n", Items(kGrowth[i].count).c_str(),
-                PerItem(byCount[i].now, ofOne.now, kGrowth[i].count),
-                PerItem(byCount[i].old, ofOne.old, kGrowth[i].count));
+    PrintCells({"of " + Items(kGrowth[i].count),
+                Rounded(PerItem(byCount[i].now, ofOne.now, kGrowth[i].count), 2),
+                Rounded(PerItem(byCount[i].old, ofOne.old, kGrowth[i].count), 2), "", ""});
   }
   const auto growth = [&](Times Sides::*side) {
     return PerItem(byCount.back().*side, ofOne.*side, kGrowth[byCount.size() - 1].count) /
            PerItem(byCount.front().*side, ofOne.*side, kGrowth[0].count);
   };
   const double now = growth(&Sides::now);
-  std::printf("  the last to the first %37.2f %10.2f   (aim: %.2f, %s)\n\n", now, growth(&Sides::old),
-              kLinear, Verdict(now, kLinear));
+  PrintCells({"the last divided by the first", Rounded(now, 2), Rounded(growth(&Sides::old), 2),
+              Rounded(kLinear, 2), Verdict(now, kLinear)});
 }
 
 /// A handler whose menu is shown, so that its commands can be chosen.
@@ -136,32 +137,33 @@ constexpr unsigned kPause = 3;
 }  // namespace
 
 void BenchMenus(const CostHost& host, const ItemKinds& items) {
-  BenchMenu(host, "right-click outside every folder, 1 item", 0.2, {items.Outside()}, "");
-  const Sides ofOne = BenchMenu(host, "right-click, 1 item inside, warm", 1.0 / 3,
-                                items.Select(ItemKind::kLocalFiles, 1), "RA");
+  PrintHeading("Right-clicks", "new", "old");
+  BenchMenu(host, "outside every folder, 1 item", 0.2, {items.Outside()}, "");
+  const Sides ofOne = BenchMenu(host, "1 item inside", 1.0 / 3, items.Select(ItemKind::kLocalFiles, 1), "RA");
   for (const KindRow& row : kKinds) {
     if (row.kind == ItemKind::kLocalFiles) continue;  // with the growth, below
-    BenchMenu(host, std::string("menu, 1,000 ") + row.what, 0.8, items.Select(row.kind, 1000), row.letters);
+    BenchMenu(host, std::string("1,000 ") + row.what, 0.8, items.Select(row.kind, 1000), row.letters);
   }
   std::vector<Sides> byCount;
   for (const GrowthRow& row : kGrowth) {
-    byCount.push_back(BenchMenu(host, "menu, " + Items(row.count) + " local files", row.aim,
+    byCount.push_back(BenchMenu(host, Items(row.count) + " local files", row.aim,
                                 items.Select(ItemKind::kLocalFiles, row.count), "RA"));
   }
   PrintGrowth(ofOne, byCount);
 }
 
 void BenchCommands(const CostHost& host, const ItemKinds& items) {
+  PrintHeading("Choosing a command, the caller's thread", "new", "old");
   {
     BenchSelection selection(items.Select(ItemKind::kLocalFiles, 1000));
     const ShownMenu now(host.New(), selection.Data()), old(host.Old(), selection.Data());
     Compare(
-        "command, 1,000 local files, the caller's thread", 0.1, {.count = 21, .pause = kPause},
-        [&](int) { now.Choose(); }, [&](int) { old.Choose(); });
+        "1,000 local files", 0.1, {.count = 21, .pause = kPause}, [&](int) { now.Choose(); },
+        [&](int) { old.Choose(); });
   }
   BenchSelection selection(items.Select(ItemKind::kLocalFiles, 16'000));
   const ShownMenu now(host.New(), selection.Data());
-  PrintPart("command, 16,000 local files, new library alone",
+  PrintPart("16,000 local files, new library alone",
             TakeTurns({.count = 5, .pause = kPause}, {[&](int) { now.Choose(); }})[0]);
 }
 

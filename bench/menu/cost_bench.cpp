@@ -4,18 +4,15 @@
 // otherwise.
 #include <windows.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "bench/menu/CostRows.h"
-#include "bench/windows/Measure.h"
 
 int main(int count, char** words) {
   using namespace veskard::bench;
   const int rightClicks = count > 1 ? std::atoi(words[1]) : 100'000;
   CostHost host;
   const ItemKinds items(1000);
-  PrintHeading("new", "old");
   BenchMenus(host, items);
   BenchCommands(host, items);
   BenchFirstTimes(host, items);

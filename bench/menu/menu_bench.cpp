@@ -2,7 +2,6 @@
 // to the plain calls that their rules ask for.
 #include <windows.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -50,12 +49,12 @@ Sides BenchRightClick(const MenuHost& host, const std::string& what, const std::
 }
 
 void PrintGrowth(const std::vector<Sides>& byCount) {
-  std::printf("\nMicroseconds for each item more, fastest    ours       baseline\n");
+  PrintTable("Microseconds for each item more, of the fastest", {"", "ours", "baseline"});
   for (size_t i = 1; i < byCount.size(); ++i) {
     const double more = kCounts[i] - kCounts[i - 1];
-    std::printf("  from %4u to %4u items %24.1f %10.1f\n", kCounts[i - 1], kCounts[i],
-                (byCount[i].ours.fastest - byCount[i - 1].ours.fastest) / more,
-                (byCount[i].baseline.fastest - byCount[i - 1].baseline.fastest) / more);
+    PrintCells({"from " + std::to_string(kCounts[i - 1]) + " to " + Items(kCounts[i]),
+                Rounded((byCount[i].ours.fastest - byCount[i - 1].ours.fastest) / more, 1),
+                Rounded((byCount[i].baseline.fastest - byCount[i - 1].baseline.fastest) / more, 1)});
   }
 }
 
@@ -69,7 +68,7 @@ void BenchChoice(const MenuHost& host, const std::vector<std::wstring>& items) {
   handler.Query(menu.Get());
   constexpr UINT_PTR kRemoveFromThisDevice = 4;
   Compare(
-      "choice, " + Items(selection.Count()), 0, {.count = RoundsFor(selection.Count()), .pause = 3},
+      Items(selection.Count()), 0, {.count = RoundsFor(selection.Count()), .pause = 3},
       [&](int) { handler.Invoke(kRemoveFromThisDevice); },
       [&](int) { BaselineChoice(selection.Drop(), selection.Count()); });
   handler.Select(nullptr);
@@ -78,14 +77,15 @@ void BenchChoice(const MenuHost& host, const std::vector<std::wstring>& items) {
 void BenchMenu() {
   const MenuHost host;
   const BenchFolder folder(1000);
-  PrintHeading();
-  BenchRightClick(host, "right-click outside any folder, 1 item", {folder.Outside()});
+  PrintHeading("Right-clicks");
+  BenchRightClick(host, "outside every folder, 1 item", {folder.Outside()});
   std::vector<Sides> byCount;
   for (const uint32_t count : kCounts) {
-    byCount.push_back(BenchRightClick(host, "right-click, " + Items(count), folder.First(count)));
+    byCount.push_back(BenchRightClick(host, Items(count), folder.First(count)));
   }
-  for (const uint32_t count : kCounts) BenchChoice(host, folder.First(count));
   PrintGrowth(byCount);
+  PrintHeading("Choosing a command");
+  for (const uint32_t count : kCounts) BenchChoice(host, folder.First(count));
 }
 
 }  // namespace

@@ -15,6 +15,10 @@ double MicrosecondsOf(const Run& run, int round, int repetitions) {
   return (MicrosecondsNow() - begin) / repetitions;
 }
 
+std::string Microseconds(double value) {
+  return Rounded(value, 1) + " µs";
+}
+
 }  // namespace
 
 double MicrosecondsNow() {
@@ -47,25 +51,44 @@ const char* Verdict(double value, double aim) noexcept {
   return std::lround(value * 100) <= std::lround(aim * 100) ? "met" : "missed";
 }
 
-void PrintHeading(const std::string& ours, const std::string& baseline) {
-  const std::string first = ours + ", us", second = baseline + ", us";
-  std::printf("%-52s %28s %28s\n", "", "fastest", "median");
-  std::printf("%-52s %10s %10s %6s  %10s %10s %6s %6s\n", "", first.c_str(), second.c_str(), "ratio",
-              first.c_str(), second.c_str(), "ratio", "aim");
+void PrintCells(const std::vector<std::string>& cells) {
+  for (const std::string& cell : cells) std::printf("| %s ", cell.c_str());
+  std::printf("|\n");
+  std::fflush(stdout);
+}
+
+void PrintTable(const std::string& title, const std::vector<std::string>& columns) {
+  std::printf("\n%s\n\n", title.c_str());
+  PrintCells(columns);
+  PrintCells(std::vector<std::string>(columns.size(), "---"));
+}
+
+std::string Rounded(double value, int decimals) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "%.*f", decimals, value);
+  return text;
+}
+
+void PrintHeading(const std::string& title, const std::string& ours, const std::string& baseline) {
+  PrintTable(title,
+             {"", "fastest, " + ours, baseline, "ratio", "median, " + ours, baseline, "ratio", "aim", ""});
 }
 
 void PrintRow(const std::string& what, double aim, const Times& ours, const Times& baseline) {
   const double ratio = ours.median / baseline.median;
-  std::printf("%-52s %10.1f %10.1f %6.2f  %10.1f %10.1f %6.2f", what.c_str(), ours.fastest, baseline.fastest,
-              ours.fastest / baseline.fastest, ours.median, baseline.median, ratio);
-  if (aim > 0) std::printf(" %6.2f %s", aim, Verdict(ratio, aim));
-  std::printf("\n");
-  std::fflush(stdout);
+  PrintCells({what, Microseconds(ours.fastest), Microseconds(baseline.fastest),
+              Rounded(ours.fastest / baseline.fastest, 2), Microseconds(ours.median),
+              Microseconds(baseline.median), Rounded(ratio, 2), aim > 0 ? Rounded(aim, 2) : "",
+              aim > 0 ? Verdict(ratio, aim) : ""});
 }
 
 void PrintPart(const std::string& what, const Times& times) {
-  std::printf("%-52s %10.1f %28.1f\n", what.c_str(), times.fastest, times.median);
-  std::fflush(stdout);
+  PrintCells({what, Microseconds(times.fastest), "", "", Microseconds(times.median), "", "", "", ""});
+}
+
+void PrintDifference(const std::string& what, double milliseconds, double aim) {
+  PrintCells({what, "", "", "", Rounded(milliseconds, 2) + " ms", "", "",
+              aim > 0 ? Rounded(aim, 1) + " ms" : "", aim > 0 ? Verdict(milliseconds, aim) : ""});
 }
 
 void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours,

@@ -1,5 +1,5 @@
-// Measuring under Windows: runs that take turns, and the table they are printed in. Google
-// Benchmark cannot print a ratio of two benchmarks of one run.
+// Measuring under Windows: runs that take turns, printed as a Markdown table. Google Benchmark
+// cannot print a ratio of two benchmarks of one run.
 #pragma once
 
 #include <functional>
@@ -38,13 +38,24 @@ std::vector<Times> TakeTurns(const Rounds& rounds, const std::vector<Run>& runs)
 /// ratios are printed.
 const char* Verdict(double value, double aim) noexcept;
 
-/// A table of two sides: times and ratios, and the ratio that is aimed at (0: none) with
-/// the verdict on the median.
-void PrintHeading(const std::string& ours = "ours", const std::string& baseline = "baseline");
+/// Prints one row of a Markdown table; `PrintTable` its title, its first row and the rule.
+void PrintCells(const std::vector<std::string>& cells);
+void PrintTable(const std::string& title, const std::vector<std::string>& columns);
+
+/// A number with so many decimals.
+std::string Rounded(double value, int decimals);
+
+/// Begins a table of two sides: microseconds and ratios, and the ratio that is aimed at
+/// (0: none) with the verdict on the median.
+void PrintHeading(const std::string& title, const std::string& ours = "ours",
+                  const std::string& baseline = "baseline");
 void PrintRow(const std::string& what, double aim, const Times& ours, const Times& baseline);
 
 /// A part of the row above: the fastest and the median of the first side alone.
 void PrintPart(const std::string& what, const Times& times);
+
+/// A row that gives the difference of the row above, of the medians and in milliseconds.
+void PrintDifference(const std::string& what, double milliseconds, double aim);
 
 /// Measures two in turns and prints their row.
 void Compare(const std::string& what, double aim, const Rounds& rounds, const Run& ours, const Run& baseline);

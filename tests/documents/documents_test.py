@@ -147,6 +147,15 @@ class DocumentsTest(unittest.TestCase):
                     others[source] = argument
         self.assertEqual(others, {"shellext/contextmenu/ShellContextMenu.cpp": "command.addedLine"})
 
+    def test_what_is_measured_says_by_which_command_when_and_where(self):
+        blocks = [(document, *block) for document in documents()
+                  for block in re.findall(r"^<!-- measured ([\w-]+) -->\n(.*?)^<!-- end ", read(document), re.M | re.S)]
+        self.assertGreaterEqual(len(blocks), 11)
+        for document, name, table in blocks:
+            with self.subTest(document, name=name):
+                line = table.strip().partition("\n")[0]
+                self.assertRegex(line, r"^Measured by `scripts/[^`]+` on \d{4}-\d\d-\d\d.*: \d+ processors")
+                self.assertIn("\n|", table)
 
     def test_the_version_stands_in_one_place(self):
         """What else holds it pins what a version registers."""

@@ -60,19 +60,21 @@ TABLE = [
     ("scripts/dependencies.py", "Looks at the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
+    ("scripts/measured_tables.py", "tables of the last measurements", {
+        "": "which folder, and which pages?", "build": "which folder, and which pages?"}),
     # the scripts
     ("scripts/bench.sh", "Measures everything in one run", {
         "now": 'there is no benchmark "now"', "--clicks": "--clicks needs a number",
         "--clicks many": '--clicks needs a number, not "many"',
         "--clicks 5 now": 'there is no benchmark "now"'}),
-    ("scripts/bench-instructions.sh", "Counts instructions", {"all": 'cannot use "all" here'}),
+    ("scripts/bench-instructions.sh", "Counts the instructions", {"all": 'cannot use "all" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
     ("scripts/check-reproducible.sh", "Builds the library once more", {
         "--twice": "there is no option --twice", "a b": 'cannot use "b" here'}),
     ("scripts/contact-sheet.sh", "Draws what placeholders look like", {
         "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
-    ("scripts/coverage.sh", "which share of its lines", {"core": 'cannot use "core" here'}),
+    ("scripts/coverage.sh", "coverage of lines and branches", {"core": 'cannot use "core" here'}),
     ("scripts/demo.sh", "The road of a right-click", {
         "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
     ("scripts/fetch-minizip.sh", "Unpacks the distribution's source package", {"again": 'cannot use "again" here'}),
@@ -84,15 +86,15 @@ TABLE = [
         "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
     ("scripts/library_file.py", "Looks into built libraries", {
         "": "IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY are needed"}),
-    ("scripts/library-size.sh", "what takes how much room", {"small": 'cannot use "small" here'}),
-    ("scripts/library_size.py", "Prints what takes how much room", {"": "which library, which map, which folder?"}),
+    ("scripts/library-size.sh", "prints the size of its parts", {"small": 'cannot use "small" here'}),
+    ("scripts/library_size.py", "Prints the size of the library's parts", {"": "which library, which map, which folder?"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
     ("scripts/old-library.sh", "Builds the library as it was", {"again": 'cannot use "again" here'}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
         "": "which files?", "--all": "there is no option --all"}),
-    ("scripts/soak.sh", "right-clicks and icons", {
+    ("scripts/soak.sh", "Right-clicks and icons", {
         "long": 'ROUNDS is a number, not "long"', "1 2": 'cannot use "2" here', "--fast": "there is no option --fast"}),
     # These three hand every word on to the program that runs the tests.
     ("scripts/test-heap.sh", "The test suite with heap checks", {}),

@@ -1,9 +1,10 @@
-// Right-clicks and icons of the built library in one process, by the thousand: what
-// the process holds at the end is what it held at the beginning.
+// Thousands of right-clicks and icons of the built library in one process. At the end the
+// process holds what it held at the start.
 #include <windows.h>
 
 #include <cstdlib>
 #include <iostream>
+#include <string>
 
 #include "shellext/ClassIds.h"
 #include "tests/shellext/contextmenu/LibraryMenu.h"
@@ -25,9 +26,18 @@ ptrdiff_t PrivateKilobytes() {
   return static_cast<ptrdiff_t>(PrivateBytes() / 1024);
 }
 
-void Print(const char* when, const ProcessResources& resources) {
-  std::cout << "  " << when << ": " << resources << ", " << PrivateKilobytes() << " KB of private memory"
-            << std::endl;
+// A Markdown table, which scripts/soak.sh picks out.
+void PrintHeading() {
+  std::cout
+      << "| | heap blocks | bytes in them | kernel handles | drawing objects | TLS indices | private KB |\n"
+         "|---|---|---|---|---|---|---|"
+      << std::endl;
+}
+
+void Print(const std::string& when, const ProcessResources& resources) {
+  std::cout << "| " << when << " | " << resources.heapBlocks << " | " << resources.heapBytes << " | "
+            << resources.handles << " | " << resources.gdiObjects << " | " << resources.tlsIndices << " | "
+            << PrivateKilobytes() << " |" << std::endl;
 }
 
 class SoakTest : public LibraryMenuTest {
@@ -70,11 +80,12 @@ TEST_F(SoakTest, NothingIsLeftOfAnyRightClickOrIcon) {
   for (int i = 0; i < kWarmUp; ++i) Round(i);
   const ProcessResources before = CountProcessResources();
   const ptrdiff_t memoryBefore = PrivateKilobytes();
+  PrintHeading();
   Print("at the start", before);
 
   for (int i = 0; i < rounds && !HasFailure(); ++i) {
     Round(i);
-    if (i > 0 && i % 10'000 == 0) Print(("after " + std::to_string(i)).c_str(), CountProcessResources());
+    if (i > 0 && i % 10'000 == 0) Print("after " + std::to_string(i), CountProcessResources());
   }
 
   const ProcessResources after = CountProcessResources();
@@ -82,8 +93,8 @@ TEST_F(SoakTest, NothingIsLeftOfAnyRightClickOrIcon) {
   EXPECT_EQ(after.handles, before.handles);
   EXPECT_EQ(after.gdiObjects, before.gdiObjects);
   EXPECT_EQ(after.tlsIndices, before.tlsIndices);
-  // The system's own caches breathe. Among a hundred thousand rounds a block that is lost
-  // in one of eight hundred shows, among the few of a short soak one in twenty.
+  // The system's own caches grow and shrink a little. Among a hundred thousand rounds a block
+  // that is lost in one of eight hundred shows, in a short soak one in twenty.
   EXPECT_LT(after.heapBlocks, before.heapBlocks + 20 + static_cast<size_t>(rounds) / 1000);
   EXPECT_LT(after.heapBytes, before.heapBytes + 32 * 1024 + static_cast<size_t>(rounds));
   const ptrdiff_t memoryAfter = PrivateKilobytes();
