@@ -147,6 +147,13 @@ class DocumentsTest(unittest.TestCase):
                     others[source] = argument
         self.assertEqual(others, {"shellext/contextmenu/ShellContextMenu.cpp": "command.addedLine"})
 
+    def test_every_option_of_the_stand_in_is_explained(self):
+        page = read("docs/marks-and-messages.md")
+        rows = set(re.findall(r"^\| `(--[a-z-]+)[^`]*` \| .+ \|$", page, re.MULTILINE))
+        options = set(re.findall(r'^    \{"(--[a-z-]+)",', read("tools/standin_agent/standin_agent.cpp"), re.MULTILINE))
+        self.assertGreaterEqual(len(options), 12)
+        self.assertEqual(rows, options)
+
     def test_what_is_measured_says_by_which_command_when_and_where(self):
         blocks = [(document, *block) for document in documents()
                   for block in re.findall(r"^<!-- measured ([\w-]+) -->\n(.*?)^<!-- end ", read(document), re.M | re.S)]
