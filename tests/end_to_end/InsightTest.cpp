@@ -17,12 +17,18 @@
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tests/support/ToolRun.h"
+#include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
+#include "tools/shellprobe/Diagnosis.h"
 #include "tools/shellprobe/Explanation.h"
+#include "tools/shellprobe/Repair.h"
+#include "tools/shellprobe/UsualLibrary.h"
 
 namespace veskard::test {
 namespace {
 
+using testing::ElementsAre;
+using testing::FieldsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -170,7 +176,7 @@ class InstalledTest : public InsightTest {
 TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
   const ToolResult result = Probe({L"doctor"});
   EXPECT_EQ(result.exitCode, 0u) << result.output;
-  EXPECT_THAT(result.output, HasSubstr("ok    the ten values are there"));
+  EXPECT_THAT(result.output, HasSubstr("ok    the four values that all programs share are there"));
   EXPECT_THAT(result.output, HasSubstr("ok    both classes can be activated"));
   EXPECT_THAT(Probe({L"doctor", L"--json"}).output, HasSubstr("{\"healthy\": true, "));
 }
@@ -189,6 +195,203 @@ TEST_F(InstalledTest, DoctorRepairsAnInstallationThatIsNotThere) {
   ASSERT_EQ(UnregisterExtension().exitCode, 0u);
   EXPECT_EQ(Probe({L"doctor"}).exitCode, 20u);
   EXPECT_EQ(Probe({L"doctor", L"--repair", L"--dll", ExtensionLibraryPath()}).exitCode, 0u);
+}
+
+/// The registry's other view, for programs of the other bitness than this one.
+class OtherViewTest : public InstalledTest {
+ protected:
+  // The classes are activated in this process, whose log would keep its folder in use.
+  OtherViewTest() { SetLogSwitch(0); }
+  ~OtherViewTest() override {
+    DeleteRegistryValue(HKEY_LOCAL_MACHINE, kLogSwitchKey, kLogSwitchValue);
+    for (const wchar_t* classKey : {kMenuClass.c_str(), kIconClass.c_str()}) {
+      const std::wstring server = std::wstring(classKey) + L"\\InprocServer32";
+      ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, server.c_str(), kOther.flag, 0);
+      ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, classKey, kOther.flag, 0);
+    }
+  }
+
+  /// Registers a library there as its own registration would.
+  void RegisterInOtherView(const std::wstring& library) const {
+    for (const WrittenKey& row : TenRows(library)) Write(row);
+  }
+
+  /// A built library with the header of one for the other programs: enough for what can be
+  /// seen of it from here.
+  std::wstring OtherLibrary(const std::wstring& name = L"other.dll",
+                            const std::wstring& original = ExtensionLibraryPath()) const {
+    const std::wstring file = folder_ / name;
+    std::filesystem::copy_file(original, file);
+    std::fstream bytes(std::filesystem::path(file), std::ios::in | std::ios::out | std::ios::binary);
+    uint32_t header = 0;
+    bytes.seekg(offsetof(IMAGE_DOS_HEADER, e_lfanew)).read(reinterpret_cast<char*>(&header), sizeof header);
+    const WORD machine = kIs64Bit ? IMAGE_FILE_MACHINE_I386 : IMAGE_FILE_MACHINE_AMD64;
+    bytes.seekp(header + sizeof(DWORD)).write(reinterpret_cast<const char*>(&machine), sizeof machine);
+    return file;
+  }
+
+  std::wstring MakeUsualLibrary() const {
+    ::CreateDirectoryW((folder_ / L"x86").c_str(), nullptr);
+    return OtherLibrary(L"x86\\VeskardShellExt.dll");
+  }
+
+  struct Started {
+    std::wstring program;
+    std::wstring commandLine;
+  };
+
+  /// What the repair would start; it is refused.
+  static std::vector<Started> RepairWithoutStarting() {
+    std::vector<Started> started;
+    const Patched<&::CreateProcessW> start("CreateProcessW",
+                                           [&](auto, const wchar_t* program, wchar_t* commandLine, auto...) {
+                                             started.push_back({program, commandLine});
+                                             ::SetLastError(ERROR_FILE_NOT_FOUND);
+                                             return FALSE;
+                                           });
+    EXPECT_THROW(RepairRegistration(kMachine), ToolError);
+    return started;
+  }
+
+  static void ExpectLine(const Report& report, const std::string& line) {
+    EXPECT_THAT(report.AsText(), HasSubstr(line + "\n"));
+  }
+
+  static Report Diagnose() { return DiagnoseInstallation(kMachine); }
+
+  static constexpr bool kIs64Bit = sizeof(void*) == 8;
+  static constexpr Machine kMachine = {Architecture::k64Bit, true, 19045};
+  static constexpr RegistryView kOther = {kIs64Bit ? REGSAM{KEY_WOW64_32KEY} : REGSAM{KEY_WOW64_64KEY},
+                                          kIs64Bit ? Architecture::k32Bit : Architecture::k64Bit};
+  const std::string own_ = kIs64Bit ? "64-bit" : "32-bit";
+  const std::string other_ = kIs64Bit ? "32-bit" : "64-bit";
+
+ private:
+  static void Write(const WrittenKey& row) {
+    UniqueRegKey key;
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, row.key.c_str(), 0, nullptr, 0, KEY_WRITE | kOther.flag,
+                                nullptr, key.Out(), nullptr),
+              ERROR_SUCCESS);
+    ::RegSetValueExW(key.Get(), row.valueName.c_str(), 0, REG_SZ,
+                     reinterpret_cast<const BYTE*>(row.data.c_str()),
+                     static_cast<DWORD>((row.data.size() + 1) * sizeof(wchar_t)));
+  }
+};
+
+TEST_F(OtherViewTest, AViewWithNothingOfOursIsToldAndNotBad) {
+  const Report report = Diagnose();
+  ExpectLine(report, "        " + other_ + " programs will see no menu: no library is registered for them");
+  EXPECT_FALSE(report.HasBad()) << report.AsText();
+}
+
+TEST_F(OtherViewTest, ALibraryThatFitsShowsTheMenu) {
+  RegisterInOtherView(OtherLibrary());
+  const Report report = Diagnose();
+  ExpectLine(report, "  ok    it is a " + other_ + " library");
+  ExpectLine(report, "        the classes are not tried: this program is a " + own_ + " one");
+  ExpectLine(report, "  ok    " + own_ + " programs see the menu");
+  ExpectLine(report, "  ok    " + other_ + " programs see the menu");
+  EXPECT_FALSE(report.HasBad()) << report.AsText();
+}
+
+TEST_F(OtherViewTest, ALibraryOfTheWrongArchitectureShowsNoMenu) {
+  RegisterInOtherView(ExtensionLibraryPath());
+  const Report report = Diagnose();
+  EXPECT_TRUE(report.HasBad(kArchitectureFact));
+  ExpectLine(report, "  BAD   it is a library for other programs (" + own_ + "): " + other_ +
+                         " programs cannot load it");
+  ExpectLine(report, "  BAD   " + other_ +
+                         " programs will see no menu: they cannot load the library that is registered");
+}
+
+TEST_F(OtherViewTest, ALibraryThatIsGoneShowsNoMenu) {
+  RegisterInOtherView(L"C:\\gone.dll");
+  const Report report = Diagnose();
+  EXPECT_TRUE(report.HasBad(kLibraryFact));
+  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their library is not there");
+}
+
+TEST_F(OtherViewTest, AnIncompleteRegistrationIsBad) {
+  RegisterInOtherView(OtherLibrary());
+  const std::wstring server = kIconClass + L"\\InprocServer32";
+  ASSERT_EQ(::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, server.c_str(), kOther.flag, 0), ERROR_SUCCESS);
+  const Report report = Diagnose();
+  EXPECT_TRUE(report.HasBad(kRegistrationFact));
+  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their registration is incomplete");
+  ExpectLine(report, "  ok    " + own_ + " programs see the menu");
+}
+
+// As the installation lays them: the library of Explorer, and the other one in "x86" there.
+TEST_F(OtherViewTest, ALibraryAtItsUsualPlaceThatIsNotRegisteredIsBad) {
+  const std::wstring own = folder_ / L"VeskardShellExt.dll";
+  std::filesystem::copy_file(ExtensionLibraryPath(), own);
+  RegisterLibrary(own);
+  EXPECT_FALSE(Diagnose().HasBad());
+  const std::wstring other = MakeUsualLibrary();
+  const Report report = Diagnose();
+  EXPECT_TRUE(report.HasBad(kRegistrationFact));
+  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: no library is registered for them");
+  ExpectLine(report, "        to register it, as administrator: shellprobe doctor --repair");
+  EXPECT_THAT(RepairWithoutStarting(), ElementsAre(FieldsAre(testing::_, HasSubstr(other))));
+}
+
+TEST_F(OtherViewTest, AnOlderLibraryShowsNoMenu) {
+  RegisterInOtherView(OtherLibrary(L"older.dll", OlderLibraryPath()));
+  const Report report = Diagnose();
+  EXPECT_TRUE(report.HasBad(kVersionFact));
+  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their library is of another version");
+}
+
+TEST_F(OtherViewTest, RepairStartsTheRegistrarOfTheOtherPrograms) {
+  const std::wstring library = MakeUsualLibrary();
+  RegisterInOtherView(folder_ / L"gone.dll");
+  const std::vector<Started> started = RepairWithoutStarting();
+  ASSERT_EQ(started.size(), 1u);
+  const std::wstring& program = started[0].program;
+  EXPECT_TRUE(program.ends_with(kIs64Bit ? L"\\syswow64\\regsvr32.exe" : L"\\Sysnative\\regsvr32.exe"))
+      << ToUtf8(program);
+  EXPECT_EQ(started[0].commandLine, L"\"" + program + L"\" /s /n /i:S \"" + library + L"\"");
+}
+
+TEST_F(OtherViewTest, RepairLeavesAViewAloneThatIsWell) {
+  RegisterInOtherView(OtherLibrary());
+  ASSERT_EQ(UnregisterExtension().exitCode, 0u);
+  const Patched<&::CreateProcessW> start("CreateProcessW", [](auto...) {
+    ADD_FAILURE() << "nothing is to be registered there";
+    return FALSE;
+  });
+  // The shared keys stay with the other view, so this is the only view to mend.
+  EXPECT_NO_THROW(RepairRegistration(kMachine));
+  EXPECT_FALSE(Diagnose().HasBad()) << Diagnose().AsText();
+}
+
+TEST_F(OtherViewTest, RepairWithoutALibraryNamesTheWayOut) {
+  RegisterInOtherView(L"C:\\gone.dll");
+  try {
+    RepairRegistration(kMachine);
+    FAIL();
+  } catch (const ToolError& error) {
+    EXPECT_EQ(error.Code(), 1);
+    EXPECT_EQ(std::string(error.what()), "no " + other_ + " VeskardShellExt.dll of version " +
+                                             ToUtf8(kVersionText) +
+                                             " is beside this program; name one with --dll FILE");
+  }
+}
+
+TEST_F(OtherViewTest, MenuNamesTheLibraryThatAnswered) {
+  Root();
+  const std::wstring file = File(L"Root\\a.txt");
+  const std::string library = ToUtf8(ExtensionLibraryPath());
+  EXPECT_THAT(Probe({L"menu", file}).output,
+              testing::StartsWith(own_ + " library " + library + "\nPosition"));
+  EXPECT_THAT(Probe({L"menu", L"--json", file}).output, HasSubstr("\"architecture\": \"" + own_ + "\""));
+}
+
+TEST_F(OtherViewTest, ExplainNamesTheProgramsThatItSpeaksOf) {
+  Root();
+  const ToolResult result = Explain({File(L"Root\\a.txt")});
+  EXPECT_THAT(result.output, HasSubstr("Registration for " + own_ + " programs\n"));
+  EXPECT_THAT(result.output, HasSubstr("  ok    it is a " + own_ + " library\n"));
 }
 
 TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {

@@ -20,6 +20,7 @@ CLASSES = "HKLM\\Software\\Classes"
 SERVER_KEYS = [f"{CLASSES}\\CLSID\\{class_id(index, VERSION)}\\InprocServer32" for index in (5, 6)]
 FILE_TYPE = {f"{CLASSES}\\.ghpl": "Nimbrel Veskard Agent",
              f"{CLASSES}\\Nimbrel Veskard Agent\\DefaultIcon": "%1"}
+OWN = PROGRAMS.architecture()
 SWITCH_KEY = "HKLM\\Software\\Nimbrel\\Sync"
 
 
@@ -55,7 +56,9 @@ class DoctorTest(unittest.TestCase):
             PROGRAMS.must("reg", "add", key, "/ve", "/d", library, "/f")
 
     def test_all_is_well(self):
-        self.expect(0, "  ok    the ten values are there", "  ok    texts are English")
+        self.expect(0, "  ok    the four values that all programs share are there",
+                    "  ok    the six values of the classes are there", f"  ok    it is a {OWN} library",
+                    f"  ok    {OWN} programs see the menu", "  ok    texts are English")
 
     def test_a_user_who_speaks_german(self):
         self.expect(0, "  ok    texts come from German!de.txt", '        for example "Auf dieses Gerät synchronisieren"',

@@ -312,9 +312,12 @@ class ExplainTest(unittest.TestCase):
     def test_a_library_that_is_gone_or_another_one(self):
         lay_root(TREE)
         self.addCleanup(self.register)
+        with open(os.path.join(FOLDER, "VeskardShellExt.dll"), "rb") as whole:
+            write(TREE + "\\cut.dll", whole.read(4096))
         for library, fact, text in [
                 ("C:\\gone.dll", "library", "the registry names a library that is not there: C:\\gone.dll"),
-                (TREE + "\\plain.txt", "exports", None),
+                (TREE + "\\plain.txt", "architecture", "it is no library"),
+                (TREE + "\\cut.dll", "exports", None),
                 ("C:\\windows\\system32\\version.dll", "exports", "it loads but has no DllGetClassObject"),
                 (OLDER_LIBRARY, "version", f"its version is 2.7.1, this program's is {VERSION}"),
                 # It serves its own version's classes only.

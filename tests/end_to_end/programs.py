@@ -50,6 +50,13 @@ class Programs:
         roaming = self.must("cmd", "/c", "echo %APPDATA%").strip().removeprefix("C:\\")
         return os.path.join(self.drive_c(), *roaming.split("\\"), "Nimbrel Veskard Agent")
 
+    def architecture(self):
+        """What the programs are made for, as they say it themselves."""
+        with open(os.path.join(self.folder, "shellprobe.exe"), "rb") as file:
+            start = file.read(4096)
+        header = int.from_bytes(start[60:64], "little")
+        return {0x14C: "32-bit", 0x8664: "64-bit", 0xAA64: "ARM64"}[int.from_bytes(start[header + 4:header + 6], "little")]
+
     def drive_c(self):
         return os.path.join(os.environ["WINEPREFIX"], "drive_c")
 

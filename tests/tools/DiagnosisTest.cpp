@@ -7,7 +7,9 @@
 
 #include <gmock/gmock.h>
 
+#include "core/ModuleHandle.h"
 #include "core/WindowsOwners.h"
+#include "tests/shellext/RegisteredValues.h"
 #include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScratchFolder.h"
@@ -84,6 +86,39 @@ TEST_F(DiagnosisTest, AFolderThatTakesNoNewFileIsTold) {
 TEST_F(DiagnosisTest, ASystemWithoutAFolderForTheLogIsTold) {
   const Patched<&::SHGetSpecialFolderPathW> none("SHGetSpecialFolderPathW", [](auto...) { return FALSE; });
   ExpectLog("nothing is written: the system names no folder for the log\n", true);
+}
+
+TEST_F(DiagnosisTest, OnArmX64ProgramsSeeNoMenu) {
+  const Report report = DiagnoseInstallation({Architecture::kArm64, true, 22631});
+  EXPECT_THAT(report.AsText(), HasSubstr("\nARM64 programs\n"));
+  EXPECT_THAT(
+      report.AsText(),
+      HasSubstr("64-bit programs made for x64 will see no menu: they cannot load the ARM64 library\n"));
+  EXPECT_THAT(DiagnoseInstallation({Architecture::k64Bit, true, 22631}).AsText(), Not(HasSubstr("x64")));
+}
+
+TEST_F(DiagnosisTest, OnArmALibraryForX64IsTheWrongOne) {
+  // This program stands for any file that is not for ARM64.
+  const std::wstring library = ReadModulePath(nullptr);
+  WriteRegistryText(HKEY_LOCAL_MACHINE, kMenuClass + L"\\InprocServer32", L"", library);
+  const Report report = DiagnoseInstallation({Architecture::kArm64, false, 22631});
+  EXPECT_TRUE(report.HasBad(kArchitectureFact));
+  EXPECT_THAT(report.AsText(), HasSubstr("ARM64 programs cannot load it\n"));
+  EXPECT_THAT(
+      report.AsText(),
+      HasSubstr("BAD   ARM64 programs will see no menu: they cannot load the library that is registered\n"));
+}
+
+TEST_F(DiagnosisTest, AWindowsWithout32BitProgramsMissesNothing) {
+  const Report report = DiagnoseInstallation({Architecture::k64Bit, false, 22631});
+  EXPECT_THAT(report.AsText(), HasSubstr("\n32-bit programs\n"
+                                         "        this Windows runs none: it has no 32-bit half\n"));
+}
+
+TEST_F(DiagnosisTest, A32BitWindowsHasOneView) {
+  const std::string text = DiagnoseInstallation({Architecture::k32Bit, true, 7601}).AsText();
+  EXPECT_THAT(text, HasSubstr("\n32-bit programs\n"));
+  EXPECT_THAT(text, Not(HasSubstr("64-bit programs")));
 }
 
 TEST_F(DiagnosisTest, ALogThatIsSwitchedOffNeedsNoFolder) {

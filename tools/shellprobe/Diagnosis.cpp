@@ -7,13 +7,12 @@
 #include "core/WindowsOwners.h"
 #include "fs/util/OpenMode.h"
 #include "lang/Language.h"
-#include "shellext/Registration.h"
 #include "shellext/module/DiagnosticLog.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 #include "tools/shellprobe/RegisteredLibrary.h"
-#include "util/string/strfmt.h"
+#include "tools/shellprobe/ViewDiagnosis.h"
 
 namespace veskard {
 namespace {
@@ -21,46 +20,18 @@ namespace {
 constexpr wchar_t kExtensionKey[] = L"Software\\Classes\\.ghpl";
 constexpr wchar_t kTypeIconKey[] = L"Software\\Classes\\Nimbrel Veskard Agent\\DefaultIcon";
 
-std::string ValueName(const RegistryEntry& row, const std::wstring& key) {
-  return "HKEY_LOCAL_MACHINE\\" + ToUtf8(key) + (row.valueName.empty() ? "" : ", " + ToUtf8(row.valueName));
-}
-
-bool CheckRow(Report& report, const RegistryEntry& row) {
-  const std::wstring key =
-      row.keyArgument.empty() ? row.keyPath : FormatString(row.keyPath.c_str(), row.keyArgument);
-  const auto value = ReadMachineText(key, row.valueName.empty() ? nullptr : row.valueName.c_str());
-  if (value == row.data) return true;
-  const std::string found = value ? "is \"" + ToUtf8(*value) + "\"" : "is missing";
-  const std::string wanted = row.data.empty() ? "" : "; it should be \"" + ToUtf8(row.data) + "\"";
-  report.Bad(kRegistrationFact, ValueName(row, key) + " " + found + wanted);
-  return false;
-}
-
-void CheckRegistration(Report& report, const std::wstring& library) {
-  report.Section("Registration");
-  bool complete = true;
-  for (const RegistryEntry& row : MakeRegistrationTable(MakeRegistrationNames(), library)) {
-    if (row.root != nullptr && !CheckRow(report, row)) complete = false;
+// Windows has one view for both kinds of 64-bit programs, and Explorer is an ARM64 one there.
+void ReportOtherPrograms(Report& report, const Machine& machine) {
+  if (machine.windows == Architecture::kArm64) {
+    report.Section("64-bit programs made for x64");
+    report.Note(kProgramsFact,
+                "64-bit programs made for x64 will see no menu: they cannot load the ARM64 library",
+                "64-bit");
   }
-  if (complete) report.Good(kRegistrationFact, "the ten values are there");
-}
-
-void CheckActivation(Report& report) {
-  try {
-    const ExtensionClasses classes;
-    const UniqueCom<IUnknown> menu = classes.NewMenuHandler(L"C:\\");
-    const UniqueCom<IUnknown> icon = classes.NewIconHandler();
-    report.Good(kActivationFact, "both classes can be activated");
-  } catch (const ToolError& error) {
-    report.Bad(kActivationFact, error.what());
+  if (!machine.runs32Bit) {
+    report.Section("32-bit programs");
+    report.Note(kProgramsFact, "this Windows runs none: it has no 32-bit half", "32-bit");
   }
-}
-
-void CheckLibrary(Report& report, const std::wstring& library) {
-  report.Section("Library");
-  if (library.empty()) return report.Bad(kLibraryFact, "the registry names no library");
-  ReportLibraryFile(report, library);
-  CheckActivation(report);
 }
 
 // What the library leaves to an installer. Without it placeholders keep a plain icon.
@@ -156,28 +127,15 @@ void CheckLanguage(Report& report, const std::wstring& library) {
 
 }  // namespace
 
-Report DiagnoseInstallation() {
+Report DiagnoseInstallation(const Machine& machine) {
   Report report;
-  const std::wstring library = RegisteredLibraryPath();
-  CheckRegistration(report, library);
-  CheckLibrary(report, library);
+  const bool handlersGood = DiagnoseHandlers(report);
+  for (const RegistryView& view : RegistryViewsOf(machine)) DiagnoseView(report, view, handlersGood);
+  ReportOtherPrograms(report, machine);
   CheckFileType(report);
   CheckLog(report);
-  CheckLanguage(report, library);
+  CheckLanguage(report, RegisteredLibraryPath());
   return report;
-}
-
-void RegisterLibrary(const std::wstring& file) {
-  using Install = HRESULT(WINAPI*)(BOOL, const wchar_t*);
-  const UniqueModule library(::LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  if (!library) throw LastSystemError("cannot load " + ToUtf8(file));
-  const FARPROC address = ::GetProcAddress(library.Get(), "DllInstall");
-  if (address == nullptr) throw LastSystemError(ToUtf8(file) + " has no DllInstall");
-  const HRESULT result = reinterpret_cast<Install>(reinterpret_cast<void*>(address))(TRUE, L"S");
-  if (FAILED(result)) {
-    throw ToolError(ExitCode::kFailed,
-                    "registration failed (" + HexCode(result) + "): are you an administrator?");
-  }
 }
 
 }  // namespace veskard

@@ -1,23 +1,19 @@
 // shellprobe doctor: whether the extension is installed as it should be.
-#include <windows.h>
-
-#include "core/ModuleHandle.h"
 #include "tools/common/Console.h"
 #include "tools/common/FullPath.h"
 #include "tools/common/ToolError.h"
-#include "tools/common/Utf8.h"
 #include "tools/shellprobe/ComApartment.h"
 #include "tools/shellprobe/Commands.h"
 #include "tools/shellprobe/Diagnosis.h"
 #include "tools/shellprobe/ProbeExit.h"
-#include "tools/shellprobe/RegisteredLibrary.h"
+#include "tools/shellprobe/Repair.h"
 
 namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--repair", nullptr, "register the library anew, then check (as administrator)"},
-    {"--dll", "FILE", "with --repair: this library; else the registered one, or the one beside this program"},
+    {"--repair", nullptr, "register anew what is broken, then check (as administrator)"},
+    {"--dll", "FILE", "with --repair: register this library, for the programs that can load it"},
     {"--json", nullptr, "print one JSON object"},
 };
 
@@ -28,14 +24,9 @@ struct FactExit {
 
 // The first that is bad decides.
 constexpr FactExit kExits[] = {
-    {kRegistrationFact, kRegistrationBad},
-    {kLibraryFact, kLibraryBad},
-    {kVersionFact, kLibraryBad},
-    {kExportsFact, kLibraryBad},
-    {kActivationFact, kLibraryBad},
-    {kFileTypeFact, kFileTypeBad},
-    {kLogFact, kLogBad},
-    {kLanguageFact, kLanguageBad},
+    {kRegistrationFact, kRegistrationBad}, {kLibraryFact, kLibraryBad}, {kArchitectureFact, kLibraryBad},
+    {kVersionFact, kLibraryBad},           {kExportsFact, kLibraryBad}, {kActivationFact, kLibraryBad},
+    {kFileTypeFact, kFileTypeBad},         {kLogFact, kLogBad},         {kLanguageFact, kLanguageBad},
 };
 
 int ExitFor(const Report& report) {
@@ -45,16 +36,12 @@ int ExitFor(const Report& report) {
   return static_cast<int>(ExitCode::kDone);
 }
 
-bool Exists(const std::wstring& file) {
-  return !file.empty() && ::GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-std::wstring LibraryToRegister(const Arguments& arguments) {
-  if (arguments.Has("--dll")) return FullPath(arguments.Text("--dll"));
-  std::wstring registered = RegisteredLibraryPath();
-  if (Exists(registered)) return registered;
-  const std::wstring program = ReadModulePath(nullptr);
-  return program.substr(0, program.find_last_of(L'\\')) + L"\\VeskardShellExt.dll";
+void Repair(const Arguments& arguments) {
+  if (arguments.Has("--dll")) {
+    RegisterLibrary(FullPath(arguments.Text("--dll")));
+  } else {
+    RepairRegistration(ReadMachine());
+  }
 }
 
 }  // namespace
@@ -68,12 +55,17 @@ const CommandSpec kDoctorSpec = {
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
+        "64-bit and 32-bit programs, file dialogs for example, each need a library of their own. Every\n"
+        "kind that this Windows runs is checked. --repair registers what they miss: the library that\n"
+        "the registry names, or VeskardShellExt.dll beside this program or in the folder x86 there.\n"
+        "\n"
         "Asking whether the classes can be activated may add lines to the diagnostic log, and a\n"
         "translator's check file beside this program gets its report.\n"
         "\n"
         "Exit codes: 0 all well; 1 the repair failed; 2 wrong command line; otherwise the first of\n"
-        "these: 20 a registry value is wrong; 21 the library is missing, of another version or cannot\n"
-        "be used; 22 the placeholders' file type is wrong; 23 the log cannot be written; 24 the texts\n"
+        "these: 20 a registry value is wrong; 21 the library is missing, of another version, for\n"
+        "other programs or cannot be used; 22 the placeholders' file type is wrong; 23 the log cannot be "
+        "written; 24 the texts\n"
         "cannot be read.\n",
 };
 
@@ -82,7 +74,7 @@ int RunDoctor(const Arguments& arguments) {
     throw ToolError(ExitCode::kWrongUsage, "--dll needs --repair (see shellprobe doctor --help)");
   }
   const ComApartment apartment;
-  if (arguments.Has("--repair")) RegisterLibrary(LibraryToRegister(arguments));
+  if (arguments.Has("--repair")) Repair(arguments);
   const Report report = DiagnoseInstallation();
   if (arguments.Has("--json")) {
     JsonWriter json;

@@ -69,7 +69,7 @@ Obstacle ReportMenuHandler(Report& report, const std::wstring& firstPath) {
     report.Bad("library", "the handler's class names no library");
     return kLibraryUseless;
   }
-  const bool useful = ReportLibraryFile(report, library) &&
+  const bool useful = ReportLibraryFile(report, library, OwnArchitecture()) == nullptr &&
                       ReportActivation(report, "menuClass", "the menu handler's", *classId);
   return useful ? nullptr : kLibraryUseless;
 }
@@ -84,7 +84,7 @@ void ReportIconHandler(Report& report) {
 }
 
 Obstacle ReportRegistration(Report& report, const std::wstring& firstPath) {
-  report.Section("Registration");
+  report.Section(std::string("Registration for ") + ArchitectureName(OwnArchitecture()) + " programs");
   const Obstacle obstacle = ReportMenuHandler(report, firstPath);
   ReportIconHandler(report);
   return obstacle;

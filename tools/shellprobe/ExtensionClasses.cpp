@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "core/ModuleHandle.h"
 #include "core/Product.h"
 #include "shellext/ClassIds.h"
 #include "tools/common/ToolError.h"
@@ -72,6 +73,16 @@ UniqueCom<IUnknown> ExtensionClasses::FromLibrary(const CLSID& classId) const {
   return object;
 }
 
+std::wstring LibraryOfObject(IUnknown* object) {
+  // An object begins with the address of its class's table of methods, which lies in the library.
+  const auto* const methods = *reinterpret_cast<const wchar_t* const*>(object);
+  constexpr DWORD kByAddress =
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+  HMODULE module = nullptr;
+  if (!::GetModuleHandleExW(kByAddress, methods, &module)) return {};
+  return ReadModulePath(module);
+}
+
 std::wstring FileClassOf(const std::wstring& path) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
   const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -90,10 +101,9 @@ std::wstring IconHandlerKey() {
   return std::wstring(L"Software\\Classes\\") + kAgentName + L"\\shellex\\IconHandler";
 }
 
-std::optional<std::wstring> ReadMachineText(const std::wstring& key, const wchar_t* value) {
+std::optional<std::wstring> ReadMachineText(const std::wstring& key, const wchar_t* value, REGSAM view) {
   UniqueRegKey opened;
-  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, opened.Out()) !=
-      ERROR_SUCCESS) {
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | view, opened.Out()) != ERROR_SUCCESS) {
     return std::nullopt;
   }
   std::vector<wchar_t> text(kLongestText);

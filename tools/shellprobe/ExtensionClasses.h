@@ -8,6 +8,7 @@
 
 #include "core/WindowsOwners.h"
 #include "tools/shellprobe/ComApartment.h"
+#include "tools/shellprobe/Machine.h"
 
 namespace veskard {
 
@@ -34,6 +35,10 @@ class ExtensionClasses {
   UniqueModule library_;
 };
 
+/// The file of the library that an object's code lies in: what was loaded, whatever the
+/// registry names by now. Empty when the system does not say.
+std::wstring LibraryOfObject(IUnknown* object);
+
 // The registry's part of it, for reports:
 
 /// "*", "Directory" or "lnkfile": the file class whose handlers a path gets.
@@ -43,8 +48,10 @@ std::wstring FileClassOf(const std::wstring& path);
 std::wstring MenuHandlerKey(const std::wstring& fileClass);
 std::wstring IconHandlerKey();
 
-/// The text value of a key below HKEY_LOCAL_MACHINE, in the 64-bit view; none
-/// when the key or the value is missing or of another type.
-std::optional<std::wstring> ReadMachineText(const std::wstring& key, const wchar_t* value = nullptr);
+/// The text value of a key below HKEY_LOCAL_MACHINE, in one of the registry's views: that
+/// of this program, unless another one is named. None when the key or the value is missing
+/// or of another type.
+std::optional<std::wstring> ReadMachineText(const std::wstring& key, const wchar_t* value = nullptr,
+                                            REGSAM view = kOwnView);
 
 }  // namespace veskard

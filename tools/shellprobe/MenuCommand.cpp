@@ -40,8 +40,11 @@ std::string Row(const std::string& position, const std::string& offset, const st
 }
 
 std::string AsText(const ShellMenu& menu) {
-  if (menu.Items().empty()) return "the menu gets no commands\n";
-  std::string text = Row("Position", "Command", "Id", "State", "Icon", "Text");
+  const std::wstring library = LibraryOfObject(menu.Handler());
+  std::string text =
+      std::string(ArchitectureName(ArchitectureOfFile(library))) + " library " + ToUtf8(library) + "\n";
+  if (menu.Items().empty()) return text + "the menu gets no commands\n";
+  text += Row("Position", "Command", "Id", "State", "Icon", "Text");
   for (const ShellMenuItem& item : menu.Items()) {
     text += Row(std::to_string(item.position), std::to_string(item.offset), std::to_string(item.id),
                 item.greyed ? "greyed" : "enabled", BitmapText(item), ToUtf8(item.text));
@@ -51,8 +54,12 @@ std::string AsText(const ShellMenu& menu) {
 }
 
 std::string AsJson(const ShellMenu& menu) {
+  const std::wstring library = LibraryOfObject(menu.Handler());
   JsonWriter json;
-  json.BeginObject().Field("answer", HexCode(menu.Answer())).Field("refused", menu.Refused());
+  json.BeginObject().Field("library", library);
+  json.Field("architecture", ArchitectureName(ArchitectureOfFile(library)))
+      .Field("answer", HexCode(menu.Answer()))
+      .Field("refused", menu.Refused());
   json.Key("items").BeginArray();
   for (const ShellMenuItem& item : menu.Items()) {
     json.BeginObject().Field("position", item.position).Field("command", item.offset).Field("id", item.id);
@@ -74,8 +81,9 @@ const CommandSpec kMenuSpec = {
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
-        "\"Command\" is the number that shellprobe invoke takes; the help text is printed where it\n"
-        "differs from the text.\n"
+        "The first line names the library that answered; this program loads one of its own kind,\n"
+        "64-bit, 32-bit or ARM64. \"Command\" is the number that shellprobe invoke takes; the help text\n"
+        "is printed where it differs from the text.\n"
         "\n"
         "Exit codes: 0 the extension answered (also when it adds nothing); 1 the system refused, or\n"
         "there is no screen; 2 wrong command line; 10 not registered; 11 the extension refuses this\n"

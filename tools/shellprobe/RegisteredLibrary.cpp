@@ -46,15 +46,31 @@ bool ReportExports(Report& report, const std::wstring& file) {
   return true;
 }
 
-}  // namespace
-
-std::wstring LibraryOfClass(const std::wstring& classId) {
-  const std::wstring key = L"Software\\Classes\\CLSID\\" + classId + L"\\InprocServer32";
-  return ReadMachineText(key).value_or(std::wstring());
+bool ReportArchitecture(Report& report, const std::wstring& file, Architecture programs) {
+  const Architecture found = ArchitectureOfFile(file);
+  const std::string name = ArchitectureName(found);
+  if (found == programs) {
+    report.Good("architecture", "it is a " + name + " library", name);
+  } else if (found == Architecture::kNone) {
+    report.Bad("architecture", "it is no library");
+  } else {
+    report.Bad("architecture",
+               "it is a library for other programs (" + name + "): " + ArchitectureName(programs) +
+                   " programs cannot load it",
+               name);
+  }
+  return found == programs;
 }
 
-std::wstring RegisteredLibraryPath() {
-  return LibraryOfClass(ClassIdText(kContextMenuClass));
+}  // namespace
+
+std::wstring LibraryOfClass(const std::wstring& classId, REGSAM view) {
+  const std::wstring key = L"Software\\Classes\\CLSID\\" + classId + L"\\InprocServer32";
+  return ReadMachineText(key, nullptr, view).value_or(std::wstring());
+}
+
+std::wstring RegisteredLibraryPath(REGSAM view) {
+  return LibraryOfClass(ClassIdText(kContextMenuClass), view);
 }
 
 std::string FileVersionText(const std::wstring& file) {
@@ -71,14 +87,16 @@ std::string FileVersionText(const std::wstring& file) {
          "." + std::to_string(HIWORD(info->dwFileVersionLS));
 }
 
-bool ReportLibraryFile(Report& report, const std::wstring& file) {
+const char* ReportLibraryFile(Report& report, const std::wstring& file, Architecture programs) {
   if (!FileExists(file.c_str())) {
     report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file), ToUtf8(file));
-    return false;
+    return "their library is not there";
   }
   report.Good("library", "the library is " + ToUtf8(file), ToUtf8(file));
+  if (!ReportArchitecture(report, file, programs)) return "they cannot load the library that is registered";
   ReportVersion(report, file);
-  return ReportExports(report, file);
+  if (programs == OwnArchitecture() && !ReportExports(report, file)) return "their library cannot be used";
+  return nullptr;
 }
 
 }  // namespace veskard

@@ -3,22 +3,25 @@
 
 #include <string>
 
+#include "tools/shellprobe/Machine.h"
 #include "tools/shellprobe/Report.h"
 
 namespace veskard {
 
-/// "InprocServer32" of a class; empty when it is not registered.
-std::wstring LibraryOfClass(const std::wstring& classId);
+/// "InprocServer32" of a class in a view; empty when it is not registered there.
+std::wstring LibraryOfClass(const std::wstring& classId, REGSAM view = kOwnView);
 
 /// The same of this version's context-menu class.
-std::wstring RegisteredLibraryPath();
+std::wstring RegisteredLibraryPath(REGSAM view = kOwnView);
 
 /// "MAJOR.MINOR.PATCH" from the file's version resource; empty without one.
 std::string FileVersionText(const std::wstring& file);
 
-/// Adds facts "library", "version" and "exports" about a library file. It is
-/// loaded and let go; none of its classes is asked for, so that it opens no log.
-/// Whether the file is there and can serve, whatever its version.
-bool ReportLibraryFile(Report& report, const std::wstring& file);
+/// Adds facts "library", "architecture", "version" and "exports" about the library of
+/// programs of that architecture. Where this program is one of them, the file is loaded
+/// and let go; none of its classes is asked for, so that it opens no log. Why those
+/// programs cannot use it, whatever its version: "their library is not there"; null when
+/// they can.
+const char* ReportLibraryFile(Report& report, const std::wstring& file, Architecture programs);
 
 }  // namespace veskard
