@@ -1,11 +1,15 @@
 # veskard_version_files(FOLDER VERSION): what says the version, below FOLDER: the header
-# core/Version.h and the library's details, shellext/VeskardShellExt.rc. The templates use the
-# names that CMake has for the version of a project.
+# core/Version.h and the libraries' details, shellext/NAME.rc. The templates use the names
+# that CMake has for the version of a project.
 function(veskard_version_files folder PROJECT_VERSION)
   string(REPLACE "." ";" numbers ${PROJECT_VERSION})
   list(POP_FRONT numbers PROJECT_VERSION_MAJOR PROJECT_VERSION_MINOR PROJECT_VERSION_PATCH)
-  foreach(file IN ITEMS core/Version.h shellext/VeskardShellExt.rc)
-    configure_file(${PROJECT_SOURCE_DIR}/${file}.in ${folder}/${file} @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/core/Version.h.in ${folder}/core/Version.h @ONLY)
+  set(description_of_VeskardShellExt "Explorer extension")
+  set(description_of_VeskardExplorerCommand "Explorer commands")
+  foreach(library IN ITEMS VeskardShellExt VeskardExplorerCommand)
+    set(description ${description_of_${library}})
+    configure_file(${PROJECT_SOURCE_DIR}/shellext/LibraryDetails.rc.in ${folder}/shellext/${library}.rc @ONLY)
   endforeach()
 endfunction()
 

@@ -29,4 +29,16 @@ std::wstring ReadModulePath(HMODULE module) {
   return std::wstring(buffer, length < MAX_PATH ? length : MAX_PATH - 1);
 }
 
+std::wstring ReadWholeModulePath(HMODULE module) {
+  constexpr size_t kLongestPath = 32767;
+  for (std::wstring path(MAX_PATH, L'\0');; path.resize(kLongestPath + 1)) {
+    const DWORD length = ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
+    // A path that does not fit fills the buffer.
+    if (length < path.size() || path.size() > kLongestPath) {
+      path.resize(length);
+      return path;
+    }
+  }
+}
+
 }  // namespace veskard

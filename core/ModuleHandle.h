@@ -24,4 +24,8 @@ HINSTANCE ModuleHandle() noexcept;
 /// failure.
 std::wstring ReadModulePath(HMODULE module);
 
+/// The same of whatever length, up to the longest path of the system, 32,767 characters.
+/// Throws std::bad_alloc only.
+std::wstring ReadWholeModulePath(HMODULE module);
+
 }  // namespace veskard

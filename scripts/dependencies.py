@@ -27,7 +27,7 @@ import sys
 
 # The library's folders, the lowest first: each may use what stands before it.
 LIBRARY = ["core", "util/string", "benc", "fs/util", "lang", "shellext/module", "shellext/contextmenu/marks",
-           "shellext/bitmaps", "shellext/icons", "shellext/contextmenu", "shellext"]
+           "shellext/bitmaps", "shellext/icons", "shellext/contextmenu", "shellext", "shellext/explorercommand"]
 
 # What stands above the library, and what each may use beside itself. The stand-in for
 # the agent shares no code with the extension: two readers of one format.

@@ -16,8 +16,9 @@ namespace {
 
 constexpr size_t kFirstMessageCapacity = 4096;
 
-// What the new thread receives and owns.
+// What the new thread receives and owns. The module counts as used before the thread runs.
 struct SenderTask {
+  ModuleUse moduleUse;
   std::wstring pipeName;
   CommandBatch batch;
   UniqueModule self;
@@ -71,15 +72,14 @@ DWORD WINAPI SenderEntry(void* parameter) noexcept {
 void StartAgentSender(std::wstring pipeName, CommandBatch batch) {
   UniqueModule self = ReferenceToThisModule();
   if (!self) ThrowLastError();
-  auto task =
-      std::make_unique<SenderTask>(SenderTask{std::move(pipeName), std::move(batch), std::move(self)});
+  std::unique_ptr<SenderTask> task(
+      new SenderTask{{}, std::move(pipeName), std::move(batch), std::move(self)});
   const UniqueHandle thread(::CreateThread(nullptr, 0, &SenderEntry, task.get(), 0, nullptr));
   if (!thread) ThrowLastError();
   static_cast<void>(task.release());  // the thread's now
 }
 
 void AgentSenderThread(std::wstring pipeName, CommandBatch batch) {
-  const ModuleUse use;
   if (pipeName.empty()) pipeName = StartUserAgent();
   if (!pipeName.empty()) WriteBatch(pipeName, batch);
 }

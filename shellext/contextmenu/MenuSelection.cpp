@@ -6,6 +6,7 @@
 #include <cwchar>
 
 #include "core/Product.h"
+#include "fs/util/LongPath.h"
 #include "shellext/contextmenu/marks/SyncFolderInspection.h"
 
 namespace veskard {
@@ -42,13 +43,18 @@ void InspectContent(const std::wstring& item, MenuSelection& selection) {
   (received ? selection.receiving : selection.needsDownload) = true;
 }
 
+DWORD AttributesOf(const std::wstring& item) {
+  if (item.size() <= kLongestPlainPath) return ::GetFileAttributesW(item.c_str());
+  return ::GetFileAttributesW(LongPathForm(item).c_str());
+}
+
 }  // namespace
 
 MenuSelection InspectSelection(const PathList& items) {
   MenuSelection selection;
   for (uint32_t i = 0; i < items.Count(); ++i) {
     const std::wstring item = items.At(i);
-    const DWORD attributes = ::GetFileAttributesW(item.c_str());
+    const DWORD attributes = AttributesOf(item);
     if (attributes == INVALID_FILE_ATTRIBUTES) continue;
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) selection.anyDirectory = true;
     if (i == 0) {

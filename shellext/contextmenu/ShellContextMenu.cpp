@@ -4,10 +4,9 @@
 #include <climits>
 
 #include "shellext/contextmenu/AgentChannel.h"
-#include "shellext/contextmenu/AgentPresence.h"
 #include "shellext/contextmenu/DropNames.h"
 #include "shellext/contextmenu/MenuCommands.h"
-#include "shellext/contextmenu/MenuSelection.h"
+#include "shellext/contextmenu/MenuInspection.h"
 #include "shellext/module/ComBoundary.h"
 #include "shellext/module/Log.h"
 
@@ -28,16 +27,10 @@ HRESULT CopyHelpText(const MenuCommand& command, UINT type, char* buffer, UINT s
   }
 }
 
-void LogNoItems(const MenuSelection& selection) noexcept {
-  Log(L"Selective Sync: inSyncFolder(%d) isSelectiveFolder(%d) isOwner(%d)", selection.inSyncFolder,
-      selection.isSelective, selection.isOwner);
-}
-
 }  // namespace
 
 ShellContextMenu::ShellContextMenu() {
-  LoadMenuTexts();
-  if (CurrentAgentScope() == AgentScope::kUnset) SetAgentScope(AgentScope::kService);
+  PrepareMenus();
 }
 
 STDMETHODIMP ShellContextMenu::QueryInterface(REFIID riid, void** ppv) noexcept {
@@ -96,15 +89,11 @@ HRESULT ShellContextMenu::BuildMenu(HMENU menu, UINT index, UINT firstId, UINT f
   const DropNames names(medium_.Drop(), kLongestNameInMenu);
   selectedCount_ = names.Count();
 
-  const AgentScope scope = CurrentAgentScope();
-  if (scope != AgentScope::kUser && GetAgentPipeName(scope).empty()) {
-    Log(L"Context menu: menu will not be shown. No pipe and scope isn't USER");
+  if (!IsAgentInReach()) {
+    LogNoAgentInReach();
     return E_NOTIMPL;
   }
-
-  const MenuSelection selection = InspectSelection(names);
-  if (!selection.InOwnSelectiveFolder()) LogNoItems(selection);
-  InsertItems(DecideMenuItems(selection), menu, index, firstId);
+  InsertItems(InspectForMenu(names), menu, index, firstId);
   menu_ = menu;
   Log(L"End of menu handler");
   return MAKE_HRESULT(SEVERITY_SUCCESS, 0, kMenuIdsUsed);
@@ -132,7 +121,7 @@ void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT inde
   const SIZE bitmapSize = MenuCheckSize();
   for (const MenuItem& item : items) {
     const MenuCommand& command = MenuCommandAt(item.command);
-    Log(command.addedLine);
+    LogAddedCommand(command);
     const UINT flags = MF_BYPOSITION | (item.greyed ? UINT{MF_GRAYED} : 0u);
     // Without our item, what stands at the position is somebody else's.
     if (!::InsertMenuW(menu, index, flags, firstId + static_cast<uint32_t>(command.offset),

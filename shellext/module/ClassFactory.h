@@ -11,12 +11,26 @@
 
 namespace veskard {
 
+/// A library that is never unloaded early: LockServer has nothing to do. A factory belongs
+/// to one apartment.
+struct LoadedForGood {
+  using CountedObject = RefCountedObject;
+  static void LockServer(bool) noexcept {}
+};
+
+/// A library that exports DllCanUnloadNow: LockServer keeps it loaded. Several threads may
+/// share a factory.
+struct UnloadedWhenUnused {
+  using CountedObject = SharedRefCountedObject;
+  static void LockServer(bool lock) noexcept { lock ? LockModule() : UnlockModule(); }
+};
+
 /// Makes objects of class `T`: default constructible, with a public destructor
 /// and a QueryInterface that brings a new object's count from 0 to 1. A factory
-/// itself starts at 0 too, counts as a user of the module for as long as it
-/// lives, and belongs to one apartment.
-template <class T>
-class ClassFactory final : public IClassFactory, private RefCountedObject {
+/// itself starts at 0 too and counts as a user of the module for as long as it
+/// lives. `Lifetime` is the library's.
+template <class T, class Lifetime = LoadedForGood>
+class ClassFactory final : public IClassFactory, private Lifetime::CountedObject {
  public:
   /// Answers IUnknown and IClassFactory, anything else with E_NOINTERFACE.
   STDMETHODIMP QueryInterface(REFIID riid, void** ppv) noexcept override {
@@ -27,8 +41,8 @@ class ClassFactory final : public IClassFactory, private RefCountedObject {
     AddRef();
     return S_OK;
   }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return AddReference(); }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return ReleaseReference(); }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return this->AddReference(); }
+  STDMETHODIMP_(ULONG) Release() noexcept override { return this->ReleaseReference(); }
 
   /// A new object behind the interface asked for. CLASS_E_NOAGGREGATION with an
   /// outer object, E_OUTOFMEMORY when out of memory, and what the object answers
@@ -45,8 +59,10 @@ class ClassFactory final : public IClassFactory, private RefCountedObject {
     });
   }
 
-  /// Does nothing: the library is never unloaded early, so there is no lock.
-  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
+  STDMETHODIMP LockServer(BOOL lock) noexcept override {
+    Lifetime::LockServer(lock != FALSE);
+    return S_OK;
+  }
 
  private:
   const ModuleUse use_;

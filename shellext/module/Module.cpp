@@ -11,13 +11,23 @@ namespace {
 
 // Sender threads count themselves too, beside the apartments' threads.
 constinit std::atomic<uint32_t> moduleLockCount = 0;
+constinit std::atomic<uint32_t> serverLocks = 0;
 constinit std::atomic<bool> moduleReady = false;
 std::wstring modulePath;
 
 }  // namespace
 
 uint32_t ModuleLockCount() noexcept {
-  return moduleLockCount;
+  return moduleLockCount + serverLocks;
+}
+
+void LockModule() noexcept {
+  ++serverLocks;
+}
+
+void UnlockModule() noexcept {
+  uint32_t locks = serverLocks;
+  while (locks > 0 && !serverLocks.compare_exchange_weak(locks, locks - 1)) continue;
 }
 
 ModuleUse::ModuleUse() noexcept {

@@ -8,10 +8,15 @@
 
 namespace veskard {
 
-/// Live class factories, COM objects and sender threads. Kept for support to see
-/// in a dump; nothing decides by it, since the library exports no
-/// DllCanUnloadNow.
+/// Live class factories, COM objects and sender threads, and the locks of LockModule.
+/// DllCanUnloadNow of a library that exports it answers by this count; in the others
+/// nothing decides by it, and it is kept for support to see in a dump.
 uint32_t ModuleLockCount() noexcept;
+
+/// Keeps the module in use until UnlockModule, once for each call. Unlocking what is not
+/// locked does nothing. Safe from several threads.
+void LockModule() noexcept;
+void UnlockModule() noexcept;
 
 /// Counts its owner as a user of the module. Construction and destruction also
 /// re-read the log switch, so that it takes effect in a running host.

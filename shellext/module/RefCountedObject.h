@@ -1,20 +1,21 @@
-// RefCountedObject: the plain reference count of the hand-written COM classes.
+// RefCountedObject: the reference count of the hand-written COM classes.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace veskard {
 
-/// Starts at 0; the QueryInterface that hands the object out brings it to 1. An
-/// object lives in one apartment, so the count is not atomic.
-class RefCountedObject {
+/// Starts at 0; the QueryInterface that hands the object out brings it to 1.
+template <class Count>
+class CountedObject {
  public:
-  virtual ~RefCountedObject() = default;
-  RefCountedObject(const RefCountedObject&) = delete;
-  RefCountedObject& operator=(const RefCountedObject&) = delete;
+  virtual ~CountedObject() = 0;
+  CountedObject(const CountedObject&) = delete;
+  CountedObject& operator=(const CountedObject&) = delete;
 
  protected:
-  RefCountedObject() noexcept = default;
+  CountedObject() noexcept = default;
 
   uint32_t AddReference() noexcept { return ++references_; }
 
@@ -34,7 +35,16 @@ class RefCountedObject {
 
   // Far from 0, which would destroy the object a second time.
   static constexpr uint32_t kWhileDestroyed = 0x40000000;
-  uint32_t references_ = 0;
+  Count references_ = 0;
 };
+
+template <class Count>
+CountedObject<Count>::~CountedObject() = default;
+
+/// For objects that live in one apartment: a plain count.
+using RefCountedObject = CountedObject<uint32_t>;
+
+/// For objects that several threads hold at the same time.
+using SharedRefCountedObject = CountedObject<std::atomic<uint32_t>>;
 
 }  // namespace veskard

@@ -145,7 +145,7 @@ class DocumentsTest(unittest.TestCase):
             for argument in ANY_LOG_CALL.findall(read(source)):
                 if not argument.startswith('L"'):
                     others[source] = argument
-        self.assertEqual(others, {"shellext/contextmenu/ShellContextMenu.cpp": "command.addedLine"})
+        self.assertEqual(others, {"shellext/contextmenu/MenuInspection.cpp": "command.addedLine"})
 
     def test_every_option_of_the_stand_in_is_explained(self):
         page = read("docs/marks-and-messages.md")

@@ -1,0 +1,82 @@
+// MenuSnapshot: what one menu shows, found out once.
+#pragma once
+
+#include <windows.h>
+// The shell's headers need the basic types first.
+#include <shobjidl.h>
+
+#include <memory>
+
+#include "core/CriticalSection.h"
+#include "core/WindowsOwners.h"
+#include "shellext/contextmenu/MenuDecision.h"
+#include "shellext/explorercommand/ShellItemPaths.h"
+
+namespace veskard {
+
+/// Shared by a fly-out and its children. One menu is one snapshot and one array, by COM
+/// identity: the array is held for as long as it is remembered, so that its address is not
+/// taken for another one's. The array that was asked about last is remembered.
+///
+/// Questions may come on any thread, and from the array's items while they are asked. Each
+/// array that is remembered goes through these states, under the lock:
+///
+///     +-----------+  paths read   +------------+  claimed   +-----------+         +-------+
+///     | no paths  | ------------> | with paths | ---------> | inspected | ------> | known |
+///     +-----------+               +------------+            +-----------+         +-------+
+///        |     ^                       ^  no memory  |            ^
+///        |     `- items call back      `-------------'            |
+///        `--------------------------------------------------------'  no agent: nothing is read
+///
+/// - Reading the paths is all that runs foreign code. No lock is held and nobody waits for
+///   it: a thread that finds no paths reads them itself. So an item may ask again on its own
+///   thread, or wait for another thread that asks. The first to be done keeps its paths.
+/// - Inspecting is the disk and the log, and no foreign code. One thread claims it, and the
+///   others wait for that one. So a menu is inspected and logged once.
+/// - A known menu does not change any more. It keeps no paths.
+///
+/// A selection without identity (no array, or one that does not answer for IUnknown) is
+/// inspected anew each time and does not replace what is remembered.
+class MenuSnapshot {
+ public:
+  /// How long an answer may take.
+  enum class Patience {
+    kNone,  // the disk is asked where no item lies on a slow place, else E_PENDING
+    kLong,
+  };
+
+  MenuSnapshot() noexcept = default;
+  /// Lets the remembered array go.
+  ~MenuSnapshot() = default;
+  MenuSnapshot(const MenuSnapshot&) = delete;
+  MenuSnapshot& operator=(const MenuSnapshot&) = delete;
+
+  /// The items of the menu for `selection`, which may be null: S_OK, with none where there
+  /// is no agent or nothing to offer. A menu that is not known yet asks for the agent first,
+  /// then for the paths. E_PENDING, and nothing logged, where the answer needs more patience.
+  /// Throws std::bad_alloc only; the menu then stays as unknown as it was.
+  HRESULT ItemsFor(IShellItemArray* selection, Patience patience, MenuItems& items);
+
+ private:
+  enum class State { kUnknown, kInspected, kKnown };
+  struct Menu {
+    UniqueCom<IUnknown> identity;
+    State state = State::kUnknown;
+    std::shared_ptr<const ShellItemPaths> paths;
+    MenuItems items;
+  };
+  using SharedMenu = std::shared_ptr<Menu>;
+  class Claim;
+
+  SharedMenu MenuOf(IShellItemArray* selection);
+  SharedMenu Remembered(IUnknown* identity) noexcept;
+  bool IsKnown(const Menu& menu) noexcept;
+  std::shared_ptr<const ShellItemPaths> PathsOf(Menu& menu, IShellItemArray* selection);
+  void Inspect(Menu& menu, const ShellItemPaths* paths);
+
+  CriticalSection lock_;
+  CONDITION_VARIABLE inspected_ = CONDITION_VARIABLE_INIT;
+  SharedMenu current_;
+};
+
+}  // namespace veskard
