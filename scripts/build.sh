@@ -4,6 +4,7 @@
 #
 #   scripts/build.sh                 win64, and win32 (the library for 32-bit hosts)
 #   scripts/build.sh win64-traps     that flavour alone
+#   scripts/build.sh arm64           the first time with what it is built with, 15 to 40 minutes
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -15,6 +16,7 @@ for preset in "${presets[@]}"; do
 done
 
 "$root/scripts/install-deps.sh"
+case " ${presets[*]} " in *" arm64 "*) "$root/scripts/install-deps.sh" arm64 ;; esac
 cd "$root"
 for preset in "${presets[@]}"; do
   say "building $preset"

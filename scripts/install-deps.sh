@@ -6,10 +6,12 @@
 #   scripts/install-deps.sh bench      the same and the peers of the benchmarks
 #   scripts/install-deps.sh lint       the same and the programs that read the code
 #   scripts/install-deps.sh coverage   the same and the program that reports coverage
+#   scripts/install-deps.sh arm64      the same and the compiler for ARM64, its run-time
+#                                      libraries (scripts/arm64-sysroot.sh) and an emulator
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-case "${1:-}" in "" | bench | lint | coverage) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+case "${1:-}" in "" | bench | lint | coverage | arm64) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
 takes_nothing_more "${@:2}"
 
 packages=(
@@ -33,9 +35,8 @@ case "${1:-}" in
   bench) packages+=(libtorrent-rasterbar-dev libfmt-dev valgrind) ;;
   lint) packages+=(clang-tidy cppcheck) ;;
   coverage) packages+=(gcovr) ;;
+  arm64) packages+=(clang-19 lld-19 llvm-19 make qemu-user-static mmdebstrap) ;;
 esac
-
-as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
 missing=()
 for package in "${packages[@]}"; do
@@ -49,3 +50,4 @@ if [ "${#missing[@]}" -gt 0 ]; then
 fi
 
 "$root/scripts/fetch-minizip.sh"
+[ "${1:-}" != arm64 ] || "$root/scripts/arm64-sysroot.sh"

@@ -6,6 +6,12 @@ build="$root/build"
 
 # The Wine prefix of all scripts and tests that do not say otherwise, whatever the flavour.
 wine_prefix="$build/wine"
+# VESKARD_WINE=arm64, which the test preset of that flavour sets: Windows programs for ARM64,
+# under an emulated Wine (scripts/arm64-wine.sh make) with a prefix of its own.
+if [ "${VESKARD_WINE:-}" = arm64 ]; then
+  wine_prefix="$build/wine-arm64"
+  PATH="$build/deps/arm64-wine:$PATH"
+fi
 
 product_version() {
   sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt" | grep . ||
@@ -14,6 +20,8 @@ product_version() {
 
 # The top folders of the library's sources.
 library_folders() { python3 -B "$root/scripts/dependencies.py" folders; }
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
 say() { printf '%s\n' "==> $*"; }
 die() { printf '%s\n' "error: $*" >&2; exit 1; }

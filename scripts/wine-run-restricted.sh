@@ -10,7 +10,7 @@ exit_codes="the program's own; 124 time limit; 70 its tests did not come to thei
 answer_help "$@"
 refuse_options "$@"
 [ $# -gt 0 ] || wrong_usage "which program?"
-export WINEPREFIX="$build/wine-restricted"
+export WINEPREFIX="$wine_prefix-restricted"
 
 if [ "$(id -u)" -eq 0 ] && [ -z "${VESKARD_RESTRICTED:-}" ]; then
   rights=-dac_override,-dac_read_search

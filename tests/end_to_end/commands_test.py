@@ -77,7 +77,16 @@ TABLE = [
     ("scripts/coverage.sh", "coverage of lines and branches", {"core": 'cannot use "core" here'}),
     ("scripts/demo.sh", "The road of a right-click", {
         "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
+    ("scripts/arm64-sysroot.sh", "Makes what the distribution has no package of", {
+        "again": 'cannot use "again" here', "step crt2": 'there is no step "crt2"', "step crt now": 'cannot use "now" here',
+        "renew now": 'cannot use "now" here'}),
+    ("scripts/arm64-wine.sh", "An emulated ARM64 machine with Wine", {
+        "": 'make or run, not ""', "start": 'make or run, not "start"', "make it": 'cannot use "it" here',
+        "run": "which program?"}),
     ("scripts/fetch-minizip.sh", "Unpacks the distribution's source package", {"again": 'cannot use "again" here'}),
+    ("scripts/fetch-source.sh", "Downloads a source package", {
+        "": "which package, into which folder?", "zlib": "which package, into which folder?",
+        "a b c": 'cannot use "c" here', "--all a": "there is no option --all"}),
     ("scripts/format.sh", "Applies .clang-format", {"--chekc": "there is no option --chekc"}),
     ("scripts/fuzz.sh", "Fuzzes every target", {
         "": "how many seconds?", "long": 'SECONDS is a number, not "long"',

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Downloads a source package of the distribution into a folder, as it is: nothing is
+# unpacked. apt gets a private configuration with the machine's own source entries turned
+# from binary to source packages: nothing of the machine's configuration changes. A
+# download that broke off is taken up where it ended.
+#
+#   scripts/fetch-source.sh PACKAGE FOLDER
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+answer_help "$@"
+refuse_options "$@"
+[ $# -ge 2 ] || wrong_usage "which package, into which folder?"
+takes_nothing_more "${@:3}"
+package=$1 folder=$(realpath -m "$2")
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+mkdir -p "$work/sources" "$work/lists/partial" "$work/archives/partial"
+
+found=0
+for file in /etc/apt/sources.list.d/*.sources; do
+  [ -f "$file" ] || continue
+  grep -q '^Types:.*deb' "$file" && grep -qi 'debian-archive-keyring\|Suites:.*bookworm' "$file" || continue
+  sed 's/^Types:.*/Types: deb-src/' "$file" >"$work/sources/$(basename "$file")"
+  found=1
+done
+if [ -f /etc/apt/sources.list ]; then
+  sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$work/sources/main.list"
+  [ -s "$work/sources/main.list" ] && found=1
+fi
+[ "$found" = 1 ] || die "no package source of this machine can be turned into one for source packages"
+
+options=(
+  -o Dir::Etc::SourceList=/dev/null
+  -o Dir::Etc::SourceParts="$work/sources"
+  -o Dir::State::Lists="$work/lists"
+  -o Dir::Cache::Archives="$work/archives"
+  -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+  -o APT::Sandbox::User=root
+)
+say "fetching the source package of $package"
+run "$build/logs/source-lists.log" apt-get "${options[@]}" update
+mkdir -p "$folder"
+cd "$folder"
+run "$build/logs/source-$package.log" apt-get "${options[@]}" source --download-only "$package"
