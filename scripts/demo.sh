@@ -2,7 +2,8 @@
 # The road of a right-click, shown with real parts on a bare machine: installs
 # and builds what is missing, registers the library in a Wine prefix of its own,
 # lays a synchronised tree, starts a stand-in agent, right-clicks several
-# selections through COM, chooses commands and prints what the agent receives.
+# selections through COM, in the classic menu and in the first menu of Windows 11, chooses
+# commands and prints what the agent receives.
 # Pictures of the menus and of placeholder icons end in build/demo/. Safe to
 # re-run; then it takes seconds.
 #
@@ -51,7 +52,7 @@ show_percent() {
 build_programs() {
   "$root/scripts/install-deps.sh"
   say "building the library and its tools"
-  local log="$build/logs/demo-build.log" targets=(VeskardShellExt shellprobe standin-agent contact-sheet)
+  local log="$build/logs/demo-build.log" targets=(VeskardShellExt VeskardExplorerCommand shellprobe standin-agent contact-sheet)
   cd "$root"
   [ -f "$programs/build.ninja" ] || run "$build/logs/configure-win64.log" cmake --preset win64
   if ! cmake --build --preset win64 --target "${targets[@]}" 2>&1 | tee "$log" | show_percent; then
@@ -141,6 +142,18 @@ selection() {
   print_received
 }
 
+# first_menu NAME DARK TITLE COMMAND PATH...: the same in the first menu of Windows 11.
+first_menu() {
+  local name=$1 dark=$2 title=$3 command=$4
+  shift 4
+  printf '\n'
+  say "$title, in the first menu of Windows 11"
+  printf '    selected: %s\n' "$@"
+  probe menu --first-level "$@" --among-others $dark --png "$demo/first-menu-$name.png" --choose "$command" | indent
+  printf '    chosen: %s; the agent receives\n' "$command"
+  print_received
+}
+
 # ImageMagick under the name that Debian always gives it.
 draw() { convert-im6.q16 "$@"; }
 
@@ -162,6 +175,23 @@ draw_overview() {
   framed "$demo/menu-receiving.png" "A file being received" "$work/3.png"
   draw "$work/1.png" "$work/2.png" "$work/3.png" -background "$backdrop" -gravity north +append \
     -bordercolor "$backdrop" -border 16x4 -strip "$demo/menus.png"
+  rm -r "$work"
+}
+
+# panel IN CAPTION OUT: the same for a picture with rounded corners.
+panel() {
+  draw \( -background "$backdrop" -font "$letters" -pointsize 25 -fill '#2f3b4a' label:"$2" \) \
+    \( "$1" \( +clone -background '#1b2430' -shadow 45x14+0+10 \) +swap -background "$backdrop" -layers merge +repage \) \
+    -background "$backdrop" -gravity center -append -bordercolor "$backdrop" -border 8x20 "$3"
+}
+
+draw_first_menus() {
+  local work="$demo/work"
+  mkdir -p "$work"
+  panel "$demo/first-menu-folder.png" "A folder" "$work/1.png"
+  panel "$demo/first-menu-receiving.png" "A file being received, on a dark desktop" "$work/2.png"
+  draw "$work/1.png" "$work/2.png" -background "$backdrop" -gravity north +append \
+    -bordercolor "$backdrop" -border 16x4 -strip "$demo/first-menu.png"
   rm -r "$work"
 }
 
@@ -213,6 +243,8 @@ selection receiving "A placeholder that is being received" "Cancel receiving" "$
 selection mixed "A mixed selection" "Remove from this device" \
   "$tree\\Maps" "$tree\\Budget.xlsx" "$tree\\Résumé.docx.ghpl" "$tree\\Photos.zip.ghpl"
 selection outside "A file outside every synchronised folder" "" 'C:\Elsewhere\Notes.txt'
+first_menu folder "" "A folder" "Sync to this device" "$tree\\Maps"
+first_menu receiving --dark "A placeholder that is being received" "Cancel receiving" "$tree\\Photos.zip.ghpl"
 printf '\n'
 say "The menu in ten languages, and for users whose language it does not have"
 language_sheet "$demo/languages.png" "$tree\\Maps" "$tree\\Photos.zip.ghpl"
@@ -221,11 +253,12 @@ printf '\n'
 show_insight
 unregister_library
 draw_overview
+draw_first_menus
 if "$keep_pictures"; then
   mkdir -p "$pictures"
-  cp "$demo/menus.png" "$demo/languages.png" "$demo/icons.png" "$pictures/"
+  cp "$demo/menus.png" "$demo/first-menu.png" "$demo/languages.png" "$demo/icons.png" "$pictures/"
 fi
 
 printf '\n'
-say "6 selections, $messages messages to the agent, $((SECONDS - started)) seconds. The pictures:"
+say "8 menus, $messages messages to the agent, $((SECONDS - started)) seconds. The pictures:"
 find "$demo" -maxdepth 1 -name '*.png' | sort | sed "s|^$root/|    |"

@@ -57,6 +57,10 @@ UniqueCom<IUnknown> ExtensionClasses::NewIconHandler() const {
   return library_ ? FromLibrary(ClassId(kFileIconClass)) : Activate(ReadClassId(IconHandlerKey()));
 }
 
+UniqueCom<IUnknown> ExtensionClasses::NewExplorerCommand() const {
+  return FromLibrary(ClassId(kExplorerCommandClass));
+}
+
 UniqueCom<IUnknown> ExtensionClasses::FromLibrary(const CLSID& classId) const {
   using GetClassObject = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
   const FARPROC address = ::GetProcAddress(library_.Get(), "DllGetClassObject");

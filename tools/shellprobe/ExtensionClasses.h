@@ -29,6 +29,10 @@ class ExtensionClasses {
   /// A new icon handler for placeholders. Throws ToolError(kNotRegistered).
   UniqueCom<IUnknown> NewIconHandler() const;
 
+  /// A new command of Explorer's own menu; only from a library file, VeskardExplorerCommand.dll.
+  /// Throws ToolError(kNotRegistered).
+  UniqueCom<IUnknown> NewExplorerCommand() const;
+
  private:
   UniqueCom<IUnknown> FromLibrary(const CLSID& classId) const;
 

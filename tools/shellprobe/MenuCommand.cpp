@@ -7,6 +7,7 @@
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/Commands.h"
+#include "tools/shellprobe/FirstLevelCommand.h"
 #include "tools/shellprobe/MenuPicture.h"
 #include "tools/shellprobe/ProbeExit.h"
 #include "tools/shellprobe/ShellMenu.h"
@@ -15,10 +16,14 @@ namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--png", "FILE", "show the menu on the screen and save a picture of it"},
+    {"--png", "FILE", "save a picture: of the menu on the screen, or with --first-level drawn"},
     {"--show", "SECONDS", "show the menu on the screen for so long"},
     {"--among-others", nullptr, "put ordinary commands around the extension's, as a file manager does"},
     {"--verbs-only", nullptr, "ask as Explorer asks for the target of a shortcut"},
+    {"--first-level", nullptr, "Windows 11's own menu, by VeskardExplorerCommand.dll beside this program"},
+    {"--choose", "COMMAND", "with --first-level: choose a command, by its text or its position"},
+    {"--wait", "SECONDS", "with --choose: wait so long for the command to reach the agent (40)"},
+    {"--dark", nullptr, "with --first-level: draw the menu for a dark desktop"},
     {"--json", nullptr, "print one JSON object"},
     kLibraryOption,
 };
@@ -53,6 +58,10 @@ std::string AsText(const ShellMenu& menu) {
   return text;
 }
 
+ToolError WrongUsage(const std::string& message) {
+  return ToolError(ExitCode::kWrongUsage, message + " (see shellprobe menu --help)");
+}
+
 std::string AsJson(const ShellMenu& menu) {
   const std::wstring library = LibraryOfObject(menu.Handler());
   JsonWriter json;
@@ -70,6 +79,18 @@ std::string AsJson(const ShellMenu& menu) {
   return json.EndArray().EndObject().Text() + "\n";
 }
 
+void CheckOptions(const Arguments& arguments) {
+  const bool isFirstLevel = arguments.Has("--first-level");
+  for (const char* option : {"--choose", "--wait", "--dark"}) {
+    if (!isFirstLevel && arguments.Has(option))
+      throw WrongUsage(std::string(option) + " needs --first-level");
+  }
+  for (const char* option : {"--show", "--verbs-only"}) {
+    if (isFirstLevel && arguments.Has(option))
+      throw WrongUsage(std::string("--first-level goes without ") + option);
+  }
+}
+
 }  // namespace
 
 const CommandSpec kMenuSpec = {
@@ -85,13 +106,20 @@ const CommandSpec kMenuSpec = {
         "64-bit, 32-bit or ARM64. \"Command\" is the number that shellprobe invoke takes; the help text\n"
         "is printed where it differs from the text.\n"
         "\n"
+        "--first-level asks as Explorer of Windows 11 does: the Shell's own items, the state first\n"
+        "without patience and again (\"twice\") where the answer has to wait, then titles and pictures.\n"
+        "All children are listed, hidden ones too.\n"
+        "\n"
         "Exit codes: 0 the extension answered (also when it adds nothing); 1 the system refused, or\n"
-        "there is no screen; 2 wrong command line; 10 not registered; 11 the extension refuses this\n"
-        "menu: no agent is there, for example.\n",
+        "there is no screen; 2 wrong command line; 3 the command is still on its way after --wait; 10\n"
+        "not registered, or the library lacks the class; 11 the extension refuses this menu: no agent is\n"
+        "there, for example; 12 --choose names no command, or one that is greyed or hidden.\n",
 };
 
 int RunMenu(const Arguments& arguments) {
+  CheckOptions(arguments);
   const ComApartment apartment;
+  if (arguments.Has("--first-level")) return RunFirstLevelMenu(arguments);
   const ExtensionClasses classes = ClassesFor(arguments);
   const ShellMenuOptions options = {
       .flags = static_cast<DWORD>(arguments.Has("--verbs-only") ? CMF_VERBSONLY : CMF_NORMAL),
