@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the installation package: make_msi.py LIBRARY PROBE ICON RESULT.msi
+"""Makes the installation package: make_msi.py ARCHITECTURE RESULT.msi NAME=FILE...
 
-LIBRARY is VeskardShellExt.dll, PROBE shellprobe.exe, ICON what the list of
-programs shows. The package's version is the library's own, from its version
-resource. The same files always give the same bytes. Needs msibuild and gcab.
+ARCHITECTURE is x64 or arm64. The names are those of FILES in tables.py, each with
+the file to install, and Icon, what the list of programs shows; all are needed. The
+package's version is the library's own, from its version resource. The same files
+always give the same bytes. Needs msibuild and gcab.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
@@ -18,7 +19,7 @@ import tempfile
 import uuid
 
 from schema import columns
-from tables import FILES, NAMESPACE, TABLES, VITAL
+from tables import ARCHITECTURES, FILES, NAMESPACE, TABLES, VITAL
 from version_resource import file_version
 
 # The date of everything inside: a package tells its version, not when it was made.
@@ -40,24 +41,26 @@ def file_rows(files):
     engine compares either to tell whether a file must be replaced."""
     rows, hashes = [], []
     for sequence, (name, contents) in enumerate(files.items(), 1):
-        component, short_name, long_name = FILES[name]
+        _, short_name, long_name, _ = FILES[name]
         version = file_version(contents)
-        rows.append((name, component, f"{short_name}|{long_name}", len(contents),
+        rows.append((name, name, f"{short_name}|{long_name}", len(contents),
                      ".".join(map(str, version)) if version else "", "1033" if version else "", VITAL, sequence))
         if not version:
             hashes.append((name, 0, *struct.unpack("<4i", hashlib.md5(contents).digest())))
     return rows, hashes
 
 
-def names(version):
+def values_of(architecture, version):
+    platform, engine = ARCHITECTURES[architecture]
     text = ".".join(map(str, version))
     return {
         "@VERSION@": text,
         "@SHORT_VERSION@": "V" + text.replace(".", "_"),
         "@PRODUCT_CODE@": derived_code(f"product {text}"),
-        "@LIBRARY_COMPONENT@": derived_code(f"library {text}"),
-        "@PROBE_COMPONENT@": derived_code(f"probe {text}"),
+        **{f"@{name.upper()}_COMPONENT@": derived_code(f"{name.lower()} {text}") for name in FILES},
         "@DATE@": DATE,
+        "@PLATFORM@": platform,
+        "@ENGINE@": str(engine),
     }
 
 
@@ -107,23 +110,23 @@ def read_file(path):
         return file.read()
 
 
-def make(library, probe, icon, result):
-    files = {"Library": read_file(library), "Probe": read_file(probe)}
-    icon_contents = read_file(icon)
+def make(architecture, result, paths):
+    files = {name: read_file(paths[name]) for name in FILES}
+    icon = read_file(paths["Icon"])
     version = file_version(files["Library"])
     if version is None:
-        raise PackageError(f"{library} has no version resource")
+        raise PackageError(f"{paths['Library']} has no version resource")
     tables = dict(TABLES)
     tables["File"], tables["MsiFileHash"] = file_rows(files)
-    values = names(version[:3])
-    values["@PACKAGE_CODE@"] = package_code(tables, values, [*files.values(), icon_contents])
+    values = values_of(architecture, version[:3])
+    values["@PACKAGE_CODE@"] = package_code(tables, values, [*files.values(), icon])
 
     with tempfile.TemporaryDirectory() as folder:
         members = [write_file(folder, name, contents) for name, contents in files.items()]
         cabinet = os.path.join(folder, "files.cab")
         run(folder, "gcab", "--create", "--zip", "--nopath", cabinet, *members)
         # A stream is read from the folder that bears its table's name, below the current one.
-        write_file(folder, "Icon/product.ico", icon_contents)
+        write_file(folder, "Icon/product.ico", icon)
         database = os.path.join(folder, "package.msi")
         command = ["msibuild", database]
         for table, rows in tables.items():
@@ -132,14 +135,27 @@ def make(library, probe, icon, result):
         shutil.copyfile(database, result)
 
 
+def wrong_usage(message):
+    print(f"make_msi.py: {message} (see make_msi.py --help)", file=sys.stderr)
+    sys.exit(2)
+
+
+def arguments(words):
+    if len(words) < 2 or words[0] not in ARCHITECTURES:
+        wrong_usage("an architecture and RESULT.msi are needed")
+    paths = dict(word.split("=", 1) for word in words[2:] if "=" in word)
+    wrong = {*FILES, "Icon"} ^ set(paths)
+    if wrong or len(paths) != len(words) - 2:
+        wrong_usage("each file is needed once by its name: " + ", ".join(sorted(wrong)))
+    return words[0], words[1], paths
+
+
 if __name__ == "__main__":
     if sys.argv[1:2] in (["-h"], ["--help"]):
         print(__doc__)
         sys.exit(0)
-    if len(sys.argv) != 5:
-        print("make_msi.py: LIBRARY PROBE ICON RESULT.msi are needed (see make_msi.py --help)", file=sys.stderr)
-        sys.exit(2)
+    architecture, result, paths = arguments(sys.argv[1:])
     try:
-        make(*sys.argv[1:])
+        make(architecture, result, paths)
     except (OSError, PackageError) as error:
         sys.exit(f"make_msi.py: {error}")

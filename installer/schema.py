@@ -14,6 +14,7 @@ SCHEMA = {
     "Component": "Component:s72 | ComponentId:S38 Directory_:s72 Attributes:i2 Condition:S255 KeyPath:S72",
     "CustomAction": "Action:s72 | Type:i2 Source:S72 Target:S255",
     "Directory": "Directory:s72 | Directory_Parent:S72 DefaultDir:l255",
+    "DrLocator": "Signature_:s72 Parent:S72 Path:S255 | Depth:I2",
     "Feature": "Feature:s38 | Feature_Parent:S38 Title:L64 Description:L255 Display:I2 Level:i2 Directory_:S72"
                " Attributes:i2",
     "FeatureComponents": "Feature_:s38 Component_:s72 |",

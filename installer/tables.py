@@ -1,13 +1,14 @@
 """What the package installs and in which order: the rows of its tables.
 
 @NAME@ stands for what make_msi.py knows about the files at hand: @VERSION@ and
-its like. Square brackets are the installer engine's own notation: [#Library] is
+its like. ARCHITECTURES has what differs between the packages. Square brackets are the installer engine's own notation: [#Library] is
 the full path of the file "Library", [SystemFolder] a folder.
 
 The layout on disk gives every version a folder of its own:
 
     C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\
-        VERSION\\VeskardShellExt.dll
+        VERSION\\VeskardShellExt.dll         for programs of the package's architecture
+        VERSION\\x86\\VeskardShellExt.dll     for 32-bit programs
         VERSION\\shellprobe.exe
 
 A loaded library can be neither overwritten nor deleted, and a process that has
@@ -33,6 +34,11 @@ is touched; when it fails, rollback has only the new version's own files to take
 away. A first installation needs none, and writes its registry values first: among
 them is the parent of the icon handler's key, and rollback, which goes backwards,
 then finds that parent empty when it comes to it, and takes it away.
+
+Each of the two libraries registers itself, through the regsvr32 of its own half of
+Windows and so in its own view of the registry. Keys outside CLSID are there once for
+both; a library that unregisters leaves them while the other one's class is there.
+Where Windows has no 32-bit half, the 32-bit library is left out.
 
 The engine writes down what is to be done and does it at an InstallExecute. One
 stands right behind the files: undone within one batch, the files would go before
@@ -72,14 +78,25 @@ IGNORE_FAILURE = 64
 ON_ROLLBACK = 256
 DEFERRED = 1024 + 2048
 
-# The library registers itself through its export DllInstall, with "S".
-REGISTER = "\"[System64Folder]regsvr32.exe\" /s /n /i:S \"%s\""
-UNREGISTER = "\"[System64Folder]regsvr32.exe\" /s /u /n /i:S \"%s\""
-
-# file: component, 8.3 name, name; in this order in the cabinet.
+# file: folder, 8.3 name, name, condition; in this order in the cabinet. Each is a
+# component of its own, which bears the file's name.
 FILES = {
-    "Library": ("Library", "VSKEXT.DLL", "VeskardShellExt.dll"),
-    "Probe": ("Probe", "VSKPROBE.EXE", "shellprobe.exe"),
+    "Library": ("VersionFolder", "VSKEXT.DLL", "VeskardShellExt.dll", ""),
+    "Library32": ("Folder32", "VSKEXT.DLL", "VeskardShellExt.dll", "HALF_OF_32_BITS"),
+    "Probe": ("VersionFolder", "VSKPROBE.EXE", "shellprobe.exe", ""),
+}
+
+# library: the folder of the regsvr32 that registers it, the property that names the one
+# that an earlier version registered, condition.
+LIBRARIES = {
+    "Library": ("System64Folder", "EARLIER_LIBRARY", ""),
+    "Library32": ("SystemFolder", "EARLIER_LIBRARY32", "HALF_OF_32_BITS"),
+}
+
+# package: the platforms it is for, the oldest installer engine that knows them.
+ARCHITECTURES = {
+    "x64": ("x64;1033", 500),
+    "arm64": ("Arm64;1033", 500),
 }
 
 # The values of the file type that the library leaves to installers. The agent's
@@ -100,16 +117,56 @@ FILE_TYPE_COMPONENTS = {
     "TypeIcon": "{9914F68D-3BDF-4684-8861-584F7D01C294}",
 }
 RECORD_COMPONENT = "{3F8A33FC-93AC-41E1-93BD-CA1E11B1EFE2}"
+RECORD32_COMPONENT = "{A6B80670-CB3B-427B-AEFC-B51F675BDB87}"
 
-# What the package looks up before it decides: property, key, value.
+# What the package looks up in the registry before it decides: property, key, value.
 SEARCHES = [
-    ("EARLIER_LIBRARY", RECORD_KEY, "Library"),
+    *((earlier, RECORD_KEY, library) for library, (_, earlier, _) in LIBRARIES.items()),
     *(("FOUND_" + name.upper(), key, "") for name, (key, _, _) in FILE_TYPE_VALUES.items()),
     *(("OWN_" + name.upper(), RECORD_KEY, "Owns" + name) for name in FILE_TYPE_VALUES),
 ]
 
+# The same of files: property, folder, file. Set where the file is.
+FILE_SEARCHES = [("HALF_OF_32_BITS", "[SystemFolder]", "regsvr32.exe")]
+
 # Whether an installed version, older or this one, is replaced.
 REPLACES = "(OLDER_VERSION OR EARLIER_LIBRARY) AND NOT REMOVE"
+
+
+
+def both(*conditions):
+    return " AND ".join(f"({condition})" for condition in conditions if condition)
+
+
+def registration(name, library, path, *, undo=False, ignore_failure=False, unregister=False):
+    """A custom action in which a library registers itself through its export DllInstall, with "S"."""
+    folder = LIBRARIES[library][0]
+    kind = PROGRAM + DEFERRED + (ON_ROLLBACK if undo else 0) + (IGNORE_FAILURE if undo or ignore_failure else 0)
+    switches = "/s /u /n /i:S" if unregister else "/s /n /i:S"
+    return name, kind, folder, f'"[{folder}]regsvr32.exe" {switches} "{path}"'
+
+
+def registrations(library, earlier):
+    own = f"[#{library}]"
+    yield registration("Prove" + library, library, own)
+    yield registration("Register" + library, library, own)
+    yield registration("Unregister" + library, library, own, unregister=True, ignore_failure=True)
+    # Undoing runs backwards: the failed version's classes go, and then the version
+    # that was there before takes the shared keys again.
+    yield registration("UndoProve" + library, library, own, unregister=True, undo=True)
+    yield registration("UndoRegister" + library, library, own, unregister=True, undo=True)
+    yield registration("UndoReplace" + library, library, f"[{earlier}]", undo=True)
+    yield registration("UndoUnregister" + library, library, own, undo=True)
+
+
+def steps(first, condition, *names):
+    """For each library the actions of these names in turn, numbered from the first on."""
+    number = first
+    for library, (_, _, library_condition) in LIBRARIES.items():
+        for name in names:
+            yield name + library, both(condition, library_condition), number
+            number += 1
+
 
 COSTING = [("CostInitialize", "", 800), ("FileCost", "", 900), ("CostFinalize", "", 1000)]
 CHECKS = [("FindRelatedProducts", "", 25), ("AppSearch", "", 50), ("LaunchConditions", "", 100)]
@@ -130,7 +187,7 @@ TABLES = {
         # program that has the library loaded is asked or made to close.
         ("REBOOT", "ReallySuppress"),
         ("MSIRESTARTMANAGERCONTROL", "Disable"),
-        ("SecureCustomProperties", ";".join(["OLDER_VERSION", "NEWER_VERSION", *(row[0] for row in SEARCHES)])),
+        ("SecureCustomProperties", ";".join(["OLDER_VERSION", "NEWER_VERSION", *(row[0] for row in SEARCHES + FILE_SEARCHES)])),
     ],
     "LaunchCondition": [
         ("VersionNT64 >= 601", "[ProductName] needs 64-bit Windows 7 or later."),
@@ -144,80 +201,75 @@ TABLES = {
         ("TARGETDIR", "", "SourceDir"),
         ("ProgramFiles64Folder", "TARGETDIR", "."),
         ("System64Folder", "TARGETDIR", "."),
+        ("SystemFolder", "TARGETDIR", "."),
         ("ProductFolder", "ProgramFiles64Folder", "VSKEXT|" + PRODUCT),
         ("VersionFolder", "ProductFolder", "@SHORT_VERSION@|@VERSION@"),
+        ("Folder32", "VersionFolder", "x86"),
     ],
     "Feature": [("Extension", "", PRODUCT, "", 1, 1, "", 8 + 16)],  # always whole, never advertised alone
     "FeatureComponents": [
         ("Extension", component)
-        for component in [*(row[0] for row in FILES.values()), *FILE_TYPE_VALUES, "Record"]
+        for component in [*FILES, *FILE_TYPE_VALUES, "Record", "Record32"]
     ],
     "Component": [
-        ("Library", "@LIBRARY_COMPONENT@", "VersionFolder", FOR_64_BITS, "", "Library"),
-        ("Probe", "@PROBE_COMPONENT@", "VersionFolder", FOR_64_BITS, "", "Probe"),
+        *((name, f"@{name.upper()}_COMPONENT@", folder, FOR_64_BITS, condition, name)
+          for name, (folder, _, _, condition) in FILES.items()),
         *((name, FILE_TYPE_COMPONENTS[name], "ProductFolder", FOR_64_BITS + REGISTRY_IS_KEY_PATH, condition, name)
           for name, (_, _, condition) in FILE_TYPE_VALUES.items()),
         ("Record", RECORD_COMPONENT, "ProductFolder", FOR_64_BITS + REGISTRY_IS_KEY_PATH, "", "RecordLibrary"),
+        ("Record32", RECORD32_COMPONENT, "ProductFolder", FOR_64_BITS + REGISTRY_IS_KEY_PATH, "HALF_OF_32_BITS",
+         "RecordLibrary32"),
     ],
     "Registry": [
         *((name, LOCAL_MACHINE, key, "", data, name) for name, (key, data, _) in FILE_TYPE_VALUES.items()),
         *(("Owns" + name, LOCAL_MACHINE, RECORD_KEY, "Owns" + name, "#1", name) for name in FILE_TYPE_VALUES),
         ("RecordLibrary", LOCAL_MACHINE, RECORD_KEY, "Library", "[#Library]", "Record"),
+        ("RecordLibrary32", LOCAL_MACHINE, RECORD_KEY, "Library32", "[#Library32]", "Record32"),
         ("RecordVersion", LOCAL_MACHINE, RECORD_KEY, "Version", "@VERSION@", "Record"),
         # Unregistering deletes the handler's key and leaves this parent of it
         # empty; with a value of ours in it, it goes with the package.
         ("HandlerParent", LOCAL_MACHINE, CLASSES + FILE_TYPE + "\\shellex", "", "", "Record"),
     ],
-    "AppSearch": [(name, name) for name, _, _ in SEARCHES],
+    "AppSearch": [(name, name) for name, _, _ in SEARCHES + FILE_SEARCHES],
     "RegLocator": [(name, LOCAL_MACHINE, key, value, RAW_VALUE_64) for name, key, value in SEARCHES],
-    "Signature": [],
+    "DrLocator": [(name, "", folder, 0) for name, folder, _ in FILE_SEARCHES],
+    "Signature": [(name, file, "", "", "", "", "", "", "") for name, _, file in FILE_SEARCHES],
     "Icon": [("product.ico", "product.ico")],
     "Media": [(1, len(FILES), "", "#files.cab", "", "")],
     "CustomAction": [
-        ("Prove", PROGRAM + DEFERRED, "System64Folder", REGISTER % "[#Library]"),
-        ("Register", PROGRAM + DEFERRED, "System64Folder", REGISTER % "[#Library]"),
-        ("Unregister", PROGRAM + DEFERRED + IGNORE_FAILURE, "System64Folder", UNREGISTER % "[#Library]"),
-        # Undoing runs backwards: the failed version's classes go, and then the
-        # version that was there before takes the shared key again.
-        ("UndoProve", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
-         UNREGISTER % "[#Library]"),
-        ("UndoRegister", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
-         UNREGISTER % "[#Library]"),
-        ("UndoReplace", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
-         REGISTER % "[EARLIER_LIBRARY]"),
-        ("UndoUnregister", PROGRAM + DEFERRED + ON_ROLLBACK + IGNORE_FAILURE, "System64Folder",
-         REGISTER % "[#Library]"),
+        *(row for library, (_, earlier, _) in LIBRARIES.items() for row in registrations(library, earlier)),
         ("SetInstallLocation", SET_PROPERTY, "ARPINSTALLLOCATION", "[VersionFolder]"),
+        ("LeaveOut32Bits", SET_PROPERTY, "LEFT_OUT", "x86"),
     ],
     "ActionText": [
-        ("Prove", "Registering the Explorer extension", ""),
-        ("Register", "Registering the Explorer extension", ""),
-        ("Unregister", "Unregistering the Explorer extension", ""),
+        *((action + library, "Registering the Explorer extension", "")
+          for library in LIBRARIES for action in ("Prove", "Register")),
+        *(("Unregister" + library, "Unregistering the Explorer extension", "") for library in LIBRARIES),
+        ("LeaveOut32Bits", "This Windows runs no 32-bit programs: the library for them is left out", ""),
     ],
     "InstallExecuteSequence": [
         *CHECKS,
         ("ValidateProductID", "", 700),
         *COSTING,
         ("SetInstallLocation", "", 1010),
+        ("LeaveOut32Bits", "NOT HALF_OF_32_BITS AND NOT REMOVE", 1020),
         ("MigrateFeatureStates", "", 1200),
         ("InstallValidate", "", 1400),
         ("InstallInitialize", "", 1500),
         ("ProcessComponents", "", 1600),
         ("UnpublishFeatures", "", 1800),
-        ("UndoUnregister", "REMOVE=\"ALL\"", 1990),
-        ("Unregister", "REMOVE=\"ALL\"", 2000),
+        *steps(2000, "REMOVE=\"ALL\"", "UndoUnregister", "Unregister"),
         ("RemoveRegistryValues", "", 2600),
         ("RemoveFiles", "", 3500),
         ("InstallFiles", "", 4000),
         ("InstallExecute", "", 4005),
-        ("UndoReplace", "EARLIER_LIBRARY AND NOT REMOVE", 4010),
-        ("UndoProve", REPLACES, 4020),
-        ("Prove", REPLACES, 4030),
+        *(("UndoReplace" + library, both(earlier, condition, "NOT REMOVE"), number)
+          for number, (library, (_, earlier, condition)) in enumerate(LIBRARIES.items(), 4010)),
+        *steps(4020, REPLACES, "UndoProve", "Prove"),
         ("InstallExecuteAgain", "", 4100),
         ("RemoveExistingProducts", "", 4110),
         ("WriteRegistryValues", "", 5000),
-        ("UndoRegister", "NOT REMOVE", 5010),
-        ("Register", "NOT REMOVE", 5020),
+        *steps(5010, "NOT REMOVE", "UndoRegister", "Register"),
         ("RegisterUser", "", 6000),
         ("RegisterProduct", "", 6100),
         ("PublishFeatures", "", 6300),
@@ -252,11 +304,11 @@ TABLES = {
         (4, "Nimbrel"),
         (5, "Installer"),
         (6, "Installs the Explorer extension of the Nimbrel Veskard Agent for all users."),
-        (7, "x64;1033"),
+        (7, "@PLATFORM@"),
         (9, "@PACKAGE_CODE@"),
         (12, "@DATE@"),
         (13, "@DATE@"),
-        (14, 500),
+        (14, "@ENGINE@"),
         (15, 2),
         (18, "msibuild"),
         (19, 2),

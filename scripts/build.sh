@@ -2,18 +2,20 @@
 # Builds a flavour by its preset, release for 64-bit Windows unless told
 # otherwise; the library and the tools end in build/PRESET/.
 #
-#   scripts/build.sh                 win64, and win32 (the library for 32-bit hosts)
-#   scripts/build.sh win64-traps     that flavour alone
+#   scripts/build.sh                 win64, and before it win32 (the library for 32-bit hosts)
+#   scripts/build.sh win64-traps     that flavour, and win32 before it, if it has packages
 #   scripts/build.sh arm64           the first time with what it is built with, 15 to 40 minutes
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 
 presets=("$@")
-[ "${#presets[@]}" -gt 0 ] || presets=(win64 win32)
+[ "${#presets[@]}" -gt 0 ] || presets=(win64)
 for preset in "${presets[@]}"; do
   grep -q "\"configurePreset\": \"$preset\"" "$root/CMakePresets.json" || wrong_usage "there is no preset \"$preset\""
 done
+# The packages of the other flavours hold the 32-bit library.
+case "${presets[*]}" in *win64* | *arm64*) presets=(win32 "${presets[@]}") ;; esac
 
 "$root/scripts/install-deps.sh"
 case " ${presets[*]} " in *" arm64 "*) "$root/scripts/install-deps.sh" arm64 ;; esac

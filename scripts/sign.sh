@@ -42,7 +42,8 @@ options+=(-h sha256 -n "$description")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 for file in "$@"; do
-  signed="$work/$(basename "$file")"
+  signed="$work/signed"
+  rm -f "$signed"
   case "$file" in
     # Covers the names and times inside the package too, not its streams alone.
     *.msi) kind=(-add-msi-dse) ;;

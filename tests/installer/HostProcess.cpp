@@ -29,7 +29,7 @@ void KeepToOneself(const UniqueHandle& end) {
 
 }  // namespace
 
-HostProcess::HostProcess() {
+HostProcess::HostProcess(const std::wstring& name) {
   PipeEnds commands = NewPipe();
   PipeEnds answers = NewPipe();
   KeepToOneself(commands.writing);
@@ -41,7 +41,7 @@ HostProcess::HostProcess() {
   startup.hStdOutput = answers.writing.Get();
   startup.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION process = {};
-  const std::wstring program = BuiltProgram(L"tests\\installer_host.exe");
+  const std::wstring program = BuiltProgram(L"tests\\" + name);
   EXPECT_TRUE(::CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                                &startup, &process));
   const UniqueHandle thread(process.hThread);

@@ -10,7 +10,9 @@ namespace veskard::test {
 /// Runs until it is destroyed; then the libraries that it loaded are free.
 class HostProcess {
  public:
-  HostProcess();
+  HostProcess() : HostProcess(L"installer_host.exe") {}
+  /// The same as another program beside the tests.
+  explicit HostProcess(const std::wstring& program);
   ~HostProcess();
   HostProcess(const HostProcess&) = delete;
   HostProcess& operator=(const HostProcess&) = delete;

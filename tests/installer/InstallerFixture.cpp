@@ -68,6 +68,23 @@ std::wstring InstallerFixture::ServerOf(const std::wstring& classId) {
   return ReadMachineText(kClasses + L"CLSID\\" + classId + L"\\InprocServer32").value_or(L"none");
 }
 
+std::wstring InstallerFixture::ServerFor32Bits(const std::wstring& classId) {
+  wchar_t server[MAX_PATH] = {};
+  DWORD size = sizeof server;
+  const std::wstring key = kClasses + L"CLSID\\" + classId + L"\\InprocServer32";
+  UniqueRegKey opened;
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_READ | KEY_WOW64_32KEY, opened.Out()) !=
+          ERROR_SUCCESS ||
+      ::RegGetValueW(opened.Get(), nullptr, nullptr, RRF_RT_REG_SZ, nullptr, server, &size) != ERROR_SUCCESS)
+    return L"none";
+  return server;
+}
+
+void InstallerFixture::ExpectSame(const MachineState& before, const MachineState& after) {
+  EXPECT_THAT(Added(before, after), testing::IsEmpty());
+  EXPECT_THAT(Added(after, before), testing::IsEmpty()) << "is gone";
+}
+
 ToolResult InstallerFixture::ProbeIcon(const std::wstring& probe) {
   const ScratchFolder folder;
   const std::wstring file = folder / L"a.txt.ghpl";

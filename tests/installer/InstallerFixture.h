@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/installer/MachineState.h"
+#include "tests/installer/Packages.h"
 #include "tests/shellext/RegisteredValues.h"
 #include "tests/support/ToolRun.h"
 
@@ -35,6 +36,11 @@ class InstallerFixture : public testing::Test {
 
   /// The library that a class identifier names, "none" without one.
   static std::wstring ServerOf(const std::wstring& classId);
+
+  /// The same for 32-bit programs.
+  static std::wstring ServerFor32Bits(const std::wstring& classId);
+
+  static void ExpectSame(const MachineState& before, const MachineState& after);
 
   /// Asks the registered extension for a placeholder's icon in a new process.
   static ToolResult ProbeIcon(const std::wstring& probe);

@@ -17,15 +17,29 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 
 constexpr wchar_t kUninstallKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
 
+constexpr char kLeftOut[] = "This Windows runs no 32-bit programs: the library for them is left out";
+
 class InstallerTest : public InstallerFixture {
  protected:
-  static void ExpectSame(const MachineState& before, const MachineState& after) {
-    EXPECT_THAT(Added(before, after), IsEmpty());
-    EXPECT_THAT(Added(after, before), IsEmpty()) << "is gone";
+  /// What the package adds where 32-bit programs run too.
+  static std::vector<std::wstring> AddedFor32Bits() {
+    if (!HasHalfOf32Bits()) return {};
+    const std::wstring classes = L"HKLM\\Software\\Classes\\Wow6432Node\\CLSID\\";
+    const std::wstring server = L"\\InprocServer32| = REG_SZ " + LibraryFor32BitsOf(kVersionText);
+    const std::wstring model = L"\\InprocServer32|ThreadingModel = REG_SZ Apartment";
+    std::vector<std::wstring> added = {VersionFolder(kVersionText) + L"\\x86",
+                                       LibraryFor32BitsOf(kVersionText),
+                                       L"HKLM\\Software\\Nimbrel\\Explorer Extension|Library32 = REG_SZ " +
+                                           LibraryFor32BitsOf(kVersionText)};
+    for (const std::wstring& id : {kMenuId, kIconId}) {
+      for (const std::wstring& value : {L"| = REG_SZ " + kHandler, server, model})
+        added.push_back(classes + id + value);
+    }
+    return added;
   }
 };
 
@@ -39,27 +53,32 @@ TEST_F(InstallerTest, WritesWhatTheAdministratorsDocumentLists) {
       L"\\InprocServer32| = REG_SZ " + VersionFolder(kVersionText) + L"\\VeskardShellExt.dll";
   const std::wstring model = L"\\InprocServer32|ThreadingModel = REG_SZ Apartment";
   const std::wstring record = L"HKLM\\Software\\Nimbrel\\Explorer Extension|";
-  EXPECT_THAT(AddedByShippedPackage(),
-              UnorderedElementsAre(
-                  // the library's own registration
-                  menu + name, menu + server, menu + model, icon + name, icon + server, icon + model,
-                  classes + L"*" + handler + L"REG_SZ " + kMenuId,
-                  classes + L"lnkfile" + handler + L"REG_SZ " + kMenuId,
-                  classes + L"Directory" + handler + L"REG_SZ " + kMenuId,
-                  classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler| = REG_SZ " + kIconId,
-                  // the file type
-                  classes + L".ghpl| = REG_SZ Nimbrel Veskard Agent",
-                  classes + L"Nimbrel Veskard Agent| = REG_SZ Nimbrel Veskard Agent online-only file",
-                  classes + L"Nimbrel Veskard Agent\\DefaultIcon| = REG_SZ %1",
-                  classes + L"Nimbrel Veskard Agent\\shellex| = REG_SZ ",
-                  // the package's record
-                  record + L"Library = REG_SZ " + VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
-                  record + L"Version = REG_SZ " + kVersionText, record + L"OwnsBinding = 4 01000000",
-                  record + L"OwnsTypeName = 4 01000000", record + L"OwnsTypeIcon = 4 01000000",
-                  // the files
-                  L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(kVersionText),
-                  VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
-                  VersionFolder(kVersionText) + L"\\shellprobe.exe"));
+  std::vector<std::wstring> expected = {
+      // the library's own registration
+      menu + name, menu + server, menu + model, icon + name, icon + server, icon + model,
+      classes + L"*" + handler + L"REG_SZ " + kMenuId, classes + L"lnkfile" + handler + L"REG_SZ " + kMenuId,
+      classes + L"Directory" + handler + L"REG_SZ " + kMenuId,
+      classes + L"Nimbrel Veskard Agent\\shellex\\IconHandler| = REG_SZ " + kIconId,
+      // the file type
+      classes + L".ghpl| = REG_SZ Nimbrel Veskard Agent",
+      classes + L"Nimbrel Veskard Agent| = REG_SZ Nimbrel Veskard Agent online-only file",
+      classes + L"Nimbrel Veskard Agent\\DefaultIcon| = REG_SZ %1",
+      classes + L"Nimbrel Veskard Agent\\shellex| = REG_SZ ",
+      // the package's record
+      record + L"Library = REG_SZ " + VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
+      record + L"Version = REG_SZ " + kVersionText, record + L"OwnsBinding = 4 01000000",
+      record + L"OwnsTypeName = 4 01000000", record + L"OwnsTypeIcon = 4 01000000",
+      // the files
+      L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(kVersionText),
+      VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
+      VersionFolder(kVersionText) + L"\\shellprobe.exe"};
+  for (const std::wstring& line : AddedFor32Bits()) expected.push_back(line);
+  EXPECT_THAT(AddedByShippedPackage(), UnorderedElementsAreArray(expected));
+}
+
+TEST_F(InstallerTest, TheLogSaysWhenTheLibraryFor32BitsIsLeftOut) {
+  const std::string log = InstallForLog(ShippedPackage());
+  EXPECT_EQ(log.find(kLeftOut) == std::string::npos, HasHalfOf32Bits());
 }
 
 TEST_F(InstallerTest, AppearsInTheListOfPrograms) {
@@ -91,13 +110,20 @@ TEST_F(InstallerTest, TheInstalledDoctorFindsTheInstallationGood) {
   EXPECT_EQ(result.exitCode, 0u);
   EXPECT_EQ(result.errors, "");
   const std::string version = ToUtf8(kVersionText);
-  for (const std::string& line :
-       std::vector<std::string>{"the ten values are there", "Extension\\" + version + "\\VeskardShellExt.dll",
-                                "its version is " + version, "both classes can be activated",
-                                "\".ghpl\" files have the type that the icons are for",
-                                "the type lets each file have an icon of its own", "texts are English"}) {
-    EXPECT_THAT(result.output, HasSubstr(line + "\n"));
+  std::vector<std::string> lines = {"the four values that all programs share are there",
+                                    "the six values of the classes are there",
+                                    "the library is " + ToUtf8(LibraryOf(kVersionText)),
+                                    "its version is " + version,
+                                    "both classes can be activated",
+                                    "64-bit programs see the menu",
+                                    "\".ghpl\" files have the type that the icons are for",
+                                    "the type lets each file have an icon of its own",
+                                    "texts are English"};
+  if (HasHalfOf32Bits()) {
+    lines.push_back("the library is " + ToUtf8(LibraryFor32BitsOf(kVersionText)));
+    lines.push_back("32-bit programs see the menu");
   }
+  for (const std::string& line : lines) EXPECT_THAT(result.output, HasSubstr(line + "\n"));
   EXPECT_THAT(result.output, Not(HasSubstr("BAD")));
 }
 

@@ -27,13 +27,9 @@ constexpr DWORD kDoneAtRestart = ERROR_SUCCESS_REBOOT_REQUIRED;
 
 constexpr char kOk[] = "0x00000000";
 
-std::wstring InstalledLibrary(const std::wstring& version) {
-  return VersionFolder(version) + L"\\VeskardShellExt.dll";
-}
-
 /// What a host answers when an object comes from that version's library.
 std::string ServedBy(const std::wstring& version) {
-  return std::string(kOk) + " " + ToUtf8(InstalledLibrary(version));
+  return std::string(kOk) + " " + ToUtf8(LibraryOf(version));
 }
 
 class LoadedLibraryTest : public InstallerFixture {
@@ -42,7 +38,7 @@ class LoadedLibraryTest : public InstallerFixture {
   static std::vector<std::wstring> AddedWithoutTheLibraryInUse(const std::wstring& version) {
     std::vector<std::wstring> added = AddedByPackage(Clean(), TakeMachineState());
     std::erase_if(added, [&](const std::wstring& path) {
-      return path == VersionFolder(version) || path == InstalledLibrary(version);
+      return path == VersionFolder(version) || path == LibraryOf(version);
     });
     return added;
   }
@@ -53,7 +49,7 @@ class LoadedLibraryTest : public InstallerFixture {
     const MachineState after = TakeMachineState();
     EXPECT_THAT(Added(after, Clean()), IsEmpty());
     EXPECT_THAT(Added(Clean(), after),
-                Each(AnyOf(folder.parent_path().wstring(), folder.wstring(), InstalledLibrary(version))));
+                Each(AnyOf(folder.parent_path().wstring(), folder.wstring(), LibraryOf(version))));
     std::filesystem::remove_all(folder.parent_path());
   }
 };

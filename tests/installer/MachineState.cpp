@@ -44,6 +44,12 @@ void AddRegistry(RegistrySnapshot& all, const std::wstring& rootName, HKEY root,
   for (auto& [place, value] : TakeRegistrySnapshot(root, path)) all[rootName + L"\\" + place] = value;
 }
 
+// The 32-bit view of Software\Classes has two names: it is taken by the other one.
+void DropSecondName(RegistrySnapshot& registry) {
+  const std::wstring key = L"HKLM\\Software\\Wow6432Node\\Classes";
+  std::erase_if(registry, [&](const auto& entry) { return entry.first == key || IsBelow(entry.first, key); });
+}
+
 bool IsLeftOut(const std::wstring& path, const std::wstring& name) {
   // The users' folders hold links to the build machine's own.
   return path == L"C:\\users" || path == kEngineFolder || name == L"Temp" || name == L"temp";
@@ -71,6 +77,7 @@ MachineState TakeMachineState() {
   AddRegistry(state.registry, L"HKLM", HKEY_LOCAL_MACHINE,
               L"System\\CurrentControlSet\\Control\\Session Manager");
   AddRegistry(state.registry, L"HKCU", HKEY_CURRENT_USER, L"Software");
+  DropSecondName(state.registry);
   DropEmptyEngineKeys(state.registry);
   AddFiles(state.files, L"C:");
   return state;

@@ -1,8 +1,14 @@
 #include "tests/installer/Packages.h"
 
+#include <gtest/gtest.h>
 #include <msi.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <utility>
+
+#include "tests/support/ScratchFolder.h"
 
 namespace veskard::test {
 namespace {
@@ -26,6 +32,21 @@ std::wstring RefusingPackage() {
 
 std::wstring VersionFolder(const std::wstring& version) {
   return L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension\\" + version;
+}
+
+bool HasHalfOf32Bits() {
+  wchar_t folder[MAX_PATH] = {};
+  ::GetSystemWow64DirectoryW(folder, MAX_PATH);
+  return folder[0] != L'\0' && std::filesystem::exists(std::filesystem::path(folder) / L"regsvr32.exe");
+}
+
+std::string InstallForLog(const std::wstring& package, std::vector<std::wstring> more) {
+  const ScratchFolder folder;
+  const std::wstring log = folder / L"install.log";
+  more.insert(more.begin(), {L"/i", package, L"/l*v", log});
+  EXPECT_EQ(RunInstaller(std::move(more)), 0u);
+  std::ifstream file{std::filesystem::path(log)};
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 ToolResult RunInstallerForResult(std::vector<std::wstring> switches) {

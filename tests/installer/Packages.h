@@ -19,6 +19,18 @@ std::wstring RefusingPackage();  // a newer one, whose library refuses to be reg
 
 /// Where a version's files are installed.
 std::wstring VersionFolder(const std::wstring& version);
+inline std::wstring LibraryOf(const std::wstring& version) {
+  return VersionFolder(version) + L"\\VeskardShellExt.dll";
+}
+inline std::wstring LibraryFor32BitsOf(const std::wstring& version) {
+  return VersionFolder(version) + L"\\x86\\VeskardShellExt.dll";
+}
+
+/// Whether this system runs 32-bit programs too.
+bool HasHalfOf32Bits();
+
+/// Installs with a log, and answers that.
+std::string InstallForLog(const std::wstring& package, std::vector<std::wstring> more = {});
 
 /// msiexec SWITCHES... /qn, as a deployment tool runs it.
 ToolResult RunInstallerForResult(std::vector<std::wstring> switches);

@@ -17,7 +17,9 @@ from make_msi import file_version  # noqa: E402
 LIBRARY = os.path.join(PROGRAMS, "VeskardShellExt.dll")
 OLDER_LIBRARY = os.path.join(PROGRAMS, "tests/libraries/older_library.dll")
 PROBE = os.path.join(PROGRAMS, "shellprobe.exe")
+LIBRARY32 = os.path.join(PROGRAMS, "installer/x86/VeskardShellExt.dll")
 ICON = os.path.join(PROGRAMS, "shellext/contextmenu/menu_sync.ico")
+FILES = {"Library": LIBRARY, "Library32": LIBRARY32, "Probe": PROBE}
 SHIPPED = os.path.join(PROGRAMS, f"VeskardShellExt-{VERSION}-x64.msi")
 OLDER = os.path.join(PROGRAMS, "tests/packages/older.msi")
 
@@ -63,9 +65,16 @@ class PackageTest(unittest.TestCase):
     def path(self, name):
         return os.path.join(self.folder, name)
 
-    def make(self, library=LIBRARY, probe=PROBE, name="made.msi", **environment):
-        subprocess.run([sys.executable, "-B", MAKE_MSI, library, probe, ICON, self.path(name)], check=True,
-                       cwd=self.folder, env={**os.environ, **environment})
+    def run_make_msi(self, name, *, architecture="x64", environment=None, **files):
+        files = {"Library": LIBRARY, "Library32": LIBRARY32, "Probe": PROBE, "Icon": ICON, **files}
+        words = [f"{file}={path}" for file, path in files.items() if path]
+        return subprocess.run([sys.executable, "-B", MAKE_MSI, architecture, self.path(name), *words],
+                              cwd=self.folder, capture_output=True, text=True,
+                              env={**os.environ, **(environment or {})})
+
+    def make(self, library=LIBRARY, name="made.msi", architecture="x64", **environment):
+        result = self.run_make_msi(name, architecture=architecture, Library=library, environment=environment)
+        self.assertEqual(result.returncode, 0, result.stderr)
         return self.path(name)
 
     def copy(self, path, more=b""):
@@ -88,11 +97,21 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(properties(OLDER)["ProductVersion"], "2.7.1")
 
     def test_a_library_without_a_version_is_refused(self):
-        result = subprocess.run([sys.executable, "-B", MAKE_MSI, ICON, PROBE, ICON, self.path("no.msi")],
-                                capture_output=True, text=True)
+        result = self.run_make_msi("no.msi", Library=ICON)
         self.assertEqual(result.returncode, 1)
         self.assertEqual(result.stderr, f"make_msi.py: {ICON} has no version resource\n")
         self.assertFalse(os.path.exists(self.path("no.msi")))
+
+    def test_every_file_is_needed(self):
+        result = self.run_make_msi("no.msi", Library32=None)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("each file is needed once by its name: Library32", result.stderr)
+        self.assertFalse(os.path.exists(self.path("no.msi")))
+
+    def test_an_unknown_architecture_is_refused(self):
+        result = self.run_make_msi("no.msi", architecture="x86")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("an architecture and RESULT.msi are needed", result.stderr)
 
     def test_versions_are_products_of_one_family(self):
         older, shipped = properties(OLDER), properties(SHIPPED)
@@ -104,8 +123,8 @@ class PackageTest(unittest.TestCase):
     def test_components_follow_their_places(self):
         older, shipped = component_codes(OLDER), component_codes(SHIPPED)
         same = {name for name in shipped if older[name] == shipped[name]}
-        self.assertEqual(same, {"Binding", "TypeName", "TypeIcon", "Record"})
-        self.assertEqual(set(shipped) - same, {"Library", "Probe"})
+        self.assertEqual(same, {"Binding", "TypeName", "TypeIcon", "Record", "Record32"})
+        self.assertEqual(set(shipped) - same, set(FILES))
 
     def test_other_contents_are_another_package_of_the_same_product(self):
         other = self.make(library=self.copy(LIBRARY, b"x"))
@@ -117,17 +136,17 @@ class PackageTest(unittest.TestCase):
             file.write(msiinfo("extract", SHIPPED, "files.cab"))
         subprocess.run(["gcab", "--extract", "--directory=" + self.folder, self.path("files.cab")], check=True,
                        capture_output=True)
-        self.assertEqual(read(self.path("Library")), read(LIBRARY))
-        self.assertEqual(read(self.path("Probe")), read(PROBE))
+        for name, path in FILES.items():
+            self.assertEqual(read(self.path(name)), read(path), name)
         sizes = dict(zip(column(SHIPPED, "File", "File"), column(SHIPPED, "File", "FileSize")))
-        self.assertEqual(sizes, {"Library": str(os.path.getsize(LIBRARY)), "Probe": str(os.path.getsize(PROBE))})
+        self.assertEqual(sizes, {name: str(os.path.getsize(path)) for name, path in FILES.items()})
 
     # The engine replaces a file by its version, or by its hash when it has none.
     def test_every_file_has_a_version_or_a_hash(self):
         versioned = {row["File"] for row in table(SHIPPED, "File") if row["Version"]}
         hashed = set(column(SHIPPED, "MsiFileHash", "File_"))
         self.assertIn("Library", versioned)
-        self.assertEqual(versioned | hashed, {"Library", "Probe"})
+        self.assertEqual(versioned | hashed, set(FILES))
         self.assertFalse(versioned & hashed)
 
     def test_rows_refer_to_rows(self):
@@ -137,17 +156,48 @@ class PackageTest(unittest.TestCase):
         keys = set(column(SHIPPED, "File", "File")) | set(column(SHIPPED, "Registry", "Registry"))
         self.assertLessEqual(set(column(SHIPPED, "Component", "KeyPath")), keys)
         self.assertEqual(set(column(SHIPPED, "AppSearch", "Signature_")),
-                         set(column(SHIPPED, "RegLocator", "Signature_")))
+                         set(column(SHIPPED, "RegLocator", "Signature_"))
+                         | set(column(SHIPPED, "DrLocator", "Signature_")))
+        self.assertEqual(set(column(SHIPPED, "DrLocator", "Signature_")), set(column(SHIPPED, "Signature", "Signature")))
         actions = set(column(SHIPPED, "InstallExecuteSequence", "Action"))
         self.assertLessEqual(set(column(SHIPPED, "CustomAction", "Action")), actions)
 
-    def test_an_upgrade_proves_the_new_library_before_it_touches_the_old_one(self):
+    def test_sequence_numbers_are_used_once(self):
+        numbers = column(SHIPPED, "InstallExecuteSequence", "Sequence")
+        self.assertEqual(len(set(numbers)), len(numbers))
+
+    def test_an_upgrade_proves_the_new_libraries_before_it_touches_the_old_one(self):
         order = {row["Action"]: int(row["Sequence"]) for row in table(SHIPPED, "InstallExecuteSequence")}
-        steps = ["InstallInitialize", "Unregister", "RemoveRegistryValues", "RemoveFiles", "InstallFiles",
-                 "InstallExecute", "UndoReplace", "UndoProve", "Prove", "InstallExecuteAgain",
-                 "RemoveExistingProducts", "WriteRegistryValues", "UndoRegister", "Register", "RegisterProduct",
-                 "InstallFinalize"]
+        steps = ["InstallInitialize",
+                 "UndoUnregisterLibrary", "UnregisterLibrary", "UndoUnregisterLibrary32", "UnregisterLibrary32",
+                 "RemoveRegistryValues", "RemoveFiles", "InstallFiles", "InstallExecute",
+                 "UndoReplaceLibrary", "UndoReplaceLibrary32",
+                 "UndoProveLibrary", "ProveLibrary", "UndoProveLibrary32", "ProveLibrary32",
+                 "InstallExecuteAgain", "RemoveExistingProducts", "WriteRegistryValues",
+                 "UndoRegisterLibrary", "RegisterLibrary", "UndoRegisterLibrary32", "RegisterLibrary32",
+                 "RegisterProduct", "InstallFinalize"]
         self.assertEqual(sorted(steps, key=order.get), steps)
+
+    # Its own half's regsvr32 registers each, where there is such a half.
+    def test_each_library_registers_itself_in_its_own_view(self):
+        actions = {row["Action"]: row for row in table(SHIPPED, "CustomAction")}
+        conditions = {row["Action"]: row["Condition"] for row in table(SHIPPED, "InstallExecuteSequence")}
+        for action in ("Prove", "Register", "Unregister", "UndoProve", "UndoRegister", "UndoReplace", "UndoUnregister"):
+            self.assertEqual(actions[action + "Library"]["Source"], "System64Folder")
+            self.assertEqual(actions[action + "Library32"]["Source"], "SystemFolder")
+            self.assertIn("[SystemFolder]regsvr32.exe", actions[action + "Library32"]["Target"])
+            self.assertNotIn("HALF_OF_32_BITS", conditions[action + "Library"])
+            self.assertIn("(HALF_OF_32_BITS)", conditions[action + "Library32"])
+
+    def test_an_arm64_package_has_the_same_contents_for_another_platform(self):
+        arm64 = self.make(architecture="arm64")
+        summary = msiinfo("suminfo", arm64).decode()
+        self.assertIn("Template: Arm64;1033", summary)
+        self.assertIn("Version: 500", summary)
+        for name in msiinfo("tables", SHIPPED).decode().split():
+            if name != "_SummaryInformation":
+                self.assertEqual(table(arm64, name), table(SHIPPED, name), name)
+        self.assertNotEqual(package_code(arm64), package_code(SHIPPED))
 
     def test_the_administrators_document_lists_every_value(self):
         with open(DOCUMENT, encoding="utf-8") as file:

@@ -78,7 +78,7 @@ class SigningTest(unittest.TestCase):
         return run(os.path.join(SCRIPTS, "sign.sh"), *files, **environment)
 
     def package(self, **environment):
-        """The path of a fresh package and those of the two programs in it."""
+        """The path of a fresh package and those of the programs in it."""
         result = run(os.path.join(SCRIPTS, "package.sh"), "--from", PROGRAMS, "--to", self.folder, **environment)
         self.assert_success(result)
         package, = [os.path.join(self.folder, name) for name in os.listdir(self.folder) if name.endswith(".msi")]
@@ -86,7 +86,7 @@ class SigningTest(unittest.TestCase):
         with open(cabinet, "wb") as file:
             subprocess.run(["msiinfo", "extract", package, "files.cab"], stdout=file, check=True)
         must("gcab", "--extract", "--directory=" + self.folder, cabinet)
-        return package, os.path.join(self.folder, "Library"), os.path.join(self.folder, "Probe")
+        return package, *(os.path.join(self.folder, name) for name in ("Library", "Library32", "Probe"))
 
     def verify(self, file, certificate, *more):
         return run("osslsigncode", "verify", "-CAfile", certificate, *more, "-in", file)
@@ -105,9 +105,10 @@ class SigningTest(unittest.TestCase):
         self.assertNotEqual(self.verify(file, self.certificate).returncode, 0, file)
 
     def test_a_package_is_unsigned_by_default(self):
-        package, library, probe = self.package()
+        package, library, library32, probe = self.package()
         self.assert_unsigned(package)
         self.assertEqual(read(library), read(self.built("VeskardShellExt.dll")))
+        self.assertEqual(read(library32), read(self.built("installer/x86/VeskardShellExt.dll")))
         self.assertEqual(read(probe), read(self.built("shellprobe.exe")))
 
     def test_a_package_is_signed_inside_and_outside(self):

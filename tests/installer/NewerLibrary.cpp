@@ -1,7 +1,7 @@
-// A newer version of the library whose registration fails half-way, to make an
-// installation fail where it hurts most. It leaves a class behind and takes the
-// icon handler's key, which every version shares; unregistering takes both away,
-// as it does for the real library, and leaves the parents.
+// A newer version of the library. It writes a class, and takes the icon handler's key,
+// which every version shares; unregistering takes both away, as it does for the real
+// library, and leaves the parents. Where REGISTRATION_RESULT is a failure, registration
+// fails half-way, to make an installation fail where it hurts most.
 #include <windows.h>
 
 namespace {
@@ -15,10 +15,10 @@ void WriteDefault(const wchar_t* key, const wchar_t* text) noexcept {
   ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, text, size);
 }
 
-HRESULT RegisterHalf() noexcept {
+HRESULT Register() noexcept {
   WriteDefault(kClassKey, L"Nimbrel Veskard Agent Service 99.0.0");
   WriteDefault(kIconHandlerKey, kClassId);
-  return E_FAIL;
+  return REGISTRATION_RESULT;
 }
 
 HRESULT Unregister() noexcept {
@@ -30,5 +30,5 @@ HRESULT Unregister() noexcept {
 }  // namespace
 
 extern "C" __declspec(dllexport) HRESULT WINAPI DllInstall(BOOL install, const wchar_t*) {
-  return install ? RegisterHalf() : Unregister();
+  return install ? Register() : Unregister();
 }
