@@ -27,8 +27,8 @@ void BencDemolition::Destroy(BencValue& value) noexcept {
   }
 }
 
-// Frees a string at once; puts a container on the stack and returns true. The
-// value is None then.
+// Frees a string at once; pushes a container onto the stack and returns true. The
+// value is then None.
 bool BencDemolition::Push(BencValue& value) noexcept {
   const BencValue::Payload payload = value.payload_;
   const BencValue::Kind kind = value.kind_;
@@ -51,7 +51,7 @@ bool BencDemolition::Push(BencValue& value) noexcept {
   }
 }
 
-// Takes down the list on top, as far as its next container.
+// Destroys the list on top of the stack, up to its next container.
 void BencDemolition::DemolishArray(BencArray* array) noexcept {
   while (array->demolished < array->count) {
     if (Push(array->Values()[array->demolished++])) return;
@@ -60,9 +60,9 @@ void BencDemolition::DemolishArray(BencArray* array) noexcept {
   FreeBencBlock(array);
 }
 
-// Takes down the tree on top, as far as its next container. Left children are
-// rotated up until there is none, then the node goes and its right child is what
-// is left: every node is reached without going back up.
+// Destroys the tree on top of the stack, up to its next container. Left children are
+// rotated up until there is none. Then the node is freed and its right child remains,
+// so that each node is reached without going back up.
 void BencDemolition::DemolishTree(BencNode* node) noexcept {
   const Link below = node->nextPending;
   for (;;) {

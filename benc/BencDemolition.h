@@ -8,8 +8,8 @@
 namespace veskard {
 
 /// Frees payloads depth first, without recursion and without allocating. The
-/// containers that are half taken down form a stack, chained through a field of
-/// their own that they no longer need:
+/// containers that are partly destroyed form a stack, linked through a field that
+/// destruction leaves unused:
 ///
 ///     top_ -> list (and how far it is) -> tree (what is left of it) -> 0
 class BencDemolition {

@@ -50,12 +50,12 @@ int32_t ShortLength(size_t length) noexcept {
   return static_cast<int32_t>(static_cast<uint32_t>(length));
 }
 
-// A byte as it comes: signed, and widened to 32 bits.
+// A byte as the dump prints it: signed, widened to 32 bits.
 uint32_t Widened(char byte) noexcept {
   return static_cast<uint32_t>(static_cast<signed char>(byte));
 }
 
-// The digits of a number, with zeros in front up to `least` of them.
+// The digits of a number, at least `least` of them, with leading zeros.
 void AppendDigits(ByteBuilder& out, uint32_t number, unsigned base, const char* digits, ptrdiff_t least) {
   char text[kMaxDigits];
   char* const end = text + kMaxDigits;
@@ -68,7 +68,7 @@ void AppendQuote(ByteBuilder& out) {
   out.Append("\"", 1);
 }
 
-// Bytes count as signed: those from 128 up are escaped as control bytes are.
+// Bytes are signed here, so those from 128 up are escaped like control bytes.
 bool IsPlain(char byte) noexcept {
   return static_cast<signed char>(byte) >= 32 && byte != '"' && byte != '\\';
 }
@@ -109,7 +109,7 @@ class BencDumper {
   }
   void Close(const BencValue& value) { out_.Append(IsList(value) ? " ]" : " }", 2); }
 
-  // The mode is that of the key in front and serves this value only.
+  // The preceding key chose the mode, for this value only.
   void Scalar(const BencValue& value) {
     switch (value.GetKind()) {
       case BencValue::Kind::Int32:
@@ -152,7 +152,7 @@ class BencDumper {
     }
   }
 
-  // One number a byte, as wide as it comes: 5 is one digit, -56 eight.
+  // One number for each byte, without leading zeros: 5 is one digit, -56 eight.
   void Hex(std::string_view bytes) {
     AppendQuote(out_);
     for (const char byte : bytes) AppendDigits(out_, Widened(byte), 16, kUpperDigits, 1);

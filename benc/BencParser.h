@@ -59,11 +59,11 @@ class IBencParser {
 ///     | TokString    ...    |    +---- belongs to the integer
 ///     TokDictStart          TokInt, text "12"
 ///
-/// What it forgives, deliberately:
+/// Deliberately accepted:
 ///
 ///     05:abcde       leading zeros of a length: the string "abcde"
 ///     ie             no digit at all: an integer token without text
-///     i-e            a lone sign: the text "-", converted as 0
+///     i-e            a sign without digits: the text "-", converted as 0
 ///     i42x           the token ends before the "x", which is read next
 ///     i42:xxx        a ":" in place of the "e"; the input is repaired: when 13
 ///                    bytes after the "i" (not counting it) lie beyond the end,
@@ -93,7 +93,7 @@ class BencParser final : public IBencParser {
 /// and then `target` is None too.
 ///
 /// Dictionaries are strict: a key must be a string that is not there yet, a value
-/// must follow it, any error fails the parse. Lists forgive, deliberately:
+/// must follow it, any error fails the parse. Lists deliberately accept errors:
 ///
 ///     l1:ax1:be      an error after a scalar is skipped: "a", "b"
 ///     lx1:ae         an error as the first token of a list, or right after a

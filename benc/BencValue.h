@@ -29,7 +29,7 @@ struct FormatDump;
 ///     not used                                   0 None, 253 Null
 ///
 /// The null pointer is the empty string, list or dictionary. BencPayload.h lays out
-/// the blocks, BencHeap.h says where they come from. Elements and entries are seen
+/// the blocks, BencHeap.h allocates them. Elements and entries are accessible
 /// through const references only: no part of a tree can be moved out of it, and no tree
 /// into a part of itself.
 ///

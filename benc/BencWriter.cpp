@@ -33,8 +33,8 @@ class BencWriter {
   }
 
  private:
-  // The length is what the low 32 bits say, and without bytes when they are zero:
-  // strings of 2 GiB and more are not supported, and written as it comes.
+  // The length is its low 32 bits, and the bytes are left out when these are zero.
+  // Strings of 2 GiB and more are not supported.
   void String(std::string_view bytes) {
     const auto length = static_cast<int32_t>(static_cast<uint32_t>(bytes.size()));
     AppendBytes(length, length == 0 ? std::string_view() : bytes);
@@ -68,7 +68,7 @@ class BencWriter {
 }  // namespace
 
 void WriteBencoded(ByteBuilder& out, const BencValue& value) {
-  // Hardly any record is longer, so most are written into one block.
+  // Few records are longer, so most are written into one block.
   if (out.Capacity() == 0) out.Reserve(256);
   BencWriter writer(out);
   WalkBencoded(value, writer);

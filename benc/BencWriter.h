@@ -8,8 +8,8 @@ namespace veskard {
 
 /// Appends the bencoding of `value`: integers and booleans as i<decimal>e,
 /// strings as <length>:<bytes>, lists as l...e, dictionaries as d...e in
-/// ascending key order. None and Null write nothing at all, not even inside a
-/// dictionary, where their key still stands. Throws std::bad_alloc only.
+/// ascending key order. None and Null write nothing; inside a dictionary only
+/// their key is written. Throws std::bad_alloc only.
 void WriteBencoded(ByteBuilder& out, const BencValue& value);
 
 }  // namespace veskard
