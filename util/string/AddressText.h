@@ -1,5 +1,5 @@
-// AddressText: network addresses as text. Computed here, because the system's network
-// library would be loaded into every host process.
+// AddressText: network addresses as text. Computed here, so that no host process has to
+// load the system's network library.
 #pragma once
 
 #include <cstddef>

@@ -15,8 +15,8 @@ namespace veskard {
 class ByteBuilder {
  public:
   ByteBuilder() noexcept = default;
-  /// Starts with room for `capacity` bytes; `escapeStyle` is the dump's: 0 for
-  /// hexadecimal escapes, anything else for octal ones.
+  /// Starts with room for `capacity` bytes; `escapeStyle` belongs to the
+  /// dump: 0 for hexadecimal escapes, any other number for octal ones.
   explicit ByteBuilder(size_t capacity, uint8_t escapeStyle = 0);
   ~ByteBuilder();
   ByteBuilder(ByteBuilder&& other) noexcept;

@@ -23,8 +23,8 @@ class FixedPointDigits {
   void RoundAway(size_t dropped) noexcept;
   void Increment() noexcept;
 
-  // 2^-1074 times the largest mantissa has 767 digits; limbs come in nines, and
-  // rounding up may add one in front.
+  // 2^-1074 times the largest mantissa has 767 digits; each limb holds nine,
+  // and rounding up may add one in front.
   std::array<char, 792> digits_;
   size_t first_ = 0;
   size_t count_ = 0;

@@ -18,7 +18,7 @@ namespace veskard {
 
 /// A value that the conversion "D" prints. A type has one when a function of its own
 /// namespace, `FormatDump DumpOf(const Type* value) noexcept`, makes it; the formatter
-/// thus prints values of layers above without knowing them.
+/// thus prints values of higher layers without depending on them.
 struct FormatDump {
   const void* value;
   /// The text dump of `value`, which is not null; empty when it has none. Throws

@@ -41,7 +41,7 @@ class FormatOutput {
   void Write(const OtherChar* text, size_t count) { WriteThrough(sink_.writeOther, text, count); }
   void Write(Char character) { Write(&character, 1); }
 
-  /// Repeats a filler. A negative count is a caller's mistake and stops the process.
+  /// Repeats a filler. A negative count is an assertion failure.
   void Pad(char filler, int64_t count);
 
   /// A text, padded with blanks to the conversion's width: before it, or after it with

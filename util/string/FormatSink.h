@@ -1,4 +1,4 @@
-// FormatSink: where a formatting run writes to.
+// FormatSink: the destination of a formatting run.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 namespace veskard {
 
 /// Destination of one formatting run. Both functions get the sink itself, the
-/// characters and their count, already cut to what the limit leaves.
+/// characters and their count, already cut to the limit.
 struct FormatSink {
   /// Appends characters of the run's own width.
   void (*write)(FormatSink& sink, const void* characters, size_t count);

@@ -17,7 +17,7 @@
 
 namespace veskard {
 
-/// A number's significant digits, and how many zeros follow them.
+/// A number's significant digits, and the number of zeros after them.
 template <class DigitChar>
 struct DigitString {
   const DigitChar* first;
@@ -25,8 +25,8 @@ struct DigitString {
   int64_t trailingZeros = 0;
 };
 
-/// The sign of a number: "-", or what the flags ask for in front of a positive
-/// one. The space flag's sign is a zero: a quirk that readers of old logs know.
+/// The sign of a number: "-", or the sign that the flags request for a positive one;
+/// 0 for none. The space flag's sign is the digit zero, deliberately.
 inline char SignOf(bool negative, const FormatSpec& spec) noexcept {
   if (negative) return '-';
   if (spec.Has(kPlusFlag)) return '+';

@@ -9,11 +9,11 @@ namespace veskard {
 /// 0 "B", 1 "EB", 2 "GB", 3 "kB", 4 "MB", 5 "PB", 6 "TB". Never null.
 using SizeUnitNames = const wchar_t* (*)(unsigned number);
 
-/// Sets where the whole process takes the names from; null, as in the beginning, for
-/// the English ones. Any thread.
+/// Sets the source of the names for the whole process; null, the initial value, for the
+/// English ones. Any thread.
 void SetSizeUnitNames(SizeUnitNames names) noexcept;
 
-/// The name of a unit, 0 to 6, as it is now.
+/// The current name of a unit, 0 to 6.
 const wchar_t* SizeUnitName(unsigned number);
 
 /// A byte count in hundredths of a unit; `unit` is its number in the table of
@@ -23,8 +23,9 @@ struct ScaledSize {
   unsigned unit;
 };
 
-/// The smallest unit is the kilobyte (103 bytes are 0.1 kB). Each unit begins at 1024 of
-/// the one before, but the exabyte begins at 2^62 hundredths of a byte, which is 0.04 EB.
+/// The smallest unit is the kilobyte: 100 bytes are 0.09 kB, which prints as "0.0 kB", and
+/// 103 bytes as "0.1 kB". Each unit begins at 1024 of the one before. The exabyte is the
+/// exception: it begins at 2^62 hundredths of a byte, which is 0.04 EB.
 ScaledSize ScaleSize(uint64_t bytes) noexcept;
 
 }  // namespace veskard
