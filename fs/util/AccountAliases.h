@@ -15,9 +15,9 @@ namespace veskard {
 /// ("S-1-…": the hyphen), a missing account is an empty one. The views point into
 /// `accessList`. Throws only std::bad_alloc.
 ///
-/// Why not the standard library's regular expressions: they bring the locales with
-/// them, which is 800 KB in each host, more than all of this library; and the GNU
-/// one calls itself for every character of a match.
+/// The standard library's regular expressions are not used: they need the locales, about
+/// 800 KB in each host, more than this whole library, and GCC's implementation recurses
+/// for each character of a match.
 std::vector<std::wstring_view> AccountAliases(std::wstring_view accessList);
 
 }  // namespace veskard

@@ -15,8 +15,8 @@ namespace veskard {
 ///            |  segment2
 ///            segment1
 ///
-/// The segments have no meaning here, they are only passed through. Doubled,
-/// leading and trailing slashes are dropped.
+/// The segments have no meaning in this layer. Doubled, leading and trailing slashes are
+/// dropped.
 struct CloudPath {
   std::wstring segment1;
   std::wstring segment2;
@@ -28,7 +28,7 @@ struct CloudPath {
 /// Whether the text begins with "cloud:", in lower case.
 bool IsCloudPath(std::wstring_view text) noexcept;
 
-/// Takes an address apart; it needs the scheme and at least three names after it.
+/// Parses an address, which needs the scheme and at least three names after it.
 /// Throws std::bad_alloc only.
 CloudPath ParseCloudPath(std::wstring_view text);
 

@@ -32,19 +32,19 @@ class FileHandle : public SyncHandle {
   }
   bool Flush(uint32_t* error) override { return FlushOpen(error); }
 
-  /// From a file (kinds 1 and 4): the system's copy, attributes and all, over
-  /// what is there. Its error is recorded only while this handle is closed; an
+  /// From a file (kinds 1 and 4): the system's copy, with attributes, over an existing
+  /// file. Its error is recorded only while this handle is closed; an
   /// open handle keeps its old error, whatever the copy's outcome.
   /// From a stream (kind 5): opens this file by mode 2, which empties it, carries
   /// the stream's bytes over, flushes, and leaves the handle closed; the result is
   /// true only when every byte arrived. A source that does not open leaves the file
-  /// as it was. So does one that emptying the file would take away, whatever its kind
+  /// unchanged. So does a source that emptying the file would delete, whatever its kind
   /// and spelling (IsCopyOntoItself): ERROR_SHARING_VIOLATION. Other kinds: false, and
   /// nothing happens.
   bool CopyFrom(const std::wstring& sourcePath, HandleKind sourceKind) override;
 
-  /// A read-only file is made writable and deleted all the same. The handle, if
-  /// open, stays open on the vanishing file.
+  /// A read-only file is made writable and deleted too. An open handle stays open; the
+  /// file disappears when it is closed.
   bool Delete(bool recursive, uint32_t* error) override;
 
   /// Through the system's stream list (FileInfoImpl::ReadStreams); empty streams

@@ -27,7 +27,7 @@ UniqueFile OpenForQuery(const std::wstring& path, DWORD share) noexcept {
       ::CreateFileW(path.c_str(), 0, share, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
-// Empty on failure, the last error telling why.
+// Empty on failure; the reason is the thread's last error.
 std::wstring FinalPath(HANDLE file) {
   std::wstring path(MAX_PATH, L'\0');
   DWORD length = ::GetFinalPathNameByHandleW(file, path.data(), MAX_PATH, 0);
@@ -113,7 +113,7 @@ FileInfoImpl::LookUp FileInfoImpl::FillFromDirectory(uint32_t flags) {
   WIN32_FIND_DATAW entry;
   if (!UniqueFind(
           ::FindFirstFileExW(path_.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0))) {
-    // A folder that may not be listed can perhaps be opened.
+    // Access to the folder's listing is denied; opening the object may still succeed.
     Fail(::GetLastError());
     return error_ == ERROR_ACCESS_DENIED ? LookUp::kMustOpen : LookUp::kFailed;
   }
@@ -148,7 +148,7 @@ bool FileInfoImpl::FillFromHandle(HANDLE file) {
   return true;
 }
 
-// What a directory look-up and an opened object both tell.
+// The data that a directory look-up and an open object have in common.
 template <class Description>
 void FileInfoImpl::Fill(const Description& description) noexcept {
   attributes_ = description.dwFileAttributes;
@@ -189,7 +189,7 @@ bool FileInfoImpl::ReadStreams() {
   {
     const UniqueFile file = OpenForQuery(path_, FILE_SHARE_READ | FILE_SHARE_WRITE);
     if (!file) return Fail(::GetLastError());
-    // The query does not set the last error; what is recorded is what stood there.
+    // The query does not set the last error, so the earlier value is recorded.
     if (QueryStreamAnswer(file.Get(), answer) != 0) return Fail(::GetLastError());
   }
   if (WalkStreamAnswer(answer, streams_)) return true;

@@ -42,7 +42,7 @@ class FileInfoImplBase {
   virtual uint32_t GetLastAccessTime() const = 0;
 
   /// -1 for an empty path or after a failure; 0 when the last fill was a
-  /// directory look-up, which does not tell it.
+  /// directory look-up, which has no such number.
   virtual int64_t GetVolumeSerial() const = 0;
 
   /// SDDL parts with full account SIDs (fs/util/Security.h); empty until a
@@ -56,7 +56,7 @@ class FileInfoImplBase {
   /// The streams that ReadStreams found last; one shared empty list when none.
   virtual const StreamEntryList& GetStreams() const = 0;
 
-  /// Fills the record. False on failure, Error() telling why: 2 also for a name
+  /// Fills the record. False on failure, with the reason in Error(): 2 also for a name
   /// that differs from the one on disk under kRefreshExactName. Success does not
   /// clear an error that an earlier refresh, or the refused look-up of this one
   /// (5), has left.
@@ -68,7 +68,7 @@ class FileInfoImplBase {
 
   /// Lists the non-empty named streams. Failures leave the list empty: an object
   /// that cannot be opened (its error), a file system without streams (the
-  /// thread's last error, whatever that is), an answer that does not hold together
+  /// thread's last error, whatever that is), an inconsistent answer
   /// (ERROR_INVALID_DATA), a system without the query (ERROR_PROC_NOT_FOUND).
   /// Memory running out while the answer grows, and a stream name of 261
   /// characters or more, stop the process.
@@ -78,8 +78,8 @@ class FileInfoImplBase {
   virtual bool StripInheritedDuplicates() = 0;
 };
 
-/// A record belongs to whoever holds its shared pointer; it has no lock. Nothing
-/// throws but std::bad_alloc.
+/// A record belongs to the holders of its shared pointer; it has no lock. Only
+/// std::bad_alloc is thrown.
 class FileInfoImpl : public FileInfoImplBase {
  public:
   explicit FileInfoImpl(std::wstring path) noexcept : path_(std::move(path)) {}

@@ -80,8 +80,8 @@ bool HaveOneIdentity(const FileInfoImpl& a, const FileInfoImpl& b) noexcept {
          a.GetFileIndex() != kNoIndex;
 }
 
-// As the system opens it: without the dots and blanks at its end. The path itself when
-// that cannot be told.
+// The path as the system opens it: without dots and blanks at its end. The path itself
+// when the system does not resolve it.
 std::wstring FullPath(const std::wstring& path) {
   std::wstring full(::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
   const DWORD length =
@@ -96,7 +96,7 @@ struct FileAndStream {
   std::wstring stream;  // empty for the main one
 };
 
-// Takes "file:stream:type" apart; a stream without a name is the main one.
+// Splits "file:stream:type"; a stream without a name is the main one.
 FileAndStream TakeApart(const std::wstring& path) {
   const std::wstring full = FullPath(path);
   const size_t colon = full.find(L':', full.size() - LastComponent(full).size());
@@ -126,7 +126,7 @@ bool IsCopyOntoItself(const std::wstring& source, const std::wstring& target) {
 
 namespace {
 
-// One folder of a tree that is being deleted, by its name in the folder above it.
+// One folder of a tree that is being deleted, by its name in its parent.
 struct PendingFolder {
   size_t parent;
   std::wstring name;
@@ -147,8 +147,8 @@ bool IsDotName(const wchar_t* name) noexcept {
   return text == L"." || text == L"..";
 }
 
-// A symbolic link or junction: it stands for something that lies elsewhere. So may what
-// the file system does not tell the tag of.
+// A symbolic link or junction: its content lies elsewhere. An object of unknown tag may
+// be one too.
 bool IsLink(const WIN32_FIND_DATAW& entry) noexcept {
   constexpr DWORD kTagNotTold = 0;
   const DWORD tag = entry.dwReserved0;
@@ -157,7 +157,7 @@ bool IsLink(const WIN32_FIND_DATAW& entry) noexcept {
 }
 
 // Whether the tree is a link itself, given its attributes. Only its entry in the folder
-// above it has the tag; where that may not be listed the tag is not told.
+// above it has the tag; when access to that folder's listing is denied, it is unknown.
 bool IsLinkItself(const std::wstring& path, DWORD attributes) noexcept {
   WIN32_FIND_DATAW entry = {};
   entry.dwFileAttributes = attributes;
@@ -166,7 +166,7 @@ bool IsLinkItself(const std::wstring& path, DWORD attributes) noexcept {
   return !search || IsLink(entry);
 }
 
-// A backslash behind a link's name leads to what it stands for. A drive keeps its own.
+// A backslash after a link's name leads to the link's target. A drive keeps its own.
 std::wstring WithoutLastBackslash(std::wstring path) {
   while (path.size() > 1 && (path.back() == L'\\' || path.back() == L'/') && path[path.size() - 2] != L':') {
     path.pop_back();
@@ -203,7 +203,7 @@ void EmptyFolder(PendingFolders& folders, size_t index) {
   } while (::FindNextFileW(search.Get(), &entry));
 }
 
-// Not by calling itself for each folder: a tree can be deeper than the host's stack.
+// Without recursion: a tree can be deeper than the host's stack.
 void DeleteContents(const std::wstring& path) {
   PendingFolders folders = {{0, path}};
   for (size_t i = 0; i < folders.size(); ++i) EmptyFolder(folders, i);
@@ -213,7 +213,7 @@ void DeleteContents(const std::wstring& path) {
 }  // namespace
 
 bool DeleteTree(const std::wstring& folderPath) {
-  // What is below no path at all would be the root of the current drive.
+  // Below an empty path would be the root of the current drive.
   if (folderPath.empty()) {
     ::SetLastError(ERROR_PATH_NOT_FOUND);
     return false;

@@ -1,4 +1,4 @@
-// What is done to files and folders by their paths alone, without a handle object.
+// Operations on files and folders by path, without a handle object.
 #pragma once
 
 #include <windows.h>
@@ -10,8 +10,8 @@
 
 namespace veskard {
 
-/// Whether something exists there that is no folder: one attribute query. False also when
-/// the system refuses to look; the thread's last error then says why.
+/// Whether an object exists at the path and is not a folder: one attribute query. False
+/// also when the system refuses the query; the reason is the thread's last error.
 bool FileExists(const wchar_t* path) noexcept;
 
 /// The same for a folder.
@@ -24,8 +24,8 @@ bool FolderExists(const wchar_t* path) noexcept;
 [[nodiscard]] std::unique_ptr<char[]> ReadWholeFile(const std::wstring& path, size_t& size,
                                                     uint32_t limit = 0xFFFFFFFE);
 
-/// Clears the attribute and keeps all others. False when the file does not have
-/// it, when that cannot be told, or when it cannot be cleared.
+/// Clears the attribute and keeps all others. False when the file does not have it, when
+/// the attributes cannot be read, or when it cannot be cleared.
 bool ClearReadOnly(const wchar_t* path) noexcept;
 
 /// Deletes a file; when that is refused with ERROR_ACCESS_DENIED, writes its
@@ -46,12 +46,12 @@ DWORD DeleteEvenIfReadOnly(const wchar_t* path) noexcept;
 /// Throws std::bad_alloc only.
 bool IsCopyOntoItself(const std::wstring& source, const std::wstring& target);
 
-/// Deletes a folder and everything below it, read-only files included. What a link or
-/// junction points to is not below it: such an entry is removed and not entered, and a
-/// path that is a link itself is removed alone. An empty path, which is what a path text
-/// that is not understood leaves, is ERROR_PATH_NOT_FOUND, and nothing is deleted. True
-/// when the folder or link itself is gone in the end; otherwise the thread's last error
-/// says why it is not. Throws std::bad_alloc only.
+/// Deletes a folder and everything below it, read-only files included. The target
+/// of a link or junction is not below it: such an entry is removed and not entered, and of
+/// a path that is a link itself only the link is removed. An empty path, the result of an
+/// invalid path text, is ERROR_PATH_NOT_FOUND, and nothing is deleted. True when the
+/// folder or link itself no longer exists; otherwise the reason is the thread's last
+/// error. Throws std::bad_alloc only.
 bool DeleteTree(const std::wstring& folderPath);
 
 }  // namespace veskard

@@ -5,7 +5,7 @@
 namespace veskard {
 namespace {
 
-// How many leading components name what no one can create: a drive, or a server
+// The number of leading components that cannot be created: a drive, or a server
 // and its share.
 size_t RootComponents(const PathVector& path) noexcept {
   if (path.Count() == 0) return 0;
@@ -15,7 +15,7 @@ size_t RootComponents(const PathVector& path) noexcept {
 }
 
 // Another process may make the same folder at the same time: then it exists, and
-// all is well.
+// that is success.
 bool MakeOneFolder(const std::wstring& path) noexcept {
   if (FolderExists(path.c_str()) || ::CreateDirectoryW(path.c_str(), nullptr)) return true;
   const LastErrorKeeper keeper;

@@ -1,4 +1,4 @@
-// How many bytes each thread has read and written through handles that account.
+// The bytes that each thread has read and written through handles that count.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@ namespace veskard {
 /// The counters of one thread. They change by atomic addition, without the lock.
 struct IoRecord {
   CriticalSection lock;
-  /// Set while somebody reads the record: a thread that is about to count then
+  /// Set while a thread reads the record: a thread that is about to count then
   /// waits for the lock first.
   std::atomic<bool> paused = false;
   std::atomic<uint64_t> bytesWritten = 0;
@@ -25,15 +25,15 @@ struct IoRecord {
   std::array<uint32_t, 4> reservedWords = {};
 };
 
-/// What a record held when it was read.
+/// The values of a record at one moment.
 struct IoSnapshot {
   uint64_t bytesWritten = 0;
   uint64_t bytesRead = 0;
   uint32_t firstTick = 0;
 };
 
-/// The process-wide records by thread id. Any thread may call anything here. A
-/// record, once made, stays where it is for as long as the process.
+/// The process-wide records by thread id. Any thread may call any member. A record,
+/// once created, keeps its address until the process ends.
 class IoStatistics {
  public:
   static IoStatistics& Instance();

@@ -1,4 +1,4 @@
-// LongPath: the spelling of a path that Windows takes at any length.
+// LongPath: the spelling of a path that Windows accepts at any length.
 #pragma once
 
 #include <cstddef>
@@ -15,9 +15,9 @@ inline constexpr size_t kLongestPlainPath = 259;
 ///     C:\...\name                \\?\C:\...\name
 ///     \\server\share\...\name    \\?\UNC\server\share\...\name
 ///
-/// Windows takes a long form as it stands. The text is therefore first resolved as
-/// Windows resolves a shorter one: slashes become backslashes, doubled separators,
-/// "." and ".." go, and so do dots and blanks at the end of the path.
+/// Windows does not resolve a long form. The text is therefore first resolved as Windows
+/// resolves a shorter one: slashes become backslashes; doubled separators, "." and "..",
+/// and dots and blanks at the end of the path are removed.
 ///
 /// Returned unchanged: a path of up to kLongestPlainPath characters; one that has the
 /// prefix or names a device (`\\?\`, `\\.\`); a relative one (`name`, `\name`,

@@ -13,8 +13,8 @@ Function FindFunction(HMODULE module, const char* name) noexcept {
 
 }  // namespace
 
-// No process is ever without ntdll, so that giving back the reference taken by
-// loading it does not end what was found in it.
+// ntdll stays loaded in every process, so its functions stay valid after this reference
+// is released.
 
 NtQueryInformationFileFunction ResolveNtQueryInformationFile() noexcept {
   constexpr char kName[] = "NtQueryInformationFile";

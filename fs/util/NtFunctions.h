@@ -15,7 +15,7 @@ inline constexpr ULONG kFileStandardInformation = 5;
 inline constexpr ULONG kFileStreamInformation = 22;
 inline constexpr NTSTATUS kStatusBufferOverflow = static_cast<NTSTATUS>(0x80000005);
 
-/// Null where the system has no such function.
+/// Null when the system has no such function.
 NtQueryInformationFileFunction ResolveNtQueryInformationFile() noexcept;
 RtlTimeToSecondsSince1970Function ResolveRtlTimeToSecondsSince1970() noexcept;
 

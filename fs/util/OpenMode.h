@@ -47,14 +47,14 @@ inline constexpr uint32_t kModeReplace = 2;
 inline constexpr uint32_t kModeQuery = 3;
 inline constexpr uint32_t kModeAppend = 4;
 
-/// What a closed handle reports as its mode.
+/// The mode of a closed handle.
 inline constexpr uint32_t kModeClosed = 0xFFFFFFFF;
 
-/// The one place where handles and ReadWholeFile open a file: `CreateFileW` with the
+/// The only place where handles and ReadWholeFile open a file: `CreateFileW` with the
 /// row `mode` of kOpenModes, `extraFlags` added to its flags and attributes. On
-/// failure the owner is empty and the thread's last error says why: an unknown mode
+/// failure the owner is empty and the reason is the thread's last error: an unknown mode
 /// is ERROR_INVALID_PARAMETER, and an append whose move to the end fails has the
-/// move's error, the file being closed again.
+/// move's error; the file is then closed.
 [[nodiscard]] UniqueFile OpenByMode(const std::wstring& path, uint32_t mode, uint32_t extraFlags) noexcept;
 
 }  // namespace veskard

@@ -1,4 +1,4 @@
-// Questions about path texts that need no disk.
+// Functions on path texts, without disk access.
 #pragma once
 
 #include <windows.h>

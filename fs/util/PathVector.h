@@ -11,7 +11,7 @@ namespace veskard {
 inline constexpr wchar_t kPathSeparator = L'\\';
 inline constexpr wchar_t kCloudSeparator = L'/';
 
-/// A path cut into components, printed back whole or as its first N components.
+/// A path split into components, printed back whole or as its first N components.
 /// No component is empty, and none but the prefixes below holds the separator.
 /// ToString with the path's own separator gives the last column:
 ///
@@ -36,7 +36,7 @@ inline constexpr wchar_t kCloudSeparator = L'/';
 /// A rooted path without a drive loses its leading separator, deliberately:
 /// callers pass absolute drive, UNC or long paths. The long-path prefix comes
 /// back exactly when the text had one. Cloud addresses have the separator '/',
-/// all others keep the backslash; a text that is not understood gives fewer
+/// all others keep the backslash; an invalid text gives fewer
 /// components, never an error. A value of one thread at a time; throws
 /// std::bad_alloc only.
 class PathVector : public TokenVector {
@@ -47,7 +47,7 @@ class PathVector : public TokenVector {
 
   /// Replaces the components by those of `text`, with two exceptions: an empty text
   /// changes nothing, and a path with two leading backslashes but no long prefix is
-  /// appended to what is there.
+  /// appended to the existing components.
   void Assign(std::wstring_view text) override;
   void Parse(std::wstring_view text) { Assign(text); }
 

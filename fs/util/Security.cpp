@@ -24,8 +24,8 @@ T** OutAs(UniqueLocalMemory& memory) noexcept {
   return reinterpret_cast<T**>(memory.Out());
 }
 
-// The full SID of an account given by its alias; the account itself where that
-// cannot be told.
+// The full SID of an account given by its alias; the account itself when the system does
+// not know it.
 std::wstring FullSid(const std::wstring& account) {
   UniqueLocalMemory sid;
   UniqueLocalMemory text;
@@ -103,8 +103,8 @@ class ExplicitEntries {
 
 void DropInheritedDuplicates(ACL* list) {
   const ExplicitEntries explicitEntries(list);
-  // After a deletion the index moves on all the same: the entry that took the
-  // deleted one's place stays as it is.
+  // The index advances after a deletion too, deliberately: the entry that took the
+  // deleted one's place stays unchanged.
   for (DWORD index = 0; index < list->AceCount; ++index) {
     ACE_HEADER* entry = EntryAt(list, index);
     if (entry == nullptr || (entry->AceFlags & INHERITED_ACE) == 0) continue;
@@ -122,7 +122,7 @@ ACL* OwnAccessList(const SecurityDescriptor& descriptor) noexcept {
   return present && !defaulted ? list : nullptr;
 }
 
-// A descriptor without an owner or group prints as nothing, which stays nothing.
+// A descriptor without an owner or group is an empty text, and stays empty.
 uint32_t PrintOwner(const SecurityDescriptor& descriptor, SECURITY_INFORMATION part, std::wstring& text) {
   std::wstring printed;
   const uint32_t error = PrintDescriptor(descriptor, part, printed);

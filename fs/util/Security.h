@@ -15,7 +15,7 @@ struct SecurityStrings {
 };
 
 /// 0, or a Windows error code. When the system does not give the descriptor,
-/// `strings` stay as they were; when one of the conversions (access list, owner,
+/// `strings` stay unchanged; when one of the conversions (access list, owner,
 /// group, in this order) fails, that string and the later ones are empty.
 uint32_t ReadSecurityStrings(const std::wstring& path, SecurityStrings& strings);
 
@@ -30,9 +30,9 @@ bool ExpandAccountAliases(std::wstring& accessList);
 std::wstring ExpandOwnerAlias(const std::wstring& ownerOrGroup);
 
 /// Drops inherited entries that repeat an explicit one, makes the other inherited
-/// entries explicit, and expands aliases. Of two neighbouring repetitions the
-/// second stays, as it is: an entry that moves up into a dropped one's place is
-/// not looked at. True, with the text unchanged, for a missing, defaulted or null
+/// entries explicit, and expands aliases. Of two adjacent repetitions the
+/// second stays unchanged, deliberately: the entry that moves into a deleted one's place
+/// is not examined. True, with the text unchanged, for a missing, defaulted or null
 /// list; false, with the text unchanged, for one that cannot be parsed or
 /// converted back.
 bool StripInheritedDuplicates(std::wstring& accessList);

@@ -10,7 +10,7 @@ std::wstring StreamNameOf(const PathVector& path) {
 }
 
 std::wstring FilePathOf(const PathVector& path) {
-  // Asked for the first 0 components, a path answers all of them.
+  // A count of 0 would mean all components.
   return path.Count() < 2 ? std::wstring() : path.ToString(path.Separator(), path.Count() - 1);
 }
 

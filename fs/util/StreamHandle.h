@@ -6,7 +6,7 @@
 namespace veskard {
 
 /// A named stream, closed at first. Its path is the file's path with the stream's
-/// name as one more component; the system knows it by another name:
+/// name as one more component. The system's name for it differs:
 ///
 ///     path         C:\folder\file.txt\name
 ///     file path    C:\folder\file.txt

@@ -23,11 +23,11 @@ using StreamEntryList = std::vector<StreamEntry>;
 inline constexpr size_t kStreamAnswerStep = 1024;
 
 /// Asks for the stream list of an open object. Returns the system's status, 0 with
-/// the answer in `answer`. Memory that runs out is an assertion failure.
+/// the answer in `answer`. Out of memory is an assertion failure.
 /// The query must be available.
 LONG QueryStreamAnswer(HANDLE file, std::vector<char>& answer);
 
-/// Takes an answer apart, appending to `streams` each stream whose name is longer
+/// Parses an answer and appends to `streams` each stream whose name is longer
 /// than the main stream's, contains ":$DATA", and that is not empty:
 ///
 ///     offset  size  field
@@ -39,7 +39,8 @@ LONG QueryStreamAnswer(HANDLE file, std::vector<char>& answer);
 ///
 /// An odd last byte of a name is ignored; a zero character ends it early. False
 /// when an entry or its name reaches beyond the answer. A name of 522 bytes or
-/// more, wherever it ends, stops the process: it does not fit the name buffer.
+/// more stops the process, because it does not fit the name buffer, even when a zero
+/// character ends it early.
 bool WalkStreamAnswer(const std::vector<char>& answer, StreamEntryList& streams);
 
 }  // namespace veskard

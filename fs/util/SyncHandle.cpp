@@ -14,8 +14,8 @@ void StoreTo(uint32_t* target, uint32_t value) noexcept {
   if (target != nullptr) *target = value;
 }
 
-// Closes a handle when the scope ends, however it does: counting a transfer may run
-// out of memory.
+// Closes a handle at the end of the scope, also by an exception: counting a transfer may
+// run out of memory.
 class ClosedAtTheEnd {
  public:
   explicit ClosedAtTheEnd(SyncHandle& handle) noexcept : handle_(handle) {}
@@ -183,7 +183,7 @@ uint32_t SyncHandle::WriteOpen(const void* buffer, uint32_t count, const uint64_
 }
 
 // A handle opened for overlapped transfers (by an extra flag) returns before the
-// transfer is done: buffer and structure must not go away under it.
+// transfer is done: buffer and structure must live until then.
 uint32_t SyncHandle::FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD transferred) {
   if (!done && overlapped != nullptr && ::GetLastError() == ERROR_IO_PENDING) {
     done = ::GetOverlappedResult(osHandle_.Get(), overlapped, &transferred, TRUE);
@@ -192,8 +192,8 @@ uint32_t SyncHandle::FinishTransfer(BOOL done, OVERLAPPED* overlapped, DWORD tra
   return transferred;
 }
 
-// The source is opened first, and the buffer made: one that cannot be read, and
-// memory that is missing, must not cost this object its old contents.
+// The source is opened first, and the buffer made: a source that cannot be
+// read, and out of memory, must not destroy this object's old content.
 bool SyncHandle::FillFrom(SyncHandle& source, const std::wstring& sourceName, const std::wstring& ownName) {
   if (IsCopyOntoItself(sourceName, ownName)) return Record(ERROR_SHARING_VIOLATION);
   if (!source.Open(kModeRead, 0, 0)) return Record(source.LastError());

@@ -25,7 +25,7 @@ enum class HandleKind : uint32_t {
   kStream = 5,
 };
 
-/// What an open object is at this moment.
+/// The state of an open object at one moment.
 struct OpenObjectState {
   uint64_t size = 0;  // in bytes
   bool deletePending = false;
@@ -34,11 +34,11 @@ struct OpenObjectState {
 class SyncHandle;
 using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 
-/// Names one file-system object by its path, owns at most one open system handle
-/// to it, and remembers why the last operation failed.
+/// Names one file-system object by its path, owns at most one open system handle to it,
+/// and keeps the error of the last operation.
 ///
-/// What each kind does with each operation; a value alone means that the
-/// operation does nothing but return it:
+/// The operations by kind; where only a value stands, the operation returns it and does
+/// nothing:
 ///
 ///     operation            base      file            folder     symlink     stream
 ///     Seek                 -         moves           false      false       as file
@@ -66,8 +66,8 @@ using StreamHandleList = std::vector<std::shared_ptr<SyncHandle>>;
 ///
 /// Results are true for success, unless said otherwise. A failing system call
 /// leaves its Windows error code in LastError(), a successful operation leaves 0;
-/// an operation refused because the handle is not open leaves it as it was, except
-/// Flush. Nothing throws but std::bad_alloc. `error` parameters may be null; when given
+/// an operation refused because the handle is not open does not change it, except
+/// Flush. Only std::bad_alloc is thrown. `error` parameters may be null; when given
 /// they receive the error code, 0 for success.
 ///
 /// Handles live in shared pointers (MakeHandle in fs/util/Handle.h). A handle
@@ -90,27 +90,27 @@ class SyncHandle {
   /// has neither. A stream answers its own name.
   virtual std::wstring GetName() const;
 
-  /// Seconds since 1970 of the last write; 0 when they cannot be told, -1 for
+  /// Seconds since 1970 of the last write; 0 when the system does not give them, -1 for
   /// kinds that have none.
   virtual int64_t GetModificationTime(uint32_t* error);
 
   /// Size in bytes as the folder's listing has it, whether or not the handle is open;
-  /// 0 when it cannot be told. For a file that is open somewhere Windows may bring the
-  /// listing up to date only when that is closed. (A file found under a name that differs in letter case
-  /// has its size and ERROR_FILE_NOT_FOUND.)
+  /// 0 when the system does not give it. While a file is open, Windows may update the
+  /// listing only when it is closed. (A file found under a name that differs in letter
+  /// case has its size and ERROR_FILE_NOT_FOUND.)
   virtual uint64_t GetSize(uint32_t* error);
 
-  /// Closes what is open and opens the object by an index into kOpenModes
+  /// Closes the system handle if open, and opens the object by an index into kOpenModes
   /// (another number fails with ERROR_INVALID_PARAMETER). `flag` is only stored;
   /// `extraFlags` are added to the mode's flags and attributes.
   virtual bool Open(uint32_t mode, uint8_t flag, uint32_t extraFlags) = 0;
 
-  /// Closes the system handle and forgets mode and error. Harmless when closed.
+  /// Closes the system handle and clears mode and error. Harmless when closed.
   virtual void Close();
 
   virtual bool IsOpen() const = 0;
 
-  // Two answers that the agent's core reserves; no code here asks for them.
+  // Two answers that the agent's core reserves; no code here calls them.
   virtual bool ReservedFalse() const { return false; }
   virtual bool ReservedTrue() const { return true; }
 
@@ -143,7 +143,7 @@ class SyncHandle {
   virtual bool Create();
 
   /// True when the open object is going to be deleted once its handles are
-  /// closed; false when closed or when the system cannot tell.
+  /// closed; false when closed or when the system does not answer.
   virtual bool IsDeletePending();
 
   /// Extends the file to `size` bytes without filling it with zeros. Without the
@@ -158,7 +158,7 @@ class SyncHandle {
   virtual bool CancelIo();
 
   /// Both in one question to the system, of the open handle itself; nothing when closed or
-  /// when the system cannot tell.
+  /// when the system does not answer.
   std::optional<OpenObjectState> GetOpenState();
 
   const std::wstring& Path() const noexcept { return path_; }
@@ -205,12 +205,12 @@ class SyncHandle {
   /// `offset` null: at the file position.
   uint32_t ReadOpen(void* buffer, uint32_t count, const uint64_t* offset = nullptr);
   uint32_t WriteOpen(const void* buffer, uint32_t count, const uint64_t* offset = nullptr);
-  /// Opens `source` for reading and this handle by kModeReplace, carries all bytes
-  /// over, flushes, and closes this handle, also when memory runs out. The names are
+  /// Opens `source` for reading and this handle by kModeReplace, copies all bytes,
+  /// flushes, and closes this handle, also when memory runs out. The names are
   /// those that the system opens the two by. False, with the error recorded, when
   /// anything fails: a copy onto itself (ERROR_SHARING_VIOLATION), a source that does
   /// not open and memory that is missing for the copying leave this object untouched,
-  /// later failures leave what was carried so far.
+  /// later failures leave what was copied so far.
   bool FillFrom(SyncHandle& source, const std::wstring& sourceName, const std::wstring& ownName);
 
  private:

@@ -11,8 +11,8 @@ using TraceHook = void (*)(const wchar_t* format, const std::wstring& path, uint
 
 inline void TraceNothing(const wchar_t*, const std::wstring&, uint32_t) noexcept {}
 
-/// Nothing listens in this system. Whoever wants the messages exchanges the
-/// pointer before the first thread uses the layer.
+/// Unused in this system. A program that wants the messages sets the pointer before its
+/// first thread uses the layer.
 inline constinit TraceHook traceHook = &TraceNothing;
 
 }  // namespace veskard

@@ -36,8 +36,8 @@ std::wstring TargetName(const wchar_t* path, bool exists) {
   return CutName(isLong ? kLongNameSize : kNameSize, L"%s%s", path, exists ? L".new" : L"");
 }
 
-// A name that was cut back to the path, or to something shorter, is not one of ours.
-// Nor is the path and a dot: the system takes a plain one for the path, and behind the
+// A name that was cut to the path, or shorter, is not a side file's name. Nor is the path
+// with a dot: the system takes a plain one for the path, and behind the
 // long-path prefix the replacement and the backup would both have that name.
 bool IsSideName(const std::wstring& name, const wchar_t* path) noexcept {
   return name.size() >= std::wstring_view(path).size() + 2;
@@ -67,7 +67,7 @@ SideFiles NameSideFiles(const wchar_t* path, std::wstring target) {
           CutName(kNameSize, L"%s.%u.tmp", path, number)};
 }
 
-// The way out when the file could not be replaced: whether its old contents can be
+// The fallback when the file could not be replaced: whether its old contents can be
 // copied over the new ones is the result, deliberately. The copy has the old file's
 // attributes too, so that it may be read-only when it is deleted.
 bool KeepOldContents(const wchar_t* path, const std::wstring& target) noexcept {
@@ -77,8 +77,8 @@ bool KeepOldContents(const wchar_t* path, const std::wstring& target) noexcept {
 }
 
 bool TakePlace(const wchar_t* path, const SideFiles& files) noexcept {
-  // With names that are not ours, replacing and cleaning up would cost the file
-  // itself, or a stranger whose name is the first part of this one.
+  // With other names, replacing and cleaning up would destroy the file itself, or another
+  // file whose name is the beginning of this one.
   if (!IsSideName(files.replacement, path) || !IsSideName(files.backup, path)) {
     return KeepOldContents(path, files.target);
   }
@@ -88,7 +88,7 @@ bool TakePlace(const wchar_t* path, const SideFiles& files) noexcept {
   ::CopyFileW(files.target.c_str(), replacement, FALSE);
   const BOOL replaced =
       ::ReplaceFileW(path, replacement, backup, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr);
-  // Broken off half-way, the system leaves the old contents under the backup's name.
+  // A replacement that fails half-way leaves the old contents under the backup's name.
   if (!replaced && !FileExists(path) && !::MoveFileExW(backup, path, 0)) return false;
   ::DeleteFileW(backup);
   const bool done = replaced || KeepOldContents(path, files.target);
@@ -101,7 +101,7 @@ bool TakePlace(const wchar_t* path, const SideFiles& files) noexcept {
 bool WriteFileReplacing(const wchar_t* path, const void* buffer, uint32_t size) {
   const bool exists = FileExists(path);
   std::wstring target = TargetName(path, exists);
-  // So long a path leaves no room for a side file: the old contents stay.
+  // A path of this length leaves no room for a side file's name: the old content stays.
   if (exists && !IsSideName(target, path)) return false;
   if (!WriteTarget(target, buffer, size)) return false;
   return !exists || TakePlace(path, NameSideFiles(path, std::move(target)));

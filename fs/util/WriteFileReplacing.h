@@ -31,8 +31,8 @@ namespace veskard {
 ///     258 and more, prefixed a new file is written; one that is there keeps its old
 ///                            contents: true, as when the system refuses to replace it
 ///
-/// One writer of a path at a time is the caller's duty: two would share the side files,
-/// and one's contents could take the file's place under the other's answer.
+/// The caller ensures one writer of a path at a time: two would share the side files, and
+/// the content of one could replace the file although the other reports success.
 bool WriteFileReplacing(const wchar_t* path, const void* buffer, uint32_t size);
 
 }  // namespace veskard
