@@ -11,7 +11,7 @@ namespace veskard {
 
 /// The built-in English text with a number from 0 to kStringCount - 1, placeholders
 /// not yet filled in; empty for any other number. ASCII, without embedded NULs, and
-/// followed by one. Lives as long as the library.
+/// followed by one. Valid until the library unloads.
 std::string_view BuiltInString(size_t number);
 
 }  // namespace veskard

@@ -1,4 +1,4 @@
-// The text of a translator's check file: what it changes, and what is reported.
+// The text of a translator's check file: its changes to the table, and the report on it.
 #pragma once
 
 #include <bitset>

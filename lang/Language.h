@@ -14,7 +14,7 @@ namespace veskard {
 /// module's resources. `code` is a packed language code ('d' | 'e' << 8), or
 /// negative for the user's own language; then tries the translator's check file, if
 /// there is one beside the host program. Call once, before the first GetString;
-/// whatever cannot be read leaves English texts. Any thread: readers see either the
+/// texts that cannot be read stay English. Any thread: readers see either the
 /// old table or the new one. Throws std::bad_alloc only, with the old table in place.
 void LoadLanguage(int32_t code);
 
@@ -26,7 +26,7 @@ inline const std::wstring& GetString(StringId id) {
   return GetString(static_cast<uint32_t>(id));
 }
 
-/// How the table came about, for the tools that explain what a user sees.
+/// The sources of the table, for the tools that explain a user's language.
 struct LanguageStatus {
   DataStatus archive = DataStatus::kMissing;  // the resource
   std::string member;                         // translated from; empty means English
