@@ -5,8 +5,8 @@
 
 namespace veskard {
 
-/// A recursive lock. A critical section and not a standard mutex: it may be tried
-/// (TryEnter) while the process exits, when the threads that held it are gone.
+/// A recursive lock. A critical section, not a standard mutex, because TryEnter is allowed
+/// while the process exits, after the threads that held it have ended.
 class CriticalSection {
  public:
   CriticalSection() noexcept { ::InitializeCriticalSection(&section_); }
@@ -15,7 +15,7 @@ class CriticalSection {
   CriticalSection& operator=(const CriticalSection&) = delete;
 
   void Enter() noexcept { ::EnterCriticalSection(&section_); }
-  /// Enters unless another thread is inside, alive or not; tells whether it did.
+  /// Enters unless another thread, running or ended, is inside. Returns whether it entered.
   [[nodiscard]] bool TryEnter() noexcept { return ::TryEnterCriticalSection(&section_) != FALSE; }
   /// Leaves, sleeps until the condition is woken, and enters again. May also wake
   /// without a cause. Not while the lock is held twice.

@@ -4,7 +4,7 @@
 
 #include <objidl.h>
 #include <windows.h>
-// GDI+'s headers need COM's property types and the min and max of old.
+// GDI+'s headers need COM's property types and macros named min and max.
 #include <propidl.h>
 
 #include <algorithm>
@@ -46,8 +46,8 @@ using std::min;
 
 namespace veskard::gdip {
 
-// Called like the functions of GDI+ themselves. Where GDI+ cannot be loaded they answer as
-// those do when it is not started.
+// Called like the functions of GDI+. When GDI+ cannot be loaded, they return what GDI+
+// returns before it is started.
 // NOLINTBEGIN(bugprone-macro-parentheses): a name that is declared has none.
 #define VESKARD_DECLARE(scope, name) \
   extern LateFunction<decltype(&scope::name), Gdiplus::GdiplusNotInitialized> name;

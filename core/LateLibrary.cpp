@@ -5,8 +5,8 @@
 namespace veskard {
 namespace {
 
-// For systems too old to know the flag that names the system's folder: the full path,
-// with which what the library itself imports is looked for beside it first.
+// For systems without the flag for the system's folder: the full path. The libraries that
+// the library itself imports are then searched beside it first.
 HMODULE LoadByFullPath(const wchar_t* fileName) noexcept {
   wchar_t path[MAX_PATH];
   const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
@@ -44,7 +44,7 @@ bool LateLibrary::Load() noexcept {
     ::FreeLibrary(module);
     return false;
   }
-  // A slot that is filled already is somebody's who stands in front of the function.
+  // A slot that is filled already belongs to a replacement of the function.
   for (size_t i = 0; i < slots_.size(); ++i) {
     void* none = nullptr;
     slots_[i]->address.compare_exchange_strong(none, addresses[i]);

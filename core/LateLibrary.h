@@ -11,10 +11,9 @@ namespace veskard {
 
 class LateLibrary;
 
-/// Where a module keeps the address of one function of a late library; null until
-/// that is loaded. All of a module's lie in a section of their own, one behind the
-/// other, so that they can be found from outside as its imports can
-/// (tools/common/ImportSlot.h).
+/// The slot in which a module keeps the address of one function of a late library; null
+/// until that is loaded. All slots of a module lie in one section, so that they can be
+/// found from outside, as its imports can (tools/common/ImportSlot.h).
 struct alignas(32) LateSlot {
   LateLibrary* library;
   const char* name;
@@ -32,11 +31,11 @@ struct alignas(32) LateSlot {
 #define VESKARD_LATE __attribute__((section(VESKARD_LATE_SECTION)))
 #endif
 
-/// Loads the library at the first question for one of its functions, from the system's
-/// folder and nowhere else: a file of that name beside the host or in the current folder
-/// is never taken. All functions are looked up at once, so that what one of them makes
-/// another one can free: with one missing there are none. A failure is not kept: the
-/// next question tries again. The destructor frees the library. Safe from several
+/// Loads the library at the first request for one of its functions, from the system's
+/// folder only: a file of that name beside the host or in the current folder is never
+/// loaded. All functions are resolved at once; when one is missing, none is available, so
+/// that no function can allocate what another cannot free. A failure is not kept: the
+/// next request tries again. The destructor frees the library. Safe from several
 /// threads; nothing throws.
 class LateLibrary {
  public:
@@ -48,7 +47,7 @@ class LateLibrary {
   LateLibrary(const LateLibrary&) = delete;
   LateLibrary& operator=(const LateLibrary&) = delete;
 
-  /// Whether the library and all its functions are there now.
+  /// Whether the library is loaded and all its functions are resolved.
   bool Load() noexcept;
 
   /// While in use, the library is left loaded by the destructor: threads of its own may

@@ -9,14 +9,14 @@
 
 namespace veskard {
 
-/// Remembers the instance handle that the loader gave at process attach.
+/// Stores the instance handle that the loader passes at process attach.
 void SetModuleHandle(HINSTANCE instance) noexcept;
 
 /// That handle; null (the process's executable) where none was set.
 HINSTANCE ModuleHandle() noexcept;
 
 /// A reference of the caller's own, which keeps the binary with this code loaded; needs no
-/// SetModuleHandle. Empty on failure; the thread's last error tells why.
+/// SetModuleHandle. Empty on failure; the reason is the thread's last error.
 [[nodiscard]] UniqueModule ReferenceToThisModule() noexcept;
 
 /// Full path of a module, read with `GetModuleFileNameW` into a buffer of 260
@@ -24,7 +24,7 @@ HINSTANCE ModuleHandle() noexcept;
 /// failure.
 std::wstring ReadModulePath(HMODULE module);
 
-/// The same of whatever length, up to the longest path of the system, 32,767 characters.
+/// The same for any length, up to the system's longest path of 32,767 characters.
 /// Throws std::bad_alloc only.
 std::wstring ReadWholeModulePath(HMODULE module);
 

@@ -37,14 +37,14 @@ class Owner {
   /// Gives the resource away; the owner then owns nothing.
   [[nodiscard]] Value Release() noexcept { return std::exchange(value_, Traits::Invalid()); }
 
-  /// Frees what is owned, then takes `value`.
+  /// Frees the owned resource, then takes `value`.
   void Reset(Value value = Traits::Invalid()) noexcept {
     const Value old = std::exchange(value_, value);
     if (old != Traits::Invalid()) Traits::Close(old);
   }
 
-  /// For functions that return the resource through a pointer: frees what is
-  /// owned and gives the place to write to.
+  /// For functions that return the resource through a pointer: frees the
+  /// owned resource and returns the address to write to.
   [[nodiscard]] Value* Out() noexcept {
     Reset();
     return &value_;

@@ -1,5 +1,5 @@
-// Poison: tells the address sanitizer which parts of a block of our own making may
-// not be touched; nothing in builds without it.
+// Poison: marks parts of our own blocks as inaccessible for the address sanitizer; does
+// nothing in builds without it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The product's names and version: the place that the code reads them from.
+// The product's names and version, the only place where the code reads them.
 #pragma once
 
 #include "core/Version.h"
@@ -10,7 +10,7 @@ namespace veskard {
 inline constexpr wchar_t kAgentName[] = L"Nimbrel Veskard Agent";
 inline constexpr wchar_t kAgentShortName[] = L"Veskard Agent";
 
-/// What the names of placeholder files end in.
+/// The extension of placeholder files.
 inline constexpr wchar_t kPlaceholderExtension[] = L".ghpl";
 
 }  // namespace veskard

@@ -24,8 +24,7 @@ class LastErrorKeeper {
   DWORD error_;
 };
 
-/// Traits of a resource that `kClose` frees and that is "nothing" when null, or when it
-/// has the value `kInvalid`.
+/// Traits of a resource that `kClose` frees; null and `kInvalid` mean "nothing".
 template <class T, auto kClose, intptr_t kInvalid = 0>
 struct SystemResource {
   using Value = T;
