@@ -1,4 +1,4 @@
-// Small questions and answers about GDI+ bitmaps, shared by everything that draws.
+// Functions on GDI+ bitmaps, shared by all code that draws.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ BitmapShape ShapeOf(Gdiplus::GpBitmap* bitmap) noexcept;
 /// A new bitmap with all bytes zero (transparent, where the format has alpha).
 UniqueGpBitmap NewBitmap(const BitmapShape& shape) noexcept;
 
-/// A drawing surface on `bitmap`; it must be gone before the bitmap is.
+/// A drawing surface on `bitmap`, which must outlive it.
 UniqueGpGraphics GraphicsOn(Gdiplus::GpBitmap* bitmap) noexcept;
 
 /// The pixels of a whole bitmap, locked for reading and writing for a scope.

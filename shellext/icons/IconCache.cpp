@@ -5,9 +5,9 @@
 namespace veskard {
 namespace {
 
-// Holds the cache. Its end is that of the lock alone: bitmaps that are left belong
-// to handlers that live on, GDI+ may be gone, and the threads that a process's end
-// stopped may have left the map half changed.
+// Holds the cache. Its destruction destroys only the lock: remaining bitmaps belong to
+// live handlers, GDI+ may be shut down, and threads that ended with the process may have
+// left the map in the middle of a change.
 union CacheStorage {
   CacheStorage() : cache() {}
   ~CacheStorage() { std::destroy_at(&cache.Lock()); }

@@ -1,4 +1,4 @@
-// IconCache: the washed-out type icons and the badges that composing has made.
+// IconCache: washed-out type icons and badges, for reuse.
 #pragma once
 
 #include <cstdint>
@@ -41,8 +41,8 @@ class IconCache {
   std::map<std::wstring, UniqueGpBitmap> bitmaps_;
 };
 
-/// The extension's one cache. Its bitmaps are never destroyed when the library
-/// goes: what is left then must not be touched once GDI+ is gone.
+/// The extension's only cache. Unloading the library does not destroy its bitmaps,
+/// because GDI+ may have been shut down before.
 IconCache& SharedIconCache() noexcept;
 
 /// The key of the type icon for `targetName`: its last "." and what follows, or

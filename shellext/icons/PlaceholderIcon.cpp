@@ -14,7 +14,7 @@
 namespace veskard {
 namespace {
 
-// Folders have no type of their own to share an entry of the cache by.
+// Folders have no file type, so this one is the key of their cache entry.
 constexpr wchar_t kFolderPseudoExtension[] = L".vlk2fldr";
 
 constexpr int32_t kProgressUnknown = -1;
@@ -77,8 +77,8 @@ UniqueIcon ComposePlaceholderIcon(const std::wstring& placeholderPath, bool larg
   Gdiplus::GpBitmap* const typeIcon = WashedOutTypeIcon(cache, targetName, large, state.typeFlag);
   if (typeIcon == nullptr) return {};
   if (state.progress != kProgressUnknown) return Compose(cache, typeIcon, state.progress, large);
-  // Only here does the folder matter: elsewhere than in a selective one the file
-  // is bound to come, so it shows as one of which nothing has come yet.
+  // The folder matters only here. In a folder that is not selective the file will be
+  // received, so it shows the badge of 0 percent.
   if (LiesInSelectiveFolder(placeholderPath)) return BitmapToIcon(typeIcon);
   return Compose(cache, typeIcon, 0, large);
 }

@@ -1,4 +1,4 @@
-// PlaceholderIcon: composes the icon of a file that is known but not here yet.
+// PlaceholderIcon: composes the icon of a placeholder.
 #pragma once
 
 #include <string>

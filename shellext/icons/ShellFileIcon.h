@@ -13,7 +13,7 @@
 namespace veskard {
 
 /// Made by Explorer for one file: Load gives the path, Extract answers with icons
-/// that the Shell is told not to keep, so that they follow the download. Belongs
+/// that the Shell is asked not to keep, so that they follow the download. Belongs
 /// to the apartment that created it. Made by ClassFactory with reference count 0.
 class ShellFileIcon final : public IPersistFile, public IExtractIconW, private RefCountedObject {
  public:
@@ -42,8 +42,8 @@ class ShellFileIcon final : public IPersistFile, public IExtractIconW, private R
   STDMETHODIMP GetIconLocation(UINT uFlags, PWSTR szIconFile, UINT cchMax, int* piIndex,
                                UINT* pwFlags) noexcept override;
   /// For a file that was loaded with the extension ".ghpl" (in any case): S_OK and
-  /// two icons, owned by the caller, either of them null where composing it failed,
-  /// for want of memory too. Where `nIconSize` asks for one size twice, both are the
+  /// two icons, owned by the caller, either of them null when composing it failed,
+  /// also when out of memory. Where `nIconSize` asks for one size twice, both are the
   /// small icon. A null pointer is skipped and its icon not made. E_NOTIMPL and
   /// nothing touched for any other file.
   STDMETHODIMP Extract(PCWSTR pszFile, UINT nIconIndex, HICON* phiconLarge, HICON* phiconSmall,

@@ -35,7 +35,7 @@ bool IsSystemAtLeast(DWORD major, DWORD minor) noexcept {
   return ::VerifyVersionInfoW(&wanted, fields, conditions) != FALSE;
 }
 
-// The systems before 6.2 have no good large folder in their image list.
+// Systems before 6.2 have no usable large folder icon in their image list.
 bool TakesLargeFolderFromStock() noexcept {
   return IsSystemAtLeast(6, 0) && !IsSystemAtLeast(6, 2);
 }
@@ -53,7 +53,7 @@ UniqueGpBitmap StockFolderIcon() noexcept {
   return IconToBitmap(icon.Get());
 }
 
-// What the Shell tells about a name that need not exist.
+// The Shell's information about a name that need not exist.
 struct TypeInfo {
   UniqueIcon icon;
   int imageIndex = 0;

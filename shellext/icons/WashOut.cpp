@@ -18,8 +18,8 @@ static_assert(WashedOut(0x12000000) == 0x12BFBFBF);
 static_assert(WashedOut(0xFFFFFFFF) == 0xFFFFFFFF);
 static_assert(WashedOut(0x80020304) == 0x80BFC0C0);
 
-// In blocks of a known size: those become vector instructions also where the
-// compiler is told to keep the code small.
+// In blocks of a known size, which the compiler vectorises also when it optimises for
+// size.
 void WashOutRow(uint32_t* row, size_t width) noexcept {
   constexpr size_t kBlock = 8;
   size_t x = 0;

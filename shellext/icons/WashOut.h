@@ -1,4 +1,4 @@
-// WashOut: makes a picture read as something absent.
+// WashOut: makes a picture pale, as a sign that the file is not here.
 #pragma once
 
 #include "core/GdiplusOwners.h"

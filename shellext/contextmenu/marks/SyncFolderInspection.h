@@ -1,5 +1,5 @@
-// What the agent's marks on disk say about a path: its synchronised folder, that
-// folder's record, and the state of a placeholder file.
+// Reads the agent's marks on the disk: the synchronised folder of a path, that folder's
+// record, and the state of a placeholder.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@ namespace veskard {
 
 class SyncHandle;
 
-/// A larger mark counts as no dictionary: marks are some hundred bytes, and the
-/// Shell's thread does not wait for what no agent has written.
+/// A larger mark counts as no dictionary. Marks have some hundred bytes, and reading a
+/// larger file would hold up the Shell's thread.
 inline constexpr uint64_t kLargestMark = 16 * 1024 * 1024;
 
 /// What the agent has recorded about a synchronised folder.
@@ -24,7 +24,8 @@ struct SyncFolderInfo {
 
 /// What the agent has recorded on a placeholder file.
 struct PlaceholderState {
-  int32_t progress = -1;  // percent, a multiple of 5 in 0..100; -1: not being received
+  /// From RoundProgress: percent, a multiple of 5, at most 100. Negative: not being received.
+  int32_t progress = -1;
   bool typeFlag = false;  // "vlk_type" is 2: the placeholder stands for a folder
 };
 
