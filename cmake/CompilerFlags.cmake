@@ -15,7 +15,7 @@ target_compile_options(veskard_flags INTERFACE
 if(WIN32)
   target_compile_definitions(veskard_flags INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601 STRICT)
-  # Wine's debugger does not read the compilers' own choice, DWARF 5.
+  # Wine's debugger does not read DWARF 5, the compilers' default.
   target_compile_options(veskard_flags INTERFACE $<$<CONFIG:Debug,RelWithDebInfo>:-gdwarf-4>)
   # One file to deploy: the compiler's run-time libraries are linked in. The
   # rest makes two builds byte-identical and keeps the unused out.
@@ -47,8 +47,8 @@ if(VESKARD_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()
 
-# GCC 12 finds overruns and overlaps in its own std::wstring, inlined, and forgets
-# that it stands in a system's header when that header is a precompiled one.
+# GCC 12 warns of overruns and overlaps in its own inlined std::wstring. It does not treat
+# the header as a system header when that is precompiled.
 function(veskard_quiet_string_warnings target)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE

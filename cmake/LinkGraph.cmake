@@ -1,4 +1,4 @@
-# Writes who links whom, as CMake has it, to link_graph.txt in the build folder, for
+# Writes which target links which to link_graph.txt in the build folder, for
 # scripts/dependencies.py:
 #
 #     target lang_text code lang       its name; "code", or "none" without C++ sources;
@@ -61,7 +61,7 @@ function(veskard_links_of target result)
   set(${result} ${links} PARENT_SCOPE)
 endfunction()
 
-# To be called when every target is there.
+# Call it after all targets are defined.
 function(veskard_write_link_graph)
   veskard_targets_below(${PROJECT_SOURCE_DIR} targets)
   set(graph "")

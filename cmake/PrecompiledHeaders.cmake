@@ -1,6 +1,6 @@
 # Reading Windows' headers is most of what compiling a source costs: they are read
 # once, and veskard_precompiled_headers(TARGET...) lets targets use the result.
-# Each source includes what it needs all the same: Clang builds it without.
+# Each source includes the headers that it needs, because Clang builds it without these.
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   function(veskard_precompiled_headers)
   endfunction()

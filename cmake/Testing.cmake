@@ -54,7 +54,7 @@ function(veskard_test name)
   add_test(NAME ${name} COMMAND ${runner} $<TARGET_FILE:${name}>)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
   if(VESKARD_SANITIZERS)
-    # The default on most systems, but not to be left to it.
+    # The default on most systems, not on all.
     set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=detect_leaks=1)
   endif()
 endfunction()

@@ -1,4 +1,4 @@
-# veskard_version_files(FOLDER VERSION): what says the version, below FOLDER: the header
+# veskard_version_files(FOLDER VERSION): the files with the version, below FOLDER: the header
 # core/Version.h and the libraries' details, shellext/NAME.rc. The templates use the names
 # that CMake has for the version of a project.
 function(veskard_version_files folder PROJECT_VERSION)

@@ -12,7 +12,8 @@ endforeach()
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
 
-# Clang does not know the folders of MinGW-w64's posix flavour: its compiler tells.
+# Clang does not find the folders of MinGW-w64's posix flavour; that flavour's GCC prints
+# them.
 execute_process(COMMAND ${mingw_gcc} -print-libgcc-file-name
   OUTPUT_VARIABLE libgcc OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 get_filename_component(gcc_folder ${libgcc} DIRECTORY)
