@@ -81,7 +81,7 @@ TEST(LateLibraryTest, ItIsLoadedOnce) {
 TEST(LateLibraryTest, AMissingLibraryAndAMissingFunctionAnswerTheFailure) {
   EXPECT_EQ(Late(L"veskard no such library.dll").start(), kMissing);
   EXPECT_EQ(Late(kSystemLibrary, "NoSuchFunction").start(), kMissing);
-  EXPECT_FALSE(IsLoaded(kSystemLibrary)) << "what is of no use is freed";
+  EXPECT_FALSE(IsLoaded(kSystemLibrary)) << "a useless library is freed";
 }
 
 TEST(LateLibraryTest, AFailureIsNotKept) {

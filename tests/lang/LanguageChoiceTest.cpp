@@ -1,4 +1,4 @@
-// Started once for each language of a user, with what is to be expected in the
+// Started once for each language of a user, with the expected result in the
 // environment: the user's locale and the archive's member, empty for English.
 #include <gtest/gtest.h>
 

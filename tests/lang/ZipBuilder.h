@@ -8,7 +8,7 @@
 
 namespace veskard {
 
-/// A member as it is to stand in the archive. What is not set is told truthfully.
+/// A member of the archive to build. Fields that are not set get their true values.
 struct ZipMember {
   std::string name = {};
   std::string contents = {};

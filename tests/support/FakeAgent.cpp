@@ -13,7 +13,7 @@ const wchar_t* PipeName(AgentKind kind) {
 }
 
 // Finishes an operation on `pipe` unless `stop` is set meanwhile. False also
-// when the operation fails; the thread's last error then tells why.
+// when the operation fails; the reason is the thread's last error.
 bool Finish(HANDLE pipe, OVERLAPPED& operation, HANDLE stop, DWORD& size) {
   const HANDLE either[] = {stop, operation.hEvent};
   if (::WaitForMultipleObjects(2, either, FALSE, INFINITE) == WAIT_OBJECT_0) {

@@ -89,7 +89,7 @@ std::wstring FolderForLength(const std::wstring& folder, size_t total, size_t na
   std::wstring path = folder;
   const size_t wanted = total - nameLength - 1;
   while (path.size() < wanted) {
-    // What is left must not be a lone backslash.
+    // The rest must not be a single backslash.
     size_t length = std::min(wanted - path.size() - 1, kLongestName);
     if (wanted - path.size() - 1 - length == 1) --length;
     path += L'\\' + std::wstring(length, L'd');

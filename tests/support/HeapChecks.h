@@ -10,7 +10,7 @@ namespace veskard::test {
 
 /// Has the system check each block that this program or the built library gives back,
 /// before it is gone, and all heaps of the process after each test; the test in which a
-/// damaged one is found fails. Wine finds damage only where it was told to put marks
+/// damaged one is found fails. Wine finds damage only when it puts marks
 /// behind blocks (scripts/lib.sh). One at a time, to the end of the program.
 class HeapChecks final : public testing::EmptyTestEventListener {
  public:

@@ -109,7 +109,7 @@ KnownCall* Draws(Held held = Held::kNothing) {
   return row;
 }
 
-/// Never fails here, and changes what is held: +1 takes, -1 gives back.
+/// Never fails here, and changes the balance: +1 takes, -1 gives back.
 template <class Call>
 KnownCall* Counts(Held held = Held::kNothing, ptrdiff_t change = 0) {
   KnownCall& row = Call::row;
@@ -198,7 +198,7 @@ BOOL WINAPI GetModuleHandleEx(DWORD flags, const wchar_t* name, HMODULE* module)
   return found;
 }
 
-// What is looked up while watched is watched as well, as what was imported before is.
+// Functions resolved while watched are watched too, like the imported ones.
 FARPROC WINAPI GetProcedureAddress(HMODULE module, const char* name) {
   if (getProcAddressRow.MustFail()) return nullptr;
   const FARPROC found = CallTarget(getProcAddressRow, &GetProcedureAddress, module, name);

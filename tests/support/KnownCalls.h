@@ -1,7 +1,7 @@
 // KnownCalls: the table of the system's functions that tests stand in front of, each
 // with how it fails and what a call of it takes or gives back. It has every function
 // of the system that the built library imports, except those that cannot fail and cost
-// next to nothing, and those that only the compiler's run-time library calls;
+// almost nothing, and those that only the compiler's run-time library calls;
 // tests/torture/TortureTest.cpp lists these and checks that none is missing.
 #pragma once
 
@@ -22,7 +22,7 @@ struct KnownCall {
   void* replacement = nullptr;  // counts, fails when it has to, and goes on to Target()
 
   bool canFail = false;
-  bool isSuccessZero = false;  // the answer tells success by 0; else by not being `failure`
+  bool isSuccessZero = false;  // 0 is success; otherwise any answer but `failure` is
   bool isErrorAnswer = false;  // and the error's code is the answer of a failing call
   intptr_t failure = 0;
   DWORD error = ERROR_SUCCESS;  // the thread's last error after a failure

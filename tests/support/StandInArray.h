@@ -10,7 +10,7 @@
 //     selection.BeforeCount([&] { ... });
 //     selection.AtTheLastRelease([&] { ... });
 //     EXPECT_EQ(selection.CountQuestions(), 1);            // who asked what, how often
-//     EXPECT_EQ(selection.References(), 0u);               // and what is still held
+//     EXPECT_EQ(selection.References(), 0u);               // and the held references
 //
 // Names may have any length and any form: nothing looks at the disk. OtherFace() is another
 // pointer to the same COM object, and RefuseIdentity() lets QueryInterface fail for

@@ -96,7 +96,7 @@ class Choice final : public Scenario {
     }
   }
 
-  // The next batch is this command's, but for what a struck command before it may have
+  // The next batch is this command's, except for what a failed command before it may have
   // left behind. The agent serves several clients at once, and one that broke off may
   // be noticed after the next one.
   void CheckWhole() {

@@ -65,7 +65,7 @@ class IconScenario : public Scenario {
     return {PixelsOf(large.Get()), PixelsOf(small.Get())};
   }
 
-  // Right, or null; where only a system call has failed, also right but for a badge
+  // Right, or null; where only a system call has failed, also right except for a badge
   // that lacks a part.
   void CheckIcon(const Struck& struck, const UniqueIcon& icon, const Picture& golden,
                  const Picture& plain) const {

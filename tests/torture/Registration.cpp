@@ -44,7 +44,7 @@ class Registration final : public Scenario {
 class Unregistration final : public Scenario {
   void Prepare(const ExtensionLibrary& library) override {
     EXPECT_EQ(library.DllInstall(TRUE, L"S"), S_OK);
-    // Keys that are none of ours.
+    // Keys of other programs.
     WriteRegistryText(HKEY_LOCAL_MACHINE, kStranger, L"", L"stays");
   }
 

@@ -84,7 +84,7 @@ class RightClick final : public Scenario {
     } else if (struck.Memory()) {
       EXPECT_EQ(ours, "SCRa");
     } else if (struck.Only("GetUserNameW")) {
-      // Asked once: whoever cannot be told to be the owner is not taken for it.
+      // Asked once: when the user's name is unknown, the user does not count as the owner.
       EXPECT_EQ(ours, "");
     } else if (!struck.Everything()) {
       EXPECT_TRUE(IsPermitted(struck.function, ours)) << ours;

@@ -45,13 +45,13 @@ class Scenario {
   /// Whether a sample of its many or slow rounds has to do for a quick run.
   virtual bool IsLong() const { return IsOnce(); }
 
-  /// Everything up to what is tortured; nothing fails.
+  /// The preparation of the tortured step; nothing fails in it.
   virtual void Prepare(const ExtensionLibrary&) {}
 
   /// The host's calls. Keeps what came of them; may be on any thread.
   virtual void Run(const ExtensionLibrary& library) = 0;
 
-  /// Whether that is what is documented. After an undisturbed run: all of it.
+  /// Whether the result is the documented one; after a run without failures, the whole one.
   virtual void Check(const Struck& struck) = 0;
 
   /// Lets go of everything that Prepare and Run have made.

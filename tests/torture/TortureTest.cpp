@@ -23,7 +23,7 @@ namespace {
 
 // clang-format off
 constexpr std::string_view kUnwatched[] = {
-    // Cannot fail, and cost next to nothing
+    // Cannot fail, and cost almost nothing
     "DeleteCriticalSection", "InitializeCriticalSection", "GetCurrentProcess", "GetCurrentProcessId",
     "GetCurrentThread", "GetCurrentThreadId", "GetHandleInformation", "GetLastError", "SetLastError",
     "GetTickCount", "GetTickCount64", "IsDBCSLeadByteEx", "IsDebuggerPresent", "VerSetConditionMask",
@@ -46,9 +46,9 @@ constexpr std::string_view kUnwatched[] = {
 TEST(ImportsTest, EveryFunctionThatTheLibraryImportsIsWatchedOrKnownNotToMatter) {
   std::set<std::string_view> known(std::begin(kUnwatched), std::end(kUnwatched));
   for (const KnownCall* call : KnownCalls()) EXPECT_TRUE(known.insert(call->name).second) << call->name;
-  // The C run-time library's other functions work on what they are given, but for its
-  // files: minizip names them and reads from memory here, and a program that aborts says
-  // its last words through them.
+  // The C run-time library's other functions work on their arguments, except those on
+  // files: minizip refers to them and reads from memory here, and a program that aborts
+  // writes its message through them.
   const HMODULE runtime = ::GetModuleHandleW(L"msvcrt.dll");
   const ExtensionLibrary library;
   ForEachImport(library.Module(), [&](const char* name, void**) {

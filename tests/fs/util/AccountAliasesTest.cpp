@@ -1,4 +1,4 @@
-// What is found in an access list, compared with the regular expression itself.
+// The accounts found in an access list, compared with those of the regular expression.
 #include "fs/util/AccountAliases.h"
 
 #include <gtest/gtest.h>

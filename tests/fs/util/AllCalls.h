@@ -1,4 +1,4 @@
-// All Windows calls that the layer makes, but for those that only close something.
+// All Windows calls of the layer, except those that only close something.
 #pragma once
 
 #include "tests/support/WatchedCalls.h"

@@ -27,8 +27,8 @@ using test::WriteBytes;
 
 class AllocationFailureTest : public testing::Test {
  protected:
-  // Runs once undisturbed, which also makes what is made once per process, then
-  // with each allocation failing, but for number `spared`. Returns how many there were.
+  // Runs once without failures, which also makes the allocations of the first run in a
+  // process, then with each allocation failing except number `spared`. Returns their number.
   size_t FailEach(const std::function<void()>& scenario, size_t spared = 0) {
     scenario();
     const size_t handles = test::CountOpenHandles();
@@ -208,7 +208,7 @@ class ListedStreams {
   // Which allocation of a scenario makes the room for the answer: where that one fails
   // the process ends.
   static size_t RoomForTheAnswer(const std::function<void()>& scenario) {
-    scenario();  // what is made once per process
+    scenario();  // the allocations of the first run in a process
     test::AllocationsOf(scenario);
     return allocationsUntilTheQuery_;
   }

@@ -1,4 +1,4 @@
-// Every Windows call of every operation failing in turn: what is returned and
+// Each Windows call of each operation fails in turn: the results and
 // recorded, that no handle stays open, and that no contents are lost.
 #include <gtest/gtest.h>
 
@@ -280,7 +280,7 @@ TEST_F(CallFailureTest, DeletingATreeFailsWithEachFailureAndCanBeDoneAgain) {
         error = ::GetLastError();
       },
       [&](const FailedCall& failed) {
-        // The end of a listing is told by a failing call: failing it changes nothing.
+        // A failing call is the end of a listing: failing it changes nothing.
         EXPECT_EQ(done, !test::Exists(tree)) << failed;
         if (!done) {
           EXPECT_TRUE(error == kInjectedError || error == ERROR_DIR_NOT_EMPTY) << failed << ": " << error;

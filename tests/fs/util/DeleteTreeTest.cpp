@@ -158,7 +158,7 @@ TEST_F(DeleteTreeTest, WhatALinkPointsToStays) {
   }
 }
 
-// "tree" shown as a reparse point; what is done to it is noted, and what a link has
+// "tree" shown as a reparse point; the calls on it are recorded, and what a link has
 // beside a folder, that it can be removed although there is something behind it, is
 // played.
 struct ReparsePointAsRoot {

@@ -180,7 +180,7 @@ TEST(PathNamesTest, FullStreamNamesAroundTheOldLimitLoseNothing) {
 TEST(PathNamesTest, ThePathOnDiskOfALongPathIsWhole) {
   const test::ScratchFolder scratch;
   const std::wstring base = L"\\\\?\\" + scratch.Path();
-  // Wine tells none of more than about 270 characters; FinalPathTest has the rest.
+  // Wine answers up to about 270 characters; FinalPathTest has longer paths.
   for (const size_t length : {259u, 260u, 261u}) {
     const std::wstring path = test::FolderForLength(base, length, 5) + L"\\End.x";
     test::WriteBytes(path, "x");

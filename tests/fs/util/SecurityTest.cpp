@@ -276,7 +276,7 @@ TEST(SecurityFailureTest, EveryRewriteSurvivesEveryFailingCall) {
                        if (parsing) {
                          EXPECT_EQ(text, original) << failed;
                        }
-                       // An account that cannot be told keeps its alias, and the text stays valid.
+                       // An unknown account keeps its alias, and the text stays valid.
                        if (failed.Is("ConvertStringSidToSidW")) {
                          EXPECT_NE(text, original) << failed;
                        }

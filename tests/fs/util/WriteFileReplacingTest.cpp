@@ -107,7 +107,7 @@ TEST_F(WriteFileReplacingTest, WorksOnPercentSignsUnicodeAndTheLongPrefix) {
 
 // ---- The calls it makes.
 
-// What is asked of the system while this lives.
+// The requests to the system while this object lives.
 struct SeenCalls {
   std::wstring created, replaced, replacement, backup;
   DWORD access = 0, share = 0, disposition = 0, attributes = 0, replaceFlags = 0;

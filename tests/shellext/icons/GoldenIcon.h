@@ -38,7 +38,7 @@ struct Golden {
 Golden GoldenIcon(const Picture& typeIcon, std::optional<int> progress);
 
 /// Equal to the last bit; only where colours are mixed each channel may differ by
-/// one, since how GDI+ rounds there is its own business. Tells the first difference.
+/// one, because GDI+ may round there. Reports the first difference.
 ::testing::AssertionResult LooksLike(const Picture& actual, const Golden& expected);
 
 }  // namespace veskard::test

@@ -50,7 +50,7 @@ TEST_F(OldSystemIconTest, AShellThatDoesNotAnswerGivesNothing) {
   test::CountedLibraries libraries;
   const test::Patched<&::SHGetStockIconInfo> silent("SHGetStockIconInfo", [](auto...) { return E_FAIL; });
   EXPECT_FALSE(GetTypeIcon(L"music.vlk2fldr", true, true));
-  EXPECT_EQ(libraries.Requests(), 0) << "of a path that nobody gave";
+  EXPECT_EQ(libraries.Requests(), 0) << "of a path that was never given";
 }
 
 TEST_F(OldSystemIconTest, ALibraryOrAnIconThatIsNotThereGivesNothing) {

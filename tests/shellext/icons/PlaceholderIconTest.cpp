@@ -215,7 +215,7 @@ TEST_F(PlaceholderIconTest, FoldersHaveAKeyOfTheirOwn) {
   EXPECT_FALSE(IsCached(L".txtL"));
 }
 
-// Nobody has such a name by chance; telling the two apart would take another key.
+// Such a name is not chosen by chance, so both share a key.
 TEST_F(PlaceholderIconTest, AFileNamedLikeAFoldersKeySharesIt) {
   const std::wstring file = folder_.Mark(L"x.vlk2fldr.ghpl", {});
   const std::wstring folder = folder_.Mark(L"music.ghpl", {-1, true});
