@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# Builds a flavour by its preset, release for 64-bit Windows unless told
-# otherwise; the library and the tools end in build/PRESET/.
+# Builds a flavour by its preset: the library, the tools and the tests, in build/PRESET/.
 #
 #   scripts/build.sh                 win64, and before it win32 (the library for 32-bit hosts)
-#   scripts/build.sh win64-traps     that flavour, and win32 before it, if it has packages
-#   scripts/build.sh arm64           the first time with what it is built with, 15 to 40 minutes
+#   scripts/build.sh win64-traps     that flavour, and win32 before it if it makes packages
+#   scripts/build.sh arm64           15 to 40 minutes the first time, for its run-time libraries
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

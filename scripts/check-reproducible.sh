@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library once more, in another folder with a name of another length,
-# and compares it with the one that is there, byte by byte. Nothing is taken from
-# a compiler cache.
+# Builds the library once more, in another folder with a name of another length, and
+# compares both byte by byte. The build uses no compiler cache.
 #
-#   scripts/check-reproducible.sh [LIBRARY]    the one in build/win64 unless told otherwise
+#   scripts/check-reproducible.sh [LIBRARY]    the one in build/win64 unless LIBRARY is given
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Draws what placeholders look like: types of file across, progress down, large
-# and small icons, on a light and on a dark background. The types are the demo's
-# own, drawn in scripts/contact-sheet/. Expects the library and contact-sheet to be
-# built (scripts/build.sh, scripts/demo.sh).
+# Draws a picture of placeholder icons: types of file across, progress down, large and
+# small icons, on a light and on a dark background. The types are the demo's own, drawn
+# in scripts/contact-sheet/. Build the library and contact-sheet first (scripts/build.sh
+# or scripts/demo.sh).
 #
-#   scripts/contact-sheet.sh             the picture ends in build/demo/icons.png
+#   scripts/contact-sheet.sh             the picture is build/demo/icons.png
 #   scripts/contact-sheet.sh OUT.png
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"

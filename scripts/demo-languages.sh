@@ -1,7 +1,7 @@
 # The same menu for users of every language, as one picture: sourced by demo.sh,
 # while its screen and its stand-in agent are there.
 
-# A user's locale, and what the sheet says of it. The last two have no language of
+# A user's locale, and its caption on the sheet. The last two have no language of
 # their own in the archive: Portuguese and Chinese are there for other countries only.
 language_users=(
   "zh_CN|Chinese (China)" "nl_NL|Dutch" "fr_FR|French" "de_DE|German"

@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
-# The road of a right-click, shown with real parts on a bare machine: installs
-# and builds what is missing, registers the library in a Wine prefix of its own,
-# lays a synchronised tree, starts a stand-in agent, right-clicks several
-# selections through COM, in the classic menu and in the first menu of Windows 11, chooses
-# commands and prints what the agent receives.
-# Pictures of the menus and of placeholder icons end in build/demo/. Safe to
-# re-run; then it takes seconds.
+# Shows a right-click from the menu to the agent, on a fresh machine: installs and builds
+# what is missing, registers the library in its own Wine prefix, makes a synchronised
+# folder, starts a stand-in agent, right-clicks several selections through COM, in the
+# classic menu and in the first menu of Windows 11, chooses commands and prints what the
+# agent receives. Pictures of the menus and of placeholder icons are in build/demo/. A
+# second run takes seconds.
 #
 #   scripts/demo.sh
-#   scripts/demo.sh --keep-pictures    and copies the README's pictures to docs/pictures/
+#   scripts/demo.sh --keep-pictures    the same, and copies the pictures to docs/pictures/
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -92,7 +91,7 @@ register_library() {
 }
 
 lay_tree() {
-  say "laying a synchronised tree: $tree"
+  say "making a synchronised folder: $tree"
   local folder="$WINEPREFIX/drive_c/Atlas"
   rm -rf "$folder"
   mkdir -p "$folder/Maps" "$WINEPREFIX/drive_c/Elsewhere"
@@ -198,16 +197,16 @@ draw_first_menus() {
 # What support asks for: what was logged, is it installed well, why is there no menu.
 show_insight() {
   printf '\n'
-  say "What did the last right-clicks log? shellprobe tail"
+  say "The log of the last right-clicks: shellprobe tail"
   probe tail --no-follow --process shellprobe.exe --lines 9 | indent
   printf '\n'
-  say "Is it installed as it should be? shellprobe doctor"
+  say "The state of the installation: shellprobe doctor"
   probe doctor | indent
   printf '\n'
-  say "Why has a placeholder the commands that it has? shellprobe explain"
+  say "The reasons for a placeholder's commands: shellprobe explain"
   probe explain "$tree\\Photos.zip.ghpl" | indent
   printf '\n'
-  say "And why has C:\\Elsewhere\\Notes.txt none?"
+  say "The reasons for no commands on C:\\Elsewhere\\Notes.txt: shellprobe explain"
   local rc=0
   probe explain 'C:\Elsewhere\Notes.txt' >"$demo/explain.txt" || rc=$?
   [ "$rc" -eq 14 ] || die "shellprobe explain ended with $rc"
@@ -246,7 +245,7 @@ selection outside "A file outside every synchronised folder" "" 'C:\Elsewhere\No
 first_menu folder "" "A folder" "Sync to this device" "$tree\\Maps"
 first_menu receiving --dark "A placeholder that is being received" "Cancel receiving" "$tree\\Photos.zip.ghpl"
 printf '\n'
-say "The menu in ten languages, and for users whose language it does not have"
+say "The menu in ten languages, and in English for users of other languages"
 language_sheet "$demo/languages.png" "$tree\\Maps" "$tree\\Photos.zip.ghpl"
 printf '\n'
 "$root/scripts/contact-sheet.sh" "$demo/icons.png"

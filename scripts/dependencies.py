@@ -43,7 +43,7 @@ LIBRARY_TOPS = list(dict.fromkeys(name.split("/")[0] for name in LIBRARY))
 ABOVE |= {"tests": [*LIBRARY, *TOOLS], "bench": [*LIBRARY, *TOOLS, "tests"], "fuzz": [*LIBRARY, "tests"]}
 
 # Circles of units that stay, and why. Every other one is a finding, and so is one that
-# is named here and no longer there.
+# is named here and does not exist.
 CIRCLES = {
     ("benc/BencBuilder", "benc/BencDemolition", "benc/BencPayload", "benc/BencTree", "benc/BencValue",
      "benc/BencWalk"): "a value owns a tree of values; copying and destroying walk through it",

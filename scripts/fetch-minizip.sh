@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Unpacks the distribution's source package of minizip into build/deps/minizip.
-# There is no package of it for the MinGW target, so the build compiles its
-# unzip half itself.
+# The distribution has no package of it for the MinGW target, so the build compiles its
+# unzip half.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -16,7 +16,7 @@ trap 'rm -rf "$work"' EXIT
 run "$build/logs/minizip-unpack.log" dpkg-source --no-check -x "$work"/minizip_*.dsc "$work/tree"
 
 unzip_source=$(find "$work/tree" -name unzip.c -print -quit)
-[ -n "$unzip_source" ] || die "the source package of minizip holds no unzip.c"
+[ -n "$unzip_source" ] || die "the source package of minizip has no unzip.c"
 mkdir -p "$(dirname "$destination")"
 rm -rf "$destination.part"
 cp -r "$(dirname "$unzip_source")" "$destination.part"

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Downloads a source package of the distribution into a folder, as it is: nothing is
-# unpacked. apt gets a private configuration with the machine's own source entries turned
-# from binary to source packages: nothing of the machine's configuration changes. A
-# download that broke off is taken up where it ended.
+# Downloads a source package of the distribution into a folder, without unpacking it. apt
+# gets a private configuration, with the machine's own entries turned from binary to source
+# packages. The machine's configuration does not change. An interrupted download is resumed.
 #
 #   scripts/fetch-source.sh PACKAGE FOLDER
 set -euo pipefail
@@ -29,7 +28,7 @@ if [ -f /etc/apt/sources.list ]; then
   sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$work/sources/main.list"
   [ -s "$work/sources/main.list" ] && found=1
 fi
-[ "$found" = 1 ] || die "no package source of this machine can be turned into one for source packages"
+[ "$found" = 1 ] || die "apt has no package source on this machine that can serve source packages"
 
 options=(
   -o Dir::Etc::SourceList=/dev/null

@@ -2,7 +2,7 @@
 # Applies .clang-format to the whole tree.
 #
 #   scripts/format.sh
-#   scripts/format.sh --check    only tells, and prints the command that mends it
+#   scripts/format.sh --check    changes nothing; fails when a file is not formatted
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

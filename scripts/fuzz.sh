@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Fuzzes every target for SECONDS each, two at a time, from the committed seeds and
-# from what earlier runs on this machine have found interesting (build/fuzz/). A
-# finding fails the run; its input is left in fuzz/regressions/TARGET/, to be
-# committed together with the fix.
+# Fuzzes every target for SECONDS each, two at a time, from the committed seeds and from
+# the corpus of earlier runs on this machine (build/fuzz/). A finding fails the run. Its
+# input is left in fuzz/regressions/TARGET/; commit it together with the fix.
 #
 #   scripts/fuzz.sh SECONDS [TARGET...]    targets: parser, format, path, archive, lines
 set -euo pipefail

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs what building, testing and the demo need on Debian 12. Safe to
-# re-run: a machine that has everything is left alone, without a network call.
+# Installs what building, testing and the demo need on Debian 12, as root or with sudo.
+# Does nothing, and uses no network, on a machine that has everything.
 #
 #   scripts/install-deps.sh            everything that the tests and the demo need
-#   scripts/install-deps.sh bench      the same and the peers of the benchmarks
-#   scripts/install-deps.sh lint       the same and the programs that read the code
-#   scripts/install-deps.sh coverage   the same and the program that reports coverage
-#   scripts/install-deps.sh arm64      the same and the compiler for ARM64, its run-time
+#   scripts/install-deps.sh bench      the same, and the peers of the benchmarks
+#   scripts/install-deps.sh lint       the same, and the static analysers
+#   scripts/install-deps.sh coverage   the same, and the program that reports coverage
+#   scripts/install-deps.sh arm64      the same, and the compiler for ARM64, its run-time
 #                                      libraries (scripts/arm64-sysroot.sh) and an emulator
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"

@@ -1,5 +1,5 @@
-# Shared by the scripts in this folder: source it, do not run it.
-# Where things are, how to say what happens, and how to run Wine.
+# Functions shared by the scripts in this folder: paths, messages, Wine. Source it, do not
+# run it.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build"
@@ -15,7 +15,7 @@ fi
 
 product_version() {
   sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt" | grep . ||
-    die "CMakeLists.txt names no version"
+    die "CMakeLists.txt has no version"
 }
 
 # The top folders of the library's sources.
@@ -108,7 +108,7 @@ wine_prefix_take() {
     flock 8
     read -r process began name <&8 || true
     if [ -n "$began" ] && [ "$(process_start "$process")" = "$began" ]; then
-      die "$name (process $process) is using ${WINEPREFIX#"$root"/}: try again when it has ended"
+      die "$name (process $process) is using ${WINEPREFIX#"$root"/}: try again after its end"
     fi
     printf '%s %s %s\n' $$ "$(process_start $$)" "${0##*/}" >"$note"
   } 8<>"$note"
@@ -165,8 +165,8 @@ wine_server_stays() {
 }
 
 # Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
-# keeps a file while its tests run: one that is left tells of a program that ended
-# before their end, as Wine may do with exit code 0 when the stack overflows.
+# keeps a file while its tests run. A file that remains means that the program ended
+# before its tests, as Wine may do with exit code 0 when the stack overflows.
 # The first program that needs a desktop starts Wine's, which lives until the last one
 # that does has ended, and keeps the standard error of the first: a file here, shown
 # afterwards, or whoever reads our output would wait for a stranger's program.
@@ -182,7 +182,7 @@ run_under_wine() {
     [ "$rc" -ne 0 ] || rc=70
   fi
   if [ -e "$folder/unfinished" ]; then
-    say "the tests did not come to their end (exit code $rc)" >&2
+    say "the program ended before its tests did (exit code $rc)" >&2
     [ "$rc" -ne 0 ] || rc=70
   fi
   rm -rf "$folder"

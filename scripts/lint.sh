@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Reads the library and the tools with clang-tidy (.clang-tidy says what for) and
-# with cppcheck; any finding fails. Takes some ten minutes on two cores.
+# Checks the library and the tools with clang-tidy (configured by .clang-tidy) and with
+# cppcheck; any finding fails. Takes some ten minutes on two cores.
 #
-#   scripts/lint.sh [FILE...]    those sources only, with clang-tidy
+#   scripts/lint.sh [FILE...]    only these sources, with clang-tidy
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -11,7 +11,7 @@ refuse_options "$@"
 cd "$root"
 "$root/scripts/install-deps.sh" lint
 read -ra folders <<<"$(library_folders) tools"
-# Clang's own build tells it the flags and finds the headers.
+# The build by Clang supplies the flags and the headers.
 run "$build/logs/configure-win64-clang.log" cmake --preset win64-clang
 run "$build/logs/generated.log" cmake --build --preset win64-clang --target language_archive_file
 
@@ -32,4 +32,4 @@ cppcheck --quiet --error-exitcode=1 --std=c++20 --language=c++ --platform=win64 
   --suppress=passedByValue --suppress=uninitDerivedMemberVar \
   --suppress=invalidLifetime:lang/LanguageTable.cpp --suppress=uninitvar:util/string/ByteBuilder.h \
   "${folders[@]}"
-say "nothing found"
+say "no finding"

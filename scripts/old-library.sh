@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library as it was before a right-click did only what its menu needs: what
-# scripts/bench.sh holds today's library against. Takes the sources from the repository's
-# history, and builds them with the settings that they had then; it ends as
-# build/old-library/VeskardShellExt.dll. Takes two minutes on a quiet machine, and no time
-# while the library is there, from the same commit and compiler.
+# Builds the library of an older commit, with which scripts/bench.sh cost_bench compares
+# today's: build/old-library/VeskardShellExt.dll. Sources and settings come from the
+# repository's history. Takes two minutes on a quiet machine, and no time when the library
+# exists already, from the same commit and compiler.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -14,7 +13,7 @@ old_commit=57dc118
 
 old="$build/old-library"
 commit=$(git -C "$root" rev-parse --verify --quiet "$old_commit^{commit}") ||
-  die "commit $old_commit is not here: this needs a clone with its whole history"
+  die "commit $old_commit is missing: use a clone with the whole history"
 "$root/scripts/install-deps.sh"
 origin="$commit, $(x86_64-w64-mingw32-g++-posix --version | sed 1q)"
 if [ -f "$old/VeskardShellExt.dll" ] && [ "$(cat "$old/origin" 2>/dev/null)" = "$origin" ]; then exit 0; fi

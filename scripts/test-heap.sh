@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The test suite with heap checks: Wine puts marks behind every block, and a test program
-# has each block checked when it or the library gives it back, and all its heaps after
-# each test. Arguments go to CTest. With VESKARD_HEAP_CHECKS=all Wine also fills what is
-# free, which tests with many blocks at once take too long for:
+# The test suite with heap checks: Wine puts marks behind each block. They are checked when
+# the test program or the library frees the block, and in all heaps after each test.
+# Arguments go to CTest. With VESKARD_HEAP_CHECKS=all Wine also fills free memory; tests
+# with many blocks then take too long:
 #
 #   scripts/test-heap.sh -R torture
 #   VESKARD_HEAP_CHECKS=all scripts/test-heap.sh -E 'installer|end_to_end|real_registration'
@@ -12,13 +12,13 @@ answer_help "$@"
 
 "$root/scripts/build.sh" win64
 export VESKARD_HEAP_CHECKS=${VESKARD_HEAP_CHECKS:-marks}
-# Wine writes beyond a block of its own when it is asked for an account's alias that
-# there is none of; these tests do that.
+# Wine writes beyond a block of its own when it looks up an unknown account alias, as these
+# tests do.
 aliases=ExpandAccountAliasesTest.TextThatIsNoDescriptorIsKept:ExpandAccountAliasesTest.AnUnknownAliasIsLeftAlone
 aliases+=:ExpandOwnerAliasTest.WhatIsNoAliasStays:StripInheritedDuplicatesTest.AnUnparsableTextIsRefusedAndKept
 export GTEST_FILTER="-$aliases"
 wine_prefix_ready
-# Whoever uses the prefix next wants no marks.
+# The next program in this prefix needs no marks.
 trap '(VESKARD_HEAP_CHECKS='' heap_marks) || true; wine_stop' EXIT
 cd "$root"
 # The suite shows nothing unless damage is found.

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Everything tested, one command: the library and the tools under Wine, and the
-# platform-neutral code natively with the sanitizers. Ends in CTest's summary.
+# Runs all tests: the library and the tools under Wine, and the platform-neutral code
+# natively with the sanitizers. Ends with CTest's summary.
 #
 #   scripts/test.sh
-#   scripts/test.sh PRESET [ARGUMENT...]    that flavour alone; arguments go to CTest
+#   scripts/test.sh PRESET [ARGUMENT...]    only this flavour; arguments go to CTest
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Every request for memory and every system call of the built library fails once, in
-# everything that a host does with it: without the samples that the test suite is
-# content with. Takes about three minutes on a quiet machine. Arguments go to GoogleTest:
+# Fails each request for memory and each system call of the built library once, in each
+# scenario of a host. The test suite takes samples of the long scenarios; this takes all.
+# Takes about three minutes on a quiet machine. Arguments go to GoogleTest:
 #
 #   scripts/torture.sh --gtest_filter='*RightClick*'
 set -euo pipefail

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes a Wine prefix ready, makes it anew, or ends what runs in it; for tests
-# that need a prefix of their own.
+# Makes a Wine prefix, makes it anew, or ends the programs in it; for tests that need
+# their own prefix.
 #
-#   scripts/wine-prefix.sh make FOLDER     makes it where it is missing
-#   scripts/wine-prefix.sh renew FOLDER    throws it away and makes it from scratch
+#   scripts/wine-prefix.sh make FOLDER     makes it when it is missing
+#   scripts/wine-prefix.sh renew FOLDER    deletes it and makes it from scratch
 #   scripts/wine-prefix.sh stop FOLDER     ends its server and every program in it
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
@@ -19,7 +19,7 @@ case "$1" in
   make) wine_prefix_ready ;;
   renew)
     # Only what a former run has made here: never a folder that is something else.
-    [ ! -e "$WINEPREFIX" ] || [ -d "$WINEPREFIX/drive_c" ] || die "$WINEPREFIX is no Wine prefix"
+    [ ! -e "$WINEPREFIX" ] || [ -d "$WINEPREFIX/drive_c" ] || die "$WINEPREFIX is not a Wine prefix"
     wine_prefix_take
     wine_stop
     rm -rf "$WINEPREFIX"

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Runs one Windows program under Wine without the right to override permissions,
-# so that read-only files and forbidden folders refuse what they refuse on
-# Windows: wine-run-restricted.sh PROGRAM [ARGUMENT...]
-# A root shell gives the right up; another user never has it. The prefix is one of
-# its own, since its server must be without the right too.
+# Runs one Windows program under Wine without the right to override permissions, so that
+# read-only files and forbidden folders behave as on Windows:
+# wine-run-restricted.sh PROGRAM [ARGUMENT...]
+# A root shell drops the right; another user does not have it. The program has its own
+# prefix, because the prefix's server must be without the right too.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
-exit_codes="the program's own; 124 time limit; 70 its tests did not come to their end, or it damaged a heap; 2 no program"
+exit_codes="the program's own; 124 time limit; 70 the program ended before its tests did, or damaged a heap; 2 no program"
 answer_help "$@"
 refuse_options "$@"
 [ $# -gt 0 ] || wrong_usage "which program?"

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs one Windows program under Wine in this build tree's prefix, with a time
 # limit (VESKARD_TIMEOUT seconds, 600 unless set): wine-run.sh PROGRAM [ARGUMENT...]
-# With VESKARD_HEAP_CHECKS set a program fails in which Wine finds a damaged heap.
+# With VESKARD_HEAP_CHECKS set, a program fails when Wine finds a damaged heap in it.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
-exit_codes="the program's own; 124 time limit; 70 its tests did not come to their end, or it damaged a heap; 2 no program"
+exit_codes="the program's own; 124 time limit; 70 the program ended before its tests did, or damaged a heap; 2 no program"
 answer_help "$@"
 refuse_options "$@"
 [ $# -gt 0 ] || wrong_usage "which program?"

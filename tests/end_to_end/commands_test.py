@@ -36,17 +36,17 @@ TABLE = [
         "": "something is missing: shellprobe icon FILE", "a b": 'cannot use "b" here',
         "a --size huge": "--size is one of: large, small"}),
     # the stand-in for the agent
-    ("standin-agent.exe", "Stands in for the agent", {
+    ("standin-agent.exe", "Plays the agent", {
         "serve": 'cannot use "serve" here', "--count many": '--count needs a number, not "many"',
         "--fault lazy": "--fault is one of: "}),
     ("standin-agent.exe lay-root", "Marks a folder as synchronised", {
         "": "something is missing: standin-agent lay-root FOLDER",
         "a --source pipe": "--source is one of: file, stream, type-stream"}),
-    ("standin-agent.exe lay-placeholder", "Makes placeholder files with their state", {
+    ("standin-agent.exe lay-placeholder", "Makes placeholder files and writes their states", {
         "": "something is missing: standin-agent lay-placeholder FILE.ghpl...",
         "a.ghpl --progress half": '--progress needs a number, not "half"'}),
     # the painter
-    ("contact-sheet.exe", "Draws placeholders of several types", {
+    ("contact-sheet.exe", "Draws placeholder icons", {
         "a": "something is missing: contact-sheet FOLDER", "a b c d --paper": "there is no option --paper"}),
     # the painters of the menu's icons
     ("shellext/contextmenu/artwork/make_icon.sh", "Draws one icon at every size", {
@@ -73,10 +73,10 @@ TABLE = [
     ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
     ("scripts/check-reproducible.sh", "Builds the library once more", {
         "--twice": "there is no option --twice", "a b": 'cannot use "b" here'}),
-    ("scripts/contact-sheet.sh", "Draws what placeholders look like", {
+    ("scripts/contact-sheet.sh", "Draws a picture of placeholder icons", {
         "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
     ("scripts/coverage.sh", "coverage of lines and branches", {"core": 'cannot use "core" here'}),
-    ("scripts/demo.sh", "The road of a right-click", {
+    ("scripts/demo.sh", "Shows a right-click from the menu to the agent", {
         "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
     ("scripts/arm64-sysroot.sh", "Makes what the distribution has no package of", {
         "again": 'cannot use "again" here', "step crt2": 'there is no step "crt2"', "step crt now": 'cannot use "now" here',
@@ -99,7 +99,7 @@ TABLE = [
     ("scripts/library-size.sh", "prints the size of its parts", {"small": 'cannot use "small" here'}),
     ("scripts/library_size.py", "Prints the size of the library's parts", {"": "which library, which map, which folder?"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
-    ("scripts/old-library.sh", "Builds the library as it was", {"again": 'cannot use "again" here'}),
+    ("scripts/old-library.sh", "Builds the library of an older commit", {"again": 'cannot use "again" here'}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
@@ -109,10 +109,10 @@ TABLE = [
     # These three hand every word on to the program that runs the tests.
     ("scripts/test-heap.sh", "The test suite with heap checks", {}),
     ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
-    ("scripts/torture.sh", "Every request for memory", {}),
-    ("scripts/test.sh", "Everything tested", {
+    ("scripts/torture.sh", "Fails each request for memory", {}),
+    ("scripts/test.sh", "Runs all tests", {
         "some": 'there are no tests of a preset "some"', "win32": 'there are no tests of a preset "win32"'}),
-    ("scripts/wine-prefix.sh", "Makes a Wine prefix ready", {
+    ("scripts/wine-prefix.sh", "Makes a Wine prefix", {
         "": "make, renew or stop", "burn x": "make, renew or stop", "make": "which folder?",
         "stop a b": 'cannot use "b" here'}),
     ("scripts/wine-run.sh", "Runs one Windows program under Wine", {

@@ -21,7 +21,7 @@ std::string Overview(const char* program, const char* summary, std::span<const C
     name.resize(width, ' ');
     text += "  " + name + "  " + command.spec.summary + "\n";
   }
-  return text + "\n" + program + " COMMAND --help says more about one of them.\n";
+  return text + "\n" + program + " COMMAND --help explains one of them.\n";
 }
 
 const Command* FindCommand(std::span<const Command> commands, const std::string& name) {

@@ -18,25 +18,25 @@ namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--dll", "FILE", "take the classes from this library instead of the registered one"},
+    {"--dll", "FILE", "use this library instead of the registered one"},
 };
 
 constexpr CommandSpec kSpec = {
     .program = "contact-sheet",
     .name = "",
     .arguments = "FOLDER LARGE.png SMALL.png TYPE...",
-    .summary = "Draws placeholders of several types with growing progress: a column a type, a row a state.",
+    .summary = "Draws placeholder icons: one column for each type, one row for each state.",
     .minimumArguments = 4,
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
-        "FOLDER becomes a synchronised folder with the placeholders in it. A type is an extension\n"
-        "without its dot, \"folder\" for a folder, or \"-\" for a name without one. The rows: not\n"
-        "being received, then 0, 15, 45, 75 and 100 percent. The icons keep their own size and\n"
-        "their alpha; there is nothing behind them.\n"
+        "FOLDER becomes a synchronised folder with the placeholders. A type is an extension without\n"
+        "its dot, \"folder\" for a folder, or \"-\" for a name without an extension. The rows: not\n"
+        "being received, then 0, 15, 45, 75 and 100 percent. The icons keep their size and their\n"
+        "alpha; the background is transparent.\n"
         "\n"
         "Exit codes: 0 done; 1 something cannot be read or written; 2 wrong command line; 10 not\n"
-        "registered; 13 the handler has no icon for a placeholder.\n",
+        "registered; 13 the handler gave no icon for a placeholder.\n",
 };
 
 using Progress = std::optional<uint32_t>;
@@ -120,6 +120,6 @@ constexpr Command kCommands[] = {{kSpec, Run}};
 }  // namespace veskard
 
 int wmain(int count, wchar_t** words) {
-  return veskard::RunTool(count, words, "contact-sheet", "Draws many placeholders' icons in one picture.",
+  return veskard::RunTool(count, words, "contact-sheet", "Draws many placeholder icons in one picture.",
                           veskard::kCommands);
 }

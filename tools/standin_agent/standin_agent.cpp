@@ -1,4 +1,4 @@
-// standin-agent: a stand-in for the agent, for demonstrations and tests.
+// standin-agent: plays the agent, for demonstrations and tests.
 #include <windows.h>
 
 #include <chrono>
@@ -22,30 +22,30 @@ namespace {
 constexpr int kDiedAsAsked = 10;
 
 constexpr OptionSpec kServeOptions[] = {
-    {"--user", nullptr, "be the per-user agent; without it, the service"},
+    {"--user", nullptr, "play the per-user agent; otherwise the service"},
     {"--count", "N", "end after N messages"},
-    {"--batches", "N", "end after N commands (messages that carry \"last\")"},
-    {"--time-limit", "SECONDS", "give up waiting for them after so long (3600)"},
+    {"--batches", "N", "end after N commands (messages with \"last\")"},
+    {"--time-limit", "SECONDS", "wait at most so long for them (3600)"},
     {"--json", nullptr, "print one JSON object a line"},
-    {"--fault", "MODE", "be a bad agent: no-mutex, no-pipe or never-reads"},
+    {"--fault", "MODE", "misbehave: no-mutex, no-pipe or never-reads"},
     {"--die-after-messages", "N", "disappear after N messages"},
-    {"--die-after-bytes", "N", "disappear after N bytes, in the middle of a message"},
+    {"--die-after-bytes", "N", "disappear after N bytes, also within a message"},
 };
 
 constexpr CommandSpec kServe = {
     .program = "standin-agent",
     .name = "",
     .arguments = "",
-    .summary = "Stands in for the agent: takes commands from the Explorer extension and prints each.",
+    .summary = "Plays the agent: receives the Explorer extension's commands and prints each.",
     .minimumArguments = 0,
     .maximumArguments = 0,
     .options = kServeOptions,
     .notes =
-        "The first line, \"ready: ...\", says that the pipe takes clients.\n"
-        "Other commands: lay-root and lay-placeholder lay marks on disk (--help says more).\n"
+        "The first line, \"ready: ...\", is printed when the pipe accepts clients.\n"
+        "Other commands: lay-root and lay-placeholder write marks to the disk; each has --help.\n"
         "\n"
-        "Exit codes: 0 what was asked for came, or Ctrl+C; 1 the system refused, or an agent of\n"
-        "this kind is running; 2 wrong command line; 3 time limit; 10 died as asked.\n",
+        "Exit codes: 0 the messages came, or Ctrl+C; 1 the system refused, or an agent of this\n"
+        "kind is running; 2 wrong command line; 3 time limit; 10 disappeared as asked.\n",
 };
 
 constexpr const char* kFaultModes[] = {"none", "no-mutex", "no-pipe", "never-reads"};
@@ -72,7 +72,7 @@ void PrintMessageAsText(uint32_t number, const ReceivedMessage& received) {
     text += std::string("  asks   ") + ActionTitle(message.action);
     text += message.last ? "; end of the command\n" : "\n";
   } else {
-    text += "  this is no bencoded dictionary\n";
+    text += "  this is not a bencoded dictionary\n";
   }
   Print(text);
 }
@@ -122,7 +122,7 @@ bool WaitForWhatWasAsked(StandinAgent& agent, const Arguments& arguments) {
   return agent.WaitForMessages(SIZE_MAX, limit);
 }
 
-// An agent that dies takes nothing back in good order: the process just ends.
+// An agent that disappears cleans nothing up: the process just ends.
 [[noreturn]] void DieAsAsked() {
   ::TerminateProcess(::GetCurrentProcess(), kDiedAsAsked);
   std::abort();
@@ -143,25 +143,25 @@ int RunServe(const Arguments& arguments) {
   ::SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
   if (agent.IsDead()) DieAsAsked();
   if (came || ctrlCPressed) return static_cast<int>(ExitCode::kDone);
-  throw ToolError(ExitCode::kTimeLimit, "the time limit passed before everything came");
+  throw ToolError(ExitCode::kTimeLimit, "the time limit passed before all messages came");
 }
 
 constexpr const char* kFolderSources[] = {"file", "stream", "type-stream"};
 constexpr const char* kPlaceholderSources[] = {"stream", "predecessor", "download"};
 
 constexpr OptionSpec kLayRootOptions[] = {
-    {"--type", "N", "the folder's type; 2 (the default): its content may be removed from all devices"},
-    {"--mode", "N", "0: everything is synchronised; other numbers (1): selective"},
-    {"--owner", "NAME", "whom the folder belongs to; without it, everyone"},
+    {"--type", "N", "\"type\"; 2 (the default): content may be removed from all devices"},
+    {"--mode", "N", "\"mode\"; 0: not selective; other numbers (default 1): selective"},
+    {"--owner", "NAME", "the user who owns the folder; otherwise every user"},
     {"--no-remove-from-all", nullptr, "forbid removing from all devices"},
-    {"--source", "WHERE", "where the record lies: file (the default), stream or type-stream"},
+    {"--source", "WHERE", "where the record is written: file (the default), stream or type-stream"},
 };
 
 constexpr CommandSpec kLayRoot = {
     .program = "standin-agent",
     .name = "lay-root",
     .arguments = "FOLDER",
-    .summary = "Marks a folder as synchronised, with its record, as the agent does.",
+    .summary = "Marks a folder as synchronised and writes its record, as the agent does.",
     .minimumArguments = 1,
     .maximumArguments = 1,
     .options = kLayRootOptions,
@@ -181,16 +181,16 @@ int RunLayRoot(const Arguments& arguments) {
 }
 
 constexpr OptionSpec kLayPlaceholderOptions[] = {
-    {"--progress", "N", "how many percent have been received; without it, nothing is being received"},
+    {"--progress", "N", "percent received; otherwise the file is not being received"},
     {"--folder", nullptr, "the placeholder stands for a folder"},
-    {"--source", "WHERE", "where the state lies: stream (the default), predecessor or download"},
+    {"--source", "WHERE", "where the state is written: stream (the default), predecessor or download"},
 };
 
 constexpr CommandSpec kLayPlaceholder = {
     .program = "standin-agent",
     .name = "lay-placeholder",
     .arguments = "FILE.ghpl...",
-    .summary = "Makes placeholder files with their state, as the agent does.",
+    .summary = "Makes placeholder files and writes their states, as the agent does.",
     .minimumArguments = 1,
     .maximumArguments = kAnyNumber,
     .options = kLayPlaceholderOptions,
@@ -213,6 +213,5 @@ constexpr Command kCommands[] = {
 
 int wmain(int count, wchar_t** words) {
   return veskard::RunTool(count, words, "standin-agent",
-                          "Stands in for the agent: takes its commands and lays its marks.",
-                          veskard::kCommands);
+                          "Plays the agent: receives its commands and writes its marks.", veskard::kCommands);
 }
