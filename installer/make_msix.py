@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
 """Makes the identity package: make_msix.py LIBRARY SOURCES PICTURE.svg RESULT.msix
 
-LIBRARY is VeskardExplorerCommand.dll, whose version is the package's, SOURCES the
-folder of the source that forms class identifiers, PICTURE what the logos are drawn
-from. The package is unsigned. Its Publisher is the subject of the certificate that
-VESKARD_SIGN_CERTIFICATE names (see scripts/sign.sh), or else a name for development.
-The same files always give the same bytes. Needs rsvg-convert, and
-openssl for a certificate.
+LIBRARY is VeskardExplorerCommand.dll, whose version becomes the package's. SOURCES is the
+folder of the source that forms class identifiers. PICTURE is the source of the logos. The
+package is unsigned. Its Publisher is the subject of the certificate that
+VESKARD_SIGN_CERTIFICATE names (see scripts/sign.sh), or else a name for development. The
+same files always give the same bytes. Needs rsvg-convert, and openssl for a certificate.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Whether an identity package is made for the certificate that VESKARD_SIGN_CERTIFICATE
-names (see scripts/sign.sh): publisher.py PACKAGE.msix
+"""Checks that an identity package is made for the certificate that
+VESKARD_SIGN_CERTIFICATE names (see scripts/sign.sh): publisher.py PACKAGE.msix
 
-Its Publisher must equal the certificate's subject as Windows writes it, to the letter:
-RFC 2253's order, the last field of the certificate first, ", " between the fields, and
-Windows' own names for their types. Needs openssl.
+Its Publisher must equal the certificate's subject as Windows writes it, letter by letter:
+the order of RFC 2253, the last field of the certificate first, ", " between the fields,
+and Windows' own names for their types. Needs openssl.
 
 Exit codes: 0 it is; 1 it is not, or failed; 2 wrong command line.
 """

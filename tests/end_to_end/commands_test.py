@@ -57,7 +57,10 @@ TABLE = [
     # the translators' and the packers' programs
     ("tools/langlint/langlint.py", "Checks the translations", {"": "which folder?", "a b c": "which folder?"}),
     ("lang/make_archive.py", "Packs the language archive", {"": "FOLDER VERSION ZIP are needed"}),
-    ("installer/make_msi.py", "Makes the installation package", {"": "LIBRARY PROBE ICON RESULT.msi are needed"}),
+    ("installer/make_msix.py", "Makes the identity package", {"": "LIBRARY SOURCES PICTURE.svg RESULT.msix are needed"}),
+    ("installer/publisher.py", "Checks that an identity package is made for the certificate", {
+        "": "PACKAGE.msix is needed"}),
+    ("installer/make_msi.py", "Makes the installation package", {"": "an architecture and RESULT.msi are needed"}),
     ("scripts/dependencies.py", "Looks at the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
@@ -102,7 +105,7 @@ TABLE = [
     ("scripts/old-library.sh", "Builds the library of an older commit", {"again": 'cannot use "again" here'}),
     ("scripts/package.sh", "Makes the installation package to hand out", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
-    ("scripts/sign.sh", "Signs programs, libraries and installation packages", {
+    ("scripts/sign.sh", "Signs programs, libraries, installation packages and identity packages", {
         "": "which files?", "--all": "there is no option --all"}),
     ("scripts/soak.sh", "Right-clicks and icons", {
         "long": 'ROUNDS is a number, not "long"', "1 2": 'cannot use "2" here', "--fast": "there is no option --fast"}),
