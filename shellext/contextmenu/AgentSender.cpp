@@ -18,7 +18,7 @@ constexpr size_t kFirstMessageCapacity = 4096;
 
 // What the new thread receives and owns. The module counts as used before the thread runs.
 struct SenderTask {
-  ModuleUse moduleUse;
+  ModuleReference moduleReference;
   std::wstring pipeName;
   CommandBatch batch;
   UniqueModule self;
@@ -80,6 +80,7 @@ void StartAgentSender(std::wstring pipeName, CommandBatch batch) {
 }
 
 void AgentSenderThread(std::wstring pipeName, CommandBatch batch) {
+  const LogSwitchReader logSwitch;
   if (pipeName.empty()) pipeName = StartUserAgent();
   if (!pipeName.empty()) WriteBatch(pipeName, batch);
 }

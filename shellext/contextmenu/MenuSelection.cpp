@@ -2,6 +2,7 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cwchar>
 
@@ -67,7 +68,9 @@ MenuSelection InspectSelection(const PathList& items) {
 }
 
 bool IsPlaceholderName(const std::wstring& name) noexcept {
-  return ::_wcsicmp(::PathFindExtensionW(name.c_str()), kPlaceholderExtension) == 0;
+  // The system looks for the extension in paths of the usual length only.
+  const size_t begin = name.size() - std::min(name.size(), kLongestPlainPath);
+  return ::_wcsicmp(::PathFindExtensionW(name.c_str() + begin), kPlaceholderExtension) == 0;
 }
 
 std::wstring CurrentUserName() {

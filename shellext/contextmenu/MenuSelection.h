@@ -27,9 +27,9 @@ struct MenuSelection {
   bool InOwnSelectiveFolder() const noexcept { return inSyncFolder && isSelective && isOwner; }
 };
 
-/// Looks at the items on the disk: one attribute query an item, and for placeholders
-/// their marks. Stops after the first item when its folder rules the menu out; skips
-/// items that are gone. Throws std::bad_alloc only.
+/// Looks at the items on the disk: one attribute query an item, with the long form of a
+/// path that needs one (fs/util/LongPath.h), and for placeholders their marks. Stops after the first item
+/// when its folder rules the menu out; skips items that are gone. Throws std::bad_alloc only.
 MenuSelection InspectSelection(const PathList& items);
 
 /// Whether a name ends in the placeholders' extension ".ghpl", in any case.

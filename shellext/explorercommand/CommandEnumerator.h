@@ -52,7 +52,7 @@ class CommandEnumerator final : public IEnumExplorerCommand, public SharedRefCou
   };
   Run Advance(ULONG count) noexcept;
 
-  ModuleUse moduleUse_;  // the first, so that it goes as the last
+  const ModuleReference moduleReference_;  // the first, so that it goes as the last
   const std::shared_ptr<const Commands> commands_;
   CriticalSection lock_;
   size_t next_;

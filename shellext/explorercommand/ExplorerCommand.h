@@ -59,7 +59,7 @@ class ExplorerCommand : public IExplorerCommand, public SharedRefCountedObject {
   const std::shared_ptr<MenuSnapshot>& Snapshot() const noexcept { return snapshot_; }
 
  private:
-  ModuleUse moduleUse_;  // the first, so that it goes as the last
+  const ModuleReference moduleReference_;  // the first, so that it goes as the last
   CommandFace face_;
   std::shared_ptr<MenuSnapshot> snapshot_;
 };

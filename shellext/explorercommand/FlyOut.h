@@ -25,6 +25,8 @@ class FlyOut final : public ExplorerCommand {
  private:
   EXPCMDSTATE StateIn(const MenuItems& items) const noexcept override;
   CommandEnumerator::Commands NewChildren() const;
+
+  const LogSwitchReader logSwitch_;
 };
 
 }  // namespace veskard

@@ -36,9 +36,9 @@ class MenuSnapshot::Claim {
   /// Waits while another thread has it.
   Claim(MenuSnapshot& snapshot, Menu& menu) noexcept : snapshot_(snapshot), menu_(menu) {
     const CriticalSectionHold hold(snapshot_.lock_);
-    while (menu_.state == State::kInspected) snapshot_.lock_.WaitFor(snapshot_.inspected_);
+    while (menu_.state == State::kInInspection) snapshot_.lock_.WaitFor(snapshot_.inspected_);
     isOurs_ = menu_.state == State::kUnknown;
-    if (isOurs_) menu_.state = State::kInspected;
+    if (isOurs_) menu_.state = State::kInInspection;
   }
   ~Claim() {
     if (isOurs_) End(State::kUnknown);

@@ -19,29 +19,32 @@ namespace veskard {
 /// taken for another one's. The array that was asked about last is remembered.
 ///
 /// Questions may come on any thread, and from the array's items while they are asked. Each
-/// array that is remembered goes through these states, under the lock:
+/// array goes through these states, under the lock:
 ///
-///     +-----------+  paths read   +------------+  claimed   +-----------+         +-------+
-///     | no paths  | ------------> | with paths | ---------> | inspected | ------> | known |
-///     +-----------+               +------------+            +-----------+         +-------+
-///        |     ^                       ^  no memory  |            ^
-///        |     `- items call back      `-------------'            |
-///        `--------------------------------------------------------'  no agent: nothing is read
+///                     no agent: the paths are not read
+///          .-----------------------------------------------------.
+///          |                                                     v
+///     +---------+  paths read  +------------+  claimed  +---------------+       +-------+
+///     |   new   | -----------> | with paths | --------> | in inspection | ----> | known |
+///     +---------+              +------------+           +---------------+       +-------+
+///                                    ^     out of memory         |
+///                                    `---------------------------'
 ///
-/// - Reading the paths is all that runs foreign code. No lock is held and nobody waits for
-///   it: a thread that finds no paths reads them itself. So an item may ask again on its own
-///   thread, or wait for another thread that asks. The first to be done keeps its paths.
-/// - Inspecting is the disk and the log, and no foreign code. One thread claims it, and the
-///   others wait for that one. So a menu is inspected and logged once.
-/// - A known menu does not change any more. It keeps no paths.
+/// - Reading the paths runs foreign code, the array's and its items', and nothing else here
+///   does. No lock is held, and no thread waits for another's reading: one that finds no
+///   paths reads them itself. So an item may ask again on its own thread, or wait for another
+///   thread that asks. The first reading that is complete is the one that counts.
+/// - The inspection is the disk and the log. One thread claims it, and the others wait for
+///   that one, which waits for nobody. So a menu is inspected and logged once.
+/// - A known menu does not change any more, and keeps no paths.
 ///
-/// A selection without identity (no array, or one that does not answer for IUnknown) is
-/// inspected anew each time and does not replace what is remembered.
+/// A selection without identity (no array, or one whose QueryInterface fails for IUnknown) is
+/// inspected anew each time and does not replace the one that is remembered.
 class MenuSnapshot {
  public:
-  /// How long an answer may take.
+  /// Whether an answer may take long.
   enum class Patience {
-    kNone,  // the disk is asked where no item lies on a slow place, else E_PENDING
+    kNone,  // no: the disk is asked only where no item lies on a network drive or a share
     kLong,
   };
 
@@ -53,12 +56,12 @@ class MenuSnapshot {
 
   /// The items of the menu for `selection`, which may be null: S_OK, with none where there
   /// is no agent or nothing to offer. A menu that is not known yet asks for the agent first,
-  /// then for the paths. E_PENDING, and nothing logged, where the answer needs more patience.
-  /// Throws std::bad_alloc only; the menu then stays as unknown as it was.
+  /// then for the paths. E_PENDING, and nothing logged, where the answer needs patience.
+  /// Throws std::bad_alloc only, and the next question then tries again.
   HRESULT ItemsFor(IShellItemArray* selection, Patience patience, MenuItems& items);
 
  private:
-  enum class State { kUnknown, kInspected, kKnown };
+  enum class State { kUnknown, kInInspection, kKnown };
   struct Menu {
     UniqueCom<IUnknown> identity;
     State state = State::kUnknown;

@@ -30,13 +30,19 @@ void UnlockModule() noexcept {
   while (locks > 0 && !serverLocks.compare_exchange_weak(locks, locks - 1)) continue;
 }
 
-ModuleUse::ModuleUse() noexcept {
+ModuleReference::ModuleReference() noexcept {
   ++moduleLockCount;
+}
+
+ModuleReference::~ModuleReference() {
+  --moduleLockCount;
+}
+
+LogSwitchReader::LogSwitchReader() noexcept {
   RefreshLogState();
 }
 
-ModuleUse::~ModuleUse() {
-  --moduleLockCount;
+LogSwitchReader::~LogSwitchReader() {
   RefreshLogState();
 }
 

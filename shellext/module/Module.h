@@ -18,14 +18,29 @@ uint32_t ModuleLockCount() noexcept;
 void LockModule() noexcept;
 void UnlockModule() noexcept;
 
-/// Counts its owner as a user of the module. Construction and destruction also
-/// re-read the log switch, so that it takes effect in a running host.
-class ModuleUse {
+/// Counts its owner as a user of the module.
+class ModuleReference {
  public:
-  ModuleUse() noexcept;
-  ~ModuleUse();
-  ModuleUse(const ModuleUse&) = delete;
-  ModuleUse& operator=(const ModuleUse&) = delete;
+  ModuleReference() noexcept;
+  ~ModuleReference();
+  ModuleReference(const ModuleReference&) = delete;
+  ModuleReference& operator=(const ModuleReference&) = delete;
+};
+
+/// Re-reads the log switch when it is made and when it goes, so that the switch takes
+/// effect in a running host.
+class LogSwitchReader {
+ public:
+  LogSwitchReader() noexcept;
+  ~LogSwitchReader();
+  LogSwitchReader(const LogSwitchReader&) = delete;
+  LogSwitchReader& operator=(const LogSwitchReader&) = delete;
+};
+
+/// Both in one.
+class ModuleUse {
+  const LogSwitchReader logSwitch_;
+  const ModuleReference reference_;
 };
 
 /// Run by every DllGetClassObject; the first one reads the module's path and
