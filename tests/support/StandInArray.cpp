@@ -4,6 +4,7 @@
 #include <objbase.h>
 
 #include <cstring>
+#include <utility>
 
 namespace veskard::test {
 namespace {
@@ -91,7 +92,7 @@ STDMETHODIMP StandInArray::QueryInterface(REFIID riid, void** ppv) {
 
 STDMETHODIMP_(ULONG) StandInArray::Release() {
   const ULONG left = --references_;
-  if (left == 0 && atLastRelease_) atLastRelease_();
+  if (left == 0 && atLastRelease_) std::exchange(atLastRelease_, {})();
   return left;
 }
 
@@ -104,7 +105,7 @@ STDMETHODIMP StandInArray::GetCount(DWORD* count) {
 
 STDMETHODIMP StandInArray::GetItemAt(DWORD index, IShellItem** item) {
   Note(itemQuestions_);
-  *item = WildPointer<IShellItem>();
+  *item = FAILED(itemResult_) ? WildPointer<IShellItem>() : nullptr;
   if (index >= firstRefused_) return itemResult_;
   if (index >= items_.size()) return E_INVALIDARG;
   *item = new Item(*this, items_[index]);

@@ -60,9 +60,11 @@ class StandInArray final : public IShellItemArray {
   ItemScript& At(size_t index) { return items_[index]; }
   void SayCount(DWORD count) { saidCount_ = static_cast<int64_t>(count); }
   void FailCount(HRESULT result) { countResult_ = result; }
-  /// From that item on GetItemAt fails, and leaves a wild pointer behind.
+  /// From that item on GetItemAt fails, and leaves a wild pointer behind; with S_OK it gives
+  /// null instead.
   void FailItemAt(size_t index, HRESULT result) { firstRefused_ = index, itemResult_ = result; }
   void BeforeCount(std::function<void()> action) { beforeCount_ = std::move(action); }
+  /// Done once, in the Release that gives back the last reference.
   void AtTheLastRelease(std::function<void()> action) { atLastRelease_ = std::move(action); }
   void RefuseIdentity() { refusesIdentity_ = true; }
   IShellItemArray* OtherFace() noexcept { return &otherFace_; }

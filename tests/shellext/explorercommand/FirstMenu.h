@@ -7,6 +7,7 @@
 // The shell's headers need the basic types first.
 #include <shobjidl.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,7 @@ class FirstMenuTest : public testing::Test {
   ScratchFolder applicationData_;
   LogReader log_;
   SyncTree tree_;
-  FakeAgentMutex service_{AgentKind::kService};
+  std::optional<FakeAgentMutex> service_{AgentKind::kService};
   ExplorerCommandLibrary library_;
 };
 
