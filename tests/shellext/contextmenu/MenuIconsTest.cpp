@@ -15,8 +15,8 @@ namespace {
 using test::Picture;
 using test::PixelsOf;
 
-constexpr WORD kStop = 107, kRemove = 108, kDestroy = 109, kSync = 110;
-constexpr WORD kAll[] = {kStop, kRemove, kDestroy, kSync};
+constexpr WORD kStop = 107, kRemove = 108, kDestroy = 109, kSync = 110, kAgent = 111;
+constexpr WORD kAll[] = {kStop, kRemove, kDestroy, kSync, kAgent};
 
 // From the small check marks of a plain screen to those of one at 200 percent.
 constexpr int kSmallestMark = 13, kLargestMark = 32;
