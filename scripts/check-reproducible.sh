@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
-# Builds the library once more, in another folder with a name of another length, and
-# compares both byte by byte. The build uses no compiler cache.
+# Builds the libraries once more, in another folder with a name of another length, and
+# compares them byte by byte. The build uses no compiler cache.
 #
-#   scripts/check-reproducible.sh [LIBRARY]    the one in build/win64 unless LIBRARY is given
+#   scripts/check-reproducible.sh [LIBRARY...]    both in build/win64 unless some are given
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 refuse_options "$@"
-takes_nothing_more "${@:2}"
+[ $# -gt 0 ] || set -- "$build/win64/VeskardShellExt.dll" "$build/win64/VeskardExplorerCommand.dll"
 
-built=$(realpath -m "${1:-$build/win64/VeskardShellExt.dll}")
-[ -f "$built" ] || die "${built#"$root"/} is missing: run scripts/build.sh first"
+libraries=() targets=()
+for library in "$@"; do
+  [ -f "$library" ] || die "${library#"$root"/} is missing: run scripts/build.sh first"
+  libraries+=("$(realpath "$library")")
+  targets+=("$(basename "$library" .dll)")
+done
 
 copy=$(mktemp -d)/a/somewhat/longer/path/than/before
 trap 'rm -rf "${copy%/a/somewhat*}"' EXIT
@@ -21,5 +25,7 @@ cp -r "$build/deps/minizip" "$copy/build/deps/"
 cd "$copy"
 export CCACHE_DISABLE=1
 run "$build/logs/reproducible-configure.log" cmake --preset win64 -DVESKARD_BUILD_TESTS=OFF
-run "$build/logs/reproducible-build.log" cmake --build --preset win64 --target VeskardShellExt
-cmp "$built" build/win64/VeskardShellExt.dll || die "two builds in two folders differ"
+run "$build/logs/reproducible-build.log" cmake --build --preset win64 --target "${targets[@]}"
+for library in "${libraries[@]}"; do
+  cmp "$library" "build/win64/$(basename "$library")" || die "two builds in two folders differ"
+done
