@@ -28,7 +28,7 @@ TABLE = [
         "--lines many": '--lines needs a number, not "many"', "file": 'cannot use "file" here'}),
     ("shellprobe.exe menu", "Right-clicks the paths and prints the commands", {
         "": "something is missing: shellprobe menu PATH...", "a --gif b": "there is no option --gif",
-        "a --choose b": "--choose needs --first-level", "a --first-level --show 1": "--first-level goes without --show"}),
+        "a --choose b": "--choose needs --first-level", "a --first-level --show 1": "--first-level cannot be combined with --show"}),
     ("shellprobe.exe invoke", "Right-clicks the paths and chooses a command", {
         "Sync": "something is missing: shellprobe invoke COMMAND PATH...",
         "Sync a --wait x": '--wait needs a number, not "x"'}),

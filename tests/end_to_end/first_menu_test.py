@@ -144,7 +144,7 @@ class FirstMenuTest(unittest.TestCase):
     def test_options_of_the_other_menu(self):
         self.refuse(2, "--choose needs --first-level", TREE, "--choose", "0")
         self.refuse(2, "--dark needs --first-level", TREE, "--dark")
-        self.refuse(2, "--first-level goes without --show", "--first-level", TREE, "--show", "1")
+        self.refuse(2, "--first-level cannot be combined with --show", "--first-level", TREE, "--show", "1")
 
     def test_a_picture_without_a_screen(self):
         self.start_agent()

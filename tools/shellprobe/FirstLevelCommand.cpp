@@ -102,7 +102,7 @@ void Choose(const FirstLevelMenu& menu, const std::wstring& command, std::chrono
   if (FAILED(result))
     throw ToolError(ExitCode::kFailed, "the library refuses the command (" + HexCode(result) + ")");
   if (!senders.WaitForNewThreads(patience))
-    throw ToolError(ExitCode::kTimeLimit, "the command is still on its way to the agent");
+    throw ToolError(ExitCode::kTimeLimit, "the command is not sent yet");
 }
 
 }  // namespace

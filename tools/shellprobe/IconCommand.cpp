@@ -42,8 +42,8 @@ const CommandSpec kIconSpec = {
     .maximumArguments = 1,
     .options = kOptions,
     .notes =
-        "Exit codes: 0 done; 1 there is no such file, or the picture cannot be written; 2 wrong\n"
-        "command line; 10 not registered; 13 the handler gives no such icon for this file.\n",
+        "Exit codes: 0 done; 1 the file does not exist, or the picture cannot be written; 2 wrong\n"
+        "command line; 10 not registered; 13 the handler gives no icon for this file.\n",
 };
 
 int RunIcon(const Arguments& arguments) {

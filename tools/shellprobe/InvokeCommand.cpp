@@ -13,8 +13,8 @@ namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--force", nullptr, "hand COMMAND, a number, to the handler even if the menu cannot choose it"},
-    {"--wait", "SECONDS", "wait so long for the command to reach the agent (40)"},
+    {"--force", nullptr, "pass COMMAND, a number, to the handler even if the menu does not offer it"},
+    {"--wait", "SECONDS", "wait at most so long until the command is sent (40)"},
     kLibraryOption,
 };
 
@@ -51,12 +51,12 @@ const CommandSpec kInvokeSpec = {
     .notes =
         "Example: shellprobe invoke \"Sync to this device\" C:\\Atlas\\lecture.mp4.ghpl\n"
         "\n"
-        "The command is handed to the agent in the background; whether an agent took it, nobody\n"
-        "tells. The agent's own log does.\n"
+        "The command is sent to the agent in the background. The result does not show whether an\n"
+        "agent received it; the agent's own log does.\n"
         "\n"
-        "Exit codes: 0 the extension took the command and is done with it; 1 the extension or the\n"
-        "system refused; 2 wrong command line; 3 the command is still on its way after --wait; 10\n"
-        "not registered; 11 the extension refuses this menu; 12 no such command, or greyed.\n",
+        "Exit codes: 0 the extension accepted the command and has finished; 1 the extension or the\n"
+        "system refused; 2 wrong command line; 3 the command is not sent after --wait; 10 not\n"
+        "registered; 11 the extension refuses this menu; 12 no such command, or greyed.\n",
 };
 
 int RunInvoke(const Arguments& arguments) {
@@ -71,7 +71,7 @@ int RunInvoke(const Arguments& arguments) {
   if (FAILED(result))
     throw ToolError(ExitCode::kFailed, "the handler refuses the command (" + HexCode(result) + ")");
   if (!senders.WaitForNewThreads(std::chrono::seconds(arguments.Number("--wait", 40)))) {
-    throw ToolError(ExitCode::kTimeLimit, "the command is still on its way to the agent");
+    throw ToolError(ExitCode::kTimeLimit, "the command is not sent yet");
   }
   return static_cast<int>(ExitCode::kDone);
 }

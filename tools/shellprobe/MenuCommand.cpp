@@ -17,12 +17,12 @@ namespace {
 
 constexpr OptionSpec kOptions[] = {
     {"--png", "FILE", "save a picture: of the menu on the screen, or with --first-level drawn"},
-    {"--show", "SECONDS", "show the menu on the screen for so long"},
+    {"--show", "SECONDS", "show the menu on the screen for this time"},
     {"--among-others", nullptr, "put ordinary commands around the extension's, as a file manager does"},
     {"--verbs-only", nullptr, "ask as Explorer asks for the target of a shortcut"},
     {"--first-level", nullptr, "Windows 11's own menu, by VeskardExplorerCommand.dll beside this program"},
     {"--choose", "COMMAND", "with --first-level: choose a command, by its text or its position"},
-    {"--wait", "SECONDS", "with --choose: wait so long for the command to reach the agent (40)"},
+    {"--wait", "SECONDS", "with --choose: wait at most so long until the command is sent (40)"},
     {"--dark", nullptr, "with --first-level: draw the menu for a dark desktop"},
     {"--json", nullptr, "print one JSON object"},
     kLibraryOption,
@@ -87,7 +87,7 @@ void CheckOptions(const Arguments& arguments) {
   }
   for (const char* option : {"--show", "--verbs-only"}) {
     if (isFirstLevel && arguments.Has(option))
-      throw WrongUsage(std::string("--first-level goes without ") + option);
+      throw WrongUsage(std::string("--first-level cannot be combined with ") + option);
   }
 }
 
@@ -102,18 +102,18 @@ const CommandSpec kMenuSpec = {
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
-        "The first line names the library that answered; this program loads one of its own kind,\n"
-        "64-bit, 32-bit or ARM64. \"Command\" is the number that shellprobe invoke takes; the help text\n"
-        "is printed where it differs from the text.\n"
+        "The first line names the library that answered. This program loads one of its own kind:\n"
+        "64-bit, 32-bit or ARM64. \"Command\" is the number for shellprobe invoke. The help text is\n"
+        "printed when it differs from the text.\n"
         "\n"
-        "--first-level asks as Explorer of Windows 11 does: the Shell's own items, the state first\n"
-        "without patience and again (\"twice\") where the answer has to wait, then titles and pictures.\n"
-        "All children are listed, hidden ones too.\n"
+        "--first-level asks as Explorer of Windows 11 does: with the Shell's own items, first for a\n"
+        "quick state, again (\"twice\") when the library needs more time, then for titles and pictures.\n"
+        "All children are listed, also hidden ones.\n"
         "\n"
         "Exit codes: 0 the extension answered (also when it adds nothing); 1 the system refused, or\n"
-        "there is no screen; 2 wrong command line; 3 the command is still on its way after --wait; 10\n"
-        "not registered, or the library lacks the class; 11 the extension refuses this menu: no agent is\n"
-        "there, for example; 12 --choose names no command, or one that is greyed or hidden.\n",
+        "there is no screen; 2 wrong command line; 3 the command is not sent after --wait; 10 not\n"
+        "registered, or the library lacks the class; 11 the extension refuses this menu, for example\n"
+        "because the agent does not run; 12 --choose names no command, or a greyed or hidden one.\n",
 };
 
 int RunMenu(const Arguments& arguments) {

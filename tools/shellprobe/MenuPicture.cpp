@@ -26,7 +26,7 @@ Picture PhotographWindow(HWND window) {
   return canvas.CopyOpaque();
 }
 
-/// The window that owns the menu while it is up. The system tells it when the
+/// The window that owns the menu while it is up. The system notifies it when the
 /// menu is drawn and waits for the user (WM_ENTERIDLE): the moment to photograph.
 class MenuOwner {
  public:

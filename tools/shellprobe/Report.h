@@ -19,8 +19,8 @@ class Report {
  public:
   /// Starts a section; facts that follow belong to it.
   void Section(const std::string& title);
-  /// `name` tells programs what the fact is about, `value` is what they may want of
-  /// it: a path, a number. `text` is the whole fact for people: UTF-8, one line.
+  /// `name` identifies the fact for programs, `value` is its value for them, for
+  /// example a path or a number. `text` is the fact for people: UTF-8, one line.
   void Add(Finding finding, const std::string& name, const std::string& text, const std::string& value = {});
 
   void Good(const std::string& name, const std::string& text, const std::string& value = {}) {

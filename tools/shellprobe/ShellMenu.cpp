@@ -31,7 +31,7 @@ void AppendSeparator(HMENU menu) {
   ::AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
 }
 
-// Fills the menu with neighbours and tells where the handler's items go.
+// Fills the menu with neighbours and returns the position for the handler's items.
 UINT AddNeighbours(HMENU menu) {
   AppendCommands(menu, kCommandsAbove);
   AppendSeparator(menu);

@@ -19,13 +19,13 @@ constexpr uint32_t kDefaultLines = 10;
 constexpr ULONGLONG kForever = ~ULONGLONG{0};
 
 constexpr OptionSpec kOptions[] = {
-    {"--lines", "N", "begin with the last N lines that are there (10)"},
+    {"--lines", "N", "begin with the last N lines (10)"},
     {"--process", "NAME",
      "only lines of this process: explorer.exe (in any case), 4412 or both with a colon"},
-    {"--no-follow", nullptr, "print what is there and end"},
+    {"--no-follow", nullptr, "print the present lines and end"},
     {"--count", "N", "end after N lines"},
-    {"--time-limit", "SECONDS", "give up after so long"},
-    {"--file", "FILE", "another log file than the current user's"},
+    {"--time-limit", "SECONDS", "end with code 3 after this time"},
+    {"--file", "FILE", "this log file instead of the current user's"},
 };
 
 /// Prints the lines that are asked for, and counts them.
@@ -58,7 +58,7 @@ class LinePrinter {
 std::wstring FileToFollow(const Arguments& arguments) {
   if (arguments.Has("--file")) return FullPath(arguments.Text("--file"));
   std::wstring path = DiagnosticLogPath();
-  if (path.empty()) throw ToolError(ExitCode::kFailed, "the system does not tell where the log lies");
+  if (path.empty()) throw ToolError(ExitCode::kFailed, "the system does not give the path of the log");
   return path;
 }
 
@@ -81,13 +81,13 @@ const CommandSpec kTailSpec = {
     .program = "shellprobe",
     .name = "tail",
     .arguments = "",
-    .summary = "Prints the diagnostic log's lines, and those that come, from all processes.",
+    .summary = "Prints the diagnostic log's lines, and new ones as they come, of all processes.",
     .minimumArguments = 0,
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
-        "A log that is not there yet is waited for; after a rotation lines\n"
-        "come from the new file, and from the old one where processes still write it.\n"
+        "Waits for a log that does not exist yet. After a rotation it prints lines of the new file,\n"
+        "and of the old one while processes still write it.\n"
         "\n"
         "Exit codes: 0 done; 1 there is no log (with --no-follow); 2 wrong command line; 3 time limit.\n",
 };
