@@ -9,7 +9,7 @@ ROOT = sys.argv[1]
 del sys.argv[1]
 sys.path.insert(0, os.path.join(ROOT, "scripts"))
 
-from dependencies import LIBRARY_TOPS  # noqa: E402
+from dependencies import LIBRARY, LIBRARY_TOPS  # noqa: E402
 
 # Folders of the tree; build/ is made, and not looked into.
 FOLDERS = sorted(name for name in os.listdir(ROOT)
@@ -121,6 +121,15 @@ class DocumentsTest(unittest.TestCase):
         links = {link.partition("#")[0] for link in LINK.findall(read("README.md"))}
         self.assertEqual([name for name in documents()[1:] if name not in links], [])
 
+    def test_the_readme_has_every_folder(self):
+        table = read("README.md").partition("\n## Folders\n")[2]
+        rows = set(re.findall(r"`([\w/]+)/`(?=[^|]*\|[^|]+\|$)", table, re.MULTILINE))
+        tops = {name for name in FOLDERS if not any(folder.startswith(name + "/") for folder in LIBRARY)}
+        self.assertEqual({*LIBRARY, *tops} - rows, set(), "not in the table")
+        for folder in rows:
+            with self.subTest(folder):
+                self.assertTrue(os.path.isdir(os.path.join(ROOT, folder)))
+
     def test_every_line_of_the_log_is_explained(self):
         lines = set()
         for source in library_sources():
@@ -137,7 +146,7 @@ class DocumentsTest(unittest.TestCase):
                 self.assertTrue(meaning and action, "its meaning and what to do")
 
     def test_no_line_of_the_log_escapes_the_search(self):
-        """Every call names its line where it stands, but for the row of the commands' table."""
+        """Each call holds the text of its line, except the one that logs a row of the commands' table."""
         others = {}
         for source in library_sources():
             if source == "shellext/module/Log.h":
@@ -153,6 +162,19 @@ class DocumentsTest(unittest.TestCase):
         options = set(re.findall(r'^    \{"(--[a-z-]+)",', read("tools/standin_agent/standin_agent.cpp"), re.MULTILINE))
         self.assertGreaterEqual(len(options), 12)
         self.assertEqual(rows, options)
+
+    def test_the_samples_of_the_probe_are_its_texts(self):
+        """Of each line that is shown, three words in a row are in the sources, or the first two."""
+        sources = " ".join("".join(read(f"tools/shellprobe/{name}") for name in sorted(
+            os.listdir(os.path.join(ROOT, "tools/shellprobe"))) if name.endswith(".cpp")).split())
+        lines = [line for block in FENCE.findall(read("docs/support.md"))
+                 for line in re.findall(r"^  (?:ok |BAD|   )   ([a-z\".].*?)(?: +<- .*)?$", block, re.MULTILINE)]
+        self.assertGreaterEqual(len(lines), 30)
+        for line in lines:
+            words = line.replace('"', '\\"').split()
+            with self.subTest(line):
+                parts = [" ".join(words[i:i + 3]) for i in range(len(words) - 2)]
+                self.assertTrue(any(part in sources for part in [*parts, '"' + " ".join(words[:2])]))
 
     def test_what_is_measured_says_by_which_command_when_and_where(self):
         blocks = [(document, *block) for document in documents()
