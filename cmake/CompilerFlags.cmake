@@ -26,7 +26,8 @@ if(WIN32)
     target_link_options(veskard_flags INTERFACE -Wl,--high-entropy-va)
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
-    target_link_options(veskard_flags INTERFACE -s)
+    # Where the symbols go to a file of their own, cmake/Symbols.cmake strips.
+    target_link_options(veskard_flags INTERFACE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VESKARD_SYMBOLS>>>:-s>)
   endif()
 endif()
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the libraries once more, in another folder with a name of another length, and
-# compares them byte by byte. The build uses no compiler cache.
+# compares them and their symbols byte by byte. The build uses no compiler cache.
 #
 #   scripts/check-reproducible.sh [LIBRARY...]    both in build/win64 unless some are given
 set -euo pipefail
@@ -27,5 +27,7 @@ export CCACHE_DISABLE=1
 run "$build/logs/reproducible-configure.log" cmake --preset win64 -DVESKARD_BUILD_TESTS=OFF
 run "$build/logs/reproducible-build.log" cmake --build --preset win64 --target "${targets[@]}"
 for library in "${libraries[@]}"; do
-  cmp "$library" "build/win64/$(basename "$library")" || die "two builds in two folders differ"
+  for file in "$library" "$library.debug"; do
+    cmp "$file" "build/win64/$(basename "$file")" || die "two builds in two folders differ"
+  done
 done

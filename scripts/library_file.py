@@ -42,7 +42,7 @@ HARDENING = ("DYNAMIC_BASE", "NX_COMPAT")
 # What our own code and the linkers make on each architecture: .late holds the addresses of
 # what core/LateLibrary.h loads.
 COMMON = {".text", ".rdata", ".data", ".rsrc", ".reloc"}
-GNU = {".bss", ".edata", ".idata", ".CRT", ".tls", ".late"}
+GNU = {".bss", ".edata", ".idata", ".CRT", ".tls", ".late", ".buildid"}
 
 # By the number of the machine in the file's header. The oldest Windows is the one that
 # README.md names; Windows for ARM64 begins with 10.
@@ -152,6 +152,12 @@ class LibraryFile:
         if os.fsencode(root + "/") in self.pe.__data__[:]:
             self.complain("carries the path of the tree that it was built in")
 
+    def check_build_identifier(self):
+        """By this a crash dump and the file of symbols find each other."""
+        entries = getattr(self.pe, "DIRECTORY_ENTRY_DEBUG", [])
+        if not any(entry.entry and entry.entry.name == "CV_INFO_PDB70" for entry in entries):
+            self.complain("has no build identifier")
+
     def details(self):
         """The texts of the version resource."""
         return {key.decode(): value.decode("utf-8", "replace")
@@ -182,6 +188,7 @@ def findings_of(path, import_list, root, version, product, oldest):
     library.check_hardening()
     library.check_sections()
     library.check_reproducible_fields(root)
+    library.check_build_identifier()
     library.check_version(version, product)
     library.check_size()
     return library.findings

@@ -116,6 +116,11 @@ class LibraryFileTest(unittest.TestCase):
         self.assertEqual(image.complaints(), (1, [
             "carries the time of its linking", "carries the path of the tree that it was built in"]))
 
+    def test_a_missing_build_identifier_is_found(self):
+        image = Image()
+        image.replace(b"RSDS", b"XXXX")
+        self.assertEqual(image.complaints(), (1, ["has no build identifier"]))
+
     def test_another_version_is_found(self):
         image = Image()
         key, value = "ProductName".encode("utf-16-le"), "Nimbrel".encode("utf-16-le")
