@@ -1,4 +1,4 @@
-"""The README and docs/ against the tree: documents_test.py ROOT"""
+"""The README, its neighbours and docs/ against the tree: documents_test.py ROOT"""
 
 import os
 import re
@@ -32,8 +32,10 @@ def read(path):
 
 
 def documents():
-    return ["README.md", *sorted("docs/" + name for name in os.listdir(os.path.join(ROOT, "docs"))
-                                 if name.endswith(".md"))]
+    """The README first."""
+    others = ["docs/" + name for name in os.listdir(os.path.join(ROOT, "docs")) if name.endswith(".md")]
+    others += [name for name in os.listdir(ROOT) if name.endswith(".md") and name != "README.md"]
+    return ["README.md", *sorted(others)]
 
 
 def anchors(text):
@@ -198,7 +200,7 @@ class DocumentsTest(unittest.TestCase):
     def test_documents_name_this_version(self):
         version = product_version()
         names = 0
-        for document in documents():
+        for document in set(documents()) - {"CHANGELOG.md"}:  # it names every version
             text = read(document)
             for found in re.findall(r"(?<![\d.])\d+\.\d+\.\d+(?!\d|\.\d)", text):
                 names += 1
@@ -208,6 +210,14 @@ class DocumentsTest(unittest.TestCase):
                 with self.subTest(document):
                     self.assertEqual("".join(found), in_identifier(version))
         self.assertGreaterEqual(names, 10)
+
+    def test_the_changelog_begins_with_this_version(self):
+        sections = re.findall(r"^## \[(.+?)\](.*)$", read("CHANGELOG.md"), re.MULTILINE)
+        versions = [(name, rest) for name, rest in sections if name != "Unreleased"]
+        self.assertEqual(versions[0][0], product_version())
+        for name, rest in versions:
+            with self.subTest(name):
+                self.assertRegex(rest, r"^ - \d{4}-\d\d-\d\d$")
 
 
 if __name__ == "__main__":
