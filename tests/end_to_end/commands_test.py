@@ -9,7 +9,7 @@ import unittest
 
 from programs import Programs
 
-ROOT, FOLDER, _ = sys.argv[1:4]
+ROOT, FOLDER, VERSION = sys.argv[1:4]
 del sys.argv[1:4]
 PROGRAMS = Programs(ROOT, FOLDER)
 
@@ -111,6 +111,8 @@ TABLE = [
     # These three hand every word on to the program that runs the tests.
     ("scripts/test-heap.sh", "The test suite with heap checks", {}),
     ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
+    ("scripts/third_party.py", "third-party code is linked into programs", {
+        "": "notices, check or bill, and of which maps?", "notices . a.txt": "notices, check or bill, and of which maps?"}),
     ("scripts/torture.sh", "Fails each request for memory", {}),
     ("scripts/test.sh", "Runs all tests", {
         "some": 'there are no tests of a preset "some"', "win32": 'there are no tests of a preset "win32"'}),
@@ -170,6 +172,19 @@ class CommandsTest(unittest.TestCase):
                     self.assertEqual(result.stdout, "")
                     self.assertRegex(result.stderr, r"\A(error|[a-z0-9_-]+(\.py)?): " + re.escape(answer) + r".*\n\Z")
                     self.assertRegex(result.stderr, r"\(see [a-z0-9_ .-]+ --help\)\n\Z")
+
+    def test_the_probe_says_its_version_and_whose_code_it_contains(self):
+        result = run("shellprobe.exe", "--version")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        first, _, notices = result.stdout.partition("\n\n")
+        self.assertRegex(first, rf"\Ashellprobe {re.escape(VERSION)} \((x64|x86|arm64)\)\Z")
+        with open(os.path.join(FOLDER, "THIRD-PARTY-NOTICES.txt"), encoding="utf-8") as file:
+            self.assertEqual(notices, file.read())
+
+    def test_the_other_programs_say_their_version(self):
+        for program in ("standin-agent", "contact-sheet"):
+            self.assertRegex(run(program + ".exe", "--version").stdout,
+                             rf"\A{program} {re.escape(VERSION)} \(\w+\)\n\Z")
 
     def test_the_table_has_every_command(self):
         listed = {command for command, _, _ in TABLE}

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/common/Console.h"
+#include "tools/common/ProgramVersion.h"
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 
@@ -21,7 +22,8 @@ std::string Overview(const char* program, const char* summary, std::span<const C
     name.resize(width, ' ');
     text += "  " + name + "  " + command.spec.summary + "\n";
   }
-  return text + "\n" + program + " COMMAND --help explains one of them.\n";
+  return text + "\n" + program + " COMMAND --help explains one of them,\n" + program +
+         " --version prints the version and the licences of third-party code.\n";
 }
 
 const Command* FindCommand(std::span<const Command> commands, const std::string& name) {
@@ -42,6 +44,10 @@ int Dispatch(std::span<const std::wstring> words, const char* program, const cha
   const std::string first = words.empty() ? "" : ToUtf8(words[0]);
   if (const Command* named = FindCommand(commands, first); named != nullptr && !first.empty()) {
     return RunCommand(*named, words.subspan(1));
+  }
+  if (first == "--version") {
+    Print(VersionText(program));
+    return static_cast<int>(ExitCode::kDone);
   }
   if (const Command* unnamed = FindCommand(commands, ""); unnamed != nullptr)
     return RunCommand(*unnamed, words);

@@ -13,9 +13,9 @@ struct Command {
   int (*run)(const Arguments& arguments);
 };
 
-/// Runs the command that the first word names; a command with an empty name, if
-/// there is one, takes every other command line, --help included. A ToolError becomes "PROGRAM: message" on
-/// standard error and its exit code.
+/// Runs the command that the first word names; --version alone prints VersionText; a command with an empty
+/// name, if there is one, takes every other command line, --help included. A ToolError becomes "PROGRAM:
+/// message" on standard error and its exit code.
 int RunTool(int count, wchar_t** words, const char* program, const char* summary,
             std::span<const Command> commands) noexcept;
 

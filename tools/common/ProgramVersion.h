@@ -1,0 +1,13 @@
+// What a tool answers to --version.
+#pragma once
+
+#include <string>
+
+namespace veskard {
+
+/// "shellprobe VERSION (x64)", and below it the licences of the third-party code inside, where
+/// the program carries them as its resource NOTICES. UTF-8, ends in a line feed. Throws
+/// std::bad_alloc only.
+std::string VersionText(const std::string& program);
+
+}  // namespace veskard
