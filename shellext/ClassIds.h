@@ -11,7 +11,7 @@ namespace veskard {
 /// ones, so that two versions can be registered side by side.
 inline constexpr unsigned kClassIdCount = 7;
 
-/// The indices that mean something; 2, 3 and 4 are formed and never served. The
+/// The indices in use; 2, 3 and 4 are formed and never served. The
 /// identity package (installer/make_msix.py) reads the explorer command's from here.
 enum ClassIndex : unsigned {
   kContextMenuClassUnregistered = 0,  // served, but not written by registration
@@ -36,7 +36,7 @@ constexpr GUID ClassId(unsigned index) noexcept {
 }
 
 /// The same as text in braces, upper case; `index` is below kClassIdCount. The
-/// text is formatted when the library loads and lives as long as it.
+/// text is formatted when the library loads and valid until it unloads.
 const wchar_t* ClassIdText(unsigned index) noexcept;
 
 /// Compares the two 64-bit halves.

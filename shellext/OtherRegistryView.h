@@ -6,8 +6,8 @@
 namespace veskard {
 
 /// Whether the registry's other view, the 32-bit one for a 64-bit process and the
-/// reverse, has a key of its own at `path` below HKEY_LOCAL_MACHINE, whatever lies there
-/// in this process's view. False where both views show the same key: where they share it,
+/// reverse, has its own key at `path` below HKEY_LOCAL_MACHINE, independent of this
+/// process's view. False where both views show the same key: where they share it,
 /// and on 32-bit Windows, which ignores the request for a view; and where the system
 /// refuses to answer.
 bool HasKeyInOtherView(const std::wstring& path) noexcept;

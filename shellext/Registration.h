@@ -1,4 +1,4 @@
-// Registration: what the library writes to the registry, and takes back.
+// Registration: writes and removes the library's registry values.
 #pragma once
 
 #include <windows.h>
@@ -9,7 +9,7 @@
 
 namespace veskard {
 
-/// The texts that registration is made of; by index.
+/// The texts of the registration, by index.
 enum RegistrationName : size_t {
   kHandlerName,     // "Nimbrel Veskard Agent Service VERSION"
   kAllFilesKey,     // the handler's key under "*"
@@ -23,7 +23,7 @@ enum RegistrationName : size_t {
 using RegistrationNames = std::array<std::wstring, kRegistrationNameCount>;
 
 /// Computes the seven names. The handler name and the class identifiers carry the
-/// version, so that every version has keys of its own, except the icon handler's key,
+/// version, so that every version has its own keys, except the icon handler's key,
 /// which all versions share. Throws std::bad_alloc only.
 RegistrationNames MakeRegistrationNames();
 
@@ -49,17 +49,17 @@ std::vector<RegistryEntry> MakeRegistrationTable(const RegistrationNames& names,
                                                  const std::wstring& serverPath);
 
 /// Writes the table after removing what was there; stops at the first key that
-/// is refused and leaves the rows before it. Needs administrator rights. Tells
+/// is refused and leaves the rows before it. Needs administrator rights. Notifies
 /// the Shell, also in the removal. Throws std::bad_alloc only.
 bool Register();
 
 /// Removes this version's keys and the icon handler's, whichever version registered
-/// that last, ignoring every refusal; always true. What lies outside "CLSID" is shared
-/// with the library of the other bitness: of a class that the registry's other view names
-/// a library for, only the class's own keys go.
+/// that last, ignoring every refusal; always true. Keys outside "CLSID" are shared
+/// with the library of the other bitness: when the registry's other view names a library
+/// for a class, only the class's own keys are removed.
 bool Unregister();
 
-/// The inside of DllInstall: S_OK or E_FAIL.
+/// The work of DllInstall: S_OK or E_FAIL.
 HRESULT Install(bool install, const wchar_t* commandLine);
 
 }  // namespace veskard

@@ -5,7 +5,7 @@
 
 namespace veskard {
 
-/// What the agent is asked to do; the integer in a message's "action".
+/// The request to the agent: the integer in a message's "action".
 enum class AgentAction : int32_t {
   kSyncToThisDevice = 3,
   kCancelReceiving = 4,

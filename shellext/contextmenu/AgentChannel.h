@@ -10,11 +10,10 @@
 
 namespace veskard {
 
-/// Builds the messages for the first `itemCount` of the `items` and hands them
-/// to a detached sender thread; returns at once. S_OK when the command was handed
-/// over, and also when no agent is there and none may be started (the command is
-/// then dropped). Throws std::bad_alloc, and std::system_error when the system
-/// refuses the thread.
+/// Builds the messages for the first `itemCount` of the `items` and passes them
+/// to a detached sender thread; returns at once. S_OK when the command was passed on,
+/// and also when no agent runs and none may be started (the command is then dropped). Throws std::bad_alloc,
+/// and std::system_error when the system refuses the thread.
 HRESULT SendAgentCommand(const PathList& items, uint32_t itemCount, AgentAction action);
 
 }  // namespace veskard

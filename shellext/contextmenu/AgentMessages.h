@@ -22,9 +22,9 @@ namespace veskard {
 /// batch as a whole. Paths are UTF-8.
 using CommandBatch = std::deque<std::unique_ptr<BencodedDict>>;
 
-/// The batch for the first `itemCount` items of a selection, an item that the list does
-/// not have being sent as an empty path. Sharing makes one message also for no item at
-/// all; the other actions then make none. Throws std::bad_alloc only.
+/// The batch for the first `itemCount` items of a selection, an item missing from the
+/// list being sent as an empty path. For no item sharing makes one message, the other
+/// actions none. Throws std::bad_alloc only.
 CommandBatch BuildCommandBatch(const PathList& items, uint32_t itemCount, AgentAction action,
                                UniversalNames names = UniversalNames());
 

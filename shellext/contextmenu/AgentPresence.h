@@ -20,8 +20,8 @@ inline constexpr AgentNames kServiceAgent = {L"Global\\pipesynccmd_SIT", L"\\\\.
 AgentScope CurrentAgentScope() noexcept;
 void SetAgentScope(AgentScope scope) noexcept;
 
-/// The pipe of the agent that `scope` allows and whose mutex is there; empty when
-/// no agent is, and for every number that is no AgentScope. Only the mutexes of
+/// The pipe of the agent that `scope` allows and whose mutex exists; empty when no agent
+/// runs, and for a number that is not an AgentScope. Only the mutexes of
 /// agents that the scope allows are looked for. Throws std::bad_alloc only.
 std::wstring GetAgentPipeName(AgentScope scope);
 

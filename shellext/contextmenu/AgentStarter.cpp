@@ -32,7 +32,7 @@ UniqueRegKey OpenInstallKey() {
   return key;
 }
 
-// Starts the program and lets it go: nobody waits for its end.
+// Starts the program without waiting for its end.
 bool StartProgram(const std::wstring& program) noexcept {
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);

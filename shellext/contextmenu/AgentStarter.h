@@ -5,9 +5,8 @@
 
 namespace veskard {
 
-/// The folder that the agent's installer wrote down for the current user, of at
-/// most 129 characters; empty when there is none, when it is longer or no plain
-/// text.
+/// The folder that the agent's installer recorded for the current user, of at most 129
+/// characters; empty when there is none, when it is longer, or when it is not a REG_SZ.
 std::wstring ReadAgentLocation();
 
 /// Starts the agent that is installed for the current user and waits for its

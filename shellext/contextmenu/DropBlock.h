@@ -19,7 +19,7 @@ namespace veskard {
 ///       fWide:  0: the names are bytes in the system's ANSI code page; else UTF-16,
 ///               which may begin at an odd address
 ///
-/// Whoever fills the block may be mistaken, and nothing outside it is read: a last name
+/// The block may be malformed; nothing outside it is read: a last name
 /// without a terminator ends with the block, and half a character there counts as none.
 /// A block that is too small for the 20 bytes, and one whose names would begin behind its
 /// end, has no names. An empty name ends the list, also as the first one.

@@ -1,4 +1,4 @@
-// DropMedium: the drop list as a data object hands it over.
+// DropMedium: the drop list of a data object.
 #pragma once
 
 #include <windows.h>
@@ -20,12 +20,11 @@ class DropMedium {
   DropMedium(const DropMedium&) = delete;
   DropMedium& operator=(const DropMedium&) = delete;
 
-  /// Frees what is held, then asks `source` for its files as a block of memory.
-  /// Returns what the source answered; E_UNEXPECTED without a source. After a
-  /// failure nothing is owned.
+  /// Frees the held medium, then asks `source` for its files as a block of memory. Returns
+  /// the source's answer; E_UNEXPECTED without a source. After a failure nothing is owned.
   HRESULT Fetch(IDataObject* source) noexcept;
 
-  /// Whether the last answer, good or bad, came with a handle.
+  /// Whether the last answer, success or failure, came with a handle.
   bool CameWithHandle() const noexcept { return medium_.hGlobal != nullptr; }
 
   /// The drop list; null when there is none or when the source answered with

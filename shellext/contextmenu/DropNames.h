@@ -15,9 +15,9 @@
 
 namespace veskard {
 
-/// The menu looks at no more of a name than the system's short paths have.
+/// The menu reads only as much of a name as the system's short paths have.
 inline constexpr size_t kLongestNameInMenu = MAX_PATH - 1;
-/// A command sends the longest path that the system knows, 32767 characters, and then some.
+/// A command sends a little more than the system's longest path, 32767 characters.
 inline constexpr size_t kLongestNameInCommand = 32770;
 
 /// Holds the block of a drop list, which it does not own, locked for as long as it

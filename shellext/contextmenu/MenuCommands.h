@@ -22,13 +22,13 @@ enum class CommandOffset : uint32_t {
   kRemoveFromAllDevices = 5,
 };
 
-/// One command: what it is called, shows and asks of the agent.
+/// One command: its texts, its icon and its request to the agent.
 struct MenuCommand {
   CommandOffset offset;
   uint32_t icon;  // index into kMenuIcons
   StringId stringId;
   AgentAction action;
-  const wchar_t* addedLine;  // the log's word on its insertion; null: never inserted
+  const wchar_t* addedLine;  // the log's line for its insertion; null: never inserted
   std::string utf8Text;      // empty until LoadMenuTexts
   std::wstring wideText;     // empty until LoadMenuTexts
 };
@@ -45,7 +45,7 @@ inline constexpr USHORT kMenuIdsUsed = kMenuCommandCount + 1;
 const MenuCommandTable& MenuCommands() noexcept;
 
 /// The command of `table` with that offset; null for any other number. The whole
-/// number is compared: nothing is cut off.
+/// number is compared, without truncation.
 const MenuCommand* FindMenuCommand(const MenuCommandTable& table, UINT_PTR offset) noexcept;
 const MenuCommand& MenuCommandAt(CommandOffset offset) noexcept;
 
@@ -54,8 +54,8 @@ const MenuCommand& MenuCommandAt(CommandOffset offset) noexcept;
 /// and may then be called again.
 void LoadMenuTexts();
 
-/// One icon: the file that is asked for first, deliberately in a way that loads
-/// nothing, and the resource that is shown.
+/// One icon: the file that is requested first, deliberately in a way that loads nothing,
+/// and the resource that is shown.
 struct MenuIcon {
   const wchar_t* fileName;
   WORD resourceId;

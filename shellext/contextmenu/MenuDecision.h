@@ -1,4 +1,4 @@
-// Which items the menu gets.
+// Decides the items of the menu.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace veskard {
 
-/// One item of the menu to be.
+/// One item of the planned menu.
 struct MenuItem {
   CommandOffset command = CommandOffset::kShare;
   bool greyed = false;

@@ -1,5 +1,5 @@
-// What both menus do before they show anything: the one behind IContextMenu and the
-// Explorer's own. The lines of the log are written here, too.
+// The preparation that both menus share: the one behind IContextMenu and Explorer's own.
+// It also writes the lines of the log.
 #pragma once
 
 #include "shellext/contextmenu/MenuCommands.h"
@@ -12,14 +12,14 @@ namespace veskard {
 /// menu's object calls it. Throws std::bad_alloc only.
 void PrepareMenus();
 
-/// Whether a command would have an agent to go to: there is one, or one may be started.
+/// Whether a command has an agent to go to: one runs, or one may be started.
 /// Throws std::bad_alloc only.
 bool IsAgentInReach();
 
-/// Called where it is not, and there is no menu therefore.
+/// Writes the log's line for a menu that is refused for want of an agent.
 void LogNoAgentInReach() noexcept;
 
-/// The items of the menu for a selection, by what the disk says of it. Throws
+/// The items of the menu for a selection, by the marks on the disk. Throws
 /// std::bad_alloc only.
 MenuItems InspectForMenu(const PathList& items);
 

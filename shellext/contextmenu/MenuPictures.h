@@ -43,7 +43,7 @@ class MenuPictures {
   std::vector<Picture> kept_;
 };
 
-/// The extension's own, freed with the module. They own nothing of the system's.
+/// The extension's only one, freed with the module. It owns no resource of the system.
 MenuPictures& SharedMenuPictures() noexcept;
 
 /// The icon drawn to a new bitmap of that size; empty for no icon and on failure. GDI+

@@ -1,4 +1,4 @@
-// What the menu has to know about a selection.
+// The facts about a selection that decide its menu.
 #pragma once
 
 #include <windows.h>
@@ -16,7 +16,7 @@ struct MenuSelection {
   bool isSelective = false;
   bool isOwner = true;
   bool removableEverywhere = false;  // its content may be removed from all devices
-  bool removeAllDisabled = false;    // and nobody may ask for that here
+  bool removeAllDisabled = false;    // the folder forbids that command
 
   // About the items.
   bool anyDirectory = false;
@@ -28,15 +28,16 @@ struct MenuSelection {
 };
 
 /// Looks at the items on the disk: one attribute query an item, with the long form of a
-/// path that needs one (fs/util/LongPath.h), and for placeholders their marks. Stops after the first item
-/// when its folder rules the menu out; skips items that are gone. Throws std::bad_alloc only.
+/// path that needs one (fs/util/LongPath.h), and for placeholders their marks. Stops after
+/// the first item when its folder rules the menu out; skips items that do not exist. Throws
+/// std::bad_alloc only.
 MenuSelection InspectSelection(const PathList& items);
 
 /// Whether a name ends in the placeholders' extension ".ghpl", in any case.
 bool IsPlaceholderName(const std::wstring& name) noexcept;
 
-/// The current user's name of up to 255 characters; empty when the system does
-/// not tell it. Throws std::bad_alloc only.
+/// The current user's name of up to 255 characters; empty when the system does not
+/// return it. Throws std::bad_alloc only.
 std::wstring CurrentUserName();
 
 }  // namespace veskard

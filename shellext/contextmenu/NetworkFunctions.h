@@ -1,5 +1,5 @@
-// The functions of the network's library, which is loaded when the first is called: most
-// processes never need it.
+// The functions of the network library, which the first call loads: most processes never
+// need it.
 #pragma once
 
 #include <windows.h>

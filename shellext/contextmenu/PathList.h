@@ -1,4 +1,4 @@
-// PathList: the paths of a selection, whoever gives them.
+// PathList: the paths of a selection, from any source.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace veskard {
 
-/// What is selected, from the first path to the last.
+/// The selected paths, from the first to the last.
 class PathList {
  public:
   virtual uint32_t Count() const noexcept = 0;

@@ -123,7 +123,7 @@ void ShellContextMenu::InsertItems(const MenuItems& items, HMENU menu, UINT inde
     const MenuCommand& command = MenuCommandAt(item.command);
     LogAddedCommand(command);
     const UINT flags = MF_BYPOSITION | (item.greyed ? UINT{MF_GRAYED} : 0u);
-    // Without our item, what stands at the position is somebody else's.
+    // Without our item, the item at this position belongs to the host.
     if (!::InsertMenuW(menu, index, flags, firstId + static_cast<uint32_t>(command.offset),
                        command.wideText.c_str())) {
       continue;

@@ -68,7 +68,7 @@ class ShellContextMenu final : public IContextMenu, public IShellExtInit, public
   UniqueCom<IDataObject> selection_;
   DropMedium medium_;
   uint32_t selectedCount_ = 0;
-  HMENU menu_ = nullptr;  // the one filled last, for support to see in a dump
+  HMENU menu_ = nullptr;  // the menu filled last, for analysing a dump
 };
 
 }  // namespace veskard

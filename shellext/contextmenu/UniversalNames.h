@@ -16,7 +16,7 @@ namespace veskard {
 /// `WNetGetUniversalNameW` of the network's library, which is loaded for the first call.
 DWORD WINAPI QueryUniversalName(const wchar_t* path, DWORD level, void* buffer, DWORD* size);
 
-/// What the system is asked; a test gives calls of its own.
+/// The system's functions; a test replaces them.
 struct NetworkCalls {
   UINT(WINAPI* driveType)(const wchar_t* root) = &::GetDriveTypeW;
   DWORD(WINAPI* universalName)

@@ -8,7 +8,7 @@
 
 namespace veskard {
 
-/// What tells the kind of a drive; a test gives one of its own.
+/// Returns the kind of a drive; a test replaces it.
 using DriveTypeCall = UINT(WINAPI*)(const wchar_t* root);
 
 /// Whether any of the paths lies on a network drive or a share. By the paths alone and

@@ -1,4 +1,4 @@
-// The system's clock, read here alone, and how the log writes it.
+// The only reader of the system's clock, and the log's time stamp.
 #pragma once
 
 #include <cstdint>

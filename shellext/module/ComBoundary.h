@@ -1,4 +1,4 @@
-// ComBoundary: where exceptions stop.
+// ComBoundary: contains exceptions at the COM interface.
 #pragma once
 
 #include <windows.h>
@@ -8,7 +8,7 @@
 
 namespace veskard {
 
-/// Runs the inside of a COM method. Memory exhaustion becomes E_OUTOFMEMORY, an
+/// Runs the body of a COM method. Out of memory becomes E_OUTOFMEMORY, an
 /// error of the system its HRESULT, anything else E_FAIL.
 template <class Body>
 HRESULT ComBoundary(Body&& body) noexcept {

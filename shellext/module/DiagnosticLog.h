@@ -16,7 +16,7 @@ namespace veskard {
 inline constexpr uint64_t kLogRotationThreshold = 100 * 1024 * 1024;
 
 /// Where the log file lies: in the user's application-data folder, in a folder that
-/// is the agent's and never created here. Empty when the system does not tell.
+/// is the agent's and never created here. Empty when the system does not return it.
 /// Throws std::bad_alloc only.
 std::wstring DiagnosticLogPath();
 
@@ -26,8 +26,8 @@ std::wstring DiagnosticLogPath();
 /// has another type.
 bool ReadLogSwitch() noexcept;
 
-/// What the log does; every call is made under LogLock(). Nothing here reports a
-/// failure: the log then stays, or becomes, closed.
+/// The log; every call is made under LogLock(). No failure is reported: the log then
+/// stays, or becomes, closed.
 ///
 ///     closed  --switch on, file opens-->  open      open  --too large-->  open
 ///     open    --switch off, detach---->   closed    (rotated), or closed when
@@ -36,7 +36,7 @@ bool ReadLogSwitch() noexcept;
 ///                                         the switch goes off and on again
 class DiagnosticLog {
  public:
-  /// Finds out its own names; opens nothing yet. Throws std::bad_alloc only.
+  /// Determines its names; opens nothing yet. Throws std::bad_alloc only.
   DiagnosticLog();
   DiagnosticLog(const DiagnosticLog&) = delete;
   DiagnosticLog& operator=(const DiagnosticLog&) = delete;
@@ -69,23 +69,23 @@ class DiagnosticLog {
 };
 
 /// Guards the log object and everything it does. May be taken inside the
-/// icon-cache lock, never the other way round.
+/// icon-cache lock, never in the reverse order.
 CriticalSection& LogLock() noexcept;
 
 /// Creates the log object unless there is one, and opens it when the switch is
-/// on. When memory ends there is none.
+/// on. When out of memory there is none.
 void CreateLog() noexcept;
 
 /// How the library leaves the process.
 enum class Detach {
-  kUnload,       // the library alone: the other threads live on
-  kProcessExit,  // the process ends: the other threads are gone, wherever they were
+  kUnload,       // only the library: the other threads go on
+  kProcessExit,  // the process ends: the other threads have ended at any point
 };
 
 /// Writes the end line, closes the file and frees the log object, if there is
-/// one. At process exit the object is not freed, and a log that a dead thread was
-/// just using is left alone: its state may be half changed, and nobody will ever
-/// leave its lock. Memory is then taken for an end line only.
+/// one. At process exit the object is not freed. A log that an ended thread was using is
+/// left alone: its state may be inconsistent, and its lock is never released. Memory is
+/// then allocated for an end line only.
 void CloseLogAtDetach(Detach detach) noexcept;
 
 }  // namespace veskard

@@ -7,7 +7,7 @@ namespace veskard {
 
 /// Held by every live handler of either class. The first drawing of any of them starts
 /// GDI+, and the last of them shuts it down where it was started: GDI+ counts its users
-/// in a process, and one too few would take it from the host. Safe from several threads.
+/// in a process, and one count too few would shut it down under the host. Safe from several threads.
 class GdiplusUser {
  public:
   GdiplusUser() noexcept;
@@ -16,7 +16,7 @@ class GdiplusUser {
   GdiplusUser& operator=(const GdiplusUser&) = delete;
 };
 
-/// How many users there are.
+/// The number of users.
 uint32_t GdiplusUserCount() noexcept;
 
 /// Called before anything is drawn: whether GDI+ runs now. It then does for as long as

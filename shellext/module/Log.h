@@ -1,4 +1,4 @@
-// Log: the one diagnostic call that every part of the extension may use.
+// Log: the diagnostic call of all parts of the extension.
 #pragma once
 
 #include <atomic>

@@ -9,8 +9,8 @@
 namespace veskard {
 
 /// Live class factories, COM objects and sender threads, and the locks of LockModule.
-/// DllCanUnloadNow of a library that exports it answers by this count; in the others
-/// nothing decides by it, and it is kept for support to see in a dump.
+/// DllCanUnloadNow of a library that exports it answers by this count. Other libraries keep
+/// it for the analysis of a dump.
 uint32_t ModuleLockCount() noexcept;
 
 /// Keeps the module in use until UnlockModule, once for each call. Unlocking what is not
@@ -27,8 +27,8 @@ class ModuleReference {
   ModuleReference& operator=(const ModuleReference&) = delete;
 };
 
-/// Re-reads the log switch when it is made and when it goes, so that the switch takes
-/// effect in a running host.
+/// Re-reads the log switch in constructor and destructor, so that the switch takes effect in
+/// a running host.
 class LogSwitchReader {
  public:
   LogSwitchReader() noexcept;

@@ -19,8 +19,8 @@ class CountedObject {
 
   uint32_t AddReference() noexcept { return ++references_; }
 
-  /// Returns the new count; at 0 the object is destroyed. What its destructor releases may
-  /// take and give back references meanwhile.
+  /// Returns the new count; at 0 the object is destroyed. Objects that its destructor
+  /// releases may add and release references meanwhile.
   uint32_t ReleaseReference() noexcept {
     const uint32_t left = --references_;
     if (left == 0) Destroy();

@@ -1,4 +1,4 @@
-// A library that lies where somebody has put it under the name of one of the system's.
+// A planted library: it has the name of a system library and lies beside the host.
 // Loading it is all that it takes to have its code run.
 #include <windows.h>
 

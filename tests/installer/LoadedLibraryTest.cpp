@@ -34,7 +34,7 @@ std::string ServedBy(const std::wstring& version) {
 
 class LoadedLibraryTest : public InstallerFixture {
  protected:
-  /// What a package has added, but for the file that is in use, in its folder.
+  /// What a package has added, except the file that is in use, in its folder.
   static std::vector<std::wstring> AddedWithoutTheLibraryInUse(const std::wstring& version) {
     std::vector<std::wstring> added = AddedByPackage(Clean(), TakeMachineState());
     std::erase_if(added, [&](const std::wstring& path) {

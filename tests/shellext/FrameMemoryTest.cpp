@@ -125,7 +125,7 @@ TEST_F(FrameMemoryTest, ARotationIsSurvived) {
       happened = failing.Happened();
     }
     // Rotated now, at the next line, or closed because the new file could not be
-    // opened; the next look at the switch mends the last.
+    // opened; the next reading of the switch opens the last.
     Log(L"next");
     EXPECT_TRUE(RefreshLogState()) << number;
     EXPECT_LE(fs::file_size(File()), kThreshold) << number;

@@ -139,7 +139,7 @@ class Crowd {
   Crowd(const Crowd&) = delete;
   Crowd& operator=(const Crowd&) = delete;
 
-  /// Returns when all have their answer; tells how many were told that there is no memory.
+  /// Returns when all have their answer: the number of answers "out of memory".
   int Ask(const ExtensionLibrary& library) {
     Start(kThreads / 2);
     library_ = &library;

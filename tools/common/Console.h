@@ -10,7 +10,7 @@ namespace veskard {
 void PrepareConsole() noexcept;
 
 /// Writes UTF-8 text at once, unbuffered, so that whoever waits for a line sees
-/// it. Failures are ignored: nobody is left to read.
+/// it. Failures are ignored: there is no reader left.
 void Print(std::string_view text) noexcept;
 void PrintError(std::string_view text) noexcept;
 

@@ -26,7 +26,7 @@ std::string Encode(const BencValue& value) {
   return std::string(bytes.View());
 }
 
-// Little-endian progress, then four bytes that nobody reads; no progress is all ones.
+// Little-endian progress, then four unused bytes; no progress is all ones.
 std::string EncodeDownloadStream(const PlaceholderRecord& record) {
   uint32_t rest = record.progress.value_or(UINT32_MAX);
   std::string bytes(kDownloadStreamSize, '\0');

@@ -1,5 +1,5 @@
-// Marks: what an agent leaves on disk for its folders and placeholders, laid by
-// hand for demonstrations and tests.
+// Marks: writes an agent's marks for folders and placeholders, for demonstrations and
+// tests.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +35,7 @@ struct PlaceholderRecord {
   bool isFolder = false;                  // kDownloadStream cannot say it
 };
 
-// All of these make the folders on the way, replace what is there, and throw
+// All of these make the folders on the way, replace existing marks, and throw
 // ToolError when something cannot be written.
 
 /// Marks `root` as a synchronised folder: `.sync\ID`, and nothing about it.

@@ -7,7 +7,7 @@
 
 namespace veskard {
 
-/// Where QueryInterface and its like put an interface: frees what is owned.
+/// The output argument for QueryInterface and the like; frees the owned interface first.
 template <class Interface>
 void** OutVoid(UniqueCom<Interface>& owner) noexcept {
   return reinterpret_cast<void**>(owner.Out());

@@ -27,8 +27,8 @@ bool SameFile(HANDLE one, HANDLE other) {
          first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
 }
 
-// While anybody holds a deleted file, some file systems let nobody make a new one of
-// its name. Where the system cannot tell, the answer is no.
+// While a process holds a deleted file, some file systems refuse a new file of its name.
+// When the system does not answer, the result is no.
 bool IsDeletePending(HANDLE file) {
   FILE_STANDARD_INFO information = {};
   return ::GetFileInformationByHandleEx(file, FileStandardInfo, &information, sizeof information) &&

@@ -1,4 +1,4 @@
-// ThreadWatch: waiting for threads that somebody else has started.
+// ThreadWatch: waits for threads that other code has started.
 #pragma once
 
 #include <windows.h>

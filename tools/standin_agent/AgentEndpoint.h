@@ -1,6 +1,5 @@
-// Where an agent is found: the names that agents and the Explorer extension
-// agree on. Written out here once more, not taken from the extension, so that
-// the two sides check one another.
+// The names by which an agent is found. They are repeated here, not included from the
+// extension, so that a mistake on one side fails a test.
 #pragma once
 
 namespace veskard {

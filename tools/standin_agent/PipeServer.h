@@ -58,7 +58,7 @@ class PipeServer {
   void StopServing();
 
   PipeServerOptions options_;
-  UniqueHandle stop_;  // manual-reset event: everybody goes home
+  UniqueHandle stop_;  // manual-reset event: all threads end
   std::mutex lock_;    // guards what follows
   uint32_t clients_ = 0;
   size_t waiting_ = 0;

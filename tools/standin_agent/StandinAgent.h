@@ -1,4 +1,4 @@
-// StandinAgent: as much of an agent as its clients can see.
+// StandinAgent: the part of an agent that its clients see.
 #pragma once
 
 #include <chrono>
@@ -23,11 +23,11 @@ struct ReceivedMessage {
   std::string bytes;
 };
 
-/// Ways to be a bad agent, for tests of its clients.
+/// Faults of an agent, for tests of its clients.
 struct AgentFaults {
   bool withoutMutex = false;  // the pipe is there, the announcement is not
   bool withoutPipe = false;   // the announcement is there, the pipe is not
-  bool neverReads = false;    // clients connect and wait for ever
+  bool neverReads = false;    // clients connect and wait without end
   /// Dies, pipe and mutex at once, after so many whole messages, or after so
   /// many bytes of any clients' messages, in the middle of one if it falls there.
   std::optional<uint64_t> diesAfterMessages = {};

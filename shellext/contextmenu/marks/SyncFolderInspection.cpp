@@ -25,8 +25,8 @@ constexpr wchar_t kMetadataFolder[] = L".sync";
 constexpr wchar_t kUncStart[] = L"\\";
 constexpr wchar_t kLongUncStart[] = L"\\\\?\\UNC";
 
-// A place where the agent may have left a mark: what is appended to the path of
-// the folder or file that the mark is about, and what is found there.
+// A place of a mark: the suffix to the path of the folder or file that the mark is about,
+// and the kind of object.
 struct MarkSource {
   HandleKind kind;
   const wchar_t* suffix;
@@ -81,8 +81,7 @@ BencValue ParseMark(SyncHandle& mark) {
   return value;
 }
 
-// The marks' integers count as 32 bits: what is above them is cut off first. The one
-// exception is "vlk_type".
+// Of a mark's integer the lower 32 bits count. The exception is "vlk_type".
 uint32_t MarkInteger(const BencValue& dictionary, const char* key) {
   return static_cast<uint32_t>(dictionary.FindInt(key));
 }

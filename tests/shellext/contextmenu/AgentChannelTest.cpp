@@ -101,7 +101,7 @@ struct MutexRequests {
                                           }};
 };
 
-// The service's mutex is somebody else's, who need not grant more.
+// The service's mutex belongs to another account, which need not grant more.
 TEST_F(AgentChannelTest, AMutexIsOpenedForNoMoreThanItTakesToWaitForIt) {
   MutexRequests seen;
   EXPECT_FALSE(IsMutexPresent(L"Global\\pipesynccmd_SIT"));

@@ -20,7 +20,7 @@ class CallingHost {
     const WatchedCalls calls(library_.Module());
     run();
     CallNumbers numbers = calls.Numbers(threads);
-    // Locks cost next to nothing, and the heap's functions are not the system's.
+    // Locks cost almost nothing, and the heap's functions are not the system's.
     for (const char* free :
          {"EnterCriticalSection", "LeaveCriticalSection", "malloc", "calloc", "realloc", "free"})
       numbers.erase(free);

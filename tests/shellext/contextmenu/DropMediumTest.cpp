@@ -64,7 +64,7 @@ TEST(DropMediumTest, TheOldListIsFreedAlsoWhenTheNewOneFails) {
   EXPECT_EQ(medium.Drop(), nullptr);
 }
 
-// Freeing it would be freeing what is not ours: a failed call gives nothing away.
+// It must not be freed: a failed call passes no ownership.
 TEST(DropMediumTest, AHandleThatCameWithAFailureIsNotTakenAndNotFreed) {
   FakeDataObject source({});
   const test::DropListForTest list({L"C:\\a"});

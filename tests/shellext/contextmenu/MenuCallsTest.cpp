@@ -14,7 +14,7 @@
 namespace veskard::test {
 namespace {
 
-// A right-click makes these calls and no other, but for the C run-time library, locks, and
+// A right-click makes these calls and no other, except those of the C run-time library, locks and
 // what only reads the process's own state (the last error, a thread's values).
 struct ClickCalls {
   const char* function;

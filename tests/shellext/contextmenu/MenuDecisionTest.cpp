@@ -27,7 +27,7 @@ struct Row {
   bool anyDirectory, needsDownload, receiving, hasLocalFile;
   const char* removable;     // the items where everything may be removed everywhere,
   const char* notRemovable;  // where it may not,
-  const char* disabled;      // and where nobody may ask for it
+  const char* disabled;      // and where the folder forbids it
 };
 
 // S sync to this device, C cancel receiving, R remove from this device, A remove

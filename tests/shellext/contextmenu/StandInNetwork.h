@@ -15,7 +15,7 @@ enum class Answers {
   kSharesBare,  // literally, and X:\ is \\server\share
 };
 
-/// The calls; each of them forgets what was asked before.
+/// The calls; each of them clears the record of earlier requests.
 ///
 ///     A: C: D: E: F:   removable, fixed, ramdisk, compact disc; F: is a folder of C:
 ///     X:               \\server\share
