@@ -28,8 +28,8 @@ cd "$root"
 failed=0
 if "$everything"; then
   scripts/format.sh --check || failed=1
-  # The 32-bit library does not run here; its file is looked into all the same.
-  scripts/check-library.sh build/win32/VeskardShellExt.dll || failed=1
+  # The 32-bit libraries do not run here; their files are looked into all the same.
+  scripts/check-library.sh build/win32/VeskardShellExt.dll build/win32/VeskardExplorerCommand.dll || failed=1
 fi
 for preset in "${presets[@]}"; do
   say "testing $preset"

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "tests/shellext/explorercommand/FirstMenu.h"
-#include "tests/support/Patched.h"
+#include "tests/support/ShellSelection.h"
 #include "util/string/CodePage.h"
 
 namespace veskard::test {
@@ -76,6 +76,13 @@ TEST_F(InvokeTest, LongNamesAndPrefixesAreSentAsTheItemGaveThem) {
                                            L"\\\\?\\UNC\\server\\share\\a.txt"};
   EXPECT_EQ(Choose(paths), (PipeMessages{Message(5, paths[0], false), Message(5, paths[1], false),
                                          Message(5, paths[2], false), Message(5, paths[3], true)}));
+}
+
+TEST_F(InvokeTest, TheShellsItemsAreSentToo) {
+  const std::wstring folder = tree_.MakeFolder(L"root\\folder");
+  const auto selection = NewShellArrayWithThisPc({file_, folder});
+  EXPECT_EQ(Child(2).Get()->Invoke(selection.Get(), nullptr), S_OK);
+  EXPECT_EQ(agent_->NextBatch(), (PipeMessages{Message(5, file_, false), Message(5, folder, true)}));
 }
 
 TEST_F(InvokeTest, AnEmptySelectionSendsNothing) {

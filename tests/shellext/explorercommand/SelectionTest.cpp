@@ -1,4 +1,6 @@
 // What counts as selected, and what items may do wrong.
+#include <shlwapi.h>
+
 #include "tests/shellext/explorercommand/FirstMenu.h"
 #include "tests/support/FileTools.h"
 #include "tests/support/Patched.h"
@@ -148,10 +150,16 @@ TEST_F(LongNameTest, ANameWithTheLongPrefixIsOpenedAsItIs) {
   EXPECT_EQ(QuestionsAbout(path), std::vector<std::wstring>{path});
 }
 
+// Here the system looks for an extension in paths of the usual length only, as documented.
 TEST_F(LongNameTest, ALongPlaceholderIsOne) {
   const std::wstring path = FolderForLength(tree_.Path(L"root"), 500, 6) + L"\\a.ghpl";
   WriteBytes(L"\\\\?\\" + path, "");
   WriteBytes(L"\\\\?\\" + path + L":com.nimbrel.VeskardAgent", kReceiving);
+  const Patched<&::PathFindExtensionW> limited(
+      library_.Module(), "PathFindExtensionW", [](auto original, LPCWSTR name) {
+        const size_t length = ::wcslen(name);
+        return length < MAX_PATH ? original(name) : const_cast<wchar_t*>(name + length);
+      });
   EXPECT_EQ(MenuFor({path}), "Ca");
 }
 

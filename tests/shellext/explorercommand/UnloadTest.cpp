@@ -2,6 +2,8 @@
 #include <optional>
 
 #include "tests/shellext/explorercommand/FirstMenu.h"
+#include "tests/support/Patched.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard::test {
 namespace {
@@ -61,17 +63,61 @@ TEST_F(UnloadTest, UnlockingTooOftenUnlocksNobodyElse) {
   EXPECT_EQ(library_.Factory().Get()->LockServer(FALSE), S_OK);
 }
 
-TEST_F(UnloadTest, ASenderKeepsItFromBeforeTheCommandReturns) {
-  service_ = std::nullopt;
-  std::optional<FakeAgent> agent(std::in_place, AgentKind::kService, FakeAgent::Reading::kNothing);
+class SenderUnloadTest : public UnloadTest {
+ protected:
+  SenderUnloadTest() { service_ = std::nullopt; }
+
+  void Choose() const {
+    StandInArray selection({L"C:\\a.txt"});
+    EXPECT_EQ(ChildrenOf(*library_.NewFlyOut().Get())[2].Get()->Invoke(&selection, nullptr), S_OK);
+  }
+  bool WaitUntilItMayGo() const {
+    for (int i = 0; i < 1000 && library_.DllCanUnloadNow() == S_FALSE; ++i) ::Sleep(10);
+    return library_.DllCanUnloadNow() == S_OK;
+  }
+};
+
+// The sender's thread is there when the command returns, and has not run yet.
+TEST_F(SenderUnloadTest, ASenderKeepsItFromBeforeTheCommandReturns) {
+  FakeAgent agent(AgentKind::kService);
+  UniqueHandle thread;
   {
+    const Patched<&::CreateThread> suspended(
+        library_.Module(), "CreateThread",
+        [&](auto original, auto attributes, auto stack, auto entry, auto parameter, auto flags, auto id) {
+          const HANDLE made = original(attributes, stack, entry, parameter, flags | CREATE_SUSPENDED, id);
+          ::DuplicateHandle(::GetCurrentProcess(), made, ::GetCurrentProcess(), thread.Out(), 0, FALSE,
+                            DUPLICATE_SAME_ACCESS);
+          return made;
+        });
+    Choose();
+  }
+  EXPECT_EQ(library_.DllCanUnloadNow(), S_FALSE);
+  ::ResumeThread(thread.Get());
+  EXPECT_TRUE(agent.NextBatch().has_value());
+  EXPECT_TRUE(WaitUntilItMayGo());
+}
+
+TEST_F(SenderUnloadTest, ASenderThatWaitsForItsAgentKeepsIt) {
+  {
+    const FakeAgent agent(AgentKind::kService, FakeAgent::Reading::kNothing);
     StandInArray selection({std::wstring(30'000, L'x')});
     const auto children = ChildrenOf(*library_.NewFlyOut().Get());
     for (int i = 0; i < 20; ++i) EXPECT_EQ(children[2].Get()->Invoke(&selection, nullptr), S_OK);
+    ::Sleep(100);
+    EXPECT_EQ(library_.DllCanUnloadNow(), S_FALSE);
   }
-  EXPECT_EQ(library_.DllCanUnloadNow(), S_FALSE) << "no thread may have run yet";
-  agent.reset();
-  for (int i = 0; i < 1000 && library_.DllCanUnloadNow() == S_FALSE; ++i) ::Sleep(10);
+  EXPECT_TRUE(WaitUntilItMayGo());
+}
+
+TEST_F(SenderUnloadTest, ASenderWhoseThreadIsRefusedKeepsNothing) {
+  const FakeAgentMutex agent(AgentKind::kService);
+  const FailingCall refused("CreateThread", ERROR_NOT_ENOUGH_QUOTA, 1, library_.Module());
+  {
+    StandInArray selection({L"C:\\a.txt"});
+    const auto children = ChildrenOf(*library_.NewFlyOut().Get());
+    EXPECT_EQ(children[2].Get()->Invoke(&selection, nullptr), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_QUOTA));
+  }
   EXPECT_EQ(library_.DllCanUnloadNow(), S_OK);
 }
 
