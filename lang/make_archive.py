@@ -3,7 +3,7 @@
 
 The members are "version", "english.txt" and every "NAME!CODE.txt" of the
 folder, in this order. The same files always give the same bytes: names are
-sorted, and every member bears the same date and no trace of the machine.
+sorted, and all members have the same date and nothing of the machine.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """

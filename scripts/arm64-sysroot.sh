@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Makes what the distribution has no package of for Windows on ARM64: headers and C
-# run-time library of mingw-w64, LLVM's run-time libraries for C++, and zlib. They are
-# built by Clang from the distribution's own source packages into build/deps/arm64.
+# Builds the libraries for Windows on ARM64 that the distribution does not package: headers
+# and C run-time library of mingw-w64, LLVM's run-time libraries for C++, and zlib. Clang
+# builds them from the distribution's source packages into build/deps/arm64.
 #
-# Some 15 minutes on two cores, 40 on a busy machine, once. What is done already is not
-# done again, also after a run that broke off; a sysroot that is complete is left alone.
+# Takes 15 minutes on two cores, 40 on a busy machine, once. Completed steps are not
+# repeated, also after an interrupted run.
 #
 #   scripts/arm64-sysroot.sh
-#   scripts/arm64-sysroot.sh renew        throws the old one away first
-#   scripts/arm64-sysroot.sh step NAME    one step, whether or not it was done: sources,
+#   scripts/arm64-sysroot.sh renew        deletes the old one first
+#   scripts/arm64-sysroot.sh step NAME    one step, even if it is completed: sources,
 #                                         tools, headers, crt, builtins, cxx, zlib
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"

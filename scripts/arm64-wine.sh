@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
-# An emulated ARM64 machine with Wine, in which Windows programs for ARM64 run: a folder with
-# the distribution's packages for that architecture, unpacked and never set up.
+# Makes an emulated ARM64 machine with Wine, which runs Windows programs for ARM64, and runs
+# programs in it. It is a folder with the distribution's packages for that architecture,
+# unpacked only.
 #
-#   scripts/arm64-wine.sh make                  makes it in build/deps/ where it is missing
+#   scripts/arm64-wine.sh make                  makes it in build/deps/ when it is missing
 #                                               (one minute), and has the kernel start the
 #                                               emulator for programs of that architecture
-#   scripts/arm64-wine.sh run PROGRAM [WORD...] runs one of its programs, which sees this
-#                                               project's folder and /tmp as they are here
+#   scripts/arm64-wine.sh run PROGRAM [WORD...] runs one of its programs, with this project's
+#                                               folder and /tmp
 #
 # "make" also puts programs named wine, wineboot and wineserver into build/deps/arm64-wine,
-# for the PATH of scripts that know nothing of all this.
+# for the PATH of the other scripts.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 exit_codes="0 done; 1 failed; 2 wrong command line; with \"run\" the program's own"

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# Looks into built libraries without running them, whatever processor they are for: what
-# they import and export, their sections and size, how they are protected in memory, what
-# the file says of itself.
+# Checks built libraries without running them, for any processor: imports and exports,
+# sections and size, protections in memory, and the version resource.
 #
 #   scripts/check-library.sh FILE...
-#   scripts/check-library.sh --windows 6.0 FILE...    would it load on this older Windows?
+#   scripts/check-library.sh --windows 6.0 FILE...    whether it loads on this older Windows
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

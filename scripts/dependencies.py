@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Looks at the folders' dependencies, as the #include lines and the links have them.
+"""Checks and draws the folders' dependencies, by the #include lines and the links.
 
     scripts/dependencies.py check FOLDER [LINKS]    FOLDER is the project's root
     scripts/dependencies.py draw FOLDER             needs graphviz
@@ -8,7 +8,7 @@
 "check" prints a line for each include that points the wrong way, for each file
 that is not there, for each circle of units (a header and its source) that is not
 named below, and when the committed list or picture (docs/pictures/dependencies.txt,
-.svg) shows something else than the sources.
+.svg) differs from the sources.
 
 LINKS is link_graph.txt of a build folder (cmake/LinkGraph.cmake). With it "check"
 also prints a line for each link that points the wrong way, for each library of ours

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Looks into built libraries without running them.
+"""Checks built libraries without running them.
 
     scripts/library_file.py IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY...
 
-IMPORTS is the list of allowed imports, ROOT the project's root, VERSION and PRODUCT what the
-file's details are to say. WINDOWS is the oldest Windows that is to load it, or "-": the oldest
-one of the file's own architecture. One line on standard error for each finding. Started by
+IMPORTS is the list of allowed imports, ROOT the project's root, VERSION and PRODUCT the
+expected values of the version resource. WINDOWS is the oldest Windows that must load it, or
+"-": the oldest one of the file's architecture. One line on standard error for each finding. Started by
 scripts/check-library.sh; needs the package python3-pefile.
 
-Exit codes: 0 done; 1 something is not as it is to be; 2 wrong command line.
+Exit codes: 0 done; 1 findings; 2 wrong command line.
 """
 
 import dataclasses

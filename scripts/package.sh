@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Makes the installation package to hand out, VeskardShellExt-VERSION-x64.msi:
+# Makes the installation package, VeskardShellExt-VERSION-x64.msi:
 #
-#   scripts/package.sh                     builds first; the package ends in build/package/
-#   scripts/package.sh --from FOLDER       packs the programs of that build folder
+#   scripts/package.sh                     builds first; the package is in build/package/
+#   scripts/package.sh --from FOLDER       packs the programs of this build folder
 #   scripts/package.sh --to FOLDER         puts the package there
 #
 # It is unsigned unless VESKARD_SIGN_CERTIFICATE names a certificate; then the

@@ -3,17 +3,17 @@
 #
 #   scripts/sign.sh FILE...
 #
-# The environment says with what:
+# Environment variables choose the certificate:
 #
 #   VESKARD_SIGN_CERTIFICATE    the code-signing certificate and its chain (PEM),
 #                               or one file with the key too (.p12, .pfx)
 #   VESKARD_SIGN_KEY            the private key (PEM); not with .p12 and .pfx
 #   VESKARD_SIGN_PASSWORD_FILE  a file that holds the key's password, if it has one
 #   VESKARD_SIGN_TIMESTAMP      the address of an RFC 3161 timestamp service; without
-#                               one, signatures count only as long as the certificate
+#                               one, signatures are valid only as long as the certificate
 #
 # An identity package (.msix) must be made for this certificate (installer/make_msix.py).
-# A file that cannot be signed stays as it was.
+# A file that cannot be signed stays unchanged.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Says which third-party code is linked into programs, from the linker's own maps.
+"""Finds the third-party code that is linked into programs, by the linker's maps.
 
     scripts/third_party.py notices ROOT RESULT MAP...
         writes the licences of everything that the maps name to RESULT
     scripts/third_party.py check ROOT NOTICES MAP...
-        is everything that the maps name in these notices?
+        fails when these notices lack something that the maps name
     scripts/third_party.py bill ROOT RESULT.json VERSION DATE FILE=MAP...
         writes a bill of materials (SPDX 2.3) of the shipped FILEs; DATE is such as
         2026-01-31T12:00:00Z

@@ -61,7 +61,7 @@ TABLE = [
     ("installer/publisher.py", "Checks that an identity package is made for the certificate", {
         "": "PACKAGE.msix is needed"}),
     ("installer/make_msi.py", "Makes the installation package", {"": "an architecture and RESULT.msi are needed"}),
-    ("scripts/dependencies.py", "Looks at the folders' dependencies", {
+    ("scripts/dependencies.py", "Checks and draws the folders' dependencies", {
         "": "check or draw, and which folder?", "paint .": "check or draw, and which folder?"}),
     ("scripts/instructions_table.py", "Prints the instructions", {"": "which output?"}),
     ("scripts/measured_tables.py", "tables of the last measurements", {
@@ -73,17 +73,17 @@ TABLE = [
         "--clicks 5 now": 'there is no benchmark "now"'}),
     ("scripts/bench-instructions.sh", "Counts the instructions", {"all": 'cannot use "all" here'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'there is no preset "win16"'}),
-    ("scripts/check-library.sh", "Looks into built libraries", {"": "which library?", "-x": "there is no option -x"}),
+    ("scripts/check-library.sh", "Checks built libraries", {"": "which library?", "-x": "there is no option -x"}),
     ("scripts/check-reproducible.sh", "Builds the libraries once more", {"--twice": "there is no option --twice"}),
     ("scripts/contact-sheet.sh", "Draws a picture of placeholder icons", {
         "--large": "there is no option --large", "a b": 'cannot use "b" here'}),
     ("scripts/coverage.sh", "coverage of lines and branches", {"core": 'cannot use "core" here'}),
     ("scripts/demo.sh", "Shows a right-click from the menu to the agent", {
         "--fast": "there is no option --fast", "--keep-pictures now": 'cannot use "now" here'}),
-    ("scripts/arm64-sysroot.sh", "Makes what the distribution has no package of", {
+    ("scripts/arm64-sysroot.sh", "Builds the libraries for Windows on ARM64", {
         "again": 'cannot use "again" here', "step crt2": 'there is no step "crt2"', "step crt now": 'cannot use "now" here',
         "renew now": 'cannot use "now" here'}),
-    ("scripts/arm64-wine.sh", "An emulated ARM64 machine with Wine", {
+    ("scripts/arm64-wine.sh", "Makes an emulated ARM64 machine with Wine", {
         "": 'make or run, not ""', "start": 'make or run, not "start"', "make it": 'cannot use "it" here',
         "run": "which program?"}),
     ("scripts/fetch-minizip.sh", "Unpacks the distribution's source package", {"again": 'cannot use "again" here'}),
@@ -96,13 +96,13 @@ TABLE = [
         "1 nothing": 'there is no target "nothing"'}),
     ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
         "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
-    ("scripts/library_file.py", "Looks into built libraries", {
+    ("scripts/library_file.py", "Checks built libraries", {
         "": "IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY are needed"}),
     ("scripts/library-size.sh", "prints the size of its parts", {"small": 'cannot use "small" here'}),
     ("scripts/library_size.py", "Prints the size of the library's parts", {"": "which library, which map, which folder?"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "there is no option --fix"}),
     ("scripts/old-library.sh", "Builds the library of an older commit", {"again": 'cannot use "again" here'}),
-    ("scripts/package.sh", "Makes the installation package to hand out", {
+    ("scripts/package.sh", "Makes the installation package", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/sign.sh", "Signs programs, libraries, installation packages and identity packages", {
         "": "which files?", "--all": "there is no option --all"}),
@@ -111,7 +111,7 @@ TABLE = [
     # These three hand every word on to the program that runs the tests.
     ("scripts/test-heap.sh", "The test suite with heap checks", {}),
     ("scripts/test-traps.sh", "The test suite of the checked flavour", {}),
-    ("scripts/third_party.py", "third-party code is linked into programs", {
+    ("scripts/third_party.py", "third-party code that is linked into programs", {
         "": "notices, check or bill, and of which maps?", "notices . a.txt": "notices, check or bill, and of which maps?"}),
     ("scripts/torture.sh", "Fails each request for memory", {}),
     ("scripts/test.sh", "Runs all tests", {
