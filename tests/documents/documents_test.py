@@ -19,6 +19,9 @@ LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`\n]+)`")
 FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 
+# What pages name of Windows and no source does.
+NAMES_OF_WINDOWS = {"DependentLoadFlags", "ImpersonateNamedPipeClient", "SysWOW64"}
+
 # In the sources: a call, a row of the commands' table, the two lines of the log itself.
 LOG_CALL = re.compile(r'\bLog\(\s*L"((?:[^"\\]|\\.)*)"')
 ANY_LOG_CALL = re.compile(r"\bLog\(\s*([^)\s][^,)]*)")
@@ -164,6 +167,14 @@ class DocumentsTest(unittest.TestCase):
         options = set(re.findall(r'^    \{"(--[a-z-]+)",', read("tools/standin_agent/standin_agent.cpp"), re.MULTILINE))
         self.assertGreaterEqual(len(options), 12)
         self.assertEqual(rows, options)
+
+    def test_every_name_of_the_code_is_there(self):
+        """A class, a function or a test that a page names occurs in the sources."""
+        words = {word for path in tree_files() for word in re.findall(r"\w+", read(path))}
+        for document in documents():
+            for name in re.findall(r"`([A-Z]\w*[a-z]\w*[A-Z]\w*)`", FENCE.sub("", read(document))):
+                with self.subTest(document):
+                    self.assertTrue(name in words or name in NAMES_OF_WINDOWS, name)
 
     def test_the_samples_of_the_probe_are_its_texts(self):
         """Of each line that is shown, three words in a row are in the sources, or the first two."""
