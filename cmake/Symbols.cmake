@@ -1,6 +1,6 @@
 # Symbols of the shipped libraries. The library is linked with its debug information and
 # then split: LIBRARY.dll ships, LIBRARY.dll.debug stays with whoever reads crash dumps
-# (scripts/read-dump.sh). Both carry the same build identifier, which ld computes from the
+# (scripts/read_dump.py). Both carry the same build identifier, which ld computes from the
 # file's contents and which a minidump holds too.
 
 # veskard_debug_information(ON|OFF): whether the targets that follow in this folder, and

@@ -104,6 +104,8 @@ TABLE = [
     ("scripts/old-library.sh", "Builds the library of an older commit", {"again": 'cannot use "again" here'}),
     ("scripts/package.sh", "Makes the installation package", {
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
+    ("scripts/read_dump.py", "Reads a minidump of Windows", {
+        "": "DUMP SYMBOLS are needed", "a.dmp": "DUMP SYMBOLS are needed"}),
     ("scripts/sign.sh", "Signs programs, libraries, installation packages and identity packages", {
         "": "which files?", "--all": "there is no option --all"}),
     ("scripts/soak.sh", "Right-clicks and icons", {
