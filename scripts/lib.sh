@@ -65,6 +65,7 @@ measured_by() {
 # measured NAME SHOWN COMMAND...: runs the command, which prints Markdown tables, and shows
 # them below that line, where SHOWN is what a person types. They are also left in
 # build/measured/NAME.md, from where scripts/measured_tables.py puts them into the pages.
+# Fails when the command does.
 measured() {
   local file="$build/measured/$1.md" shown=$2
   shift 2
@@ -73,7 +74,7 @@ measured() {
   {
     measured_by "$shown"
     "$@"
-  } | tee "$file.new"
+  } | tee "$file.new" || return 1
   mv "$file.new" "$file"
 }
 
