@@ -20,7 +20,7 @@ CODE = re.compile(r"`([^`\n]+)`")
 FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 
 # What pages name of Windows and no source does.
-NAMES_OF_WINDOWS = {"DependentLoadFlags", "ImpersonateNamedPipeClient", "SysWOW64"}
+NAMES_OF_WINDOWS = {"DependentLoadFlags", "DumpType", "ImpersonateNamedPipeClient", "SysWOW64"}
 
 # In the sources: a call, a row of the commands' table, the two lines of the log itself.
 LOG_CALL = re.compile(r'\bLog\(\s*L"((?:[^"\\]|\\.)*)"')
