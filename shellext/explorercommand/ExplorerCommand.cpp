@@ -46,7 +46,9 @@ STDMETHODIMP ExplorerCommand::GetIcon(IShellItemArray*, wchar_t** icon) noexcept
   if (icon == nullptr) return E_POINTER;
   *icon = nullptr;
   return ComBoundary([&] {
-    *icon = NewTaskString(FormatString(L"%s,-%d", ReadWholeModulePath(ModuleHandle()), face_.picture));
+    const std::wstring library = ReadWholeModulePath(ModuleHandle());
+    if (library.empty()) return E_FAIL;
+    *icon = NewTaskString(FormatString(L"%s,-%d", library, face_.picture));
     return S_OK;
   });
 }

@@ -36,7 +36,7 @@ class ExplorerCommand : public IExplorerCommand, public SharedRefCountedObject {
 
   STDMETHODIMP GetTitle(IShellItemArray* selection, wchar_t** title) noexcept override;
 
-  /// "<full path of this library>,-<id>".
+  /// "<full path of this library>,-<id>"; E_FAIL where the system does not name the path.
   STDMETHODIMP GetIcon(IShellItemArray* selection, wchar_t** icon) noexcept override;
 
   /// E_NOTIMPL: the title says it all.
