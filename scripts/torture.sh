@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fails each request for memory and each system call of the built library once, in each
+# Fails each request for memory and each system call of the built libraries once, in each
 # scenario of a host. The test suite takes samples of the long scenarios; this takes all.
 # Takes about three minutes on a quiet machine. Arguments go to GoogleTest:
 #

@@ -51,8 +51,9 @@ enum class Held {
   kSearch,       // of a folder
   kLocalMemory,  // of the system, freed by LocalFree
   kLockedBlock,  // of global memory
+  kTaskBlock,    // of COM's task memory, which passes between the library and its host
 };
-inline constexpr size_t kHeldKinds = 10;
+inline constexpr size_t kHeldKinds = 11;
 
 /// The plan that is carried out, and the counts; one of each in the process.
 class Faults {

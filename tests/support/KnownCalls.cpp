@@ -138,6 +138,7 @@ void* __cdecl Malloc(size_t size);
 void* __cdecl Calloc(size_t count, size_t size);
 void* __cdecl Realloc(void* old, size_t size);
 void __cdecl Free(void* block);
+void* WINAPI AllocTaskMemory(SIZE_T size);
 BOOL WINAPI GetModuleHandleEx(DWORD flags, const wchar_t* name, HMODULE* module);
 FARPROC WINAPI GetProcedureAddress(HMODULE module, const char* name);
 void WINAPI FreeModuleAndExitThread(HMODULE module, DWORD exitCode);
@@ -147,6 +148,7 @@ KnownCall mallocRow = ByHand("malloc", &Malloc);
 KnownCall callocRow = ByHand("calloc", &Calloc);
 KnownCall reallocRow = ByHand("realloc", &Realloc);
 KnownCall freeRow = ByHand("free", &Free);
+KnownCall coTaskMemAllocRow = ByHand("CoTaskMemAlloc", &AllocTaskMemory);
 KnownCall getModuleHandleExRow =
     ByHand("GetModuleHandleExW", &GetModuleHandleEx, true, ERROR_NO_SYSTEM_RESOURCES);
 KnownCall getProcAddressRow = ByHand("GetProcAddress", &GetProcedureAddress, true, ERROR_PROC_NOT_FOUND);
@@ -189,6 +191,13 @@ void __cdecl Free(void* block) {
   freeRow.Count();
   if (block != nullptr) Faults::Take(Held::kBlock, -1);
   CallTarget(freeRow, &Free, block);
+}
+
+void* WINAPI AllocTaskMemory(SIZE_T size) {
+  if (IsOutOfMemory(coTaskMemAllocRow)) return nullptr;
+  void* const block = CallTarget(coTaskMemAllocRow, &AllocTaskMemory, size);
+  if (block != nullptr) Faults::Take(Held::kTaskBlock, 1);
+  return block;
 }
 
 BOOL WINAPI GetModuleHandleEx(DWORD flags, const wchar_t* name, HMODULE* module) {
@@ -238,6 +247,8 @@ constexpr DWORD kNoResources = ERROR_NO_SYSTEM_RESOURCES;
 KnownCall* const kTable[] = {
     // The C heap
     &mallocRow, &callocRow, &reallocRow, &freeRow,
+    // COM's task memory
+    &coTaskMemAllocRow, GIVES(CoTaskMemFree, Held::kTaskBlock),
     // Registry
     ERRORS(RegOpenKeyExW,                ERROR_ACCESS_DENIED),
     ERRORS(RegCreateKeyExW,              ERROR_ACCESS_DENIED),

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "tests/support/Faults.h"
+
 namespace veskard::test {
 namespace {
 
@@ -26,6 +28,7 @@ HRESULT ItemScript::Name(wchar_t** name) const {
   const size_t size = (path_.size() + 1) * sizeof(wchar_t);
   *name = static_cast<wchar_t*>(::CoTaskMemAlloc(size));
   if (*name == nullptr) return E_OUTOFMEMORY;
+  Faults::Take(Held::kTaskBlock, 1);
   std::memcpy(*name, path_.c_str(), size);
   return S_OK;
 }
@@ -81,6 +84,7 @@ void StandInArray::Note(std::atomic<long>& questions) noexcept {
 }
 
 STDMETHODIMP StandInArray::QueryInterface(REFIID riid, void** ppv) {
+  if (riid == IID_IUnknown && beforeIdentity_) beforeIdentity_();
   *ppv = WildPointer<void>();
   if (riid == IID_IUnknown && refusesIdentity_) return E_FAIL;
   *ppv = nullptr;

@@ -6,8 +6,10 @@
 //     selection.FailItemAt(1, E_FAIL);                     // a list that breaks off
 //     selection.At(0).FailName(E_FAIL);                    // a name that fails, with a wild pointer
 //     selection.At(0).GiveNullName();                      // one that is null
+//     selection.At(0).Rename(L"C:\\b.txt");                // another name from now on
 //     selection.At(0).BeforeName([&] { ... });             // call back, wait, change anything
 //     selection.BeforeCount([&] { ... });
+//     selection.BeforeIdentity([&] { ... });
 //     selection.AtTheLastRelease([&] { ... });
 //     EXPECT_EQ(selection.CountQuestions(), 1);            // who asked what, how often
 //     EXPECT_EQ(selection.References(), 0u);               // and the held references
@@ -36,6 +38,7 @@ class ItemScript {
 
   void FailName(HRESULT result) { nameResult_ = result; }
   void GiveNullName() { hasNullName_ = true; }
+  void Rename(std::wstring path) { path_ = std::move(path); }
   /// Done at the beginning of each GetDisplayName, on the thread that asks.
   void BeforeName(std::function<void()> action) { beforeName_ = std::move(action); }
 
@@ -64,6 +67,7 @@ class StandInArray final : public IShellItemArray {
   /// null instead.
   void FailItemAt(size_t index, HRESULT result) { firstRefused_ = index, itemResult_ = result; }
   void BeforeCount(std::function<void()> action) { beforeCount_ = std::move(action); }
+  void BeforeIdentity(std::function<void()> action) { beforeIdentity_ = std::move(action); }
   /// Done once, in the Release that gives back the last reference.
   void AtTheLastRelease(std::function<void()> action) { atLastRelease_ = std::move(action); }
   void RefuseIdentity() { refusesIdentity_ = true; }
@@ -120,7 +124,7 @@ class StandInArray final : public IShellItemArray {
   size_t firstRefused_ = SIZE_MAX;
   HRESULT itemResult_ = S_OK;
   bool refusesIdentity_ = false;
-  std::function<void()> beforeCount_, atLastRelease_;
+  std::function<void()> beforeCount_, beforeIdentity_, atLastRelease_;
   std::atomic<ULONG> references_ = 0;
   std::atomic<long> countQuestions_ = 0, itemQuestions_ = 0, nameQuestions_ = 0, foreignQuestions_ = 0;
   std::atomic<long> itemsHeld_ = 0;

@@ -27,8 +27,8 @@ Balance WaitForBalance(const Balance& expected, int tries) {
 
 std::ostream& operator<<(std::ostream& out, const Balance& balance) {
   constexpr const char* kNames[] = {
-      "",        "blocks",  "GDI+ objects", "GDI+ starts",         "locks",
-      "modules", "senders", "searches",     "local memory blocks", "locked blocks"};
+      "",        "blocks",   "GDI+ objects",        "GDI+ starts",   "locks",          "modules",
+      "senders", "searches", "local memory blocks", "locked blocks", "COM task blocks"};
   static_assert(std::size(kNames) == kHeldKinds);
   for (size_t i = 1; i < kHeldKinds; ++i) out << balance.held[i] << " " << kNames[i] << ", ";
   return out << balance.handles << " handles, " << balance.gdiObjects << " drawing objects";

@@ -1,9 +1,10 @@
-// Choosing a command: from InvokeCommand to the end of its sender.
+// Choosing a command, in either menu: from the host's call to the end of its sender.
 #include <gmock/gmock.h>
 
 #include <optional>
 
 #include "tests/shellext/contextmenu/LibraryMenu.h"
+#include "tests/support/StandInArray.h"
 #include "tests/torture/Scenario.h"
 #include "util/string/CodePage.h"
 
@@ -18,27 +19,30 @@ std::string Message(int action, const std::wstring& path, bool last) {
          std::to_string(bytes.size()) + ":" + bytes + "e";
 }
 
-class Choice final : public Scenario {
- public:
-  Choice() {
+template <class Library>
+class ChoiceScenario : public LibraryScenario<Library> {
+ protected:
+  ChoiceScenario() {
     tree_.MarkRoot(L"root", kSelective);
     items_ = {tree_.MakeFile(L"root\\a.txt"), tree_.MakeFile(L"root\\b.txt")};
   }
 
-  void Prepare(const ExtensionLibrary& library) override {
-    handler_ = std::make_unique<MenuHandler>(library);
-    selection_.emplace(items_);
-    handler_->Select(&*selection_);
-    const UniqueMenu menu(::CreatePopupMenu());
-    EXPECT_EQ(handler_->Query(menu.Get()), 6);
-    handler_->Select(nullptr);
+  const std::vector<std::wstring>& Items() const { return items_; }
+
+  virtual void ShowMenu(const Library& library) = 0;
+  /// `action`: from 3 to 6, as the agent calls it.
+  virtual HRESULT Choose(int action) = 0;
+
+ private:
+  void Prepare(const Library& library) override {
+    ShowMenu(library);
     // Each round sends another action, so that one that comes late is known.
     action_ = action_ == 6 ? 3 : action_ + 1;
   }
 
-  void Run(const ExtensionLibrary&) override {
+  void Run(const Library&) override {
     const ptrdiff_t senders = Faults::Taken(Held::kSender);
-    result_ = handler_->Invoke(static_cast<UINT_PTR>(action_ - 1));
+    result_ = Choose(action_);
     for (int i = 0; i < 3000 && Faults::Taken(Held::kSender) != senders; ++i) ::Sleep(1);
     EXPECT_EQ(Faults::Taken(Held::kSender), senders) << "the sender does not end";
   }
@@ -68,12 +72,6 @@ class Choice final : public Scenario {
     }
   }
 
-  void Finish() override {
-    handler_.reset();
-    EXPECT_EQ(selection_->ListsInUse(), 0) << "the handler is gone, its list should be too";
-  }
-
- private:
   std::string First() const { return Message(action_, items_[0], false); }
   std::string Last() const { return Message(action_, items_[1], true); }
   PipeMessages Whole() const { return {First(), Last()}; }
@@ -117,18 +115,57 @@ class Choice final : public Scenario {
   SyncTree tree_;
   FakeAgent agent_{AgentKind::kService};
   std::vector<std::wstring> items_;
-  std::optional<FakeDataObject> selection_;
-  std::unique_ptr<MenuHandler> handler_;
   int action_ = 3;
   HRESULT result_ = S_OK;
   std::vector<PipeMessages> mayCome_;       // one of these, of the last struck command
   std::vector<PipeMessages> mayStillCome_;  // and of the one before
 };
 
+class Choice final : public ChoiceScenario<ExtensionLibrary> {
+  void ShowMenu(const ExtensionLibrary& library) override {
+    handler_ = std::make_unique<MenuHandler>(library);
+    selection_.emplace(Items());
+    handler_->Select(&*selection_);
+    const UniqueMenu menu(::CreatePopupMenu());
+    EXPECT_EQ(handler_->Query(menu.Get()), 6);
+    handler_->Select(nullptr);
+  }
+
+  HRESULT Choose(int action) override { return handler_->Invoke(static_cast<UINT_PTR>(action - 1)); }
+
+  void Finish() override {
+    handler_.reset();
+    EXPECT_EQ(selection_->ListsInUse(), 0) << "the handler is gone, its list should be too";
+  }
+
+  std::optional<FakeDataObject> selection_;
+  std::unique_ptr<MenuHandler> handler_;
+};
+
+class FlyOutChoice final : public ChoiceScenario<ExplorerCommandLibrary> {
+  void ShowMenu(const ExplorerCommandLibrary& library) override {
+    children_ = ChildrenOf(*library.NewFlyOut().Get());
+    EXPECT_EQ(children_.size(), 4u);
+  }
+
+  HRESULT Choose(int action) override {
+    StandInArray selection(Items());
+    return children_[static_cast<size_t>(action - 3)].Get()->Invoke(&selection, nullptr);
+  }
+
+  void Finish() override { children_.clear(); }
+
+  std::vector<ExplorerCommandPointer> children_;
+};
+
 }  // namespace
 
 std::unique_ptr<Scenario> NewChoice() {
   return std::make_unique<Choice>();
+}
+
+std::unique_ptr<Scenario> NewFlyOutChoice() {
+  return std::make_unique<FlyOutChoice>();
 }
 
 }  // namespace veskard::test

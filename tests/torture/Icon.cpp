@@ -37,7 +37,7 @@ struct Handler {
   UniqueCom<IExtractIconW> icons;
 };
 
-class IconScenario : public Scenario {
+class IconScenario : public ExtensionScenario {
  protected:
   IconScenario() {
     tree_.MarkRoot(L"root", kSelective);

@@ -30,7 +30,7 @@ BOOL WINAPI SpeakGerman(DWORD, ULONG* count, wchar_t* buffer, ULONG* size) {
   return TRUE;
 }
 
-class LanguageScenario : public Scenario {
+class LanguageScenario : public ExtensionScenario {
  protected:
   LanguageScenario() { AnswerBy("GetUserPreferredUILanguages", reinterpret_cast<void*>(&SpeakGerman)); }
 

@@ -20,7 +20,7 @@ constexpr std::wstring_view kEarlier = L"2017-03-01 14:05:09.000 (explorer.exe:4
 const std::vector<std::wstring> kSession = {L"=== start ===", L"Called context menu", L"Skip shortcut target",
                                             L"==== end ===="};
 
-class LogScenario : public Scenario {
+class LogScenario : public ExtensionScenario {
  protected:
   LogScenario() { fs::create_directory(Folder()); }
 

@@ -10,7 +10,7 @@ namespace {
 
 using testing::AnyOf;
 
-class Registration final : public Scenario {
+class Registration final : public ExtensionScenario {
   bool IsOnce() const override { return true; }
 
   void Prepare(const ExtensionLibrary&) override {
@@ -41,7 +41,7 @@ class Registration final : public Scenario {
   HRESULT result_ = S_OK;
 };
 
-class Unregistration final : public Scenario {
+class Unregistration final : public ExtensionScenario {
   void Prepare(const ExtensionLibrary& library) override {
     EXPECT_EQ(library.DllInstall(TRUE, L"S"), S_OK);
     // Keys of other programs.

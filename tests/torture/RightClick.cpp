@@ -49,7 +49,7 @@ const std::vector<Loss>& Losses() {
   return losses;
 }
 
-class RightClick final : public Scenario {
+class RightClick final : public ExtensionScenario {
  public:
   explicit RightClick(bool isFirst) : isFirst_(isFirst) {
     tree_.MarkRoot(L"root", SelectiveOwnedBy(CurrentUser()));

@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "tests/support/ExplorerCommandLibrary.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/Faults.h"
 #include "tests/support/RegistrySandbox.h"
@@ -32,11 +34,15 @@ struct Struck {
   }
 };
 
-/// A host with a registry and an application-data folder of its own. Each round is
-/// Prepare, Run, Check, Finish; requests fail and are counted during Run alone.
+/// A host of one library with a registry and an application-data folder of its own. Each
+/// round is PrepareRound, RunRound, Check, Finish; requests fail and are counted during
+/// RunRound alone.
 class Scenario {
  public:
   virtual ~Scenario() = default;
+
+  virtual void Load() = 0;
+  virtual void Unload() = 0;
 
   /// Whether it is about what the library does once: every round then has a library
   /// of its own, freshly loaded.
@@ -46,10 +52,10 @@ class Scenario {
   virtual bool IsLong() const { return IsOnce(); }
 
   /// The preparation of the tortured step; nothing fails in it.
-  virtual void Prepare(const ExtensionLibrary&) {}
+  virtual void PrepareRound() = 0;
 
   /// The host's calls. Keeps what came of them; may be on any thread.
-  virtual void Run(const ExtensionLibrary& library) = 0;
+  virtual void RunRound() = 0;
 
   /// Whether the result is the documented one; after a run without failures, the whole one.
   virtual void Check(const Struck& struck) = 0;
@@ -68,10 +74,32 @@ class Scenario {
   ScratchFolder applicationData_;
 };
 
+/// The same with the calls that one of the built libraries is asked by.
+template <class Library>
+class LibraryScenario : public Scenario {
+ public:
+  void Load() final { library_.emplace(); }
+  void Unload() final { library_.reset(); }
+  void PrepareRound() final { Prepare(*library_); }
+  void RunRound() final { Run(*library_); }
+
+ protected:
+  virtual void Prepare(const Library&) {}
+  virtual void Run(const Library& library) = 0;
+
+ private:
+  std::optional<Library> library_;
+};
+using ExtensionScenario = LibraryScenario<ExtensionLibrary>;
+using ExplorerCommandScenario = LibraryScenario<ExplorerCommandLibrary>;
+
 /// Each in its own file.
 std::unique_ptr<Scenario> NewRightClick();
 std::unique_ptr<Scenario> NewFirstRightClick();
 std::unique_ptr<Scenario> NewChoice();
+std::unique_ptr<Scenario> NewFlyOut();
+std::unique_ptr<Scenario> NewFirstFlyOut();
+std::unique_ptr<Scenario> NewFlyOutChoice();
 std::unique_ptr<Scenario> NewColdIcon();
 std::unique_ptr<Scenario> NewWarmIcon();
 std::unique_ptr<Scenario> NewLogSession();

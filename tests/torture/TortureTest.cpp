@@ -1,4 +1,4 @@
-// Torture: request number N of the library fails, for N = 1, 2, 3 and so on to the
+// Torture: request number N of a library fails, for N = 1, 2, 3 and so on to the
 // end, in everything that a host does with it. After each: the documented result,
 // nothing leaked, no lock held, nothing lost on the disk, and the very next call, of
 // another thread, gives the right answer.
@@ -43,17 +43,20 @@ constexpr std::string_view kUnwatched[] = {
 };
 // clang-format on
 
-TEST(ImportsTest, EveryFunctionThatTheLibraryImportsIsWatchedOrKnownNotToMatter) {
+TEST(ImportsTest, EveryFunctionThatALibraryImportsIsWatchedOrKnownNotToMatter) {
   std::set<std::string_view> known(std::begin(kUnwatched), std::end(kUnwatched));
   for (const KnownCall* call : KnownCalls()) EXPECT_TRUE(known.insert(call->name).second) << call->name;
   // The C run-time library's other functions work on their arguments, except those on
   // files: minizip refers to them and reads from memory here, and a program that aborts
   // writes its message through them.
   const HMODULE runtime = ::GetModuleHandleW(L"msvcrt.dll");
-  const ExtensionLibrary library;
-  ForEachImport(library.Module(), [&](const char* name, void**) {
-    EXPECT_TRUE(known.contains(name) || ::GetProcAddress(runtime, name) != nullptr) << name;
-  });
+  const ExtensionLibrary extension;
+  const ExplorerCommandLibrary explorerCommand;
+  for (const HMODULE library : {extension.Module(), explorerCommand.Module()}) {
+    ForEachImport(library, [&](const char* name, void**) {
+      EXPECT_TRUE(known.contains(name) || ::GetProcAddress(runtime, name) != nullptr) << name;
+    });
+  }
 }
 
 // --- The harness ---
@@ -73,6 +76,9 @@ constexpr ScenarioEntry kScenarios[] = {
     {"RightClick",      &NewRightClick,       {40, 40}},
     {"FirstRightClick", &NewFirstRightClick,  {300, 150}},
     {"Choice",          &NewChoice,           {10, 8}},
+    {"FlyOut",          &NewFlyOut,           {40, 25}},
+    {"FirstFlyOut",     &NewFirstFlyOut,      {300, 60}},
+    {"FlyOutChoice",    &NewFlyOutChoice,     {10, 8}},
     {"ColdIcon",        &NewColdIcon,         {20, 60}},
     {"WarmIcon",        &NewWarmIcon,         {10, 30}},
     {"LogSession",      &NewLogSession,       {10, 30}},
@@ -98,15 +104,15 @@ class TortureTest : public testing::TestWithParam<std::tuple<ScenarioEntry, Faul
   }
   ~TortureTest() override { StopAnswering(); }
 
-  Struck Round(const ExtensionLibrary& library, size_t number) {
+  Struck Round(size_t number) {
     const Fault fault{.kind = std::get<FaultKind>(GetParam()),
                       .number = number,
                       .span = std::get<FaultSpan>(GetParam()),
                       .threads = Threads::kAll};
-    scenario_->Prepare(library);
+    scenario_->PrepareRound();
     {
       const ArmedFault armed(fault);
-      scenario_->Run(library);
+      scenario_->RunRound();
     }
     const FailedCall failed = Faults::FirstFailed();
     const Struck struck{failed.number == 0 ? std::string_view() : failed.name, fault};
@@ -116,16 +122,16 @@ class TortureTest : public testing::TestWithParam<std::tuple<ScenarioEntry, Faul
     return struck;
   }
 
-  void HealthyRound(const ExtensionLibrary& library) { Round(library, 0); }
+  void HealthyRound() { Round(0); }
 
   // The next call comes from another thread, which finds no lock held.
-  void HealthyRoundElsewhere(const ExtensionLibrary& library) {
-    other_.Run([&] { HealthyRound(library); });
+  void HealthyRoundElsewhere() {
+    other_.Run([&] { HealthyRound(); });
   }
 
-  Struck StrikeAndGoOn(const ExtensionLibrary& library, size_t number) {
-    const Struck struck = Round(library, number);
-    HealthyRoundElsewhere(library);
+  Struck StrikeAndGoOn(size_t number) {
+    const Struck struck = Round(number);
+    HealthyRoundElsewhere();
     return struck;
   }
 
@@ -154,29 +160,30 @@ class TortureTest : public testing::TestWithParam<std::tuple<ScenarioEntry, Faul
   size_t StrikeFreshLibraries();
 
   std::vector<UniqueModule> companions_;
-  const LoadObserver observer_{L"VeskardShellExt.dll", &WatchImportsOf};
+  const LoadObserver extensionObserver_{L"VeskardShellExt.dll", &WatchImportsOf};
+  const LoadObserver explorerCommandObserver_{L"VeskardExplorerCommand.dll", &WatchImportsOf};
   OtherThread other_;
   std::unique_ptr<Scenario> scenario_ = std::get<ScenarioEntry>(GetParam()).make();
 };
 
 size_t TortureTest::StrikeOneLibrary() {
-  const ExtensionLibrary library;
+  scenario_->Load();
   // What the process and its threads keep from their first time is there then.
   for (int i = 0; i < 3; ++i) {
-    HealthyRound(library);
-    HealthyRoundElsewhere(library);
+    HealthyRound();
+    HealthyRoundElsewhere();
   }
   for (size_t number = 1;; number = After(number)) {
-    const Struck struck = Balanced([&] { return StrikeAndGoOn(library, number); });
+    const Struck struck = Balanced([&] { return StrikeAndGoOn(number); });
     if (struck.Nothing()) return number - 1;
   }
 }
 
 size_t TortureTest::StrikeFreshLibraries() {
   const auto round = [this](size_t number) {
-    ExtensionLibrary library;
-    const Struck struck = StrikeAndGoOn(library, number);
-    library.Unload();
+    scenario_->Load();
+    const Struck struck = StrikeAndGoOn(number);
+    scenario_->Unload();
     return struck;
   };
   for (int i = 0; i < 3; ++i) round(0);
