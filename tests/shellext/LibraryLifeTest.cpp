@@ -21,6 +21,7 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 using test::CountProcessResources;
+using test::ExpectNoGrowth;
 using test::ExtensionLibrary;
 using test::ProcessResources;
 
@@ -32,17 +33,6 @@ class LibraryLifeTest : public test::LogFixture {
     ASSERT_EQ(library.DllGetClassObject(ClassId(index), IID_PPV_ARGS(&factory)), S_OK);
     ComPtr<IUnknown> object;
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
-  }
-
-  static void ExpectNoGrowth(const ProcessResources& before, const ProcessResources& after, size_t rounds) {
-    // A cache of the system's may still grow a little, by a large block at once; a leak
-    // grows with each round.
-    constexpr size_t kOneBlock = 8192 + 64;
-    EXPECT_LT(after.heapBlocks, before.heapBlocks + rounds / 10) << before << "; then " << after;
-    EXPECT_LT(after.heapBytes, before.heapBytes + rounds + kOneBlock) << before << "; then " << after;
-    EXPECT_EQ(after.handles, before.handles);
-    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
-    EXPECT_EQ(after.tlsIndices, before.tlsIndices);
   }
 };
 

@@ -1,5 +1,6 @@
 #include "tests/support/ProcessResources.h"
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <psapi.h>
@@ -60,6 +61,17 @@ ProcessResources CountProcessResources() {
   count.gdiObjects = CountGdiHandles();
   count.tlsIndices = CountTlsIndices();
   return count;
+}
+
+void ExpectNoGrowth(const ProcessResources& before, const ProcessResources& after, size_t rounds) {
+  // A cache of the system's may still grow a little, by a large block at once; a leak
+  // grows with each round.
+  constexpr size_t kOneBlock = 8192 + 64;
+  EXPECT_LT(after.heapBlocks, before.heapBlocks + rounds / 10) << before << "; then " << after;
+  EXPECT_LT(after.heapBytes, before.heapBytes + rounds + kOneBlock) << before << "; then " << after;
+  EXPECT_EQ(after.handles, before.handles);
+  EXPECT_EQ(after.gdiObjects, before.gdiObjects);
+  EXPECT_EQ(after.tlsIndices, before.tlsIndices);
 }
 
 size_t PrivateBytes() {

@@ -18,6 +18,9 @@ struct ProcessResources {
 
 ProcessResources CountProcessResources();
 
+/// The test fails where `rounds` rounds of something have left anything behind.
+void ExpectNoGrowth(const ProcessResources& before, const ProcessResources& after, size_t rounds);
+
 /// The memory that the system keeps for this process alone, in bytes; moves by pages.
 size_t PrivateBytes();
 
