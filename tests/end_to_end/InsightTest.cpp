@@ -287,8 +287,9 @@ TEST_F(OtherViewTest, AViewWithNothingOfOursIsToldAndNotBad) {
 TEST_F(OtherViewTest, ALibraryThatFitsShowsTheMenu) {
   RegisterInOtherView(OtherLibrary());
   const Report report = Diagnose();
-  ExpectLine(report, "  ok    it is a " + other_ + " library");
-  ExpectLine(report, "        the classes are not tried: this program is a " + own_ + " one");
+  ExpectLine(report, "  ok    it is for " + other_ + " programs");
+  ExpectLine(report,
+             "        the classes are not tried: shellprobe itself is one of the " + own_ + " programs");
   ExpectLine(report, "  ok    " + own_ + " programs see the menu");
   ExpectLine(report, "  ok    " + other_ + " programs see the menu");
   EXPECT_FALSE(report.HasBad()) << report.AsText();
@@ -298,8 +299,7 @@ TEST_F(OtherViewTest, ALibraryOfTheWrongArchitectureShowsNoMenu) {
   RegisterInOtherView(ExtensionLibraryPath());
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kArchitectureFact));
-  ExpectLine(report, "  BAD   it is a library for other programs (" + own_ + "): " + other_ +
-                         " programs cannot load it");
+  ExpectLine(report, "  BAD   it is for " + own_ + " programs: " + other_ + " programs cannot load it");
   ExpectLine(report, "  BAD   " + other_ +
                          " programs will see no menu: they cannot load the library that is registered");
 }
@@ -391,7 +391,7 @@ TEST_F(OtherViewTest, ExplainNamesTheProgramsThatItSpeaksOf) {
   Root();
   const ToolResult result = Explain({File(L"Root\\a.txt")});
   EXPECT_THAT(result.output, HasSubstr("Registration for " + own_ + " programs\n"));
-  EXPECT_THAT(result.output, HasSubstr("  ok    it is a " + own_ + " library\n"));
+  EXPECT_THAT(result.output, HasSubstr("  ok    it is for " + own_ + " programs\n"));
 }
 
 TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {

@@ -57,7 +57,7 @@ class DoctorTest(unittest.TestCase):
 
     def test_all_is_well(self):
         self.expect(0, "  ok    the four values that all programs share are there",
-                    "  ok    the six values of the classes are there", f"  ok    it is a {OWN} library",
+                    "  ok    the six values of the classes are there", f"  ok    it is for {OWN} programs",
                     f"  ok    {OWN} programs see the menu", "  ok    texts are English")
 
     def test_a_user_who_speaks_german(self):

@@ -11,6 +11,7 @@
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
+#include "tools/shellprobe/FirstMenuDiagnosis.h"
 #include "tools/shellprobe/RegisteredLibrary.h"
 #include "tools/shellprobe/ViewDiagnosis.h"
 
@@ -132,6 +133,7 @@ Report DiagnoseInstallation(const Machine& machine) {
   const bool handlersGood = DiagnoseHandlers(report);
   for (const RegistryView& view : RegistryViewsOf(machine)) DiagnoseView(report, view, handlersGood);
   ReportOtherPrograms(report, machine);
+  DiagnoseFirstMenu(report, ReadFirstMenuState(machine));
   CheckFileType(report);
   CheckLog(report);
   CheckLanguage(report, RegisteredLibraryPath());

@@ -8,7 +8,8 @@
 namespace veskard {
 
 /// Checks for the programs of every architecture that the machine runs the registry's
-/// values, the library and its classes; then the file type, the log and the language.
+/// values, the library and its classes; then Explorer's own menu, the file type, the log and
+/// the language.
 /// Activates the classes of this program's own view and loads the texts as any program
 /// does, so the log may get lines, and a translator's check file beside this program its
 /// report; changes nothing else. COM must be there.

@@ -27,6 +27,7 @@ constexpr FactExit kExits[] = {
     {kRegistrationFact, kRegistrationBad}, {kLibraryFact, kLibraryBad}, {kArchitectureFact, kLibraryBad},
     {kVersionFact, kLibraryBad},           {kExportsFact, kLibraryBad}, {kActivationFact, kLibraryBad},
     {kFileTypeFact, kFileTypeBad},         {kLogFact, kLogBad},         {kLanguageFact, kLanguageBad},
+    {kFirstMenuFact, kFirstMenuBad},
 };
 
 int ExitFor(const Report& report) {
@@ -66,7 +67,7 @@ const CommandSpec kDoctorSpec = {
         "these: 20 a registry value is wrong; 21 the library is missing, of another version, for\n"
         "other programs or cannot be used; 22 the placeholders' file type is wrong; 23 the log cannot be "
         "written; 24 the texts\n"
-        "cannot be read.\n",
+        "cannot be read; 25 Explorer's own menu on Windows 11 lacks the commands.\n",
 };
 
 int RunDoctor(const Arguments& arguments) {

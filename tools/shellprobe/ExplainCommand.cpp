@@ -20,14 +20,31 @@ std::string TitleOf(CommandOffset command) {
   return ToUtf8(GetString(MenuCommandAt(command).stringId));
 }
 
-std::string AsText(const Explanation& explanation) {
-  std::string text = explanation.report.AsText() + "\nCommands\n";
-  for (const CommandVerdict& verdict : explanation.commands) {
-    std::string title = TitleOf(verdict.command);
-    title.resize(std::max<size_t>(title.size(), 24), ' ');
-    text += "        " + title + "  " + StateName(verdict.state) + ": " + verdict.reason + "\n";
+std::string CommandLines(const std::string& title, const std::vector<CommandVerdict>& commands) {
+  std::string text = "\n" + title + "\n";
+  for (const CommandVerdict& verdict : commands) {
+    std::string name = TitleOf(verdict.command);
+    name.resize(std::max<size_t>(name.size(), 24), ' ');
+    text += "        " + name + "  " + StateName(verdict.state) + ": " + verdict.reason + "\n";
   }
   return text;
+}
+
+std::string AsText(const Explanation& explanation) {
+  std::string text = explanation.report.AsText() + CommandLines("Commands", explanation.commands);
+  if (!explanation.firstMenu.empty())
+    text += CommandLines("Commands in the first menu", explanation.firstMenu);
+  return text;
+}
+
+void AppendCommands(JsonWriter& json, const char* name, const std::vector<CommandVerdict>& commands) {
+  json.Key(name).BeginArray();
+  for (const CommandVerdict& verdict : commands) {
+    json.BeginObject().Field("command", static_cast<uint32_t>(verdict.command));
+    json.Field("text", TitleOf(verdict.command)).Field("state", StateName(verdict.state));
+    json.Field("reason", verdict.reason).EndObject();
+  }
+  json.EndArray();
 }
 
 std::string AsJson(const Explanation& explanation, const std::vector<std::wstring>& paths) {
@@ -36,13 +53,10 @@ std::string AsJson(const Explanation& explanation, const std::vector<std::wstrin
   for (const std::wstring& path : paths) json.String(std::wstring_view(path));
   json.EndArray();
   explanation.report.AppendTo(json);
-  json.Field("menu", explanation.HasMenu()).Key("commands").BeginArray();
-  for (const CommandVerdict& verdict : explanation.commands) {
-    json.BeginObject().Field("command", static_cast<uint32_t>(verdict.command));
-    json.Field("text", TitleOf(verdict.command)).Field("state", StateName(verdict.state));
-    json.Field("reason", verdict.reason).EndObject();
-  }
-  return json.EndArray().EndObject().Text() + "\n";
+  json.Field("menu", explanation.HasMenu());
+  AppendCommands(json, "commands", explanation.commands);
+  AppendCommands(json, "firstMenu", explanation.firstMenu);
+  return json.EndObject().Text() + "\n";
 }
 
 }  // namespace
@@ -60,11 +74,14 @@ const CommandSpec kExplainSpec = {
         "decides the folder. Begin with the reasons under Commands, then look for the line with BAD\n"
         "that tells more; not every such line hides a command.\n"
         "\n"
+        "On Windows 11, Explorer has a menu of its own before the classic one; its commands are\n"
+        "explained too.\n"
+        "\n"
         "It only reads: nothing is changed, the diagnostic log gets no line, and a translator's\n"
         "check file is not tried.\n"
         "\n"
-        "Exit codes: 0 the menu gets commands; 1 a PATH is none, or COM cannot start; 2 wrong command line;\n"
-        "14 it gets none.\n",
+        "Exit codes: 0 a menu gets commands; 1 a PATH is none, or COM cannot start; 2 wrong command line;\n"
+        "14 none does.\n",
 };
 
 int RunExplain(const Arguments& arguments) {

@@ -15,6 +15,7 @@
 #include "tools/common/ToolError.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
+#include "tools/shellprobe/FirstMenuDiagnosis.h"
 #include "tools/shellprobe/MarkContent.h"
 #include "tools/shellprobe/QuietActivation.h"
 #include "tools/shellprobe/RegisteredLibrary.h"
@@ -283,7 +284,24 @@ Inspection Inspect(const std::vector<std::wstring>& paths) {
   return result;
 }
 
+/// The paths as the first menu has them from the Shell's items: whole.
+class WholePaths final : public PathList {
+ public:
+  explicit WholePaths(const std::vector<std::wstring>& paths) : paths_(paths) {}
+  uint32_t Count() const noexcept override { return static_cast<uint32_t>(paths_.size()); }
+  std::wstring At(uint32_t index) const override { return index < Count() ? paths_[index] : std::wstring(); }
+
+ private:
+  const std::vector<std::wstring>& paths_;
+};
+
+bool IsAnyShown(const std::vector<CommandVerdict>& commands) {
+  return std::any_of(commands.begin(), commands.end(),
+                     [](const CommandVerdict& verdict) { return verdict.state != CommandState::kHidden; });
+}
+
 void Refuse(std::vector<CommandVerdict>& commands, Obstacle obstacle) {
+  if (obstacle == nullptr) return;
   for (CommandVerdict& verdict : commands) {
     verdict.reason =
         std::string(obstacle) + "; otherwise " + StateName(verdict.state) + ": " + verdict.reason;
@@ -294,21 +312,24 @@ void Refuse(std::vector<CommandVerdict>& commands, Obstacle obstacle) {
 }  // namespace
 
 bool Explanation::HasMenu() const {
-  return std::any_of(commands.begin(), commands.end(),
-                     [](const CommandVerdict& verdict) { return verdict.state != CommandState::kHidden; });
+  return IsAnyShown(commands) || IsAnyShown(firstMenu);
 }
 
-Explanation ExplainSelection(const std::vector<std::wstring>& paths) {
+Explanation ExplainSelection(const std::vector<std::wstring>& paths, const Machine& machine) {
   Explanation explanation;
   Report& report = explanation.report;
   const Inspection inspection = Inspect(paths);
-  Obstacle obstacle = ReportRegistration(report, inspection.names.front());
+  const Obstacle obstacle = ReportRegistration(report, inspection.names.front());
   ReportFolder(report, inspection.names.front());
   ReportItems(report, inspection.names);
   const Obstacle agentObstacle = ReportAgent(report);
-  if (obstacle == nullptr) obstacle = agentObstacle;
   explanation.commands = ExplainCommands(inspection.selection);
-  if (obstacle != nullptr) Refuse(explanation.commands, obstacle);
+  Refuse(explanation.commands, obstacle != nullptr ? obstacle : agentObstacle);
+  const Obstacle firstMenuObstacle = DiagnoseFirstMenu(report, ReadFirstMenuState(machine));
+  if (HasFirstMenu(machine)) {
+    explanation.firstMenu = ExplainCommands(InspectSelection(WholePaths(paths)));
+    Refuse(explanation.firstMenu, firstMenuObstacle != nullptr ? firstMenuObstacle : agentObstacle);
+  }
   return explanation;
 }
 

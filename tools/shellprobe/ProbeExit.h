@@ -15,5 +15,6 @@ inline constexpr int kLibraryBad = 21;
 inline constexpr int kFileTypeBad = 22;
 inline constexpr int kLogBad = 23;
 inline constexpr int kLanguageBad = 24;
+inline constexpr int kFirstMenuBad = 25;
 
 }  // namespace veskard

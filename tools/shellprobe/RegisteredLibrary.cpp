@@ -50,13 +50,12 @@ bool ReportArchitecture(Report& report, const std::wstring& file, Architecture p
   const Architecture found = ArchitectureOfFile(file);
   const std::string name = ArchitectureName(found);
   if (found == programs) {
-    report.Good("architecture", "it is a " + name + " library", name);
+    report.Good("architecture", "it is for " + name + " programs", name);
   } else if (found == Architecture::kNone) {
     report.Bad("architecture", "it is no library");
   } else {
     report.Bad("architecture",
-               "it is a library for other programs (" + name + "): " + ArchitectureName(programs) +
-                   " programs cannot load it",
+               "it is for " + name + " programs: " + ArchitectureName(programs) + " programs cannot load it",
                name);
   }
   return found == programs;

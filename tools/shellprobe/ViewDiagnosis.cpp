@@ -48,8 +48,8 @@ bool CheckRows(Report& report, const std::wstring& library, REGSAM view, bool sh
 // True also where this program is of the wrong kind to try.
 bool CheckActivation(Report& report, Architecture programs) {
   if (programs != OwnArchitecture()) {
-    report.Note(kActivationFact, std::string("the classes are not tried: this program is a ") +
-                                     ArchitectureName(OwnArchitecture()) + " one");
+    report.Note(kActivationFact, std::string("the classes are not tried: shellprobe itself is one of the ") +
+                                     ArchitectureName(OwnArchitecture()) + " programs");
     return true;
   }
   try {
