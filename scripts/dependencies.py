@@ -26,17 +26,18 @@ import subprocess
 import sys
 
 # The library's folders, the lowest first: each may use what stands before it.
-LIBRARY = ["core", "util/string", "benc", "fs/util", "lang", "shellext/module", "shellext/contextmenu/marks",
+CORE = ["core", "core/runtime"]
+LIBRARY = [*CORE, "util/string", "benc", "fs/util", "lang", "shellext/module", "shellext/contextmenu/marks",
            "shellext/bitmaps", "shellext/icons", "shellext/contextmenu", "shellext", "shellext/explorercommand"]
 
 # What stands above the library, and what each may use beside itself. The stand-in for
 # the agent shares no code with the extension: two readers of one format.
 ABOVE = {
-    "tools/common": ["core"],
-    "tools/marks": ["core", "util/string", "benc", "tools/common"],
-    "tools/standin_agent": ["core", "util/string", "benc", "tools/common", "tools/marks"],
+    "tools/common": CORE,
+    "tools/marks": [*CORE, "util/string", "benc", "tools/common"],
+    "tools/standin_agent": [*CORE, "util/string", "benc", "tools/common", "tools/marks"],
     "tools/shellprobe": [*LIBRARY, "tools/common"],
-    "tools/contactsheet": ["core", "tools/common", "tools/marks", "tools/shellprobe"],
+    "tools/contactsheet": [*CORE, "tools/common", "tools/marks", "tools/shellprobe"],
 }
 TOOLS = list(ABOVE)
 LIBRARY_TOPS = list(dict.fromkeys(name.split("/")[0] for name in LIBRARY))

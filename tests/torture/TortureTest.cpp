@@ -31,7 +31,7 @@ constexpr std::string_view kUnwatched[] = {
     // Ends the process on purpose
     "RaiseFailFastException",
     // The compiler's run-time library: threads, exceptions, relocation at load. Of what it
-    // waits with our own code calls WaitForSingleObject too (core/ExceptionMemory.cpp),
+    // waits with our own code calls WaitForSingleObject too (core/runtime/ExceptionMemory.cpp),
     // once, without waiting; that is counted, but the locks of the run-time library do not
     // bear that it fails.
     "AddVectoredExceptionHandler", "RemoveVectoredExceptionHandler", "CreateSemaphoreA", "DuplicateHandle",

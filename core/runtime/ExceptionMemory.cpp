@@ -1,3 +1,6 @@
+// Needed by: GCC's C++ run-time library, for 64 and 32 bits (win64, win32). LLVM's has spare
+// memory in static data and needs none of this.
+//
 // Exceptions when the process is out of memory: the part of the C++ run-time library that
 // allocates for them, replaced by one that needs no heap.
 //
@@ -17,6 +20,7 @@
 // instead of the heap. Then the whole file is unnecessary.
 #include <cxxabi.h>
 #include <windows.h>
+#include <winternl.h>
 
 #include <array>
 #include <atomic>
@@ -56,7 +60,7 @@ __attribute__((section(".tls$RECORD"))) ThreadRecord firstRecord = {nullptr, 0};
 // What compilers with thread-local variables of their own have each access do.
 ThreadRecord& RecordOfThisThread() noexcept {
   constexpr size_t kBlocks = 11;  // which pointer of the thread's environment block
-  char* const* const blocks = reinterpret_cast<char***>(::NtCurrentTeb())[kBlocks];
+  char* const* const blocks = static_cast<char**>(::NtCurrentTeb()->Reserved1[kBlocks]);
   const DWORD index = *reinterpret_cast<const DWORD*>(_tls_used.AddressOfIndex);
   const size_t offset = reinterpret_cast<uintptr_t>(&firstRecord) - _tls_used.StartAddressOfRawData;
   return *reinterpret_cast<ThreadRecord*>(blocks[index] + offset);

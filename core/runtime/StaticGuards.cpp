@@ -1,3 +1,6 @@
+// Needed by: GCC's C++ run-time library, for 64 and 32 bits (win64, win32). LLVM's guards stand
+// on the system's own locks.
+//
 // Guards of function-local statics. GCC's own stand on a mutex that is allocated when the
 // first static is initialised, and on a semaphore pair and a thread-local index that are never
 // given back. Ours are a critical section and a condition variable, which need nothing of the
