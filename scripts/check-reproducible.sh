@@ -2,7 +2,8 @@
 # Builds the libraries once more, in another folder with a name of another length, and
 # compares them and their symbols byte by byte. The build uses no compiler cache.
 #
-#   scripts/check-reproducible.sh [LIBRARY...]    both in build/win64 unless some are given
+#   scripts/check-reproducible.sh [LIBRARY...]    both in build/win64 unless some are given;
+#                                                 their folder is named after its preset
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -22,12 +23,13 @@ mkdir -p "$copy/build/deps"
 tar -C "$root" -c --exclude=./build --exclude=./.git . | tar -C "$copy" -x
 cp -r "$build/deps/minizip" "$copy/build/deps/"
 
+flavour=$(basename "$(dirname "${libraries[0]}")")
 cd "$copy"
 export CCACHE_DISABLE=1
-run "$build/logs/reproducible-configure.log" cmake --preset win64 -DVESKARD_BUILD_TESTS=OFF
-run "$build/logs/reproducible-build.log" cmake --build --preset win64 --target "${targets[@]}"
+run "$build/logs/reproducible-configure.log" cmake --preset "$flavour" -DVESKARD_BUILD_TESTS=OFF
+run "$build/logs/reproducible-build.log" cmake --build --preset "$flavour" --target "${targets[@]}"
 for library in "${libraries[@]}"; do
   for file in "$library" "$library.debug"; do
-    cmp "$file" "build/win64/$(basename "$file")" || die "two builds in two folders differ"
+    cmp "$file" "build/$flavour/$(basename "$file")" || die "two builds in two folders differ"
   done
 done

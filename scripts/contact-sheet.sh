@@ -24,7 +24,7 @@ wine_environment
 wine_prefix_ready
 sheet="$WINEPREFIX/drive_c/Contact Sheet"
 trap 'rm -rf "$work" "$sheet"' EXIT
-windows() { timeout --kill-after=10 120 wine "$@"; }
+windows() { timeout --kill-after=10 120 "$(wine_loader "$1")" "$@"; }
 draw() { convert-im6.q16 "$@"; }
 
 # An icon file of one type, and the registry's lines that give it to the type.

@@ -26,7 +26,7 @@ language_sheet() {
 }
 
 # The shell itself need not know the locale, as Wine does.
-probe_as() { timeout --kill-after=10 120 env LC_ALL="$1.UTF-8" wine "$programs/shellprobe.exe" "${@:2}"; }
+probe_as() { timeout --kill-after=10 120 env LC_ALL="$1.UTF-8" "$(wine_loader "$programs/shellprobe.exe")" "$programs/shellprobe.exe" "${@:2}"; }
 
 # The texts of a printed menu on one line; they begin where the heading says so.
 menu_texts() {

@@ -35,7 +35,7 @@ started=$SECONDS
 indent() { sed 's/^./    &/'; }
 
 # Runs a Windows program of this project, or of Wine, with a time limit.
-windows() { timeout --kill-after=10 120 wine "$@"; }
+windows() { timeout --kill-after=10 120 "$(wine_loader "$1")" "$@"; }
 probe() { windows "$programs/shellprobe.exe" "$@"; }
 agent() { windows "$programs/standin-agent.exe" "$@"; }
 

@@ -6,12 +6,14 @@
 #   scripts/install-deps.sh bench      the same, and the peers of the benchmarks
 #   scripts/install-deps.sh lint       the same, and the static analysers
 #   scripts/install-deps.sh coverage   the same, and the program that reports coverage
+#   scripts/install-deps.sh win32      the same, and the 32-bit half of Wine, which adds a
+#                                      second package architecture (i386) to the machine
 #   scripts/install-deps.sh arm64      the same, and the compiler for ARM64, its run-time
 #                                      libraries (scripts/arm64-sysroot.sh) and an emulator
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-case "${1:-}" in "" | bench | lint | coverage | arm64) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+case "${1:-}" in "" | bench | lint | coverage | win32 | arm64) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
 takes_nothing_more "${@:2}"
 
 packages=(
@@ -40,7 +42,7 @@ esac
 
 missing=()
 for package in "${packages[@]}"; do
-  dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+  is_installed "$package" || missing+=("$package")
 done
 if [ "${#missing[@]}" -gt 0 ]; then
   say "installing ${#missing[@]} packages: ${missing[*]}"
@@ -51,3 +53,4 @@ fi
 
 "$root/scripts/fetch-minizip.sh"
 [ "${1:-}" != arm64 ] || "$root/scripts/arm64-sysroot.sh"
+[ "${1:-}" != win32 ] || "$root/scripts/install-wine32.sh"

@@ -116,16 +116,39 @@ wine_prefix_take() {
   export VESKARD_TAKEN_PREFIX=$WINEPREFIX
 }
 
-# Makes the prefix when it is missing or half made; for this script alone.
+is_installed() { dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null | grep -qx installed; }
+
+# Which programs the Wine in use runs, in bits.
+has_wine32() { [ "${VESKARD_WINE:-}" != arm64 ] && is_installed wine32:i386; }
+wine_runs() { if has_wine32; then echo "64 and 32"; else echo 64; fi; }
+
+is_for_32_bits() {
+  local header
+  header=$(od -An -tu4 -j60 -N4 "$1") && [ "$(od -An -tx2 -j$((header + 4)) -N2 "$1")" = " 014c" ]
+}
+
+# The loader for a program. Where both are installed, Debian's "wine" is the one for 32 bits;
+# it would start a 64-bit program by way of another one, which does not end with it.
+wine_loader() {
+  local loader=/usr/lib/wine/wine64
+  if [ ! -x "$loader" ] || ! has_wine32; then loader=wine; fi
+  case "$1" in *[Ss]ys[Ww][Oo][Ww]64*) loader=wine ;; esac
+  if [ -f "$1" ] && is_for_32_bits "$1"; then loader=wine; fi
+  printf '%s\n' "$loader"
+}
+
+# Makes the prefix when it is missing, half made, or made by a Wine without the 32-bit half
+# that this machine has now; for this script alone.
 wine_prefix_ready() {
   wine_environment
   wine_prefix_take
-  if [ -e "$WINEPREFIX/.ready" ]; then
+  if [ "$(cat "$WINEPREFIX/.ready" 2>/dev/null)" = "$(wine_runs)" ]; then
     wine_server_stays
     heap_marks
     return 0
   fi
   say "making a Wine prefix (about ten seconds)"
+  [ ! -e "$WINEPREFIX" ] || wine_stop
   rm -rf "$WINEPREFIX"
   mkdir -p "$WINEPREFIX"
   run "$build/logs/wineboot.log" env DISPLAY= timeout 180 wineboot -i
@@ -133,7 +156,7 @@ wine_prefix_ready() {
   # Windows 10 answers to the version tests that choose between code paths.
   run "$build/logs/winecfg.log" env DISPLAY= timeout 60 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f
   wine_stop
-  touch "$WINEPREFIX/.ready"
+  wine_runs >"$WINEPREFIX/.ready"
   wine_server_stays
   heap_marks
 }
@@ -162,7 +185,7 @@ wine_stop() { timeout 60 wineserver -k >/dev/null 2>&1 || true; timeout 60 wines
 # The first program brings up Wine's services, which keep its output open: nobody's.
 wine_server_stays() {
   wineserver -p60 </dev/null >/dev/null 2>&1 || return 0
-  timeout 60 wine cmd.exe /c exit </dev/null >/dev/null 2>&1 || true
+  timeout 60 "$(wine_loader cmd.exe)" cmd.exe /c exit </dev/null >/dev/null 2>&1 || true
 }
 
 # Runs one Windows program with a time limit (VESKARD_TIMEOUT seconds). GoogleTest
@@ -176,7 +199,7 @@ run_under_wine() {
   folder=$(mktemp -d)
   wine_server_stays
   TEST_PREMATURE_EXIT_FILE="Z:$folder/unfinished" \
-    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" wine "$@" 2>"$folder/errors" || rc=$?
+    timeout --kill-after=10 "${VESKARD_TIMEOUT:-600}" "$(wine_loader "$1")" "$@" 2>"$folder/errors" || rc=$?
   cat "$folder/errors" >&2
   if grep -aq ':heap:' "$folder/errors"; then
     say "a heap was damaged (exit code $rc)" >&2

@@ -18,9 +18,9 @@ from dependencies import LIBRARY as FOLDERS
 AIM = 700 * 1024  # bytes, without the resources
 
 # Sections that take room in the file.
-SECTIONS = {".text", ".data", ".rdata", ".late", ".pdata", ".xdata", ".edata", ".idata", ".CRT", ".tls", ".rsrc", ".reloc"}
+SECTIONS = {".text", ".data", ".rdata", ".late", ".pdata", ".xdata", ".eh_frame", ".edata", ".idata", ".CRT", ".tls", ".rsrc", ".reloc"}
 # One input section: its address, its size, and the file that it came from.
-CONTRIBUTION = re.compile(r"\s(0x[0-9a-f]{16})\s+(0x[0-9a-f]+) (\S.*)$")
+CONTRIBUTION = re.compile(r"\s(0x[0-9a-f]{8,16})\s+(0x[0-9a-f]+) (\S.*)$")
 
 # What other files count to, by their names; the first that fits.
 OTHERS = [

@@ -57,7 +57,8 @@ Bytes AllRecords() noexcept {
   const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + __ImageBase.e_lfanew);
   const auto place = static_cast<DWORD>(veskardSomeFrame - base);
   const auto* const first = reinterpret_cast<const IMAGE_SECTION_HEADER*>(
-      reinterpret_cast<const unsigned char*>(&headers->OptionalHeader) + headers->FileHeader.SizeOfOptionalHeader);
+      reinterpret_cast<const unsigned char*>(&headers->OptionalHeader) +
+      headers->FileHeader.SizeOfOptionalHeader);
   for (const IMAGE_SECTION_HEADER& section : std::span(first, headers->FileHeader.NumberOfSections)) {
     const DWORD size = section.Misc.VirtualSize;
     if (place - section.VirtualAddress < size) return {base + section.VirtualAddress, size};
@@ -75,7 +76,8 @@ bool Covers(const unsigned char* record, const unsigned char* code) noexcept {
   if (ReadAt<uint32_t>(record + kKind) == 0) return false;
   const unsigned char* const function = FunctionOf(record);
   const auto size = ReadAt<uint32_t>(record + kSize);
-  return function != nullptr && reinterpret_cast<uintptr_t>(code) - reinterpret_cast<uintptr_t>(function) < size;
+  return function != nullptr &&
+         reinterpret_cast<uintptr_t>(code) - reinterpret_cast<uintptr_t>(function) < size;
 }
 
 // Null when the code is not of this module, or has no record.

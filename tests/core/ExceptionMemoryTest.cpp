@@ -13,6 +13,7 @@
 
 #include "core/WindowsOwners.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/ManyThreads.h"
 
 namespace veskard {
 namespace {
@@ -125,22 +126,22 @@ class Crowd {
   std::vector<UniqueHandle> threads_;
 };
 
-constexpr int kCrowd = 2000;
-
-TEST_F(ExceptionMemoryTest, TwoThousandLivingThreadsMayThrowAtOnce) {
-  Crowd crowd(kCrowd);
+TEST_F(ExceptionMemoryTest, ManyLivingThreadsMayThrowAtOnce) {
+  const int count = test::ManyThreads();
+  Crowd crowd(count);
   crowd.Throw();
-  EXPECT_EQ(crowd.Right(), kCrowd);
+  EXPECT_EQ(crowd.Right(), count);
   EXPECT_EQ(Nest(0), 1);
 }
 
-TEST_F(ExceptionMemoryTest, TwoThousandLivingThreadsMayThrowAtOnceWithoutHeap) {
-  Crowd crowd(kCrowd);
+TEST_F(ExceptionMemoryTest, ManyLivingThreadsMayThrowAtOnceWithoutHeap) {
+  const int count = test::ManyThreads();
+  Crowd crowd(count);
   {
     const NoMemory none;
     crowd.Throw();
   }
-  EXPECT_EQ(crowd.Right(), kCrowd);
+  EXPECT_EQ(crowd.Right(), count);
 }
 
 TEST_F(ExceptionMemoryTest, AThreadThatFindsNoSpareBlockWaitsForOne) {

@@ -173,13 +173,16 @@ TEST(LateLibraryTest, ASystemThatIsTooOldForTheFlagLoadsByTheFullPath) {
   }
 }
 
+INT WINAPI StandIn() {
+  return 4321;
+}
+
 // As the tests' watch over system calls needs it.
 TEST(LateSlotTest, IsFoundAmongTheModulesImports) {
   void** const slot = FindImport(::GetModuleHandleW(nullptr), "LZStart");
   ASSERT_NE(slot, nullptr);
-  INT(WINAPI * standIn)() = [] { return 4321; };
   void* const before = *slot;
-  WriteImport(slot, reinterpret_cast<void*>(standIn));
+  WriteImport(slot, reinterpret_cast<void*>(&StandIn));
   EXPECT_EQ(lzStart(), 4321);
   WriteImport(slot, before);
   EXPECT_NE(lzStart(), 4321);

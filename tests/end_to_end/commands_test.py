@@ -96,6 +96,7 @@ TABLE = [
         "1 nothing": 'there is no target "nothing"'}),
     ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
         "all": 'cannot use "all" here', "bench all": 'cannot use "all" here'}),
+    ("scripts/install-wine32.sh", "Installs the 32-bit half of Wine", {"now": 'cannot use "now" here'}),
     ("scripts/library_file.py", "Checks built libraries", {
         "": "IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY are needed"}),
     ("scripts/library-size.sh", "prints the size of its parts", {"small": 'cannot use "small" here'}),
@@ -116,8 +117,8 @@ TABLE = [
     ("scripts/third_party.py", "third-party code that is linked into programs", {
         "": "notices, check or bill, and of which maps?", "notices . a.txt": "notices, check or bill, and of which maps?"}),
     ("scripts/torture.sh", "Fails each request for memory", {}),
-    ("scripts/test.sh", "Runs all tests", {
-        "some": 'there are no tests of a preset "some"', "win32": 'there are no tests of a preset "win32"'}),
+    ("scripts/test.sh", "Runs the tests", {
+        "some": 'there are no tests of a preset "some"', "native-fuzz": 'there are no tests of a preset "native-fuzz"'}),
     ("scripts/wine-prefix.sh", "Makes a Wine prefix", {
         "": "make, renew or stop", "burn x": "make, renew or stop", "make": "which folder?",
         "stop a b": 'cannot use "b" here'}),

@@ -10,13 +10,26 @@ import tempfile
 ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8", "DISPLAY": ""}
 
 
+def is_for_32_bits(path):
+    """Whether a program or a library is, by its header."""
+    with open(path, "rb") as file:
+        file.seek(0x3C)
+        file.seek(int.from_bytes(file.read(4), "little") + 4)
+        return file.read(2) == b"\x4c\x01"
+
+
 class Programs:
+    """Those of one build folder, and the system's of the same kind, which are named without
+    their ending."""
+
     def __init__(self, root, folder):
         self.runner = os.path.join(root, "scripts", "wine-run.sh")
         self.folder = folder
+        kind = "syswow64" if is_for_32_bits(os.path.join(folder, "VeskardShellExt.dll")) else "system32"
+        self.system = f"C:\\windows\\{kind}\\"
 
     def command(self, program, *words):
-        path = os.path.join(self.folder, program) if program.endswith(".exe") else program
+        path = os.path.join(self.folder, program) if program.endswith(".exe") else f"{self.system}{program}.exe"
         return [self.runner, path, *words]
 
     def run(self, program, *words, **environment):

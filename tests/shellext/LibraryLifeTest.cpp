@@ -13,6 +13,7 @@
 #include "tests/shellext/module/LogFixture.h"
 #include "tests/support/ExtensionLibrary.h"
 #include "tests/support/LoadObserver.h"
+#include "tests/support/ManyThreads.h"
 #include "tests/support/ProcessResources.h"
 #include "tests/support/WatchedCalls.h"
 
@@ -119,9 +120,7 @@ TEST_F(LibraryLifeTest, AFirstClassObjectWithoutMemoryAnswersNullAndTheNextOneSu
 /// long as this does.
 class Crowd {
  public:
-  static constexpr int kThreads = 2000;
-
-  Crowd() { Start(kThreads / 2); }
+  Crowd() { Start(count_ / 2); }
   ~Crowd() {
     ::SetEvent(end_.Get());
     for (const UniqueHandle& thread : threads_) ::WaitForSingleObject(thread.Get(), INFINITE);
@@ -129,12 +128,14 @@ class Crowd {
   Crowd(const Crowd&) = delete;
   Crowd& operator=(const Crowd&) = delete;
 
+  int Count() const noexcept { return count_; }
+
   /// Returns when all have their answer: the number of answers "out of memory".
   int Ask(const ExtensionLibrary& library) {
-    Start(kThreads / 2);
+    Start(count_ - count_ / 2);
     library_ = &library;
     ::SetEvent(go_.Get());
-    while (answered_ < kThreads) ::Sleep(1);
+    while (answered_ < count_) ::Sleep(1);
     return refused_;
   }
 
@@ -164,6 +165,7 @@ class Crowd {
     ++answered_;
   }
 
+  const int count_ = test::ManyThreads();
   const UniqueHandle go_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   const UniqueHandle end_{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   const ExtensionLibrary* library_ = nullptr;
@@ -171,14 +173,14 @@ class Crowd {
   std::vector<UniqueHandle> threads_;
 };
 
-TEST_F(LibraryLifeTest, TwoThousandLivingThreadsMayRunOutOfMemoryAtOnce) {
+TEST_F(LibraryLifeTest, ManyLivingThreadsMayRunOutOfMemoryAtOnce) {
   Crowd crowd;  // some of it lives until the library is gone
   ExtensionLibrary library;
   {
     const test::WatchedCalls heap(library.Module(), test::kHeapCalls);
     const test::ArmedFault outOfMemory(
         {.number = 1, .span = test::FaultSpan::kFromThen, .threads = test::Threads::kAll});
-    EXPECT_EQ(crowd.Ask(library), Crowd::kThreads);
+    EXPECT_EQ(crowd.Ask(library), crowd.Count());
   }
   CreateAndRelease(library, 5);
   library.Unload();

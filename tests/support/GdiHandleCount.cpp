@@ -4,7 +4,6 @@
 #include <winternl.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace veskard::test {
 namespace {
@@ -22,16 +21,33 @@ struct TableEntry {
 static_assert(sizeof(TableEntry) == 24);
 
 constexpr size_t kTableEntries = 0x4000;
-constexpr size_t kTablePointerInPeb = sizeof(void*) == 8 ? 0xF8 : 0x94;
+
+// The environment blocks as 64-bit Windows has them, for each thread and for the process,
+// as far as they are needed. A process for 32 bits has them too, beside its own.
+struct ThreadBlock {
+  uint64_t before[12];
+  uint64_t processBlock;
+};
+struct ProcessBlock {
+  uint64_t before[31];
+  uint64_t gdiHandleTable;
+};
+
+template <class Block>
+const Block& At(uint64_t address) noexcept {
+  return *reinterpret_cast<const Block*>(static_cast<uintptr_t>(address));
+}
+
+const ThreadBlock& BlockOfThisThread() noexcept {
+  constexpr size_t kSystemsBlock = 22;  // which pointer of a 32-bit process's own block leads to it
+  BOOL isFor32Bits = FALSE;
+  ::IsWow64Process(::GetCurrentProcess(), &isFor32Bits);
+  const TEB* const own = ::NtCurrentTeb();
+  return *static_cast<const ThreadBlock*>(isFor32Bits ? own->Reserved5[kSystemsBlock] : own);
+}
 
 const TableEntry* HandleTable() noexcept {
-  PROCESS_BASIC_INFORMATION process = {};
-  ::NtQueryInformationProcess(::GetCurrentProcess(), ProcessBasicInformation, &process, sizeof(process),
-                              nullptr);
-  const auto* peb = reinterpret_cast<const char*>(process.PebBaseAddress);
-  const TableEntry* table = nullptr;
-  std::memcpy(&table, peb + kTablePointerInPeb, sizeof(table));
-  return table;
+  return &At<TableEntry>(At<ProcessBlock>(BlockOfThisThread().processBlock).gdiHandleTable);
 }
 
 }  // namespace

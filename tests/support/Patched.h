@@ -17,6 +17,7 @@
 
 #include <functional>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "tests/support/ImportPatch.h"
@@ -36,13 +37,13 @@ struct Replacement<kFunction, Result(WINAPI*)(Args...)> {
   static Result WINAPI Call(Args... args) { return Patched<kFunction>::current_->answer_(args...); }
 };
 
-#if defined(__i386__) || defined(_M_IX86)  // only there C functions are called another way
+// For 32 bits C functions are called another way; elsewhere this is the same type once more.
 template <auto kFunction, class Result, class... Args>
-struct Replacement<kFunction, Result(__cdecl*)(Args...)> {
+requires(!std::is_same_v<Result(WINAPI*)(Args...), Result(__cdecl*)(Args...)>) struct Replacement<
+    kFunction, Result(__cdecl*)(Args...)> {
   using Answer = std::function<Result(Args...)>;
   static Result __cdecl Call(Args... args) { return Patched<kFunction>::current_->answer_(args...); }
 };
-#endif
 
 /// Replaces the import for as long as it lives. `answer` takes the original function
 /// and then the call's arguments, and runs on the thread that calls. The test fails when

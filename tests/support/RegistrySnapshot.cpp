@@ -38,9 +38,17 @@ void AddValues(RegistrySnapshot& snapshot, HKEY key, const std::wstring& path) {
   }
 }
 
+// Whether it is the door to the view of 32-bit programs. To these it leads to what they see
+// anyway, which would be met twice.
+bool IsOwnViewAgain(const std::wstring& name) {
+  BOOL isFor32Bits = FALSE;
+  ::IsWow64Process(::GetCurrentProcess(), &isFor32Bits);
+  return isFor32Bits && name == L"Wow6432Node";
+}
+
 void AddTree(RegistrySnapshot& snapshot, HKEY root, const std::wstring& path) {
   UniqueRegKey key;
-  if (::RegOpenKeyExW(root, path.c_str(), 0, KEY_READ | KEY_WOW64_64KEY, key.Out()) != ERROR_SUCCESS) return;
+  if (::RegOpenKeyExW(root, path.c_str(), 0, KEY_READ, key.Out()) != ERROR_SUCCESS) return;
   snapshot[path] = L"";
   AddValues(snapshot, key.Get(), path);
   std::wstring name(kNameLimit, L'\0');
@@ -50,7 +58,7 @@ void AddTree(RegistrySnapshot& snapshot, HKEY root, const std::wstring& path) {
         ERROR_SUCCESS)
       return;
     const std::wstring child = name.substr(0, length);
-    AddTree(snapshot, root, path.empty() ? child : path + L"\\" + child);
+    if (!IsOwnViewAgain(child)) AddTree(snapshot, root, path.empty() ? child : path + L"\\" + child);
   }
 }
 

@@ -12,6 +12,7 @@ namespace veskard::test {
 /// text is its type and its data ("REG_SZ text", "4 01000000").
 using RegistrySnapshot = std::map<std::wstring, std::wstring>;
 
+/// As programs of this one's bitness see it.
 RegistrySnapshot TakeRegistrySnapshot(HKEY root, const std::wstring& path = L"");
 
 }  // namespace veskard::test

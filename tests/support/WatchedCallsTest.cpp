@@ -62,9 +62,12 @@ TEST_F(WatchedCallsTest, CallsAreCountedOfAllThreadsAndOfTheOneThatWatches) {
   EXPECT_EQ(calls_.Numbers(Threads::kThisOne), (CallNumbers{{"GetFileAttributesW", 1}}));
 }
 
+DWORD WINAPI OddAttributes(const wchar_t*) {
+  return 1234;
+}
+
 TEST_F(WatchedCallsTest, AnotherFunctionOfTheSameTypeAnswers) {
-  DWORD(WINAPI* const answer)(const wchar_t*) = [](const wchar_t*) -> DWORD { return 1234; };
-  AnswerBy("GetFileAttributesW", reinterpret_cast<void*>(answer));
+  AnswerBy("GetFileAttributesW", reinterpret_cast<void*>(&OddAttributes));
   EXPECT_EQ(::GetFileAttributesW(L"C:\\"), 1234u);
   StopAnswering();
   EXPECT_NE(::GetFileAttributesW(L"C:\\"), 1234u);

@@ -30,6 +30,8 @@ constexpr std::string_view kUnwatched[] = {
     "WakeAllConditionVariable",
     // Ends the process on purpose
     "RaiseFailFastException",
+    // Our own replacements of parts of the compiler's run-time library (core/runtime/)
+    "InitOnceBeginInitialize", "InitOnceComplete",
     // The compiler's run-time library: threads, exceptions, relocation at load. Of what it
     // waits with our own code calls WaitForSingleObject too (core/runtime/ExceptionMemory.cpp),
     // once, without waiting; that is counted, but the locks of the run-time library do not

@@ -91,14 +91,15 @@ TEST(DeleteTreeWithoutAPathTest, DeletesNothing) {
   }
 }
 
+DWORD WINAPI RunFunction(void* parameter) {
+  (*static_cast<const std::function<void()>*>(parameter))();
+  return 0;
+}
+
 // Runs a function on a thread with as little stack as the system gives.
 void RunOnASmallStack(const std::function<void()>& function) {
-  const auto run = [](void* parameter) -> DWORD {
-    (*static_cast<const std::function<void()>*>(parameter))();
-    return 0;
-  };
   constexpr SIZE_T kStackSize = 64 * 1024;
-  const UniqueHandle thread(::CreateThread(nullptr, kStackSize, run,
+  const UniqueHandle thread(::CreateThread(nullptr, kStackSize, &RunFunction,
                                            const_cast<void*>(static_cast<const void*>(&function)),
                                            STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
   ASSERT_EQ(::WaitForSingleObject(thread.Get(), INFINITE), WAIT_OBJECT_0);

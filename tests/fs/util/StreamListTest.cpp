@@ -318,14 +318,16 @@ TEST_F(StreamQueryTest, WhereTheSystemCannotListStreamsTheListFails) {
   EXPECT_FALSE(file.GetStreams().has_value());
 }
 
+NTSTATUS WINAPI AskForMoreRoom(HANDLE, IO_STATUS_BLOCK*, void*, ULONG, ULONG) {
+  return kStatusBufferOverflow;
+}
+
 TEST(StreamQueryDeathTest, MemoryThatRunsOutWhileTheAnswerGrowsStopsTheProcess) {
   const test::ScratchFolder folder;
   test::WriteBytes(folder / L"file", "x");
   FileInfoImpl info(folder / L"file");
   const auto real = Nt().queryInformationFile;
-  Nt().queryInformationFile = [](HANDLE, IO_STATUS_BLOCK*, void*, ULONG, ULONG) -> NTSTATUS {
-    return kStatusBufferOverflow;
-  };
+  Nt().queryInformationFile = &AskForMoreRoom;
   EXPECT_DEATH(
       {
         const test::ArmedFault failing(test::Allocation(20));

@@ -137,8 +137,9 @@ TEST_F(LibraryCommandTest, TheSelectionIsTheOneThatTheMenuWasBuiltFor) {
 
 TEST_F(LibraryCommandTest, AnythingButTheFiveOffsetsIsRefused) {
   const MenuHandler handler(library_);
-  for (const UINT_PTR verb : {UINT_PTR{0}, UINT_PTR{6}, UINT_PTR{0x10002}, static_cast<UINT_PTR>(0x100000002),
-                              static_cast<UINT_PTR>(-1)}) {
+  constexpr UINT_PTR kUpperHalf = UINT_PTR{1} << (4 * sizeof(UINT_PTR));
+  for (const UINT_PTR verb :
+       {UINT_PTR{0}, UINT_PTR{6}, UINT_PTR{0x10002}, kUpperHalf + 2, static_cast<UINT_PTR>(-1)}) {
     EXPECT_EQ(handler.Invoke(verb), E_INVALIDARG) << verb;
   }
   EXPECT_EQ(agent_.NextBatch(200ms), std::nullopt);

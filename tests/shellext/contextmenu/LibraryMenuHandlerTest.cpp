@@ -414,8 +414,9 @@ TEST_F(MenuHandlerTest, EveryOtherTypeIsRefused) {
 TEST_F(MenuHandlerTest, AnUnknownOffsetHasNoHelpText) {
   const MenuHandler handler(library_);
   char text[100] = {};
-  for (const UINT_PTR offset : {UINT_PTR{0}, UINT_PTR{6}, UINT_PTR{kFirstId + 2}, static_cast<UINT_PTR>(-1),
-                                static_cast<UINT_PTR>(0x100000002)}) {
+  constexpr UINT_PTR kUpperHalf = UINT_PTR{1} << (4 * sizeof(UINT_PTR));
+  for (const UINT_PTR offset :
+       {UINT_PTR{0}, UINT_PTR{6}, UINT_PTR{kFirstId + 2}, static_cast<UINT_PTR>(-1), kUpperHalf + 2}) {
     EXPECT_EQ(handler.Menu()->GetCommandString(offset, GCS_HELPTEXTA, nullptr, text, 100), E_INVALIDARG);
   }
 }

@@ -62,7 +62,8 @@ TEST(MenuCommandsTest, CommandsAreFoundByTheirWholeOffset) {
   }
   EXPECT_EQ(FindMenuCommand(MenuCommands(), 0), nullptr);
   EXPECT_EQ(FindMenuCommand(MenuCommands(), 6), nullptr);
-  EXPECT_EQ(FindMenuCommand(MenuCommands(), static_cast<UINT_PTR>(0x100000002)), nullptr);
+  constexpr UINT_PTR kUpperHalf = UINT_PTR{1} << (4 * sizeof(UINT_PTR));
+  EXPECT_EQ(FindMenuCommand(MenuCommands(), kUpperHalf + 2), nullptr);
 }
 
 TEST(MenuCommandsTest, TheTextsAreThoseOfTheLanguageTableInBothForms) {

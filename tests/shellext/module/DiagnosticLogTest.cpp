@@ -601,7 +601,7 @@ TEST_F(DiagnosticLogRotationTest, WhatAnotherProcessHasWrittenCountsToo) {
     const UniqueFile other(::CreateFileW(File().c_str(), FILE_APPEND_DATA,
                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                          OPEN_EXISTING, 0, nullptr));
-    const std::wstring line(LineBytes(kStart) / sizeof(wchar_t), L'x');
+    const std::wstring line(static_cast<size_t>(LineBytes(kStart)) / sizeof(wchar_t), L'x');
     DWORD written = 0;
     ASSERT_TRUE(::WriteFile(other.Get(), line.data(), static_cast<DWORD>(line.size() * sizeof(wchar_t)),
                             &written, nullptr));

@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Installs the 32-bit half of Wine beside the 64-bit one; both then run in one prefix. It
+# needs packages of a second architecture (i386), which this adds to the machine. Safe to
+# re-run: a machine that has it is left alone, without a network call.
+#
+# The packages of both architectures are taken from the distribution's main suite: a library
+# that both need must be the same version in both, and the lists of the other suites may not
+# be in step. apt gets a private configuration with the machine's own entry for that suite.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+answer_help "$@"
+takes_nothing_more "$@"
+
+is_installed wine32:i386 && exit 0
+
+suite=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
+[ -n "$suite" ] || die "this machine does not name its distribution's suite"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+mkdir -p "$work/sources" "$work/lists/partial"
+
+# The stanzas that list the suite, with that suite alone.
+for file in /etc/apt/sources.list.d/*.sources; do
+  [ -f "$file" ] || continue
+  awk -v RS= -v ORS='\n\n' -v suite="$suite" '
+    $0 ~ "(^|\n)Suites:[^\n]* " suite "( |\n|$)" && /(^|\n)Types:[^\n]*deb/' "$file" |
+    sed "s/^Suites:.*/Suites: $suite/; s/^Types:.*/Types: deb/; /^Architectures:/d" >"$work/sources/$(basename "$file")"
+done
+if [ -f /etc/apt/sources.list ]; then
+  grep -E "^deb (\[[^]]*\] )?[^ ]+ $suite " /etc/apt/sources.list >"$work/sources/main.list" || true
+fi
+find "$work/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+options=(
+  -o Dir::Etc::SourceList=/dev/null
+  -o Dir::Etc::SourceParts="$work/sources"
+  -o Dir::State::Lists="$work/lists"
+  -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+  -o APT::Sandbox::User=root
+)
+
+say "installing the 32-bit half of Wine: this adds the package architecture i386 to this machine"
+say "(libraries that both architectures need come from the suite $suite, also where another suite has newer ones)"
+export DEBIAN_FRONTEND=noninteractive
+as_root dpkg --add-architecture i386
+run "$build/logs/wine32-update.log" as_root apt-get "${options[@]}" update
+# The 64-bit half is named, or it would be removed.
+run "$build/logs/wine32-install.log" as_root apt-get "${options[@]}" install -y --allow-downgrades \
+  --no-install-recommends wine wine64 wine32:i386
