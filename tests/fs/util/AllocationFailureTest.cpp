@@ -102,10 +102,11 @@ TEST_F(AllocationFailureTest, CopyingLeavesNothingBehind) {
   WriteBytes(source + L":stream", "stream");
   const PathVector file(path_);
   const PathVector stream(path_ + L"\\s");
-  for (const auto& [kind, from] :
+  for (const auto& [eachKind, eachFrom] :
        {std::pair{HandleKind::kFile, source}, {HandleKind::kStream, source + L"\\stream"}}) {
-    EXPECT_GT(FailEach([&, kind = kind, from = from] { FileHandle(file).CopyFrom(from, kind); }), 0u);
-    EXPECT_GT(FailEach([&, kind = kind, from = from] { StreamHandle(stream).CopyFrom(from, kind); }), 3u);
+    EXPECT_GT(FailEach([&, kind = eachKind, from = eachFrom] { FileHandle(file).CopyFrom(from, kind); }), 0u);
+    EXPECT_GT(FailEach([&, kind = eachKind, from = eachFrom] { StreamHandle(stream).CopyFrom(from, kind); }),
+              3u);
   }
 }
 
@@ -113,22 +114,22 @@ TEST_F(AllocationFailureTest, ACopyThatRunsOutOfMemoryLosesNothing) {
   WriteBytes(folder_ / L"source:stream", "new");
   const std::wstring source = folder_ / L"source\\stream";
   const std::wstring stream = path_ + L":s";
-  for (const auto& [kind, path, contents] :
+  for (const auto& [eachKind, path, eachContents] :
        {std::tuple{HandleKind::kFile, path_, path_}, {HandleKind::kStream, path_ + L"\\s", stream}}) {
-    WriteBytes(contents, "old");
+    WriteBytes(eachContents, "old");
     const PathVector target(path);
     bool copied = false;
-    const auto copy = [&, kind = kind] {
+    const auto copy = [&, kind = eachKind] {
       copied = false;
       copied = MakeHandle(target, kind)->CopyFrom(source, HandleKind::kStream);
     };
-    test::FailEachAllocation(copy, [&, contents = contents](size_t number, bool threw, size_t) {
+    test::FailEachAllocation(copy, [&, contents = eachContents](size_t number, bool threw, size_t) {
       EXPECT_TRUE(threw) << number;
       EXPECT_FALSE(copied);
       EXPECT_EQ(ReadBytes(contents), "old") << number;
     });
     EXPECT_TRUE(copied);
-    EXPECT_EQ(ReadBytes(contents), "new");
+    EXPECT_EQ(ReadBytes(eachContents), "new");
   }
 }
 

@@ -49,9 +49,9 @@ TEST_F(IoStatisticsTest, ANewHandleDoesNotCount) {
 }
 
 TEST_F(IoStatisticsTest, CountsEveryKindOfTransferOfFilesAndStreams) {
-  for (const auto& [kind, path] :
+  for (const auto& [eachKind, eachPath] :
        {std::pair{HandleKind::kFile, path_}, {HandleKind::kStream, path_ + L"\\s"}}) {
-    const IoSnapshot counted = Counted([&, kind = kind, path = path] {
+    const IoSnapshot counted = Counted([&, kind = eachKind, path = eachPath] {
       const auto handle = OpenCounting(kind, path);
       char buffer[16];
       EXPECT_EQ(handle->Write("12345", 5), 5u);

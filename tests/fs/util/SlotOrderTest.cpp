@@ -15,14 +15,14 @@
 namespace veskard {
 namespace {
 
-// A pointer to a virtual member is one more than its place in the table, in bytes. The
-// destructor has two places.
+// A pointer to a virtual member begins with its place in the table, in bytes; for x86 and
+// x64, one more. The destructor has two places.
 template <class Method>
 size_t PlaceOf(Method method) {
   std::array<uintptr_t, 2> parts;
   static_assert(sizeof(method) == sizeof(parts));
   std::memcpy(parts.data(), &method, sizeof(method));
-  return (parts[0] - 1) / sizeof(void*);
+  return parts[0] / sizeof(void*);
 }
 
 // Whether the methods follow one another, the first at `place`.
