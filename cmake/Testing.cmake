@@ -22,6 +22,12 @@ if(WIN32 AND NOT CMAKE_HOST_WIN32)
   set(restricted_test_runner ${PROJECT_SOURCE_DIR}/scripts/wine-run-restricted.sh)
 endif()
 
+# An emulated machine (scripts/arm64-wine.sh) takes ten times as long.
+set(test_patience 1)
+if(WIN32 AND NOT CMAKE_HOST_WIN32 AND CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+  set(test_patience 10)
+endif()
+
 # GoogleTest's headers, too, are read once (see PrecompiledHeaders.cmake), and every
 # test program reuses the result.
 add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled_headers.cpp)
@@ -39,6 +45,7 @@ function(veskard_test name)
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
+  math(EXPR arg_TIMEOUT "${arg_TIMEOUT} * ${test_patience}")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE veskard_flags ${arg_LIBS} gmock test_main)
   target_compile_options(${name} PRIVATE ${test_optimisation})

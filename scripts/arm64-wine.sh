@@ -30,17 +30,19 @@ register_emulator() {
   as_root sh -c "cat /usr/lib/binfmt.d/$emulator.conf >$folder/register"
 }
 
-# From the machine's own package sources.
+# From the machine's own package sources. libc-bin has the locale in which Wine finds files
+# whose names are not plain English.
 unpack_machine() {
-  local sources suite
-  sources=$(find /etc/apt/sources.list /etc/apt/sources.list.d -name '*.sources' -o -name '*.list' 2>/dev/null |
-    xargs -r grep -l 'bookworm')
+  local suite file sources=()
   suite=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
+  for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list /etc/apt/sources.list.d/*.sources; do
+    if grep -qs "$suite" "$file"; then sources+=("$file"); fi
+  done
+  [ "${#sources[@]}" -gt 0 ] || die "no package source of this machine is one of $suite"
   say "unpacking Wine and what it needs for ARM64 (one minute)"
   rm -rf "$machine"
-  # shellcheck disable=SC2086  # each file is a word
   run "$build/logs/arm64-root.log" mmdebstrap --variant=extract --architectures=arm64 \
-    --include=wine64,coreutils,bash,libgcc-s1 "$suite" "$machine" $sources
+    --include=wine64,coreutils,bash,libgcc-s1,libc-bin "$suite" "$machine" "${sources[@]}"
 }
 
 make_programs() {

@@ -11,6 +11,7 @@ wine_prefix="$build/wine"
 if [ "${VESKARD_WINE:-}" = arm64 ]; then
   wine_prefix="$build/wine-arm64"
   PATH="$build/deps/arm64-wine:$PATH"
+  export VESKARD_TIMEOUT=${VESKARD_TIMEOUT:-3600}
 fi
 
 product_version() {

@@ -6,6 +6,8 @@
 #   scripts/test.sh win32                   the same as 32-bit programs; this adds a second
 #                                           package architecture (i386) to the machine
 #   scripts/test.sh PRESET [ARGUMENT...]    only this flavour; arguments go to CTest
+#   scripts/test.sh arm64                   under an emulated Wine: installs an emulator,
+#                                           and registers it with the kernel
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
@@ -25,8 +27,14 @@ if [ "${presets[*]}" = win32 ]; then
   builds=(win64-beside-win32 win32)
 fi
 
+# What lib.sh says of Wine depends on it.
+if [ "${presets[*]}" = arm64 ] && [ "${VESKARD_WINE:-}" != arm64 ]; then
+  VESKARD_WINE=arm64 exec "$0" arm64 "$@"
+fi
+
 "$root/scripts/build.sh" "${builds[@]}"
-case "${presets[*]}" in *win*)
+[ "${presets[*]}" != arm64 ] || "$root/scripts/arm64-wine.sh" make
+case "${presets[*]}" in *win* | arm64)
   wine_prefix_ready
   trap wine_stop EXIT
   ;;
