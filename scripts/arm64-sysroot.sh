@@ -52,6 +52,15 @@ make_sources() {
   unpack zlib '*.c' '*.h'
   unpack llvm-toolchain-19 cmake llvm/cmake runtimes libunwind libcxx libcxxabi compiler-rt/CMakeLists.txt \
     compiler-rt/cmake compiler-rt/lib/builtins
+  enlarge_reserve "$work/llvm-toolchain-19/libcxxabi/src/fallback_malloc.cpp"
+}
+
+# libc++abi ends the process when an exception finds no memory, neither in the heap nor in
+# the reserve that it has for that: 512 bytes, which are two exceptions at once. Out of memory
+# is an exception that the library has to survive; the other flavours have 64 such blocks.
+enlarge_reserve() {
+  grep -q '^static const size_t HEAP_SIZE = 512;' "$1" || die "libc++abi has another reserve than 512 bytes"
+  sed -i 's/^static const size_t HEAP_SIZE = 512;/static const size_t HEAP_SIZE = 64 * 512;/' "$1"
 }
 
 # The compiler and the programs beside it, under the names that GNU's have. What Clang
@@ -95,7 +104,7 @@ with_cmake() {
     settings+=(
       -DCMAKE_${language}_COMPILER=$compiler -DCMAKE_${language}_COMPILER_TARGET=$triple
       "-DCMAKE_${language}_FLAGS=$flags -resource-dir=$sysroot/resource"
-      -DCMAKE_${language}_COMPILER_WORKS=ON  # there is nothing yet to link a program with
+      -DCMAKE_${language}_COMPILER_WORKS=ON  # what a whole program takes is still to be made
     )
   done
   cmake -G Ninja -S "$source" -B "$folder" \
@@ -104,7 +113,7 @@ with_cmake() {
     -DCMAKE_AR="$(llvm-config-19 --bindir)/llvm-ar" -DCMAKE_RANLIB="$(llvm-config-19 --bindir)/llvm-ranlib" \
     -DCMAKE_BUILD_TYPE=None -DCMAKE_FIND_ROOT_PATH="$sysroot" \
     -DCMAKE_FIND_ROOT_PATH_MODE_{PROGRAM=NEVER,LIBRARY=ONLY,INCLUDE=ONLY,PACKAGE=ONLY} \
-    -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld "$@"
+    "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld --rtlib=compiler-rt --unwindlib=none -nostdlib++" "$@"
   cmake --build "$folder" -j"$jobs"
   cmake --install "$folder"
 }
