@@ -148,7 +148,7 @@ first_menu() {
   printf '\n'
   say "$title, in the first menu of Windows 11"
   printf '    selected: %s\n' "$@"
-  probe menu --first-level "$@" --among-others $dark --png "$demo/first-menu-$name.png" --choose "$command" | indent
+  probe menu --first-level "$@" --among-others ${dark:+"$dark"} --png "$demo/first-menu-$name.png" --choose "$command" | indent
   printf '    chosen: %s; the agent receives\n' "$command"
   print_received
 }

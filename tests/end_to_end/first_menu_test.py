@@ -67,8 +67,9 @@ class FirstMenuTest(unittest.TestCase):
         link, drives = os.path.join(os.environ["WINEPREFIX"], "dosdevices", drive), "HKLM\\Software\\Wine\\Drives"
         os.symlink(target, link)
         self.addCleanup(os.remove, link)
-        PROGRAMS.must("reg", "add", drives, "/v", drive, "/d", "network", "/f")
-        self.addCleanup(PROGRAMS.must, "reg", "delete", drives, "/v", drive, "/f")
+        PROGRAMS.must("reg", "add", drives, "/v", drive, "/d", "network", "/f", "/reg:64")
+        self.addCleanup(PROGRAMS.must, "reg", "delete", drives, "/v", drive, "/f",
+                        "/reg:64")
         # Wine looks at its drives when it starts.
         subprocess.run([os.path.join(ROOT, "scripts", "wine-prefix.sh"), "stop", os.environ["WINEPREFIX"]], check=True,
                        capture_output=True)

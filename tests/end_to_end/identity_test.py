@@ -38,6 +38,11 @@ def on_disk(path):
     return os.path.join(PROGRAMS.drive_c(), *path.removeprefix("C:\\").split("\\"))
 
 
+def reg(verb, key, *words):
+    """In the view of 64-bit programs, whatever this flavour is: Explorer's."""
+    PROGRAMS.must("reg", verb, key, *words, "/f", "/reg:64")
+
+
 def publisher_id(publisher):
     """Windows' own: base 32 of 64 bits, in another alphabet."""
     bits = base64.b32encode(hashlib.sha256(publisher.encode("utf-16-le")).digest()[:8]).decode().rstrip("=")
@@ -57,25 +62,25 @@ class IdentityTest(unittest.TestCase):
         PROGRAMS.register(CLASSIC)
         cls.addClassCleanup(PROGRAMS.register, CLASSIC, "/u")
         for key, data in FILE_TYPE.items():
-            PROGRAMS.must("reg", "add", key, "/ve", "/d", data, "/f")
-            cls.addClassCleanup(PROGRAMS.run, "reg", "delete", key, "/f")
+            reg("add", key, "/ve", "/d", data)
+            cls.addClassCleanup(reg, "delete", key)
 
     @classmethod
     def be_windows_11(cls):
         """Wine has no name for it, but takes the version that the registry holds."""
         for value, kind, data in VERSION_VALUES:
-            before = PROGRAMS.run("reg", "query", VERSION_KEY, "/v", value)
-            PROGRAMS.must("reg", "add", VERSION_KEY, "/v", value, "/t", kind, "/d", data, "/f")
-            back = ["delete", VERSION_KEY, "/v", value, "/f"]
+            before = PROGRAMS.run("reg", "query", VERSION_KEY, "/v", value, "/reg:64")
+            reg("add", VERSION_KEY, "/v", value, "/t", kind, "/d", data)
+            back = ["delete", VERSION_KEY, "/v", value]
             if before.returncode == 0:
-                back = ["add", VERSION_KEY, "/v", value, "/t", kind, "/d", before.stdout.split()[-1], "/f"]
-            cls.addClassCleanup(PROGRAMS.must, "reg", *back)
-        PROGRAMS.must("reg", "delete", WINE_KEY, "/v", "Version", "/f")
+                back = ["add", VERSION_KEY, "/v", value, "/t", kind, "/d", before.stdout.split()[-1]]
+            cls.addClassCleanup(reg, *back)
+        reg("delete", WINE_KEY, "/v", "Version")
         cls.addClassCleanup(cls.be_windows_10)
 
     @staticmethod
     def be_windows_10():
-        PROGRAMS.must("reg", "add", WINE_KEY, "/v", "Version", "/d", "win10", "/f")
+        reg("add", WINE_KEY, "/v", "Version", "/d", "win10")
 
     def setUp(self):
         for folder in [on_disk(INSTALLED), on_disk(TREE), PROGRAMS.agent_folder()]:
@@ -95,8 +100,8 @@ class IdentityTest(unittest.TestCase):
             package.writestr("AppxManifest.xml", f'<Package><Identity Publisher="{PUBLISHER}" Version="{VERSION}.0"/></Package>')
 
     def keep(self, key, name):
-        PROGRAMS.must("reg", "add", f"{key}\\{name}", "/v", "PackageID", "/d", name, "/f")
-        self.addCleanup(PROGRAMS.must, "reg", "delete", f"{key}\\{name}", "/f")
+        reg("add", f"{key}\\{name}", "/v", "PackageID", "/d", name)
+        self.addCleanup(reg, "delete", f"{key}\\{name}")
 
     def start_agent(self):
         agent = PROGRAMS.start("standin-agent.exe", "--count", "1", "--time-limit", "60")
@@ -114,7 +119,9 @@ class IdentityTest(unittest.TestCase):
         section = result.stdout.split("First menu of Windows 11\n")[1].split("\n\n")[0]
         for line in lines:
             self.assertIn(line, section.splitlines())
-        self.assertEqual(json.loads(self.probe("doctor", "--json").stdout)["healthy"], code == 0)
+        answer = self.probe("doctor", "--json")
+        self.assertEqual((answer.returncode, answer.stderr), (code, ""))
+        self.assertEqual(json.loads(answer.stdout)["healthy"], code == 0)
 
     def explain(self, *paths):
         """The answer for programs; the text shows the same commands."""
@@ -146,7 +153,7 @@ class IdentityTest(unittest.TestCase):
 
     def test_before_windows_11_there_is_one_menu(self):
         self.be_windows_10()
-        self.addCleanup(PROGRAMS.must, "reg", "delete", WINE_KEY, "/v", "Version", "/f")
+        self.addCleanup(reg, "delete", WINE_KEY, "/v", "Version")
         self.start_agent()
         result = self.probe("doctor")
         self.assertEqual(result.returncode, 0, result.stdout)
@@ -169,8 +176,8 @@ class IdentityTest(unittest.TestCase):
         self.expect_doctor(0, "        no identity is registered, and no VeskardExplorerCommand.msix is installed")
 
     def test_an_installation_that_left_it_out(self):
-        PROGRAMS.must("reg", "add", RECORD_KEY, "/v", "FirstLevelMenu", "/d", "0", "/f")
-        self.addCleanup(PROGRAMS.must, "reg", "delete", RECORD_KEY, "/v", "FirstLevelMenu", "/f")
+        reg("add", RECORD_KEY, "/v", "FirstLevelMenu", "/d", "0")
+        self.addCleanup(reg, "delete", RECORD_KEY, "/v", "FirstLevelMenu")
         self.start_agent()
         self.expect_doctor(0, "        no identity is registered: the installation left it out (FIRSTLEVELMENU=0)")
         answer = self.explain(TREE + "\\plain.txt")
@@ -195,8 +202,8 @@ class IdentityTest(unittest.TestCase):
 
     def test_a_blocked_class(self):
         self.keep(USER_KEY, full_name())
-        PROGRAMS.must("reg", "add", BLOCKED_KEY, "/v", MENU_CLASS, "/d", "", "/f")
-        self.addCleanup(PROGRAMS.must, "reg", "delete", BLOCKED_KEY, "/v", MENU_CLASS, "/f")
+        reg("add", BLOCKED_KEY, "/v", MENU_CLASS, "/d", "")
+        self.addCleanup(reg, "delete", BLOCKED_KEY, "/v", MENU_CLASS)
         self.expect_doctor(25, "  BAD   its class is blocked by a value of " +
                            BLOCKED_KEY.replace("HKLM", "HKEY_LOCAL_MACHINE"))
 
