@@ -107,6 +107,8 @@ TABLE = [
         "--from": "--from needs a folder", "--into x": "there is no option --into"}),
     ("scripts/read_dump.py", "Reads a minidump of Windows", {
         "": "DUMP SYMBOLS are needed", "a.dmp": "DUMP SYMBOLS are needed"}),
+    ("scripts/release.sh", "Makes a release", {
+        "--fast": "there is no option --fast", "--to": "--to needs a folder", "1.0.0 2.0.0": 'cannot use "2.0.0" here'}),
     ("scripts/sign.sh", "Signs programs, libraries, installation packages and identity packages", {
         "": "which files?", "--all": "there is no option --all"}),
     ("scripts/soak.sh", "Right-clicks and icons", {

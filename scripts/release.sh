@@ -1,0 +1,124 @@
+#!/usr/bin/env bash
+# Makes a release in build/release/, from the commit that is checked out: installation
+# packages, symbols, third-party notices, a bill of materials, release notes, SHA256SUMS.
+#
+#   scripts/release.sh [VERSION]           refuses another VERSION than that of CMakeLists.txt
+#   scripts/release.sh --skip-tests ...    without scripts/test.sh, for a commit that passed it
+#   scripts/release.sh --built ...         takes what lies in build/ and does not build
+#   scripts/release.sh --to FOLDER ...     puts the release there
+#
+# It refuses changes that are not committed, a version without a section in CHANGELOG.md,
+# and programs that fail a check. The packages are signed as scripts/package.sh signs them;
+# otherwise "unsigned" is part of their names. ARM64 is included where build/arm64 is there.
+# The same commit gives the same bytes in every folder, except for signatures.
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+answer_help "$@"
+
+result="$build/release" wanted='' tests=true built=false
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --skip-tests) tests=false ;;
+    --built) built=true ;;
+    --to)
+      [ -n "${2:-}" ] || wrong_usage "--to needs a folder"
+      result=$(realpath -m "$2")
+      shift
+      ;;
+    -*) wrong_usage "there is no option $1" ;;
+    *)
+      [ -z "$wanted" ] || wrong_usage "cannot use \"$1\" here"
+      wanted=$1
+      ;;
+  esac
+  shift
+done
+
+cd "$root"
+version=$(product_version)
+[ -z "$wanted" ] || [ "$wanted" = "$version" ] || die "CMakeLists.txt has version $version, not $wanted"
+changes=$(git status --porcelain) || die "a release is made from a git repository"
+[ -z "$changes" ] || die "there are changes that are not committed: ${changes%%$'\n'*}"
+# The section of this version, from behind its title to the next one or to the links.
+notes=$(awk -v title="## [$version] - " \
+  'index($0, "## [") == 1 { inside = index($0, title) == 1; next } /^\[.*\]: / { inside = 0 } inside' CHANGELOG.md)
+[ -n "${notes//[[:space:]]/}" ] || die "CHANGELOG.md has no section of $version with its day"
+
+libraries=(VeskardShellExt VeskardExplorerCommand)
+architecture_of() { case "$1" in win64) echo x64 ;; win32) echo x86 ;; *) echo "$1" ;; esac; }
+
+# The architectures: for 64 and 32 bits always, ARM64 where its build folder is there.
+flavours=(win64 win32)
+[ ! -f "$build/arm64/build.ninja" ] || flavours+=(arm64)
+if ! "$built"; then
+  "$root/scripts/install-deps.sh"
+  for flavour in win32 win64 "${flavours[@]:2}"; do
+    say "building $flavour"
+    [ -f "$build/$flavour/build.ninja" ] || run "$build/logs/configure-$flavour.log" cmake --preset "$flavour"
+    run "$build/logs/release-$flavour.log" cmake --build --preset "$flavour" \
+      --target "${libraries[@]}" shellprobe $([ "$flavour" = win32 ] || echo library_for_32_bits)
+  done
+fi
+
+say "checking"
+run "$build/logs/release-format.log" scripts/format.sh --check
+for flavour in "${flavours[@]}"; do
+  for library in "${libraries[@]}"; do
+    scripts/check-library.sh "$build/$flavour/$library.dll" || die "a library of $flavour fails its check"
+  done
+done
+python3 -B tests/documents/documents_test.py "$root" >"$build/logs/release-documents.log" 2>&1 ||
+  die "the documents fail their check (build/logs/release-documents.log)"
+if "$tests"; then
+  "$root/scripts/test.sh"
+else
+  say "the tests are not run"
+fi
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+release="$work/release"
+mkdir "$release"
+moment=$(git log -1 --format=%ct)
+
+say "packing"
+# Signed or not, the name tells.
+suffix=-unsigned
+[ -z "${VESKARD_SIGN_CERTIFICATE:-}" ] || suffix=
+for flavour in win64 "${flavours[@]:2}"; do
+  run "$build/logs/release-package-$flavour.log" scripts/package.sh --from "$build/$flavour" --to "$work/$flavour"
+  for package in "$work/$flavour"/*.msi "$work/$flavour"/*.msix; do
+    [ -f "$package" ] || continue
+    name=$(basename "$package")
+    case "$name" in *"$version"*) ;; *) name="${name%.*}-$version-$(architecture_of "$flavour").${name##*.}" ;; esac
+    cp "$package" "$release/${name%.*}$suffix.${name##*.}"
+  done
+done
+
+symbols="VeskardShellExt-$version-symbols"
+shipped=()
+for flavour in "${flavours[@]}"; do
+  folder="$work/$symbols/$(architecture_of "$flavour")"
+  mkdir -p "$folder"
+  for library in "${libraries[@]}"; do
+    cp "$build/$flavour/$library.dll" "$build/$flavour/$library.dll.debug" "$folder/"
+    shipped+=("$build/$flavour/$library.dll=$build/$flavour/$library.map")
+  done
+  [ "$flavour" = win32 ] || shipped+=("$build/$flavour/shellprobe.exe=$build/$flavour/shellprobe.map")
+  [ "$flavour" != arm64 ] || cp "$build/arm64/THIRD-PARTY-NOTICES.txt" "$release/THIRD-PARTY-NOTICES-arm64.txt"
+done
+tar -C "$work" --sort=name --format=ustar --mtime="@$moment" --owner=0 --group=0 --numeric-owner --mode=u=rwX,go=rX \
+  -c "$symbols" | gzip -n >"$release/$symbols.tar.gz"
+
+cp "$build/win64/THIRD-PARTY-NOTICES.txt" "$release/"
+python3 -B scripts/third_party.py bill "$root" "$release/VeskardShellExt-$version.spdx.json" "$version" \
+  "$(date -u -d "@$moment" +%Y-%m-%dT%H:%M:%SZ)" "${shipped[@]}"
+printf '# Nimbrel Veskard Agent Explorer Extension %s\n%s\n' "$version" "$notes" >"$release/RELEASE-NOTES.md"
+(cd "$release" && sha256sum -- * >"$work/SHA256SUMS")
+mv "$work/SHA256SUMS" "$release/"
+
+rm -rf "$result"
+mkdir -p "$(dirname "$result")"
+mv "$release" "$result"
+say "${result#"$root"/}, from commit $(git rev-parse --short HEAD)"
+cat "$result/SHA256SUMS"
