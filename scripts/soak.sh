@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Right-clicks and icons of the built library, in one process: 100,000 of each unless
-# ROUNDS is given (some ten minutes). Prints as a Markdown table what the process holds at
-# the start, on the way and at the end. Fails when that grows.
+# Right-clicks and icons of the built library in one process, then menus of Explorer's own:
+# 100,000 of each unless ROUNDS is given (some fifteen minutes). Prints as Markdown tables
+# what the process holds at the start, on the way and at the end. Fails when that grows.
 #
 #   scripts/soak.sh [ROUNDS]
 set -euo pipefail
@@ -16,8 +16,8 @@ wine_prefix_ready
 trap wine_stop EXIT
 export VESKARD_SOAK=${1:-100000} VESKARD_TIMEOUT=36000
 
-# The rows of the table stand among GoogleTest's lines.
+# The rows of the tables stand among GoogleTest's lines, with an empty line before each table.
 soak() {
-  "$root/scripts/wine-run.sh" "$build/win64/tests/soak_tests.exe" | tee "$build/logs/soak.log" | grep '^|'
+  "$root/scripts/wine-run.sh" "$build/win64/tests/soak_tests.exe" | tee "$build/logs/soak.log" | grep -E '^(\||$)' | cat -s
 }
 measured soak "scripts/soak.sh $VESKARD_SOAK" soak || { cat "$build/logs/soak.log"; exit 1; }
