@@ -7,7 +7,8 @@
 #
 #   scripts/bench.sh
 #   scripts/bench.sh agent_bench    these benchmarks alone, of native_bench menu_bench
-#                                   cost_bench load_bench icon_bench log_bench agent_bench
+#                                   explorer_menu_bench cost_bench load_bench icon_bench
+#                                   log_bench agent_bench
 #   scripts/bench.sh --clicks 2000 ...    the number of right-clicks while cost_bench
 #                                   watches private memory; otherwise 100,000
 #
@@ -30,7 +31,7 @@ case "${1:-} ${2:+VALUE}" in
     ;;
   "--clicks ") wrong_usage "--clicks needs a number" ;;
 esac
-benches=(native_bench menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
+benches=(native_bench menu_bench explorer_menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
 for name in "$@"; do
   [[ " ${benches[*]} " == *" $name "* ]] || wrong_usage "there is no benchmark \"$name\""
 done

@@ -8,6 +8,7 @@
 // The shell's headers need the basic types first.
 #include <objidl.h>
 #include <shellapi.h>
+#include <shobjidl.h>
 
 #include <cstdint>
 
@@ -21,5 +22,9 @@ void BaselineRightClick(IDataObject* selection, HMENU menu);
 /// A whole choice: the agent's mutex, one message for each item, written as plain
 /// text, and a thread that looks for the pipe and offers them.
 void BaselineChoice(HDROP drop, uint32_t count);
+
+/// The state of the fly-out in Explorer's own menu: the array's identity, the agent's mutex,
+/// the items' names, and the marks of the folder and of each item.
+EXPCMDSTATE BaselineState(IShellItemArray& selection);
 
 }  // namespace veskard::bench

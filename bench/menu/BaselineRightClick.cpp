@@ -1,17 +1,14 @@
 #include <ole2.h>
-#include <shlwapi.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <cwchar>
-#include <string>
 #include <vector>
 
 #include "bench/menu/BaselineCalls.h"
+#include "bench/menu/BaselineLook.h"
 #include "bench/menu/BaselineMenu.h"
 #include "core/WindowsOwners.h"
-#include "fs/util/OpenMode.h"
 
 namespace veskard::bench {
 namespace {
@@ -31,75 +28,13 @@ UniqueBitmap MenuBitmap(SIZE size) {
   return bitmap;
 }
 
-bool IsRoot(std::wstring path) {
-  const DWORD attributes = ::GetFileAttributesW((path += L"\\.sync\\ID").c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
-
-std::wstring RootOf(const std::wstring& item) {
-  for (size_t end = item.find(L'\\'); end != std::wstring::npos; end = item.find(L'\\', end + 1)) {
-    std::wstring prefix = item.substr(0, end);
-    if (IsRoot(prefix)) return prefix;
-  }
-  return IsRoot(item) ? item : std::wstring();
-}
-
-UniqueFile OpenToRead(const std::wstring& name) {
-  return UniqueFile(::CreateFileW(name.c_str(), GENERIC_READ, kShareEverything, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
-}
-
-// The folder's record.
-void ReadRecord(const std::wstring& root) {
-  const std::wstring name = root + L"\\.sync\\FolderType";
-  const UniqueFile file = OpenToRead(name);
-  LARGE_INTEGER length = {};
-  ::GetFileSizeEx(file.Get(), &length);
-  char bytes[4096];
-  wchar_t owner[256];
-  DWORD read = 0, size = 256;
-  ::ReadFile(file.Get(), bytes, static_cast<DWORD>(length.QuadPart), &read, nullptr);
-  ::MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(read), owner, 256);
-  ::GetUserNameW(owner, &size);
-}
-
-// Whether a placeholder is being received.
-bool ReadMark(const std::wstring& placeholder) {
-  const std::wstring name = placeholder + L":com.nimbrel.VeskardAgent";
-  const UniqueFile mark = OpenToRead(name);
-  LARGE_INTEGER size = {};
-  ::GetFileSizeEx(mark.Get(), &size);
-  char bytes[4096] = {};
-  DWORD read = 0;
-  ::ReadFile(mark.Get(), bytes, static_cast<DWORD>(size.QuadPart), &read, nullptr);
-  return std::strstr(bytes, "vlk_status") != nullptr;
-}
-
-struct Found {
-  bool inFolder = false;
-  bool local = false;
-  bool waiting = false;
-  bool receiving = false;
-};
-
-Found LookAtItems(HDROP drop) {
-  Found found;
+BaselineFound LookAtItems(HDROP drop) {
+  BaselineLook look;
   const BaselineDropList list(drop);
   for (const wchar_t* name = list.First(); *name != L'\0'; name += std::wcslen(name) + 1) {
-    ::GetFileAttributesW(name);
-    if (name == list.First()) {
-      const std::wstring root = RootOf(name);
-      if (root.empty()) return found;
-      found.inFolder = true;
-      ReadRecord(IsRoot(name) ? name : root);
-    }
-    if (::_wcsicmp(::PathFindExtensionW(name), L".ghpl") != 0) {
-      found.local = true;
-    } else {
-      (ReadMark(name) ? found.receiving : found.waiting) = true;
-    }
+    if (!look.At(name)) break;
   }
-  return found;
+  return look.Found();
 }
 
 class Items {
@@ -128,7 +63,7 @@ class Items {
   UINT position_ = 0;
 };
 
-void AddItems(const Found& found, HMENU menu) {
+void AddItems(const BaselineFound& found, HMENU menu) {
   Items items(menu);
   if (found.waiting) items.Add(0, L"Sync to this device", 0);
   if (found.receiving) items.Add(0, L"Cancel receiving", 0);
@@ -147,7 +82,7 @@ void BaselineRightClick(IDataObject* selection, HMENU menu) {
   STGMEDIUM medium = {};
   selection->GetData(&format, &medium);
   BaselineAgentLookUp();
-  const Found found = LookAtItems(static_cast<HDROP>(medium.hGlobal));
+  const BaselineFound found = LookAtItems(static_cast<HDROP>(medium.hGlobal));
   if (found.inFolder) AddItems(found, menu);
   ::ReleaseStgMedium(&medium);
   BaselineLogSwitch();  // the handler goes
