@@ -56,9 +56,9 @@ class Repository:
         with open(self.path(name), "w", encoding="utf-8") as file:
             file.write(text.replace(old, new))
 
-    def release(self, *words):
+    def release(self, *words, **environment):
         return subprocess.run([self.path("scripts/release.sh"), "--built", "--skip-tests", *words], cwd="/",
-                              capture_output=True, text=True, timeout=300, env=UNSIGNED)
+                              capture_output=True, text=True, timeout=300, env={**UNSIGNED, **environment})
 
     def released(self):
         folder = self.path("build/release")
@@ -129,6 +129,20 @@ class ReleaseTest(unittest.TestCase):
         self.assertEqual(shipped, {f"./{flavour}/{name}" for flavour, names in (
             ("win64", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll", "shellprobe.exe"]),
             ("win32", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll"])) for name in names})
+
+    def test_a_signed_release_is_not_called_unsigned(self):
+        repository = self.repository()
+        certificate, key = (os.path.join(os.path.dirname(repository.folder), name) for name in ("one.pem", "one.key"))
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", certificate,
+                        "-subj", "/CN=Tests", "-addext", "extendedKeyUsage=codeSigning"], check=True, capture_output=True)
+        result = repository.release(VESKARD_SIGN_CERTIFICATE=certificate, VESKARD_SIGN_KEY=key)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn(f"VeskardShellExt-{VERSION}-x64.msi", repository.released())
+        self.assertEqual([name for name in repository.released() if "unsigned" in name], [])
+        package = repository.path(f"build/release/VeskardShellExt-{VERSION}-x64.msi")
+        verified = subprocess.run(["osslsigncode", "verify", "-CAfile", certificate, package], capture_output=True,
+                                  text=True)
+        self.assertEqual(verified.returncode, 0, verified.stdout)
 
     def test_the_notes_are_the_section_of_this_version(self):
         repository = self.repository()
