@@ -52,7 +52,7 @@ ARCHITECTURES = {
     # The file has room for eight characters of ".eh_frame".
     0x014C: Architecture((6, 1), 1000 * KIB, HARDENING, frozenset(COMMON), frozenset(GNU | {".eh_fram"})),
     0xAA64: Architecture((10, 0), 800 * KIB, (*HARDENING, "HIGH_ENTROPY_VA"), frozenset(COMMON | {".pdata"}),
-                         frozenset({".tls", ".late"})),
+                         frozenset({".tls", ".late", ".buildid"})),
 }
 
 
