@@ -2,8 +2,8 @@
 """Makes the installation package: make_msi.py ARCHITECTURE RESULT.msi NAME=FILE...
 
 ARCHITECTURE is x64 or arm64. The names are those of FILES in tables.py, each with
-the file to install, and Icon, what the list of programs shows; all are needed. The
-package's version is the library's own, from its version resource. The same files
+the file to install, Icon, what the list of programs shows, and Steps, the library of
+the package's own steps (tools/installer_steps/); all are needed. The package's version is the library's own, from its version resource. The same files
 always give the same bytes. Needs msibuild and gcab.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
@@ -18,8 +18,9 @@ import sys
 import tempfile
 import uuid
 
+import identity
 from schema import columns
-from tables import ARCHITECTURES, FILES, NAMESPACE, TABLES, VITAL
+from tables import ARCHITECTURES, FILES, ICON, MACHINE_OF_32_BITS, NAMESPACE, STEPS, TABLES, VITAL
 from version_resource import file_version
 
 # The date of everything inside: a package tells its version, not when it was made.
@@ -29,6 +30,20 @@ DATE_SECONDS = 1577836800
 
 class PackageError(Exception):
     pass
+
+
+def machine(contents):
+    """For which machine a program is: the number in its header."""
+    header, = struct.unpack_from("<I", contents, 0x3C)
+    return struct.unpack_from("<H", contents, header + 4)[0]
+
+
+def check_machines(architecture, paths):
+    wanted = {name: ARCHITECTURES[architecture][0] for name in ("Library", "Probe", "Command", "Steps")}
+    wanted["Library32"] = MACHINE_OF_32_BITS
+    for name, number in wanted.items():
+        if machine(read_file(paths[name])) != number:
+            raise PackageError(f"{paths[name]} is not the {name} of a package for {architecture}")
 
 
 def derived_code(text):
@@ -51,13 +66,14 @@ def file_rows(files):
 
 
 def values_of(architecture, version):
-    platform, engine = ARCHITECTURES[architecture]
+    _, platform, engine = ARCHITECTURES[architecture]
     text = ".".join(map(str, version))
     return {
         "@VERSION@": text,
         "@SHORT_VERSION@": "V" + text.replace(".", "_"),
         "@PRODUCT_CODE@": derived_code(f"product {text}"),
         **{f"@{name.upper()}_COMPONENT@": derived_code(f"{name.lower()} {text}") for name in FILES},
+        "@IDENTITY@": identity.NAME,
         "@DATE@": DATE,
         "@PLATFORM@": platform,
         "@ENGINE@": str(engine),
@@ -112,21 +128,23 @@ def read_file(path):
 
 def make(architecture, result, paths):
     files = {name: read_file(paths[name]) for name in FILES}
-    icon = read_file(paths["Icon"])
+    # A stream is read from the folder that bears its table's name, below the current one.
+    streams = {"Icon/" + ICON: read_file(paths["Icon"]), "Binary/" + STEPS: read_file(paths["Steps"])}
     version = file_version(files["Library"])
     if version is None:
         raise PackageError(f"{paths['Library']} has no version resource")
+    check_machines(architecture, paths)
     tables = dict(TABLES)
     tables["File"], tables["MsiFileHash"] = file_rows(files)
     values = values_of(architecture, version[:3])
-    values["@PACKAGE_CODE@"] = package_code(tables, values, [*files.values(), icon])
+    values["@PACKAGE_CODE@"] = package_code(tables, values, [*files.values(), *streams.values()])
 
     with tempfile.TemporaryDirectory() as folder:
         members = [write_file(folder, name, contents) for name, contents in files.items()]
         cabinet = os.path.join(folder, "files.cab")
         run(folder, "gcab", "--create", "--zip", "--nopath", cabinet, *members)
-        # A stream is read from the folder that bears its table's name, below the current one.
-        write_file(folder, "Icon/product.ico", icon)
+        for name, contents in streams.items():
+            write_file(folder, name, contents)
         database = os.path.join(folder, "package.msi")
         command = ["msibuild", database]
         for table, rows in tables.items():
@@ -144,7 +162,7 @@ def arguments(words):
     if len(words) < 2 or words[0] not in ARCHITECTURES:
         wrong_usage("an architecture and RESULT.msi are needed")
     paths = dict(word.split("=", 1) for word in words[2:] if "=" in word)
-    wrong = {*FILES, "Icon"} ^ set(paths)
+    wrong = {*FILES, "Icon", "Steps"} ^ set(paths)
     if wrong or len(paths) != len(words) - 2:
         wrong_usage("each file is needed once by its name: " + ", ".join(sorted(wrong)))
     return words[0], words[1], paths

@@ -11,6 +11,7 @@ SCHEMA = {
     "AdminExecuteSequence": "Action:s72 | Condition:S255 Sequence:I2",
     "AdvtExecuteSequence": "Action:s72 | Condition:S255 Sequence:I2",
     "AppSearch": "Property:s72 Signature_:s72 |",
+    "Binary": "Name:s72 | Data:v0",
     "Component": "Component:s72 | ComponentId:S38 Directory_:s72 Attributes:i2 Condition:S255 KeyPath:S72",
     "CustomAction": "Action:s72 | Type:i2 Source:S72 Target:S255",
     "Directory": "Directory:s72 | Directory_Parent:S72 DefaultDir:l255",

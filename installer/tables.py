@@ -10,6 +10,9 @@ The layout on disk gives every version a folder of its own:
         VERSION\\VeskardShellExt.dll         for programs of the package's architecture
         VERSION\\x86\\VeskardShellExt.dll     for 32-bit programs
         VERSION\\shellprobe.exe
+        VERSION\\VeskardExplorerCommand.dll  the commands in Explorer's own menu
+        VERSION\\VeskardExplorerCommand.msix and the identity with which it shows them
+        VERSION\\THIRD-PARTY-NOTICES.txt
 
 A loaded library can be neither overwritten nor deleted, and a process that has
 loaded C:\\...\\VeskardShellExt.dll gets that same module whenever it asks for
@@ -39,6 +42,14 @@ Each of the two libraries registers itself, through the regsvr32 of its own half
 Windows and so in its own view of the registry. Keys outside CLSID are there once for
 both; a library that unregisters leaves them while the other one's class is there.
 Where Windows has no 32-bit half, the 32-bit library is left out.
+
+On Windows 11 the identity package is registered last and removed first, each time for
+all users, with PowerShell, through a step in a library of the package's own that writes
+into the log what PowerShell says. A refused identity costs the commands their place in
+Explorer's own menu and nothing else, so its failure is passed over. On Windows 10 there
+is one menu only, in which the identity would show every command twice. Before it is
+registered, whatever has the same version is removed: a version that is registered
+cannot be registered again.
 
 The engine writes down what is to be done and does it at an InstallExecute. One
 stands right behind the files: undone within one batch, the files would go before
@@ -70,8 +81,13 @@ ONLY_DETECT = 2
 # A registry search for the value itself, in the 64-bit view.
 RAW_VALUE_64 = 2 + 16
 
-# Custom actions: a program started in a folder, or a property set; deferred ones
+# The first build of Windows 11.
+HAS_FIRST_LEVEL_MENU = "WINDOWS_BUILD >= 22000"
+WANTS_FIRST_LEVEL_MENU = "FIRSTLEVELMENU <> \"0\""
+
+# Custom actions: a library's function, a program started in a folder, or a property set; deferred ones
 # run as part of the installation's script and as the system.
+FUNCTION = 1
 PROGRAM = 34
 SET_PROPERTY = 51
 IGNORE_FAILURE = 64
@@ -84,7 +100,25 @@ FILES = {
     "Library": ("VersionFolder", "VSKEXT.DLL", "VeskardShellExt.dll", ""),
     "Library32": ("Folder32", "VSKEXT.DLL", "VeskardShellExt.dll", "HALF_OF_32_BITS"),
     "Probe": ("VersionFolder", "VSKPROBE.EXE", "shellprobe.exe", ""),
+    "Command": ("VersionFolder", "VSKCMD.DLL", "VeskardExplorerCommand.dll", ""),
+    "Identity": ("VersionFolder", "VSKIDENT.MSX", "VeskardExplorerCommand.msix", ""),
+    "Notices": ("VersionFolder", "NOTICES.TXT", "THIRD-PARTY-NOTICES.txt", ""),
 }
+
+# What the package carries for itself.
+ICON = "product.ico"
+STEPS = "InstallerSteps.dll"
+
+# Braces and square brackets are the engine's own, so these commands have none.
+POWERSHELL = ("\"[System64Folder]WindowsPowerShell\\v1.0\\powershell.exe\" -NoLogo -NoProfile -NonInteractive"
+              " -ExecutionPolicy Bypass -Command \"$ErrorActionPreference = 'Stop';")
+IDENTITY_FILE = "[VersionFolder]" + FILES["Identity"][2]
+REGISTER_IDENTITY = (f"[PowerShell] Add-AppxPackage -Stage '{IDENTITY_FILE}' -ExternalLocation '[VersionFolder]';"
+                     f" Add-AppxProvisionedPackage -Online -SkipLicense -PackagePath '{IDENTITY_FILE}' | Out-Null\"")
+REMOVE_FOR_NEW_USERS = ("Get-AppxProvisionedPackage -Online | Where-Object PackageName -Like '@IDENTITY@_@VERSION@.0_*'"
+                        " | Remove-AppxProvisionedPackage -Online | Out-Null")
+REMOVE_IDENTITY = ("[PowerShell] [RemoveForNewUsers]; Get-AppxPackage -AllUsers @IDENTITY@"
+                   " | Where-Object Version -EQ '@VERSION@.0' | Remove-AppxPackage -AllUsers\"")
 
 # library: the folder of the regsvr32 that registers it, the property that names the one
 # that an earlier version registered, condition.
@@ -93,11 +127,13 @@ LIBRARIES = {
     "Library32": ("SystemFolder", "EARLIER_LIBRARY32", "HALF_OF_32_BITS"),
 }
 
-# package: the platforms it is for, the oldest installer engine that knows them.
+# package: the machine in the headers of its programs, the platform and the language that
+# the engine reads, the oldest engine that knows them.
 ARCHITECTURES = {
-    "x64": ("x64;1033", 500),
-    "arm64": ("Arm64;1033", 500),
+    "x64": (0x8664, "x64;1033", 500),
+    "arm64": (0xAA64, "Arm64;1033", 500),
 }
+MACHINE_OF_32_BITS = 0x014C
 
 # The values of the file type that the library leaves to installers. The agent's
 # own installer may have written them too: then they stay as they are, and stay
@@ -122,6 +158,8 @@ RECORD32_COMPONENT = "{A6B80670-CB3B-427B-AEFC-B51F675BDB87}"
 # What the package looks up in the registry before it decides: property, key, value.
 SEARCHES = [
     *((earlier, RECORD_KEY, library) for library, (_, earlier, _) in LIBRARIES.items()),
+    ("WINDOWS_BUILD", "Software\\Microsoft\\Windows NT\\CurrentVersion", "CurrentBuildNumber"),
+    ("KEPT_FIRSTLEVELMENU", RECORD_KEY, "FirstLevelMenu"),
     *(("FOUND_" + name.upper(), key, "") for name, (key, _, _) in FILE_TYPE_VALUES.items()),
     *(("OWN_" + name.upper(), RECORD_KEY, "Owns" + name) for name in FILE_TYPE_VALUES),
 ]
@@ -159,6 +197,16 @@ def registrations(library, earlier):
     yield registration("UndoUnregister" + library, library, own, undo=True)
 
 
+def identity_actions():
+    """Each step and the action that gives it its command; a step's data is the property of its name."""
+    for name, kind, command in [("RegisterIdentity", 0, REGISTER_IDENTITY),
+                                ("UnregisterIdentity", 0, REMOVE_IDENTITY),
+                                ("UndoRegisterIdentity", ON_ROLLBACK, REMOVE_IDENTITY),
+                                ("UndoUnregisterIdentity", ON_ROLLBACK, REGISTER_IDENTITY)]:
+        yield "Set" + name, SET_PROPERTY, name, command
+        yield name, FUNCTION + DEFERRED + IGNORE_FAILURE + kind, "Steps", "RunLogged"
+
+
 def steps(first, condition, *names):
     """For each library the actions of these names in turn, numbered from the first on."""
     number = first
@@ -169,7 +217,13 @@ def steps(first, condition, *names):
 
 
 COSTING = [("CostInitialize", "", 800), ("FileCost", "", 900), ("CostFinalize", "", 1000)]
-CHECKS = [("FindRelatedProducts", "", 25), ("AppSearch", "", 50), ("LaunchConditions", "", 100)]
+CHECKS = [
+    ("FindRelatedProducts", "", 25),
+    ("AppSearch", "", 50),
+    ("KeepFirstLevelMenu", "NOT FIRSTLEVELMENU AND KEPT_FIRSTLEVELMENU", 60),
+    ("DefaultFirstLevelMenu", "NOT FIRSTLEVELMENU", 61),
+    ("LaunchConditions", "", 100),
+]
 
 TABLES = {
     "Property": [
@@ -181,13 +235,13 @@ TABLES = {
         ("UpgradeCode", UPGRADE_CODE),
         ("ALLUSERS", "1"),
         ("ARPNOMODIFY", "1"),
-        ("ARPPRODUCTICON", "product.ico"),
+        ("ARPPRODUCTICON", ICON),
         ("ARPCOMMENTS", "Commands and icons of synchronised folders in Explorer"),
         # Nothing here ever needs a restart to work, so none happens and no
         # program that has the library loaded is asked or made to close.
         ("REBOOT", "ReallySuppress"),
         ("MSIRESTARTMANAGERCONTROL", "Disable"),
-        ("SecureCustomProperties", ";".join(["OLDER_VERSION", "NEWER_VERSION", *(row[0] for row in SEARCHES + FILE_SEARCHES)])),
+        ("SecureCustomProperties", ";".join(["OLDER_VERSION", "NEWER_VERSION", "FIRSTLEVELMENU", *(row[0] for row in SEARCHES + FILE_SEARCHES)])),
     ],
     "LaunchCondition": [
         ("VersionNT64 >= 601", "[ProductName] needs 64-bit Windows 7 or later."),
@@ -225,6 +279,7 @@ TABLES = {
         *(("Owns" + name, LOCAL_MACHINE, RECORD_KEY, "Owns" + name, "#1", name) for name in FILE_TYPE_VALUES),
         ("RecordLibrary", LOCAL_MACHINE, RECORD_KEY, "Library", "[#Library]", "Record"),
         ("RecordLibrary32", LOCAL_MACHINE, RECORD_KEY, "Library32", "[#Library32]", "Record32"),
+        ("RecordFirstLevelMenu", LOCAL_MACHINE, RECORD_KEY, "FirstLevelMenu", "[FIRSTLEVELMENU]", "Record"),
         ("RecordVersion", LOCAL_MACHINE, RECORD_KEY, "Version", "@VERSION@", "Record"),
         # Unregistering deletes the handler's key and leaves this parent of it
         # empty; with a value of ours in it, it goes with the package.
@@ -234,10 +289,17 @@ TABLES = {
     "RegLocator": [(name, LOCAL_MACHINE, key, value, RAW_VALUE_64) for name, key, value in SEARCHES],
     "DrLocator": [(name, "", folder, 0) for name, folder, _ in FILE_SEARCHES],
     "Signature": [(name, file, "", "", "", "", "", "", "") for name, _, file in FILE_SEARCHES],
-    "Icon": [("product.ico", "product.ico")],
+    "Icon": [(ICON, ICON)],
+    "Binary": [("Steps", STEPS)],
     "Media": [(1, len(FILES), "", "#files.cab", "", "")],
     "CustomAction": [
         *(row for library, (_, earlier, _) in LIBRARIES.items() for row in registrations(library, earlier)),
+        ("SetPowerShell", SET_PROPERTY, "PowerShell", POWERSHELL),
+        ("SetRemoveForNewUsers", SET_PROPERTY, "RemoveForNewUsers", REMOVE_FOR_NEW_USERS),
+        *identity_actions(),
+        # What the command line does not say stays as it was, at first switched on.
+        ("KeepFirstLevelMenu", SET_PROPERTY, "FIRSTLEVELMENU", "[KEPT_FIRSTLEVELMENU]"),
+        ("DefaultFirstLevelMenu", SET_PROPERTY, "FIRSTLEVELMENU", "1"),
         ("SetInstallLocation", SET_PROPERTY, "ARPINSTALLLOCATION", "[VersionFolder]"),
         ("LeaveOut32Bits", SET_PROPERTY, "LEFT_OUT", "x86"),
     ],
@@ -245,6 +307,8 @@ TABLES = {
         *((action + library, "Registering the Explorer extension", "")
           for library in LIBRARIES for action in ("Prove", "Register")),
         *(("Unregister" + library, "Unregistering the Explorer extension", "") for library in LIBRARIES),
+        ("RegisterIdentity", "Registering the commands for Explorer's own menu", ""),
+        ("UnregisterIdentity", "Unregistering the commands for Explorer's own menu", ""),
         ("LeaveOut32Bits", "This Windows runs no 32-bit programs: the library for them is left out", ""),
     ],
     "InstallExecuteSequence": [
@@ -253,11 +317,16 @@ TABLES = {
         *COSTING,
         ("SetInstallLocation", "", 1010),
         ("LeaveOut32Bits", "NOT HALF_OF_32_BITS AND NOT REMOVE", 1020),
+        *(("Set" + name, "", number)
+          for number, name in enumerate(["PowerShell", "RemoveForNewUsers", "RegisterIdentity", "UnregisterIdentity",
+                                         "UndoRegisterIdentity", "UndoUnregisterIdentity"], 1030)),
         ("MigrateFeatureStates", "", 1200),
         ("InstallValidate", "", 1400),
         ("InstallInitialize", "", 1500),
         ("ProcessComponents", "", 1600),
         ("UnpublishFeatures", "", 1800),
+        ("UndoUnregisterIdentity", both("Installed", HAS_FIRST_LEVEL_MENU, "KEPT_FIRSTLEVELMENU <> \"0\""), 1900),
+        ("UnregisterIdentity", both("Installed", HAS_FIRST_LEVEL_MENU), 1910),
         *steps(2000, "REMOVE=\"ALL\"", "UndoUnregister", "Unregister"),
         ("RemoveRegistryValues", "", 2600),
         ("RemoveFiles", "", 3500),
@@ -270,6 +339,8 @@ TABLES = {
         ("RemoveExistingProducts", "", 4110),
         ("WriteRegistryValues", "", 5000),
         *steps(5010, "NOT REMOVE", "UndoRegister", "Register"),
+        ("UndoRegisterIdentity", both("NOT REMOVE", HAS_FIRST_LEVEL_MENU, WANTS_FIRST_LEVEL_MENU), 5020),
+        ("RegisterIdentity", both("NOT REMOVE", HAS_FIRST_LEVEL_MENU, WANTS_FIRST_LEVEL_MENU), 5030),
         ("RegisterUser", "", 6000),
         ("RegisterProduct", "", 6100),
         ("PublishFeatures", "", 6300),

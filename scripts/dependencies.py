@@ -37,6 +37,7 @@ ABOVE = {
     "tools/marks": [*CORE, "util/string", "benc", "tools/common"],
     "tools/standin_agent": [*CORE, "util/string", "benc", "tools/common", "tools/marks"],
     "tools/shellprobe": [*LIBRARY, "tools/common"],
+    "tools/installer_steps": [*CORE, "tools/common"],
     "tools/contactsheet": [*CORE, "tools/common", "tools/marks", "tools/shellprobe"],
 }
 TOOLS = list(ABOVE)

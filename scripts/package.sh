@@ -1,21 +1,23 @@
 #!/usr/bin/env bash
-# Makes the installation package, VeskardShellExt-VERSION-x64.msi:
+# Makes the installation package, VeskardShellExt-VERSION-x64.msi, the same for arm64
+# where build/arm64/ is built, and the identity package that both contain.
 #
-#   scripts/package.sh                     builds first; the package is in build/package/
-#   scripts/package.sh --from FOLDER       packs the programs of this build folder
-#   scripts/package.sh --to FOLDER         puts the package there
+#   scripts/package.sh                     builds first; the packages are in build/package/
+#   scripts/package.sh --from FOLDER       packs the programs of this build folder; a
+#                                          folder called arm64 gives the package for ARM64
+#   scripts/package.sh --to FOLDER         puts the packages there
 #
-# It is unsigned unless VESKARD_SIGN_CERTIFICATE names a certificate; then the
-# libraries, the probe and the package itself are signed (scripts/sign.sh).
+# They are unsigned unless VESKARD_SIGN_CERTIFICATE names a certificate; then the
+# programs inside and the packages themselves are signed (scripts/sign.sh).
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 
-programs=
+folders=()
 result="$build/package"
 while [ $# -gt 0 ]; do
   case "$1 ${2:+VALUE}" in
-    "--from VALUE") programs=$(realpath -m "$2") ;;
+    "--from VALUE") folders=("$(realpath -m "$2")") ;;
     "--to VALUE") result=$(realpath -m "$2") ;;
     "--from " | "--to ") wrong_usage "$1 needs a folder" ;;
     *) wrong_usage "there is no option $1" ;;
@@ -24,25 +26,50 @@ while [ $# -gt 0 ]; do
 done
 
 version=$(product_version)
-package="$result/VeskardShellExt-$version-x64.msi"
-if [ -z "$programs" ]; then
-  "$root/scripts/build.sh" win64
-  programs="$build/win64"
+if [ "${#folders[@]}" -eq 0 ]; then
+  folders=("$build/win64")
+  [ ! -f "$build/arm64/VeskardShellExt.dll" ] || folders+=("$build/arm64")
+  "$root/scripts/build.sh" "${folders[@]##*/}"
 fi
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-mkdir "$work/x86"
-cp "$programs/VeskardShellExt.dll" "$programs/shellprobe.exe" "$work/"
-cp "$programs/installer/x86/VeskardShellExt.dll" "$work/x86/"
 sign() { if [ -n "${VESKARD_SIGN_CERTIFICATE:-}" ]; then "$root/scripts/sign.sh" "$@"; fi; }
 
-sign "$work/VeskardShellExt.dll" "$work/x86/VeskardShellExt.dll" "$work/shellprobe.exe"
+hand_out() {
+  cp "$1" "$result/$2"
+  if [ -n "${VESKARD_SIGN_CERTIFICATE:-}" ]; then say "$result/$2 (signed)"; else say "$result/$2 (unsigned)"; fi
+  sha256sum "$result/$2"
+}
+
+# Made once: it holds no program, so it is the same for every architecture.
+make_identity() {
+  python3 -B "$root/installer/make_msix.py" "${folders[0]}/VeskardExplorerCommand.dll" "$root/shellext" \
+    "$root/shellext/contextmenu/artwork/menu_agent.svg" "$work/identity.msix"
+  sign "$work/identity.msix"
+  hand_out "$work/identity.msix" "VeskardExplorerCommand-$version.msix"
+}
+
+# make_package FOLDER ARCHITECTURE
+make_package() {
+  local programs="$work/$2" file files
+  mkdir -p "$programs/x86"
+  files=(VeskardShellExt.dll VeskardExplorerCommand.dll shellprobe.exe InstallerSteps.dll x86/VeskardShellExt.dll)
+  for file in "${files[@]}"; do
+    case "$file" in x86/*) cp "$1/installer/$file" "$programs/$file" ;; *) cp "$1/$file" "$programs/" ;; esac
+  done
+  sign "${files[@]/#/$programs/}"
+  python3 -B "$root/installer/make_msi.py" "$2" "$programs/package.msi" \
+    Library="$programs/VeskardShellExt.dll" Library32="$programs/x86/VeskardShellExt.dll" \
+    Probe="$programs/shellprobe.exe" Command="$programs/VeskardExplorerCommand.dll" \
+    Identity="$work/identity.msix" Notices="$1/THIRD-PARTY-NOTICES.txt" Steps="$programs/InstallerSteps.dll" \
+    Icon="$1/shellext/contextmenu/menu_sync.ico"
+  sign "$programs/package.msi"
+  hand_out "$programs/package.msi" "VeskardShellExt-$version-$2.msi"
+}
+
 mkdir -p "$result"
-python3 -B "$root/installer/make_msi.py" x64 "$work/package.msi" \
-  Library="$work/VeskardShellExt.dll" Library32="$work/x86/VeskardShellExt.dll" Probe="$work/shellprobe.exe" \
-  Icon="$programs/shellext/contextmenu/menu_sync.ico"
-sign "$work/package.msi"
-cp "$work/package.msi" "$package"
-if [ -n "${VESKARD_SIGN_CERTIFICATE:-}" ]; then say "$package (signed)"; else say "$package (unsigned)"; fi
-sha256sum "$package"
+make_identity
+for folder in "${folders[@]}"; do
+  case "$folder" in */arm64) make_package "$folder" arm64 ;; *) make_package "$folder" x64 ;; esac
+done

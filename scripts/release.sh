@@ -56,7 +56,7 @@ if ! "$built"; then
     say "building $flavour"
     [ -f "$build/$flavour/build.ninja" ] || run "$build/logs/configure-$flavour.log" cmake --preset "$flavour"
     run "$build/logs/release-$flavour.log" cmake --build --preset "$flavour" \
-      --target "${libraries[@]}" shellprobe $([ "$flavour" = win32 ] || echo library_for_32_bits)
+      --target "${libraries[@]}" shellprobe $([ "$flavour" = win32 ] || echo library_for_32_bits InstallerSteps)
   done
 fi
 

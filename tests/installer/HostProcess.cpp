@@ -60,6 +60,10 @@ std::string HostProcess::Activate(const std::wstring& classId) {
   return Answer("activate " + ToUtf8(classId));
 }
 
+std::string HostProcess::Load(const std::wstring& path) {
+  return Answer("load " + ToUtf8(path));
+}
+
 std::string HostProcess::Ask() {
   return Answer("ask");
 }

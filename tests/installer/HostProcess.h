@@ -21,6 +21,9 @@ class HostProcess {
   /// the path of the library that serves it, or the code of the failure alone.
   std::string Activate(const std::wstring& classId);
 
+  /// Loads a library there and keeps it: the result code.
+  std::string Load(const std::wstring& path);
+
   /// Asks the first object for another interface: the result code.
   std::string Ask();
 

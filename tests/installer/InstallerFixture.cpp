@@ -7,6 +7,7 @@
 
 #include "core/WindowsOwners.h"
 #include "tests/installer/Packages.h"
+#include "tests/installer/ShellStandIn.h"
 #include "tests/support/ScratchFolder.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
@@ -23,6 +24,7 @@ constexpr const wchar_t* kKeysOfWindows[] = {
 };
 
 MachineState TakeStateOfWindows() {
+  const ShellStandIn shell;  // it stays where PowerShell was
   for (const wchar_t* path : kKeysOfWindows) {
     UniqueRegKey key;
     EXPECT_EQ(

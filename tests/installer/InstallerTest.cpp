@@ -71,7 +71,10 @@ TEST_F(InstallerTest, WritesWhatTheAdministratorsDocumentLists) {
       // the files
       L"C:\\Program Files\\Nimbrel Veskard Agent Explorer Extension", VersionFolder(kVersionText),
       VersionFolder(kVersionText) + L"\\VeskardShellExt.dll",
-      VersionFolder(kVersionText) + L"\\shellprobe.exe"};
+      VersionFolder(kVersionText) + L"\\shellprobe.exe",
+      VersionFolder(kVersionText) + L"\\VeskardExplorerCommand.dll",
+      VersionFolder(kVersionText) + L"\\THIRD-PARTY-NOTICES.txt",
+      VersionFolder(kVersionText) + L"\\VeskardExplorerCommand.msix", record + L"FirstLevelMenu = REG_SZ 1"};
   for (const std::wstring& line : AddedFor32Bits()) expected.push_back(line);
   EXPECT_THAT(AddedByShippedPackage(), UnorderedElementsAreArray(expected));
 }

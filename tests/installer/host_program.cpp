@@ -4,6 +4,7 @@
 //
 //   activate CLASSID    makes an object through COM and keeps it; the result code
 //                       and the library that the object's code comes from
+//   load PATH           loads that library and keeps it; the result code
 //   ask                 asks the first object for another interface; the result code
 #include <windows.h>
 
@@ -36,6 +37,8 @@ class Host {
  public:
   std::string Obey(const std::string& line) {
     constexpr std::string_view kActivate = "activate ";
+    constexpr std::string_view kLoad = "load ";
+    if (line.starts_with(kLoad)) return Load(line.substr(kLoad.size()));
     return line.starts_with(kActivate) ? Activate(line.substr(kActivate.size())) : Ask();
   }
 
@@ -51,11 +54,17 @@ class Host {
     return HexCode(result) + " " + LibraryOf(objects_.back().Get());
   }
 
+  std::string Load(const std::string& path) {
+    libraries_.emplace_back(::LoadLibraryW(FromUtf8(path).c_str()));
+    return HexCode(libraries_.back() ? S_OK : HRESULT_FROM_WIN32(::GetLastError()));
+  }
+
   std::string Ask() {
     UniqueCom<IUnknown> face;
     return HexCode(objects_.front().Get()->QueryInterface(IID_IPersistFile, OutVoid(face)));
   }
 
+  std::vector<UniqueModule> libraries_;
   ComApartment apartment_;
   std::vector<UniqueCom<IUnknown>> objects_;
 };

@@ -19,8 +19,8 @@ import make_msix  # noqa: E402
 from identity_package_checker import (  # noqa: E402
     BLOCK_MAP, CONTENT_TYPES, MANIFEST, SIGNATURE, problems, read_archive)
 
-LIBRARY = os.path.join(PROGRAMS, "VeskardShellExt.dll")
-PICTURE = os.path.join(SOURCES, "contextmenu/artwork/menu_sync.svg")
+LIBRARY = os.path.join(PROGRAMS, "VeskardExplorerCommand.dll")
+PICTURE = os.path.join(SOURCES, "contextmenu/artwork/menu_agent.svg")
 BUILT = os.path.join(PROGRAMS, "VeskardExplorerCommand.msix")
 
 # openssl takes the fields in the certificate's own order.
@@ -123,7 +123,7 @@ class IdentityPackageTest(unittest.TestCase):
             self.assertIn(text, manifest)
 
     def test_another_version_has_another_class(self):
-        older = self.make(self.path("older.msix"), os.path.join(PROGRAMS, "tests/libraries/older_library.dll"))
+        older = self.make(self.path("older.msix"), os.path.join(PROGRAMS, "tests/libraries/older_explorer_command.dll"))
         self.assertEqual(problems(read(older)), [])
         self.assertIn('Version="2.7.1.0"', manifest_of(read(older)))
         self.assertEqual(manifest_of(read(older)).count("8AF59407-CC05-0002-0701-AE6472CC92B2"), 3)

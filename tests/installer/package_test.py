@@ -2,6 +2,8 @@
 package_test.py MAKE_MSI PROGRAMS_FOLDER VERSION ADMINISTRATORS_DOCUMENT"""
 
 import os
+import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -19,7 +21,16 @@ OLDER_LIBRARY = os.path.join(PROGRAMS, "tests/libraries/older_library.dll")
 PROBE = os.path.join(PROGRAMS, "shellprobe.exe")
 LIBRARY32 = os.path.join(PROGRAMS, "installer/x86/VeskardShellExt.dll")
 ICON = os.path.join(PROGRAMS, "shellext/contextmenu/menu_sync.ico")
-FILES = {"Library": LIBRARY, "Library32": LIBRARY32, "Probe": PROBE}
+FILES = {
+    "Library": LIBRARY,
+    "Library32": LIBRARY32,
+    "Probe": PROBE,
+    "Command": os.path.join(PROGRAMS, "VeskardExplorerCommand.dll"),
+    "Identity": os.path.join(PROGRAMS, "VeskardExplorerCommand.msix"),
+    "Notices": os.path.join(PROGRAMS, "THIRD-PARTY-NOTICES.txt"),
+}
+STEPS = os.path.join(PROGRAMS, "InstallerSteps.dll")
+MACHINE_FILES = {name: FILES[name] for name in ("Library", "Probe", "Command")} | {"Steps": STEPS}
 SHIPPED = os.path.join(PROGRAMS, f"VeskardShellExt-{VERSION}-x64.msi")
 OLDER = os.path.join(PROGRAMS, "tests/packages/older.msi")
 
@@ -66,22 +77,31 @@ class PackageTest(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def run_make_msi(self, name, *, architecture="x64", environment=None, **files):
-        files = {"Library": LIBRARY, "Library32": LIBRARY32, "Probe": PROBE, "Icon": ICON, **files}
+        files = {**FILES, "Icon": ICON, "Steps": STEPS, **files}
         words = [f"{file}={path}" for file, path in files.items() if path]
         return subprocess.run([sys.executable, "-B", MAKE_MSI, architecture, self.path(name), *words],
                               cwd=self.folder, capture_output=True, text=True,
                               env={**os.environ, **(environment or {})})
 
-    def make(self, library=LIBRARY, name="made.msi", architecture="x64", **environment):
-        result = self.run_make_msi(name, architecture=architecture, Library=library, environment=environment)
+    def make(self, library=LIBRARY, name="made.msi", **environment):
+        result = self.run_make_msi(name, Library=library, environment=environment)
         self.assertEqual(result.returncode, 0, result.stderr)
         return self.path(name)
 
     def copy(self, path, more=b""):
-        copy = self.path("copy")
-        with open(copy, "wb") as file:
-            file.write(read(path) + more)
-        return copy
+        return self.write("copy", read(path) + more)
+
+    def write(self, name, contents):
+        with open(self.path(name), "wb") as file:
+            file.write(contents)
+        return self.path(name)
+
+    def for_arm64(self, name):
+        """What stands in for a program of ARM64: another one with that machine in its header."""
+        contents = bytearray(read(MACHINE_FILES[name]))
+        header, = struct.unpack_from("<I", contents, 0x3C)
+        struct.pack_into("<H", contents, header + 4, 0xAA64)
+        return self.write(name + ".arm64", bytes(contents))
 
     def test_the_same_files_give_the_same_bytes(self):
         one = self.make(TZ="Asia/Tokyo", LC_ALL="C", PYTHONHASHSEED="1")
@@ -168,14 +188,14 @@ class PackageTest(unittest.TestCase):
 
     def test_an_upgrade_proves_the_new_libraries_before_it_touches_the_old_one(self):
         order = {row["Action"]: int(row["Sequence"]) for row in table(SHIPPED, "InstallExecuteSequence")}
-        steps = ["InstallInitialize",
+        steps = ["InstallInitialize", "UndoUnregisterIdentity", "UnregisterIdentity",
                  "UndoUnregisterLibrary", "UnregisterLibrary", "UndoUnregisterLibrary32", "UnregisterLibrary32",
                  "RemoveRegistryValues", "RemoveFiles", "InstallFiles", "InstallExecute",
                  "UndoReplaceLibrary", "UndoReplaceLibrary32",
                  "UndoProveLibrary", "ProveLibrary", "UndoProveLibrary32", "ProveLibrary32",
                  "InstallExecuteAgain", "RemoveExistingProducts", "WriteRegistryValues",
                  "UndoRegisterLibrary", "RegisterLibrary", "UndoRegisterLibrary32", "RegisterLibrary32",
-                 "RegisterProduct", "InstallFinalize"]
+                 "UndoRegisterIdentity", "RegisterIdentity", "RegisterProduct", "InstallFinalize"]
         self.assertEqual(sorted(steps, key=order.get), steps)
 
     # Its own half's regsvr32 registers each, where there is such a half.
@@ -189,22 +209,51 @@ class PackageTest(unittest.TestCase):
             self.assertNotIn("HALF_OF_32_BITS", conditions[action + "Library"])
             self.assertIn("(HALF_OF_32_BITS)", conditions[action + "Library32"])
 
-    def test_an_arm64_package_has_the_same_contents_for_another_platform(self):
-        arm64 = self.make(architecture="arm64")
+    def test_the_commands_for_powershell_hold_nothing_that_the_engine_reads_itself(self):
+        for row in table(SHIPPED, "CustomAction"):
+            if "Appx" in row["Target"] or "powershell" in row["Target"]:
+                self.assertNotRegex(row["Target"], r"[{}]")
+                self.assertLessEqual(len(row["Target"]), 255)
+                self.assertLessEqual(set(re.findall(r"\[(.*?)\]", row["Target"])),
+                                     {"System64Folder", "PowerShell", "RemoveForNewUsers", "VersionFolder"})
+
+    # It runs within the engine's own process, whatever else that has loaded.
+    def test_the_package_s_own_steps_need_nothing_but_the_system(self):
+        steps = self.path("steps.dll")
+        with open(steps, "wb") as file:
+            file.write(msiinfo("extract", SHIPPED, "Binary.Steps"))
+        self.assertEqual(read(steps), read(STEPS))
+        headers = subprocess.run(["objdump", "-p", steps], check=True, capture_output=True, text=True).stdout
+        self.assertLessEqual({name.lower() for name in re.findall(r"DLL Name: (\S+)", headers)},
+                             {"kernel32.dll", "msi.dll", "msvcrt.dll", "advapi32.dll", "user32.dll", "ole32.dll"})
+
+    def test_an_arm64_package_differs_in_its_programs_and_its_platform_only(self):
+        files = {name: self.for_arm64(name) for name in MACHINE_FILES}
+        result = self.run_make_msi("arm64.msi", architecture="arm64", **files)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        arm64 = self.path("arm64.msi")
         summary = msiinfo("suminfo", arm64).decode()
         self.assertIn("Template: Arm64;1033", summary)
         self.assertIn("Version: 500", summary)
         for name in msiinfo("tables", SHIPPED).decode().split():
-            if name != "_SummaryInformation":
+            if name not in ("_SummaryInformation", "MsiFileHash"):
                 self.assertEqual(table(arm64, name), table(SHIPPED, name), name)
         self.assertNotEqual(package_code(arm64), package_code(SHIPPED))
+
+    def test_a_program_for_another_machine_is_refused(self):
+        for name in [*MACHINE_FILES, "Library32"]:
+            wrong = LIBRARY if name == "Library32" else self.for_arm64(name)
+            result = self.run_make_msi("no.msi", **{name: wrong})
+            self.assertEqual(result.returncode, 1)
+            self.assertEqual(result.stderr, f"make_msi.py: {wrong} is not the {name} of a package for x64\n")
+        self.assertFalse(os.path.exists(self.path("no.msi")))
 
     def test_the_administrators_document_lists_every_value(self):
         with open(DOCUMENT, encoding="utf-8") as file:
             document = file.read()
         for row in table(SHIPPED, "Registry"):
             key = row["Key"].replace("Software\\Classes\\", "")
-            self.assertIn(f"`{key}`", document)
+            self.assertRegex(document, rf"`(HKEY_LOCAL_MACHINE\\)?{re.escape(key)}`")
             if row["Name"]:
                 self.assertIn(f"`{row['Name']}`", document)
         for name in [properties(SHIPPED)["ProductName"], properties(SHIPPED)["UpgradeCode"], VERSION,

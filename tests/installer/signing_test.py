@@ -12,6 +12,17 @@ import unittest
 SCRIPTS, PROGRAMS = sys.argv[1:3]
 del sys.argv[1:3]
 
+# What the installation package holds, by the names in it.
+INSIDE = {
+    "Library": "VeskardShellExt.dll",
+    "Library32": "installer/x86/VeskardShellExt.dll",
+    "Probe": "shellprobe.exe",
+    "Command": "VeskardExplorerCommand.dll",
+    "Identity": "VeskardExplorerCommand.msix",
+    "Notices": "THIRD-PARTY-NOTICES.txt",
+}
+SIGNED = [name for name in INSIDE if name != "Notices"]
+
 TIMESTAMP_SETTINGS = """
 [tsa]
 default_tsa = service
@@ -86,7 +97,7 @@ class SigningTest(unittest.TestCase):
         with open(cabinet, "wb") as file:
             subprocess.run(["msiinfo", "extract", package, "files.cab"], stdout=file, check=True)
         must("gcab", "--extract", "--directory=" + self.folder, cabinet)
-        return package, *(os.path.join(self.folder, name) for name in ("Library", "Library32", "Probe"))
+        return package, *(os.path.join(self.folder, name) for name in INSIDE)
 
     def verify(self, file, certificate, *more):
         return run("osslsigncode", "verify", "-CAfile", certificate, *more, "-in", file)
@@ -105,15 +116,32 @@ class SigningTest(unittest.TestCase):
         self.assertNotEqual(self.verify(file, self.certificate).returncode, 0, file)
 
     def test_a_package_is_unsigned_by_default(self):
-        package, library, library32, probe = self.package()
+        package, *inside = self.package()
         self.assert_unsigned(package)
-        self.assertEqual(read(library), read(self.built("VeskardShellExt.dll")))
-        self.assertEqual(read(library32), read(self.built("installer/x86/VeskardShellExt.dll")))
-        self.assertEqual(read(probe), read(self.built("shellprobe.exe")))
+        for path, built in zip(inside, INSIDE.values()):
+            self.assertEqual(read(path), read(self.built(built)), built)
 
     def test_a_package_is_signed_inside_and_outside(self):
-        for file in self.package(**self.pem):
+        package, *inside = self.package(**self.pem)
+        for file in [package, *(os.path.join(self.folder, name) for name in SIGNED)]:
             self.assert_signed(file)
+        self.assertEqual(len(inside), len(SIGNED) + 1)
+
+    # Handed out by itself too, for those who register it by other means.
+    def test_the_identity_package_beside_it_is_the_one_inside(self):
+        self.package(**self.pem)
+        inside = os.path.join(self.folder, "Identity")
+        beside, = [name for name in os.listdir(self.folder) if name.endswith(".msix")]
+        self.assertRegex(beside, r"^VeskardExplorerCommand-[0-9.]+\.msix$")
+        self.assertEqual(read(os.path.join(self.folder, beside)), read(inside))
+        self.assert_signed(inside)
+
+    def test_the_package_s_own_steps_are_signed(self):
+        package, *_ = self.package(**self.pem)
+        steps = os.path.join(self.folder, "steps.dll")
+        with open(steps, "wb") as file:
+            subprocess.run(["msiinfo", "extract", package, "Binary.Steps"], stdout=file, check=True)
+        self.assert_signed(steps)
 
     def test_what_was_built_stays_unsigned(self):
         before = read(self.built("VeskardShellExt.dll"))
