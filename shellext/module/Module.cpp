@@ -46,6 +46,8 @@ LogSwitchReader::~LogSwitchReader() {
   RefreshLogState();
 }
 
+ModuleUse::ModuleUse() noexcept = default;
+
 void PrepareModule() {
   if (moduleReady) return;  // tested without a lock
   const CriticalSectionHold hold(LogLock());

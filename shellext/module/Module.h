@@ -39,6 +39,10 @@ class LogSwitchReader {
 
 /// Both in one.
 class ModuleUse {
+ public:
+  ModuleUse() noexcept;
+
+ private:
   const LogSwitchReader logSwitch_;
   const ModuleReference reference_;
 };
