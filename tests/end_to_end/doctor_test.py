@@ -21,6 +21,7 @@ SERVER_KEYS = [f"{CLASSES}\\CLSID\\{class_id(index, VERSION)}\\InprocServer32" f
 FILE_TYPE = {f"{CLASSES}\\.ghpl": "Nimbrel Veskard Agent",
              f"{CLASSES}\\Nimbrel Veskard Agent\\DefaultIcon": "%1"}
 OWN = PROGRAMS.architecture()
+# In the 64-bit view, whichever kind of program asks.
 SWITCH_KEY = "HKLM\\Software\\Nimbrel\\Sync"
 
 
@@ -93,8 +94,8 @@ class DoctorTest(unittest.TestCase):
         self.expect(23)
 
     def test_a_log_that_is_switched_off_needs_no_folder(self):
-        PROGRAMS.must("reg", "add", SWITCH_KEY, "/v", "ShellExtLog", "/t", "REG_DWORD", "/d", "0", "/f")
-        self.addCleanup(PROGRAMS.must, "reg", "delete", SWITCH_KEY, "/v", "ShellExtLog", "/f")
+        PROGRAMS.must("reg", "add", SWITCH_KEY, "/v", "ShellExtLog", "/t", "REG_DWORD", "/d", "0", "/f", "/reg:64")
+        self.addCleanup(PROGRAMS.must, "reg", "delete", SWITCH_KEY, "/v", "ShellExtLog", "/f", "/reg:64")
         shutil.rmtree(self.agent_folder)
         self.expect(0, "        it is switched off (ShellExtLog is 0)")
 
