@@ -3,7 +3,7 @@
 # where build/arm64/ is built, and the identity package that both contain.
 #
 #   scripts/package.sh                     builds first; the packages are in build/package/
-#   scripts/package.sh --from FOLDER       packs the programs of this build folder; a
+#   scripts/package.sh --from FOLDER       packs the programs of this build folder, or of several
 #                                          folder called arm64 gives the package for ARM64
 #   scripts/package.sh --to FOLDER         puts the packages there
 #
@@ -17,7 +17,7 @@ folders=()
 result="$build/package"
 while [ $# -gt 0 ]; do
   case "$1 ${2:+VALUE}" in
-    "--from VALUE") folders=("$(realpath -m "$2")") ;;
+    "--from VALUE") folders+=("$(realpath -m "$2")") ;;
     "--to VALUE") result=$(realpath -m "$2") ;;
     "--from " | "--to ") wrong_usage "$1 needs a folder" ;;
     *) wrong_usage "there is no option $1" ;;

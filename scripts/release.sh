@@ -85,14 +85,11 @@ say "packing"
 # Signed or not, the name tells.
 suffix=-unsigned
 [ -z "${VESKARD_SIGN_CERTIFICATE:-}" ] || suffix=
-for flavour in win64 "${flavours[@]:2}"; do
-  run "$build/logs/release-package-$flavour.log" scripts/package.sh --from "$build/$flavour" --to "$work/$flavour"
-  for package in "$work/$flavour"/*.msi "$work/$flavour"/*.msix; do
-    [ -f "$package" ] || continue
-    name=$(basename "$package")
-    case "$name" in *"$version"*) ;; *) name="${name%.*}-$version-$(architecture_of "$flavour").${name##*.}" ;; esac
-    cp "$package" "$release/${name%.*}$suffix.${name##*.}"
-  done
+run "$build/logs/release-package.log" scripts/package.sh --from "$build/win64" \
+  $([ ! -f "$build/arm64/build.ninja" ] || echo --from "$build/arm64") --to "$work/packages"
+for package in "$work/packages"/*; do
+  name=$(basename "$package")
+  cp "$package" "$release/${name%.*}$suffix.${name##*.}"
 done
 
 symbols="VeskardShellExt-$version-symbols"
