@@ -3,8 +3,8 @@
 # where build/arm64/ is built, and the identity package that both contain.
 #
 #   scripts/package.sh                     builds first; the packages are in build/package/
-#   scripts/package.sh --from FOLDER       packs the programs of this build folder, or of several
-#                                          folder called arm64 gives the package for ARM64
+#   scripts/package.sh --from FOLDER       packs the programs of this build folder; may be
+#                                          repeated; one called arm64 gives ARM64's package
 #   scripts/package.sh --to FOLDER         puts the packages there
 #
 # They are unsigned unless VESKARD_SIGN_CERTIFICATE names a certificate; then the
