@@ -82,7 +82,7 @@ mkdir "$release"
 moment=$(git log -1 --format=%ct)
 
 say "packing"
-# Signed or not, the name tells.
+# The name shows whether the folder is signed.
 suffix=-unsigned
 [ -z "${VESKARD_SIGN_CERTIFICATE:-}" ] || suffix=
 run "$build/logs/release-package.log" scripts/package.sh --from "$build/win64" \

@@ -19,6 +19,10 @@ LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`\n]+)`")
 FENCE = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 
+# Words that CONTRIBUTING.md asks to avoid, and claims that nobody can make before Windows has shown them.
+AVOIDED = re.compile(r"\b(tells|believes|forgets|shall|mends|mended|proof|proven)\b|laid down|next to (all|nothing)|"
+                     r"the road of|none of ours|where it stands|\bbut for\b|\bused to (be|do|have)\b", re.IGNORECASE)
+
 # What pages name of Windows and no source does.
 NAMES_OF_WINDOWS = {"DependentLoadFlags", "DumpType", "ImpersonateNamedPipeClient", "SysWOW64"}
 
@@ -160,6 +164,15 @@ class DocumentsTest(unittest.TestCase):
                 if not argument.startswith('L"'):
                     others[source] = argument
         self.assertEqual(others, {"shellext/contextmenu/MenuInspection.cpp": "command.addedLine"})
+
+    def test_the_words_to_avoid_do_not_occur(self):
+        places = [*documents(), *(path for path in tree_files() if path.startswith(("scripts/", "tools/")))]
+        for place in places:
+            for number, line in enumerate(read(place).splitlines(), 1):
+                if place == "CONTRIBUTING.md" and line.startswith("- Avoid: "):
+                    continue  # the list itself
+                with self.subTest(place, line=number):
+                    self.assertIsNone(AVOIDED.search(line), line)
 
     def test_every_option_of_the_stand_in_is_explained(self):
         page = read("docs/marks-and-messages.md")

@@ -54,7 +54,7 @@ TEST_F(InsightTest, ExplainTellsTheWholeChain) {
   for (const char* text :
        {"the menu handler for \"*\" is {8AF59405-", "\\Root\\.sync\\FolderType, ", "\"mode\": 1",
         "selective sync: yes", "who is the current user", "being received, 45 %", "has a free instance",
-        "Cancel receiving          shown: a placeholder is selected that is being received",
+        "Cancel receiving          shown: a selected placeholder is being received",
         "Remove from all devices   greyed: the folder's type is not 2"}) {
     EXPECT_THAT(result.output, HasSubstr(text));
   }
@@ -126,8 +126,7 @@ TEST_F(InsightTest, ExplainTellsAMutexThatThisUserMayNotOpen) {
       HasSubstr("BAD   it is running, but this user may not open its mutex Global\\pipesynccmd_SIT\n"));
   EXPECT_FALSE(explanation.HasMenu());
   EXPECT_THAT(explanation.commands[2].reason,
-              "this user may not open the agent's mutex; otherwise shown: a file is selected that is on this "
-              "device");
+              "this user may not open the agent's mutex; otherwise shown: a selected file is on this device");
 }
 
 TEST_F(InsightTest, ExplainTellsABusyPipe) {
@@ -176,7 +175,7 @@ class InstalledTest : public InsightTest {
 TEST_F(InstalledTest, DoctorFindsAGoodInstallationGood) {
   const ToolResult result = Probe({L"doctor"});
   EXPECT_EQ(result.exitCode, 0u) << result.output;
-  EXPECT_THAT(result.output, HasSubstr("ok    the four values that all programs share are there"));
+  EXPECT_THAT(result.output, HasSubstr("ok    the four values that all programs share exist"));
   EXPECT_THAT(result.output, HasSubstr("ok    both classes can be activated"));
   EXPECT_THAT(Probe({L"doctor", L"--json"}).output, HasSubstr("{\"healthy\": true, "));
 }
@@ -280,7 +279,7 @@ class OtherViewTest : public InstalledTest {
 
 TEST_F(OtherViewTest, AViewWithNothingOfOursIsToldAndNotBad) {
   const Report report = Diagnose();
-  ExpectLine(report, "        " + other_ + " programs will see no menu: no library is registered for them");
+  ExpectLine(report, "        " + other_ + " programs show no menu: no library is registered for them");
   EXPECT_FALSE(report.HasBad()) << report.AsText();
 }
 
@@ -290,8 +289,8 @@ TEST_F(OtherViewTest, ALibraryThatFitsShowsTheMenu) {
   ExpectLine(report, "  ok    it is for " + other_ + " programs");
   ExpectLine(report,
              "        the classes are not tried: shellprobe itself is one of the " + own_ + " programs");
-  ExpectLine(report, "  ok    " + own_ + " programs see the menu");
-  ExpectLine(report, "  ok    " + other_ + " programs see the menu");
+  ExpectLine(report, "  ok    " + own_ + " programs show the menu");
+  ExpectLine(report, "  ok    " + other_ + " programs show the menu");
   EXPECT_FALSE(report.HasBad()) << report.AsText();
 }
 
@@ -300,15 +299,15 @@ TEST_F(OtherViewTest, ALibraryOfTheWrongArchitectureShowsNoMenu) {
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kArchitectureFact));
   ExpectLine(report, "  BAD   it is for " + own_ + " programs: " + other_ + " programs cannot load it");
-  ExpectLine(report, "  BAD   " + other_ +
-                         " programs will see no menu: they cannot load the library that is registered");
+  ExpectLine(report,
+             "  BAD   " + other_ + " programs show no menu: they cannot load the library that is registered");
 }
 
 TEST_F(OtherViewTest, ALibraryThatIsGoneShowsNoMenu) {
   RegisterInOtherView(L"C:\\gone.dll");
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kLibraryFact));
-  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their library is not there");
+  ExpectLine(report, "  BAD   " + other_ + " programs show no menu: their library does not exist");
 }
 
 TEST_F(OtherViewTest, AnIncompleteRegistrationIsBad) {
@@ -317,8 +316,8 @@ TEST_F(OtherViewTest, AnIncompleteRegistrationIsBad) {
   ASSERT_EQ(::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, server.c_str(), kOther.flag, 0), ERROR_SUCCESS);
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kRegistrationFact));
-  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their registration is incomplete");
-  ExpectLine(report, "  ok    " + own_ + " programs see the menu");
+  ExpectLine(report, "  BAD   " + other_ + " programs show no menu: their registration is incomplete");
+  ExpectLine(report, "  ok    " + own_ + " programs show the menu");
 }
 
 // As the installation lays them: the library of Explorer, and the other one in "x86" there.
@@ -330,7 +329,7 @@ TEST_F(OtherViewTest, ALibraryAtItsUsualPlaceThatIsNotRegisteredIsBad) {
   const std::wstring other = MakeUsualLibrary();
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kRegistrationFact));
-  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: no library is registered for them");
+  ExpectLine(report, "  BAD   " + other_ + " programs show no menu: no library is registered for them");
   ExpectLine(report, "        to register it, as administrator: shellprobe doctor --repair");
   EXPECT_THAT(RepairWithoutStarting(), ElementsAre(FieldsAre(testing::_, HasSubstr(other))));
 }
@@ -339,7 +338,7 @@ TEST_F(OtherViewTest, AnOlderLibraryShowsNoMenu) {
   RegisterInOtherView(OtherLibrary(L"older.dll", OlderLibraryPath()));
   const Report report = Diagnose();
   EXPECT_TRUE(report.HasBad(kVersionFact));
-  ExpectLine(report, "  BAD   " + other_ + " programs will see no menu: their library is of another version");
+  ExpectLine(report, "  BAD   " + other_ + " programs show no menu: their library is of another version");
 }
 
 TEST_F(OtherViewTest, RepairStartsTheRegistrarOfTheOtherPrograms) {
@@ -401,7 +400,7 @@ TEST_F(InstalledTest, DoctorFindsALibraryThatIsGone) {
   }
   const ToolResult result = Probe({L"doctor"});
   EXPECT_EQ(result.exitCode, 21u);
-  EXPECT_THAT(result.output, HasSubstr("a library that is not there: C:\\gone.dll"));
+  EXPECT_THAT(result.output, HasSubstr("a library that does not exist: C:\\gone.dll"));
 }
 
 TEST_F(InstalledTest, DoctorMissesTheBindingOfTheExtension) {

@@ -19,7 +19,7 @@ TABLE = [
     # the probe
     ("shellprobe.exe", "Acts on the Explorer extension as Explorer does", {
         "": "which command?", "dance": 'there is no command "dance"'}),
-    ("shellprobe.exe explain", "Tells why the paths get the commands that they get", {
+    ("shellprobe.exe explain", "Gives the reason for each command of the paths", {
         "": "something is missing: shellprobe explain PATH...", "--xml a": "there is no option --xml"}),
     ("shellprobe.exe doctor", "Checks the installation", {
         "now": 'cannot use "now" here', "--dll": "--dll needs a value",

@@ -57,9 +57,9 @@ class DoctorTest(unittest.TestCase):
             PROGRAMS.must("reg", "add", key, "/ve", "/d", library, "/f")
 
     def test_all_is_well(self):
-        self.expect(0, "  ok    the four values that all programs share are there",
-                    "  ok    the six values of the classes are there", f"  ok    it is for {OWN} programs",
-                    f"  ok    {OWN} programs see the menu", "  ok    texts are English")
+        self.expect(0, "  ok    the four values that all programs share exist",
+                    "  ok    the six values of the classes exist", f"  ok    it is for {OWN} programs",
+                    f"  ok    {OWN} programs show the menu", "  ok    texts are English")
 
     def test_a_user_who_speaks_german(self):
         self.expect(0, "  ok    texts come from German!de.txt", '        for example "Auf dieses Gerät synchronisieren"',

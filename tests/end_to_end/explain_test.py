@@ -146,14 +146,14 @@ class ExplainTest(unittest.TestCase):
     def test_outside_every_folder(self):
         with Agent():
             facts = self.expect_no_menu(self.explain(TREE + "\\plain.txt"),
-                                        "the first item is no content of a synchronised folder")
+                                        "the first item is not in a synchronised folder")
         self.expect(facts, root=("bad", "neither the item nor a folder above it holds the mark .sync\\ID"))
 
     def test_inside_the_root_s_own_folder(self):
         lay_root(TREE)
         with Agent():
             facts = self.expect_no_menu(self.explain(TREE + "\\.sync\\ID"),
-                                        "the first item is no content of a synchronised folder")
+                                        "the first item is not in a synchronised folder")
         self.expect(facts, root=("bad", TREE, f"the item is one of the agent's own files: it lies in .sync of {TREE}"))
 
     def test_nested_folders(self):
@@ -171,7 +171,7 @@ class ExplainTest(unittest.TestCase):
         self.expect(itself[0], root=("good", TREE), nested=("note", inner), selective=("good", "yes"),
                     mark=("note", inner + "\\.sync\\FolderType"))
         self.assertEqual(itself[1:], (["shown", "hidden", "shown", "greyed"],
-                         ["a folder is selected", "no placeholder is selected that is being received",
+                         ["a folder is selected", "no selected placeholder is being received",
                           "a folder is selected", "the folder's type is not 2"], 0))
         self.expect(outer[0], nested=("note", "the item is the root itself"))
 
@@ -187,7 +187,7 @@ class ExplainTest(unittest.TestCase):
     def test_a_root_without_a_record(self):
         write(TREE + "\\.sync\\ID", b"")
         facts, *_ = self.explain(TREE + "\\plain.txt")
-        self.expect(facts, mark=("note", "there is no record of it; everything counts as unset"),
+        self.expect(facts, mark=("note", "it has no record; every value counts as unset"),
                     selective=("bad", "no"), owner=("good", "it belongs to everyone"))
 
     def test_damage_is_told_by_its_byte(self):
@@ -199,7 +199,7 @@ class ExplainTest(unittest.TestCase):
                 (b"d4:modei1e99:type", "it is damaged at byte 10" + unset),
                 (b"d4:modei1e4:modei1ee", "it is damaged at byte 10" + unset),
                 (b"d4:modee", "it is damaged at byte 7" + unset),
-                (b"l4:modee", 'it holds no dictionary but [ "mode" ]' + unset),
+                (b"l4:modee", 'it is not a dictionary: [ "mode" ]' + unset),
                 (b" " * (16 * 1024 * 1024 + 1), "it is larger than any mark and is not read" + unset)]:
             with self.subTest(contents[:20]):
                 record(TREE, contents)
@@ -249,7 +249,7 @@ class ExplainTest(unittest.TestCase):
         self.expect(facts, mark=("note", "it has no mark; nothing is being received"))
         write(file + ":VLKDOWN", b"2222")
         facts, *_ = self.explain(file)
-        self.expect(facts, content=("bad", "it has fewer than 8 bytes and says nothing"))
+        self.expect(facts, content=("bad", "it has fewer than 8 bytes and counts as not being received"))
         write(file + ":com.nimbrel.VeskardAgent", b"d10:vlk_statusi4")
         facts, *_ = self.explain(file)
         self.expect(facts, content=("bad", "16"), item=("note", f"{file}: a placeholder, not being received"))
@@ -258,7 +258,7 @@ class ExplainTest(unittest.TestCase):
         lay_root(TREE)
         facts, states, reasons, code = self.explain(TREE + "\\plain.txt")
         self.assertEqual((states, code), (["hidden"] * 4, 14))
-        self.assertEqual(reasons[2], "no agent is there; otherwise shown: a file is selected that is on this device")
+        self.assertEqual(reasons[2], "the agent does not run; otherwise shown: a selected file is on this device")
         self.expect(facts, mutex=("bad", SERVICE_MUTEX), pipe=("note", SERVICE_PIPE))
 
     def test_the_user_s_agent_is_not_the_service_s(self):
@@ -274,7 +274,7 @@ class ExplainTest(unittest.TestCase):
             facts, states, _, code = self.explain(TREE + "\\plain.txt")
         self.assertEqual((states, code), (["hidden", "hidden", "shown", "shown"], 0))
         self.expect(facts, mutex=("good", SERVICE_MUTEX),
-                    pipe=("bad", f"its pipe {SERVICE_PIPE} is not there; a chosen command would be lost"))
+                    pipe=("bad", f"its pipe {SERVICE_PIPE} does not exist; a chosen command would be lost"))
 
     def test_several_items_and_one_that_is_gone(self):
         lay_root(TREE)
@@ -284,8 +284,8 @@ class ExplainTest(unittest.TestCase):
             _, states, reasons, _ = self.explain(*paths)
             gone_first = self.explain(TREE + "\\gone.txt", TREE)
         self.assertEqual(states, ["shown", "shown", "shown", "greyed"])
-        self.assertEqual(reasons[3], "a placeholder is selected that is being received")
-        self.assertIn("first item is not there", gone_first[0]["root"]["text"])
+        self.assertEqual(reasons[3], "a selected placeholder is being received")
+        self.assertIn("first item does not exist", gone_first[0]["root"]["text"])
         self.assertEqual(gone_first[1], ["hidden"] * 4)
 
     def test_a_name_too_long_for_the_menu(self):
@@ -304,8 +304,8 @@ class ExplainTest(unittest.TestCase):
         with Agent():
             facts, states, reasons, code = self.explain(TREE + "\\plain.txt")
         self.assertEqual((states, code), (["hidden"] * 4, 14))
-        self.assertEqual(reasons[2], "no menu handler is registered for the first item; otherwise shown: a file is "
-                                     "selected that is on this device")
+        self.assertEqual(reasons[2], "no menu handler is registered for the first item; otherwise shown: a "
+                                     "selected file is on this device")
         self.expect(facts, handler=("bad", "no menu handler is registered: no " +
                                     MENU_KEY.replace("HKLM", "HKEY_LOCAL_MACHINE")))
 
@@ -315,8 +315,8 @@ class ExplainTest(unittest.TestCase):
         with open(os.path.join(FOLDER, "VeskardShellExt.dll"), "rb") as whole:
             write(TREE + "\\cut.dll", whole.read(4096))
         for library, fact, text in [
-                ("C:\\gone.dll", "library", "the registry names a library that is not there: C:\\gone.dll"),
-                (TREE + "\\plain.txt", "architecture", "it is no library"),
+                ("C:\\gone.dll", "library", "the registry names a library that does not exist: C:\\gone.dll"),
+                (TREE + "\\plain.txt", "architecture", "it is not a library"),
                 (TREE + "\\cut.dll", "exports", None),
                 ("C:\\windows\\system32\\version.dll", "exports", "it loads but has no DllGetClassObject"),
                 (OLDER_LIBRARY, "version", f"its version is 2.7.1, this program's is {VERSION}"),
@@ -346,7 +346,7 @@ class ExplainTest(unittest.TestCase):
         PROGRAMS.must("reg", "add", ICON_SERVER_KEY, "/ve", "/d", "C:\\gone.dll", "/f")
         with Agent():
             gone = self.explain(TREE + "\\plain.txt")
-        self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class is not tried: its "
+        self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class was not activated: its "
                                                                "library is missing or another one"))
         PROGRAMS.must("reg", "delete", ICON_KEY, "/f")
         with Agent():

@@ -168,8 +168,8 @@ class IdentityTest(unittest.TestCase):
         answer = self.explain(TREE + "\\plain.txt")
         self.assertEqual(self.states(answer["commands"]), ["hidden", "hidden", "shown", "shown"])
         self.assertEqual(self.states(answer["firstMenu"]), ["hidden"] * 4)
-        self.assertEqual(answer["firstMenu"][2]["reason"], "no identity is registered; otherwise shown: a file is "
-                                                           "selected that is on this device")
+        self.assertEqual(answer["firstMenu"][2]["reason"], "no identity is registered; otherwise shown: a "
+                                                           "selected file is on this device")
 
     def test_an_installation_without_a_package(self):
         os.remove(on_disk(INSTALLED + "\\VeskardExplorerCommand.msix"))
@@ -222,7 +222,7 @@ class IdentityTest(unittest.TestCase):
         answer = self.explain(TREE + "\\plain.txt")
         self.assertFalse(answer["menu"])
         for commands in [answer["commands"], answer["firstMenu"]]:
-            self.assertTrue(commands[2]["reason"].startswith("no agent is there; otherwise shown: "))
+            self.assertTrue(commands[2]["reason"].startswith("the agent does not run; otherwise shown: "))
 
     def test_a_name_that_only_the_first_menu_takes_whole(self):
         self.keep(USER_KEY, full_name())

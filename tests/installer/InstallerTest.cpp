@@ -113,18 +113,18 @@ TEST_F(InstallerTest, TheInstalledDoctorFindsTheInstallationGood) {
   EXPECT_EQ(result.exitCode, 0u);
   EXPECT_EQ(result.errors, "");
   const std::string version = ToUtf8(kVersionText);
-  std::vector<std::string> lines = {"the four values that all programs share are there",
-                                    "the six values of the classes are there",
+  std::vector<std::string> lines = {"the four values that all programs share exist",
+                                    "the six values of the classes exist",
                                     "the library is " + ToUtf8(LibraryOf(kVersionText)),
                                     "its version is " + version,
                                     "both classes can be activated",
-                                    "64-bit programs see the menu",
+                                    "64-bit programs show the menu",
                                     "\".ghpl\" files have the type that the icons are for",
-                                    "the type lets each file have an icon of its own",
+                                    "the type gives each file its own icon",
                                     "texts are English"};
   if (HasHalfOf32Bits()) {
     lines.push_back("the library is " + ToUtf8(LibraryFor32BitsOf(kVersionText)));
-    lines.push_back("32-bit programs see the menu");
+    lines.push_back("32-bit programs show the menu");
   }
   for (const std::string& line : lines) EXPECT_THAT(result.output, HasSubstr(line + "\n"));
   EXPECT_THAT(result.output, Not(HasSubstr("BAD")));

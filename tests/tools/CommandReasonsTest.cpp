@@ -47,17 +47,17 @@ TEST(CommandReasonsTest, EachCommandHasTheReasonOfItsRule) {
   MenuSelection forbidden = with(&MenuSelection::hasLocalFile);
   forbidden.removeAllDisabled = true;
   const std::string noDownload = "no folder is selected, and no placeholder that is not being received";
-  const std::string noReceiving = "no placeholder is selected that is being received";
+  const std::string noReceiving = "no selected placeholder is being received";
   const std::string noFile = "no folder is selected, and no file that is on this device";
-  const std::string file = "a file is selected that is on this device";
+  const std::string file = "a selected file is on this device";
   const std::string type = "the folder's type is 2";
   const Row rows[] = {
       {folder, {"a folder is selected", noReceiving, "a folder is selected", type}},
       {with(&MenuSelection::needsDownload),
-       {"a placeholder is selected that is not being received", noReceiving, noFile, type}},
+       {"a selected placeholder is not being received", noReceiving, noFile, type}},
       {with(&MenuSelection::receiving),
-       {noDownload, "a placeholder is selected that is being received", noFile,
-        "a placeholder is selected that is being received"}},
+       {noDownload, "a selected placeholder is being received", noFile,
+        "a selected placeholder is being received"}},
       {with(&MenuSelection::hasLocalFile), {noDownload, noReceiving, file, type}},
       {forbidden, {noDownload, noReceiving, file, "the folder forbids removing from all devices"}},
   };
@@ -74,7 +74,7 @@ TEST(CommandReasonsTest, AFolderThatRulesTheMenuOutIsTheReasonForAll) {
   whole.isSelective = false;
   MenuSelection foreign = InOwnFolder();
   foreign.isOwner = false;
-  EXPECT_EQ(ExplainCommands(outside)[0].reason, "the first item is no content of a synchronised folder");
+  EXPECT_EQ(ExplainCommands(outside)[0].reason, "the first item is not in a synchronised folder");
   EXPECT_EQ(ExplainCommands(whole)[2].reason, "the folder is synchronised whole, not selectively");
   EXPECT_EQ(ExplainCommands(foreign)[3].reason, "the folder belongs to another user");
 }
@@ -82,7 +82,7 @@ TEST(CommandReasonsTest, AFolderThatRulesTheMenuOutIsTheReasonForAll) {
 TEST(CommandReasonsTest, GreyIsExplainedByTheTypeBeforeTheReceiving) {
   MenuSelection selection = InOwnFolder();
   selection.receiving = true;
-  EXPECT_EQ(ExplainCommands(selection)[3].reason, "a placeholder is selected that is being received");
+  EXPECT_EQ(ExplainCommands(selection)[3].reason, "a selected placeholder is being received");
   selection.removableEverywhere = false;
   EXPECT_EQ(ExplainCommands(selection)[3].reason, "the folder's type is not 2");
 }

@@ -91,9 +91,8 @@ TEST_F(DiagnosisTest, ASystemWithoutAFolderForTheLogIsTold) {
 TEST_F(DiagnosisTest, OnArmX64ProgramsSeeNoMenu) {
   const Report report = DiagnoseInstallation({Architecture::kArm64, true, 22631});
   EXPECT_THAT(report.AsText(), HasSubstr("\nARM64 programs\n"));
-  EXPECT_THAT(
-      report.AsText(),
-      HasSubstr("64-bit programs made for x64 will see no menu: they cannot load the ARM64 library\n"));
+  EXPECT_THAT(report.AsText(),
+              HasSubstr("64-bit programs made for x64 show no menu: they cannot load the ARM64 library\n"));
   EXPECT_THAT(DiagnoseInstallation({Architecture::k64Bit, true, 22631}).AsText(), Not(HasSubstr("x64")));
 }
 
@@ -106,13 +105,13 @@ TEST_F(DiagnosisTest, OnArmALibraryForX64IsTheWrongOne) {
   EXPECT_THAT(report.AsText(), HasSubstr("ARM64 programs cannot load it\n"));
   EXPECT_THAT(
       report.AsText(),
-      HasSubstr("BAD   ARM64 programs will see no menu: they cannot load the library that is registered\n"));
+      HasSubstr("BAD   ARM64 programs show no menu: they cannot load the library that is registered\n"));
 }
 
 TEST_F(DiagnosisTest, AWindowsWithout32BitProgramsMissesNothing) {
   const Report report = DiagnoseInstallation({Architecture::k64Bit, false, 22631});
   EXPECT_THAT(report.AsText(), HasSubstr("\n32-bit programs\n"
-                                         "        this Windows runs none: it has no 32-bit half\n"));
+                                         "        this Windows runs none: it has no 32-bit support\n"));
 }
 
 TEST_F(DiagnosisTest, A32BitWindowsHasOneView) {

@@ -135,7 +135,7 @@ TEST_F(FirstMenuDiagnosisTest, AForeignIdentityIsNotOurs) {
 TEST_F(FirstMenuDiagnosisTest, WithoutThePackageFileThePublisherIsNotKnown) {
   state_.file.reset();
   Expect(nullptr,
-         {"        whether it is ours cannot be told: there is no readable VeskardExplorerCommand.msix "
+         {"        its publisher cannot be checked: there is no readable VeskardExplorerCommand.msix "
           "to compare it with"});
 }
 

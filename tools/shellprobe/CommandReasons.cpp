@@ -16,7 +16,7 @@ CommandState StateOf(CommandOffset command, const MenuSelection& selection) {
 
 // Rules about the folder hide every command.
 const char* FolderReason(const MenuSelection& s) {
-  if (!s.inSyncFolder) return "the first item is no content of a synchronised folder";
+  if (!s.inSyncFolder) return "the first item is not in a synchronised folder";
   if (!s.isSelective) return "the folder is synchronised whole, not selectively";
   if (!s.isOwner) return "the folder belongs to another user";
   return nullptr;
@@ -25,11 +25,11 @@ const char* FolderReason(const MenuSelection& s) {
 const char* ShownReason(CommandOffset command, const MenuSelection& s) {
   switch (command) {
     case CommandOffset::kSyncToThisDevice:
-      return s.anyDirectory ? "a folder is selected" : "a placeholder is selected that is not being received";
+      return s.anyDirectory ? "a folder is selected" : "a selected placeholder is not being received";
     case CommandOffset::kCancelReceiving:
-      return "a placeholder is selected that is being received";
+      return "a selected placeholder is being received";
     case CommandOffset::kRemoveFromThisDevice:
-      return s.anyDirectory ? "a folder is selected" : "a file is selected that is on this device";
+      return s.anyDirectory ? "a folder is selected" : "a selected file is on this device";
     default:
       return "the folder's type is 2";
   }
@@ -40,7 +40,7 @@ const char* HiddenReason(CommandOffset command) {
     case CommandOffset::kSyncToThisDevice:
       return "no folder is selected, and no placeholder that is not being received";
     case CommandOffset::kCancelReceiving:
-      return "no placeholder is selected that is being received";
+      return "no selected placeholder is being received";
     case CommandOffset::kRemoveFromThisDevice:
       return "no folder is selected, and no file that is on this device";
     default:
@@ -50,8 +50,7 @@ const char* HiddenReason(CommandOffset command) {
 
 // Only "Remove from all devices" is ever greyed.
 const char* GreyedReason(const MenuSelection& s) {
-  return s.removableEverywhere ? "a placeholder is selected that is being received"
-                               : "the folder's type is not 2";
+  return s.removableEverywhere ? "a selected placeholder is being received" : "the folder's type is not 2";
 }
 
 const char* ReasonFor(CommandOffset command, CommandState state, const MenuSelection& selection) {

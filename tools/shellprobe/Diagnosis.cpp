@@ -26,12 +26,11 @@ void ReportOtherPrograms(Report& report, const Machine& machine) {
   if (machine.windows == Architecture::kArm64) {
     report.Section("64-bit programs made for x64");
     report.Note(kProgramsFact,
-                "64-bit programs made for x64 will see no menu: they cannot load the ARM64 library",
-                "64-bit");
+                "64-bit programs made for x64 show no menu: they cannot load the ARM64 library", "64-bit");
   }
   if (!machine.runs32Bit) {
     report.Section("32-bit programs");
-    report.Note(kProgramsFact, "this Windows runs none: it has no 32-bit half", "32-bit");
+    report.Note(kProgramsFact, "this Windows runs none: it has no 32-bit support", "32-bit");
   }
 }
 
@@ -48,7 +47,7 @@ void CheckBinding(Report& report) {
 // "%1": each file has an icon of its own. The Shell asks an icon handler only then.
 void CheckTypeIcon(Report& report) {
   const auto icon = ReadMachineText(kTypeIconKey);
-  if (icon == L"%1") return report.Good(kFileTypeFact, "the type lets each file have an icon of its own");
+  if (icon == L"%1") return report.Good(kFileTypeFact, "the type gives each file its own icon");
   const std::string found = icon ? "is \"" + ToUtf8(*icon) + "\"" : "is missing";
   report.Bad(kFileTypeFact,
              "the type's DefaultIcon " + found + "; it should be \"%1\": no placeholder icons");

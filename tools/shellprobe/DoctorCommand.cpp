@@ -12,7 +12,7 @@ namespace veskard {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--repair", nullptr, "register anew what is broken, then check (as administrator)"},
+    {"--repair", nullptr, "register what is broken, then check (as administrator)"},
     {"--dll", "FILE", "with --repair: register this library, for the programs that can load it"},
     {"--json", nullptr, "print one JSON object"},
 };
@@ -56,18 +56,18 @@ const CommandSpec kDoctorSpec = {
     .maximumArguments = 0,
     .options = kOptions,
     .notes =
-        "64-bit and 32-bit programs, file dialogs for example, each need a library of their own. Every\n"
-        "kind that this Windows runs is checked. --repair registers what they miss: the library that\n"
-        "the registry names, or VeskardShellExt.dll beside this program or in the folder x86 there.\n"
+        "64-bit and 32-bit programs each need a library of their own kind. Each kind that this Windows\n"
+        "runs is checked. --repair registers the library that the registry names, or else\n"
+        "VeskardShellExt.dll beside this program or in the folder x86 there.\n"
         "\n"
-        "Asking whether the classes can be activated may add lines to the diagnostic log, and a\n"
-        "translator's check file beside this program gets its report.\n"
+        "Activating the classes may add lines to the diagnostic log, and may write the report of a\n"
+        "translator's check file beside this program.\n"
         "\n"
-        "Exit codes: 0 all well; 1 the repair failed; 2 wrong command line; otherwise the first of\n"
-        "these: 20 a registry value is wrong; 21 the library is missing, of another version, for\n"
-        "other programs or cannot be used; 22 the placeholders' file type is wrong; 23 the log cannot be "
-        "written; 24 the texts\n"
-        "cannot be read; 25 Explorer's own menu on Windows 11 lacks the commands.\n",
+        "Exit codes: 0 no fault; 1 the repair failed; 2 wrong command line; otherwise the first fault:\n"
+        "20 a registry value is wrong; 21 the library is missing, of another version, for other\n"
+        "programs or cannot be used; 22 the placeholders' file type is wrong; 23 the log cannot be\n"
+        "written; 24 the texts cannot be read; 25 Explorer's own menu on Windows 11 lacks the\n"
+        "commands.\n",
 };
 
 int RunDoctor(const Arguments& arguments) {

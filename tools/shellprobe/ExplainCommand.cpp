@@ -65,23 +65,23 @@ const CommandSpec kExplainSpec = {
     .program = "shellprobe",
     .name = "explain",
     .arguments = "PATH...",
-    .summary = "Tells why the paths get the commands that they get, or none.",
+    .summary = "Gives the reason for each command of the paths: shown, greyed or hidden.",
     .minimumArguments = 1,
     .maximumArguments = kAnyNumber,
     .options = kOptions,
     .notes =
-        "The paths are judged as one selection, as if they were right-clicked together: the first\n"
-        "decides the folder. Begin with the reasons under Commands, then look for the line with BAD\n"
-        "that tells more; not every such line hides a command.\n"
+        "The paths are one selection, as if they were right-clicked together. The first decides the\n"
+        "folder. Begin with the reasons under Commands, then look for the lines with BAD; not every\n"
+        "such line hides a command.\n"
         "\n"
-        "On Windows 11, Explorer has a menu of its own before the classic one; its commands are\n"
+        "On Windows 11 Explorer has a menu of its own before the classic one. Its commands are\n"
         "explained too.\n"
         "\n"
-        "It only reads: nothing is changed, the diagnostic log gets no line, and a translator's\n"
-        "check file is not tried.\n"
+        "This changes nothing, writes no line of the diagnostic log, and reads no translator's check\n"
+        "file.\n"
         "\n"
-        "Exit codes: 0 a menu gets commands; 1 a PATH is none, or COM cannot start; 2 wrong command line;\n"
-        "14 none does.\n",
+        "Exit codes: 0 a menu has commands; 1 a PATH is not one, or COM cannot start; 2 wrong command\n"
+        "line; 14 no menu has commands.\n",
 };
 
 int RunExplain(const Arguments& arguments) {

@@ -31,7 +31,7 @@ constexpr AgentScope kScope = AgentScope::kService;
 using Obstacle = const char*;
 constexpr Obstacle kNotRegisteredHere = "no menu handler is registered for the first item";
 constexpr Obstacle kLibraryUseless = "the registered library cannot be used";
-constexpr Obstacle kNoAgent = "no agent is there";
+constexpr Obstacle kNoAgent = "the agent does not run";
 constexpr Obstacle kForbiddenAgent = "this user may not open the agent's mutex";
 
 std::string YesNo(bool value) {
@@ -46,7 +46,7 @@ bool ReportActivation(Report& report, const std::string& fact, const std::string
                       const std::wstring& classId) {
   const std::optional<HRESULT> result = ActivateQuietly(classId);
   if (!result) {
-    report.Bad(fact, whose + " class is not tried: its library is missing or another one");
+    report.Bad(fact, whose + " class was not activated: its library is missing or another one");
   } else if (FAILED(*result)) {
     report.Bad(fact, whose + " class cannot be activated", HexCode(*result));
   } else {
@@ -97,7 +97,7 @@ void ReportMarkContent(Report& report, const MarkContent& content) {
     case MarkKind::kDictionary:
       return report.Note("content", content.dump);
     case MarkKind::kOtherValue:
-      return report.Bad("content", "it holds no dictionary but " + content.dump + kUnset);
+      return report.Bad("content", "it is not a dictionary: " + content.dump + kUnset);
     case MarkKind::kDamaged:
       return report.Bad("content", "it is damaged at byte " + std::to_string(content.goodBytes) + kUnset,
                         std::to_string(content.goodBytes));
@@ -106,7 +106,7 @@ void ReportMarkContent(Report& report, const MarkContent& content) {
     case MarkKind::kProgress:
       return report.Note("content", "the bytes " + content.dump);
     case MarkKind::kTooShort:
-      return report.Bad("content", "it has fewer than 8 bytes and says nothing");
+      return report.Bad("content", "it has fewer than 8 bytes and counts as not being received");
   }
 }
 
@@ -131,7 +131,7 @@ void ReportOwner(Report& report, const std::wstring& owner) {
 }
 
 void ReportRecord(Report& report, const std::wstring& folder) {
-  ReportMark(report, OpenFolderMark(folder).get(), "there is no record of it; everything counts as unset");
+  ReportMark(report, OpenFolderMark(folder).get(), "it has no record; every value counts as unset");
   SyncFolderInfo info;
   ReadSyncFolderInfo(folder, info);
   report.Add(info.selective ? Finding::kGood : Finding::kBad, "selective",
@@ -190,7 +190,7 @@ void ReportNesting(Report& report, const std::wstring& path, const std::wstring&
 void ReportFolder(Report& report, const std::wstring& path) {
   report.Section("Synchronised folder of the first item");
   if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
-    return report.Bad("root", "the first item is not there, so its folder is not looked for");
+    return report.Bad("root", "the first item does not exist, so its folder is not searched");
   }
   const std::wstring root = FindSyncFolderRoot(path);
   if (root.empty()) return ReportNoRoot(report, path);
@@ -214,7 +214,7 @@ void ReportPlaceholder(Report& report, const std::wstring& path, bool isFolder) 
 void ReportItem(Report& report, const std::wstring& path) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return report.Bad("item", ToUtf8(path) + ": not there; it is skipped", ToUtf8(path));
+    return report.Bad("item", ToUtf8(path) + ": does not exist; it is skipped", ToUtf8(path));
   }
   const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   if (IsPlaceholderName(path)) return ReportPlaceholder(report, path, isFolder);
@@ -236,7 +236,7 @@ void ReportPipe(Report& report, const std::wstring& pipe) {
   const bool missing = ::GetLastError() == ERROR_FILE_NOT_FOUND;
   report.Bad(
       "pipe",
-      "its pipe " + name + (missing ? " is not there" : " is busy") + "; a chosen command would be lost",
+      "its pipe " + name + (missing ? " does not exist" : " is busy") + "; a chosen command would be lost",
       name);
 }
 

@@ -87,7 +87,7 @@ const char* ReportPublisher(Report& report, const FirstMenuState& state, const s
   const std::string id = ToUtf8(publisherId);
   if (!state.file) {
     report.Note(kPublisherFact,
-                std::string("whether it is ours cannot be told: there is no readable ") +
+                std::string("its publisher cannot be checked: there is no readable ") +
                     ToUtf8(kIdentityFileName) + " to compare it with",
                 id);
     return nullptr;

@@ -26,7 +26,7 @@ void ReportVersion(Report& report, const std::wstring& file) {
   } else {
     report.Bad(
         "version",
-        "its version is " + (version.empty() ? "not told" : version) + ", this program's is " + ownVersion,
+        "its version is " + (version.empty() ? "unknown" : version) + ", this program's is " + ownVersion,
         version);
   }
 }
@@ -52,7 +52,7 @@ bool ReportArchitecture(Report& report, const std::wstring& file, Architecture p
   if (found == programs) {
     report.Good("architecture", "it is for " + name + " programs", name);
   } else if (found == Architecture::kNone) {
-    report.Bad("architecture", "it is no library");
+    report.Bad("architecture", "it is not a library");
   } else {
     report.Bad("architecture",
                "it is for " + name + " programs: " + ArchitectureName(programs) + " programs cannot load it",
@@ -88,8 +88,8 @@ std::string FileVersionText(const std::wstring& file) {
 
 const char* ReportLibraryFile(Report& report, const std::wstring& file, Architecture programs) {
   if (!FileExists(file.c_str())) {
-    report.Bad("library", "the registry names a library that is not there: " + ToUtf8(file), ToUtf8(file));
-    return "their library is not there";
+    report.Bad("library", "the registry names a library that does not exist: " + ToUtf8(file), ToUtf8(file));
+    return "their library does not exist";
   }
   report.Good("library", "the library is " + ToUtf8(file), ToUtf8(file));
   if (!ReportArchitecture(report, file, programs)) return "they cannot load the library that is registered";

@@ -20,7 +20,7 @@ std::string FileVersionText(const std::wstring& file);
 /// Adds facts "library", "architecture", "version" and "exports" about the library of
 /// programs of that architecture. Where this program is one of them, the file is loaded
 /// and let go; none of its classes is asked for, so that it opens no log. Why those
-/// programs cannot use it, whatever its version: "their library is not there"; null when
+/// programs cannot use it, whatever its version: "their library does not exist"; null when
 /// they can.
 const char* ReportLibraryFile(Report& report, const std::wstring& file, Architecture programs);
 

@@ -64,10 +64,10 @@ bool CheckActivation(Report& report, Architecture programs) {
   }
 }
 
-// Why the programs of the view see no menu; null when nothing stands in the way.
+// The reason why the programs of the view show no menu; null when they do.
 const char* CheckClasses(Report& report, const RegistryView& view, const std::wstring& library) {
   const bool complete = CheckRows(report, library, view.flag, false);
-  if (complete) report.Good(kRegistrationFact, "the six values of the classes are there");
+  if (complete) report.Good(kRegistrationFact, "the six values of the classes exist");
   if (const char* obstacle = ReportLibraryFile(report, library, view.programs)) return obstacle;
   const bool activates = CheckActivation(report, view.programs);
   if (FileVersionText(library) != ToUtf8(kVersionText)) return "their library is of another version";
@@ -84,7 +84,7 @@ void ReportMissing(Report& report, const RegistryView& view) {
   const bool isExpected = IsViewExpected(view);
   if (isExpected) report.Bad(kRegistrationFact, "the registry names no library");
   ReportPrograms(report, isExpected ? Finding::kBad : Finding::kNote, view,
-                 "will see no menu: no library is registered for them");
+                 "show no menu: no library is registered for them");
   report.Note("repair", isExpected
                             ? "to register it, as administrator: shellprobe doctor --repair"
                             : "to register one, as administrator: shellprobe doctor --repair --dll FILE");
@@ -95,7 +95,7 @@ void ReportMissing(Report& report, const RegistryView& view) {
 bool DiagnoseHandlers(Report& report) {
   report.Section("Handlers");
   const bool complete = CheckRows(report, {}, kOwnView, true);
-  if (complete) report.Good(kRegistrationFact, "the four values that all programs share are there");
+  if (complete) report.Good(kRegistrationFact, "the four values that all programs share exist");
   return complete;
 }
 
@@ -105,8 +105,8 @@ void DiagnoseView(Report& report, const RegistryView& view, bool handlersGood) {
   if (library.empty()) return ReportMissing(report, view);
   const char* obstacle = CheckClasses(report, view, library);
   if (obstacle == nullptr && !handlersGood) obstacle = "a handler's key is wrong";
-  if (obstacle == nullptr) return ReportPrograms(report, Finding::kGood, view, "see the menu");
-  ReportPrograms(report, Finding::kBad, view, std::string("will see no menu: ") + obstacle);
+  if (obstacle == nullptr) return ReportPrograms(report, Finding::kGood, view, "show the menu");
+  ReportPrograms(report, Finding::kBad, view, std::string("show no menu: ") + obstacle);
   report.Note("repair", "to register it anew, as administrator: shellprobe doctor --repair");
 }
 
