@@ -32,10 +32,13 @@ if [ -f /etc/apt/sources.list ]; then
 fi
 find "$work/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
 
-as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+# An installed library that is newer than the suite's may be replaced by the suite's.
+printf 'Package: *\nPin: release n=%s\nPin-Priority: 1001\n' "$suite" >"$work/preferences"
+
 options=(
   -o Dir::Etc::SourceList=/dev/null
   -o Dir::Etc::SourceParts="$work/sources"
+  -o Dir::Etc::Preferences="$work/preferences"
   -o Dir::State::Lists="$work/lists"
   -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
   -o APT::Sandbox::User=root
