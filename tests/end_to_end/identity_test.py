@@ -16,7 +16,8 @@ ROOT, FOLDER, VERSION = sys.argv[1:4]
 del sys.argv[1:4]
 
 PROGRAMS = Programs(ROOT, FOLDER)
-CLASSIC = PROGRAMS.library("VeskardShellExt.dll")
+# A copy: beside the built library is the identity package that a whole build makes.
+CLASSIC = "C:\\Classic\\VeskardShellExt.dll"
 INSTALLED, TREE = "C:\\Installed", "C:\\Identified"
 PUBLISHER = "CN=Nimbrel, C=AT"
 WINE_KEY = "HKCU\\Software\\Wine"
@@ -59,6 +60,9 @@ class IdentityTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.be_windows_11()
+        os.makedirs(os.path.dirname(on_disk(CLASSIC)), exist_ok=True)
+        cls.addClassCleanup(shutil.rmtree, os.path.dirname(on_disk(CLASSIC)), ignore_errors=True)
+        shutil.copy(os.path.join(FOLDER, "VeskardShellExt.dll"), on_disk(CLASSIC))
         PROGRAMS.register(CLASSIC)
         cls.addClassCleanup(PROGRAMS.register, CLASSIC, "/u")
         for key, data in FILE_TYPE.items():
