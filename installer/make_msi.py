@@ -23,7 +23,7 @@ from schema import columns
 from tables import ARCHITECTURES, FILES, ICON, MACHINE_OF_32_BITS, NAMESPACE, STEPS, TABLES, VITAL
 from version_resource import file_version
 
-# The date of everything inside: a package tells its version, not when it was made.
+# The date of everything inside: a package has a version and no time of its making.
 DATE = "2020/01/01 00:00:00"
 DATE_SECONDS = 1577836800
 

@@ -24,7 +24,7 @@ The order of an upgrade keeps the extension registered and makes failure cheap;
 the steps marked * are there only where a version is installed already:
 
     files of the new version      a folder of its own: nothing is overwritten
-  * its registration, a proof     the step that can fail; nothing is lost yet
+  * its registration, a trial     the step that can fail; nothing is lost yet
   * removal of the old version    unregisters the old classes; this takes the
                                   icon handler's key, which all versions share
     registry values               those of the file type are kept by the removal,
@@ -32,16 +32,16 @@ the steps marked * are there only where a version is installed already:
     its registration              puts the icon handler's key back
     entry in the list of programs
 
-The proof shows that the library loads and works before anything of the old version
-is touched; when it fails, rollback has only the new version's own files to take
-away. A first installation needs none, and writes its registry values first: among
-them is the parent of the icon handler's key, and rollback, which goes backwards,
-then finds that parent empty when it comes to it, and takes it away.
+The trial shows that the library loads and works before anything of the old version
+is changed. When it fails, rollback removes only the new version's own files. A first
+installation needs no trial, and writes its registry values first: among them is the
+parent of the icon handler's key. Rollback goes backwards, finds that parent empty and
+removes it.
 
 Each of the two libraries registers itself, through the regsvr32 of its own half of
-Windows and so in its own view of the registry. Keys outside CLSID are there once for
-both; a library that unregisters leaves them while the other one's class is there.
-Where Windows has no 32-bit half, the 32-bit library is left out.
+Windows and so in its own view of the registry. Keys outside CLSID exist once for
+both; a library that unregisters leaves them while the other one's class exists. When
+Windows has no 32-bit support, the 32-bit library is left out.
 
 On Windows 11 the identity package is registered last and removed first, each time for
 all users, with PowerShell, through a step in a library of the package's own that writes

@@ -43,8 +43,8 @@ struct ThreadRecord {
   bool HasExceptionInFlight() const noexcept { return caught != nullptr || uncaught != 0; }
 };
 
-// What the run-time library tells the system about thread-local data: where the first
-// contents of a thread's block lie, and which number the module has got.
+// The run-time library's entry for the system about thread-local data: the initial contents
+// of a thread's block, and the place of the module's number.
 extern "C" const IMAGE_TLS_DIRECTORY _tls_used;  // NOLINT(bugprone-reserved-identifier)
 
 // The first contents of every thread's record. The system copies the whole section for each

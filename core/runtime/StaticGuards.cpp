@@ -14,8 +14,8 @@
 
 namespace veskard {
 
-/// The compiler's record of one function-local static: the first byte tells
-/// whether it is initialised, the second whether a thread is at it.
+/// The compiler's record of one function-local static: the first byte is set once it is
+/// initialised, the second while a thread initialises it.
 struct Guard {
   unsigned char initialized;
   unsigned char busy;

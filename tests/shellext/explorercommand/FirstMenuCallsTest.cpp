@@ -11,7 +11,7 @@
 namespace veskard::test {
 namespace {
 
-// A menu makes these calls and no other, but for the C run-time library, locks, and what only
+// A menu makes these calls and no other, except for the C run-time library, locks, and what only
 // reads the process's own state.
 struct MenuCalls {
   const char* function;
@@ -41,7 +41,7 @@ constexpr MenuCalls kMenu[] = {
 };
 // clang-format on
 
-// Memory and locks cost next to nothing.
+// Memory and locks cost almost nothing.
 constexpr const char* kCheapCalls[] = {"malloc",
                                        "calloc",
                                        "realloc",

@@ -33,7 +33,7 @@ class MenuLogTest : public FirstMenuTest {
     return log_.NewLines();
   }
 
-  // The first menu writes what the classic one does, but for the first line.
+  // The first menu writes what the classic one does, except for the first line.
   void ExpectTheSameLines(const std::vector<std::wstring>& paths) {
     Lines expected = ClassicLines(paths);
     ASSERT_GE(expected.size(), 2u);
