@@ -2,10 +2,9 @@
 // For 64 bits the system unwinds, and LLVM's run-time libraries prepare nothing.
 //
 // Replaces pthread_once of winpthreads, which allocates a lock for each use and a record for
-// each thread that has not been seen before: the first exception without memory for them ends
-// the host, and the thread-local index of those records is not given back at unload
-// (LibraryLifeTest.FiveHundredLoadsLeaveNothing). The system's own one-time initialisation
-// needs no memory.
+// each thread: the first exception without memory for them ends the host with an access
+// violation (LibraryLifeTest.ManyLivingThreadsMayRunOutOfMemoryAtOnce; TortureTest,
+// "MemoryFromThen"). The system's own one-time initialisation needs no memory.
 //
 // The linker is told to call this one (--wrap): winpthreads has its own in one object with
 // all that a program with threads needs.
