@@ -182,14 +182,14 @@ class CommandsTest(unittest.TestCase):
         result = run("shellprobe.exe", "--version")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         first, _, notices = result.stdout.partition("\n\n")
-        self.assertRegex(first, rf"\Ashellprobe {re.escape(VERSION)} \((x64|x86|arm64)\)\Z")
+        self.assertRegex(first, rf"\Ashellprobe {re.escape(VERSION)} \((64-bit|32-bit|ARM64)\)\Z")
         with open(os.path.join(FOLDER, "THIRD-PARTY-NOTICES.txt"), encoding="utf-8") as file:
             self.assertEqual(notices, file.read())
 
     def test_the_other_programs_say_their_version(self):
         for program in ("standin-agent", "contact-sheet"):
             self.assertRegex(run(program + ".exe", "--version").stdout,
-                             rf"\A{program} {re.escape(VERSION)} \(\w+\)\n\Z")
+                             rf"\A{program} {re.escape(VERSION)} \((64-bit|32-bit|ARM64)\)\n\Z")
 
     def test_the_table_has_every_command(self):
         listed = {command for command, _, _ in TABLE}

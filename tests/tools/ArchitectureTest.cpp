@@ -1,4 +1,4 @@
-#include "tools/shellprobe/Architecture.h"
+#include "tools/common/Architecture.h"
 
 #include <windows.h>
 

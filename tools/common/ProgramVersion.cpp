@@ -5,18 +5,11 @@
 #include <string_view>
 
 #include "core/Version.h"
+#include "tools/common/Architecture.h"
 #include "tools/common/Utf8.h"
 
 namespace veskard {
 namespace {
-
-#if defined(__aarch64__) || defined(_M_ARM64)
-constexpr char kArchitecture[] = "arm64";
-#elif defined(__x86_64__) || defined(_M_X64)
-constexpr char kArchitecture[] = "x64";
-#else
-constexpr char kArchitecture[] = "x86";
-#endif
 
 /// The program's own resource; empty without one. Lives as long as the program.
 std::string_view Notices() {
@@ -31,7 +24,8 @@ std::string_view Notices() {
 }  // namespace
 
 std::string VersionText(const std::string& program) {
-  std::string text = program + " " + ToUtf8(kVersionText) + " (" + kArchitecture + ")\n";
+  std::string text =
+      program + " " + ToUtf8(kVersionText) + " (" + ArchitectureName(OwnArchitecture()) + ")\n";
   if (const std::string_view notices = Notices(); !notices.empty()) text.append("\n").append(notices);
   return text;
 }

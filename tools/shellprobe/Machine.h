@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "tools/shellprobe/Architecture.h"
+#include "tools/common/Architecture.h"
 
 namespace veskard {
 
