@@ -101,7 +101,9 @@ for flavour in "${flavours[@]}"; do
     cp "$build/$flavour/$library.dll" "$build/$flavour/$library.dll.debug" "$folder/"
     shipped+=("$build/$flavour/$library.dll=$build/$flavour/$library.map")
   done
-  [ "$flavour" = win32 ] || shipped+=("$build/$flavour/shellprobe.exe=$build/$flavour/shellprobe.map")
+  [ "$flavour" = win32 ] || for program in shellprobe.exe InstallerSteps.dll; do
+    shipped+=("$build/$flavour/$program=$build/$flavour/${program%.*}.map")
+  done
   [ "$flavour" != arm64 ] || cp "$build/arm64/THIRD-PARTY-NOTICES.txt" "$release/THIRD-PARTY-NOTICES-arm64.txt"
 done
 tar -C "$work" --sort=name --format=ustar --mtime="@$moment" --owner=0 --group=0 --numeric-owner --mode=u=rwX,go=rX \

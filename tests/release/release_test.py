@@ -127,7 +127,7 @@ class ReleaseTest(unittest.TestCase):
         self.assertEqual(bill["creationInfo"]["created"], MOMENT)
         shipped = {file["fileName"] for file in bill["files"] if file["SPDXID"].startswith("SPDXRef-Shipped")}
         self.assertEqual(shipped, {f"./{flavour}/{name}" for flavour, names in (
-            ("win64", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll", "shellprobe.exe"]),
+            ("win64", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll", "shellprobe.exe", "InstallerSteps.dll"]),
             ("win32", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll"])) for name in names})
 
     def test_a_signed_release_is_not_called_unsigned(self):

@@ -14,7 +14,7 @@ del sys.argv[1:4]
 SCRIPT = os.path.join(ROOT, "scripts/third_party.py")
 NOTICES = os.path.join(PROGRAMS, "THIRD-PARTY-NOTICES.txt")
 SHIPPED = [os.path.join(PROGRAMS, name) for name in ("VeskardShellExt.dll", "VeskardExplorerCommand.dll",
-                                                     "shellprobe.exe")]
+                                                     "shellprobe.exe", "InstallerSteps.dll")]
 DATE = "2026-01-31T12:00:00Z"
 
 
