@@ -71,7 +71,7 @@ def values_of(architecture, version):
     return {
         "@VERSION@": text,
         "@SHORT_VERSION@": "V" + text.replace(".", "_"),
-        "@PRODUCT_CODE@": derived_code(f"product {text}"),
+        "@PRODUCT_CODE@": derived_code(f"product {architecture} {text}"),
         **{f"@{name.upper()}_COMPONENT@": derived_code(f"{name.lower()} {text}") for name in FILES},
         "@IDENTITY@": identity.NAME,
         "@DATE@": DATE,

@@ -227,7 +227,7 @@ class PackageTest(unittest.TestCase):
         self.assertLessEqual({name.lower() for name in re.findall(r"DLL Name: (\S+)", headers)},
                              {"kernel32.dll", "msi.dll", "msvcrt.dll", "advapi32.dll", "user32.dll", "ole32.dll"})
 
-    def test_an_arm64_package_differs_in_its_programs_and_its_platform_only(self):
+    def test_an_arm64_package_differs_in_its_programs_platform_and_product_code_only(self):
         files = {name: self.for_arm64(name) for name in MACHINE_FILES}
         result = self.run_make_msi("arm64.msi", architecture="arm64", **files)
         self.assertEqual(result.returncode, 0, result.stderr)
@@ -236,8 +236,11 @@ class PackageTest(unittest.TestCase):
         self.assertIn("Template: Arm64;1033", summary)
         self.assertIn("Version: 500", summary)
         for name in msiinfo("tables", SHIPPED).decode().split():
-            if name not in ("_SummaryInformation", "MsiFileHash"):
+            if name not in ("_SummaryInformation", "MsiFileHash", "Property"):
                 self.assertEqual(table(arm64, name), table(SHIPPED, name), name)
+        ours, theirs = properties(arm64), properties(SHIPPED)
+        self.assertNotEqual(ours.pop("ProductCode"), theirs.pop("ProductCode"))
+        self.assertEqual(ours, theirs)
         self.assertNotEqual(package_code(arm64), package_code(SHIPPED))
 
     def test_a_program_for_another_machine_is_refused(self):
