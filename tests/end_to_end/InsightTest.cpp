@@ -259,10 +259,10 @@ class OtherViewTest : public InstalledTest {
   static Report Diagnose() { return DiagnoseInstallation(kMachine); }
 
   static constexpr bool kIs64Bit = sizeof(void*) == 8;
-  static constexpr Machine kMachine = {Architecture::k64Bit, true, 19045};
+  static inline const Machine kMachine = {kIs64Bit ? OwnArchitecture() : Architecture::k64Bit, true, 19045};
   static constexpr RegistryView kOther = {kIs64Bit ? REGSAM{KEY_WOW64_32KEY} : REGSAM{KEY_WOW64_64KEY},
                                           kIs64Bit ? Architecture::k32Bit : Architecture::k64Bit};
-  const std::string own_ = kIs64Bit ? "64-bit" : "32-bit";
+  const std::string own_ = ArchitectureName(OwnArchitecture());
   const std::string other_ = kIs64Bit ? "32-bit" : "64-bit";
 
  private:
