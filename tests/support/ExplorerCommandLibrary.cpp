@@ -22,6 +22,13 @@ char LetterOf(EXPCMDSTATE state, char letter) {
   return state == ECS_DISABLED ? static_cast<char>(letter | 0x20) : letter;
 }
 
+bool IsLoaded(HMODULE module) {
+  HMODULE found = nullptr;
+  return ::GetModuleHandleExW(
+             GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+             reinterpret_cast<const wchar_t*>(module), &found) != FALSE;
+}
+
 }  // namespace
 
 std::wstring ExplorerCommandLibraryPath() {
@@ -34,6 +41,14 @@ ExplorerCommandLibrary::ExplorerCommandLibrary(const std::wstring& path)
   EXPECT_TRUE(module_) << "error " << ::GetLastError();
   Resolve(module_.Get(), getClassObject_, "DllGetClassObject");
   Resolve(module_.Get(), canUnloadNow_, "DllCanUnloadNow");
+}
+
+void ExplorerCommandLibrary::UnloadWhole() {
+  const HMODULE module = module_.Get();
+  if (module == nullptr) return;
+  Unload();
+  for (int i = 0; i < 1000 && IsLoaded(module); ++i) ::Sleep(10);
+  EXPECT_FALSE(IsLoaded(module));
 }
 
 UniqueCom<IClassFactory> ExplorerCommandLibrary::Factory() const {

@@ -27,6 +27,9 @@ class ExplorerCommandLibrary {
   HMODULE Module() const noexcept { return module_.Get(); }
   /// Gives back the one reference; nothing may be called afterwards.
   void Unload() noexcept { module_.Reset(); }
+  /// The same, and waits until it is gone, which a sender may delay: the next one to load it
+  /// gets it afresh. The test fails where it is still there after ten seconds.
+  void UnloadWhole();
 
   HRESULT DllGetClassObject(REFCLSID classId, REFIID riid, void** ppv) const {
     return getClassObject_(classId, riid, ppv);

@@ -27,6 +27,8 @@ class FirstMenuTest : public testing::Test {
  protected:
   FirstMenuTest() : log_(applicationData_.Path()) { registry_.SetApplicationData(applicationData_.Path()); }
 
+  ~FirstMenuTest() override { library_.UnloadWhole(); }
+
   /// Right-clicks made-up items: a new fly-out. Returns the letters of its children.
   std::string MenuFor(const std::vector<std::wstring>& paths) const {
     StandInArray selection(paths);
