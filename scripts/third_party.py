@@ -265,7 +265,7 @@ def relationship(one, kind, other):
 
 
 def with_files(package, files):
-    """The package, analysed: its code is that of the specification, over the files' SHA-1."""
+    """The package, analysed: its verification code is made as SPDX asks, of the files' SHA-1."""
     sums = sorted(file["checksums"][0]["checksumValue"] for file in files)
     return {**package, "filesAnalyzed": True, "licenseInfoFromFiles": ["NOASSERTION"],
             "packageVerificationCode": {"packageVerificationCodeValue": hashlib.sha1("".join(sums).encode()).hexdigest()},

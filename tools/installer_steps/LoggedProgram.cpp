@@ -71,7 +71,7 @@ class PipedProgram {
     return ERROR_SUCCESS;
   }
 
-  /// Whether it has ended, within the time given.
+  /// Whether it ends within this time.
   bool WaitFor(DWORD milliseconds) const {
     return ::WaitForSingleObject(process_.Get(), milliseconds) == WAIT_OBJECT_0;
   }
