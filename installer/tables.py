@@ -1,8 +1,9 @@
 """What the package installs and in which order: the rows of its tables.
 
 @NAME@ stands for what make_msi.py knows about the files at hand: @VERSION@ and
-its like. ARCHITECTURES has what differs between the packages. Square brackets are the installer engine's own notation: [#Library] is
-the full path of the file "Library", [SystemFolder] a folder.
+its like. ARCHITECTURES has what differs between the packages. Square brackets are
+the installer engine's own notation: [#Library] is the full path of the file
+"Library", [SystemFolder] a folder.
 
 The layout on disk gives every version a folder of its own:
 
