@@ -13,14 +13,14 @@
 namespace veskard::test {
 namespace {
 
-class RegistrationRoadTest : public testing::Test {
+class RegistrationRoundTest : public testing::Test {
  protected:
-  RegistrationRoadTest() {
+  RegistrationRoundTest() {
     // Keys that removal leaves, as any parent of a handler's key, exist before.
     RegisterExtension();
     UnregisterExtension();
   }
-  ~RegistrationRoadTest() override { UnregisterExtension(); }
+  ~RegistrationRoundTest() override { UnregisterExtension(); }
 
   static RegistrySnapshot Machine() { return TakeRegistrySnapshot(HKEY_LOCAL_MACHINE, L"Software\\Classes"); }
 
@@ -36,7 +36,7 @@ class RegistrationRoadTest : public testing::Test {
   ComApartment apartment_;
 };
 
-TEST_F(RegistrationRoadTest, WritesTheTenValuesAndNothingElse) {
+TEST_F(RegistrationRoundTest, WritesTheTenValuesAndNothingElse) {
   const RegistrySnapshot before = Machine();
   ASSERT_EQ(RegisterExtension().exitCode, 0u);
   RegistrySnapshot rows;
@@ -45,7 +45,7 @@ TEST_F(RegistrationRoadTest, WritesTheTenValuesAndNothingElse) {
   EXPECT_EQ(Added(before, Machine()), rows);
 }
 
-TEST_F(RegistrationRoadTest, RemovalLeavesTheRegistryAsItWas) {
+TEST_F(RegistrationRoundTest, RemovalLeavesTheRegistryAsItWas) {
   const RegistrySnapshot before = Machine();
   ASSERT_EQ(RegisterExtension().exitCode, 0u);
   ASSERT_NE(Machine(), before);
@@ -53,19 +53,19 @@ TEST_F(RegistrationRoadTest, RemovalLeavesTheRegistryAsItWas) {
   EXPECT_EQ(Machine(), before);
 }
 
-TEST_F(RegistrationRoadTest, TwiceIsOnce) {
+TEST_F(RegistrationRoundTest, TwiceIsOnce) {
   ASSERT_EQ(RegisterExtension().exitCode, 0u);
   const RegistrySnapshot once = Machine();
   ASSERT_EQ(RegisterExtension().exitCode, 0u);
   EXPECT_EQ(Machine(), once);
 }
 
-TEST_F(RegistrationRoadTest, RemovingWhatIsNotThereSucceeds) {
+TEST_F(RegistrationRoundTest, RemovingWhatIsNotThereSucceeds) {
   EXPECT_EQ(UnregisterExtension().exitCode, 0u);
   EXPECT_EQ(UnregisterExtension().exitCode, 0u);
 }
 
-TEST_F(RegistrationRoadTest, ClassesActivateOnlyWhileRegistered) {
+TEST_F(RegistrationRoundTest, ClassesActivateOnlyWhileRegistered) {
   const ExtensionClasses classes;
   EXPECT_THROW(classes.NewMenuHandler(L"C:\\a"), ToolError);
   RegisterExtension();
@@ -75,7 +75,7 @@ TEST_F(RegistrationRoadTest, ClassesActivateOnlyWhileRegistered) {
   EXPECT_TRUE(classes.NewIconHandler());
 }
 
-TEST_F(RegistrationRoadTest, ThePlainWayOfRegisteringDoesNothing) {
+TEST_F(RegistrationRoundTest, ThePlainWayOfRegisteringDoesNothing) {
   const RegistrySnapshot before = Machine();
   const ExtensionLibrary library;
   EXPECT_EQ(library.DllRegisterServer(), S_OK);
