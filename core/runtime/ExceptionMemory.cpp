@@ -72,8 +72,8 @@ ThreadRecord& RecordOfThisThread() noexcept {
 //
 //     | room, its end being the compiler's header | thrown object
 //
-// The header's size is the compiler's secret and differs between targets, all below
-// this. It begins as zeros.
+// The size of the compiler's header is internal to it and differs between targets; it is
+// always below this. It begins as zeros.
 constexpr size_t kHeaderRoom = 256;
 
 /// Blocks for exceptions that find the heap empty, as large as the exceptions of the

@@ -12,18 +12,18 @@ namespace veskard {
 /// menu's object calls it. Throws std::bad_alloc only.
 void PrepareMenus();
 
-/// Whether a command has an agent to go to: one runs, or one may be started.
+/// Whether a command can be sent: an agent runs, or one may be started.
 /// Throws std::bad_alloc only.
 bool IsAgentInReach();
 
-/// Writes the log's line for a menu that is refused for want of an agent.
+/// Writes the log's line for a menu that is refused because no agent runs.
 void LogNoAgentInReach() noexcept;
 
 /// The items of the menu for a selection, by the marks on the disk. Throws
 /// std::bad_alloc only.
 MenuItems InspectForMenu(const PathList& items);
 
-/// Called for each item that is shown.
+/// Writes the log's line for one item that is shown.
 void LogAddedCommand(const MenuCommand& command) noexcept;
 
 }  // namespace veskard

@@ -54,7 +54,7 @@ STDMETHODIMP ShellContextMenu::Initialize(LPCITEMIDLIST, IDataObject* selection,
 
 STDMETHODIMP ShellContextMenu::QueryContextMenu(HMENU menu, UINT index, UINT firstId, UINT,
                                                 UINT flags) noexcept {
-  // The selection's answer may run the host's code, which may let go of this handler.
+  // The selection's answer may run the host's code, which may release this handler.
   const UniqueCom<IContextMenu> self = HoldCom<IContextMenu>(this);
   return ComBoundary([&] { return BuildMenu(menu, index, firstId, flags); });
 }

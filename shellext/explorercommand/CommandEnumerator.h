@@ -1,4 +1,4 @@
-// CommandEnumerator: hands out the children of the fly-out, one after the other.
+// CommandEnumerator: returns the children of the fly-out, one after the other.
 #pragma once
 
 #include <windows.h>
@@ -15,8 +15,8 @@
 
 namespace veskard {
 
-/// Stands between two commands of a list that it shares with its clones. Several threads may
-/// use it: each command is handed out once until Reset.
+/// A position in a list of commands; clones share the list and have a position of their own.
+/// Several threads may use one enumerator: each command is returned once until Reset.
 class CommandEnumerator final : public IEnumExplorerCommand, public SharedRefCountedObject {
  public:
   using Commands = std::vector<UniqueCom<IExplorerCommand>>;
@@ -36,12 +36,12 @@ class CommandEnumerator final : public IEnumExplorerCommand, public SharedRefCou
   /// where there is no place for the commands.
   STDMETHODIMP Next(ULONG count, IExplorerCommand** commands, ULONG* fetched) noexcept override;
 
-  /// S_FALSE when there were fewer to skip; the enumerator then stands behind the last one.
+  /// S_FALSE when there were fewer to skip; the position is then after the last one.
   STDMETHODIMP Skip(ULONG count) noexcept override;
 
   STDMETHODIMP Reset() noexcept override;
 
-  /// Another enumerator that stands where this one does.
+  /// Another enumerator at the same position.
   STDMETHODIMP Clone(IEnumExplorerCommand** clone) noexcept override;
 
  private:
@@ -52,7 +52,7 @@ class CommandEnumerator final : public IEnumExplorerCommand, public SharedRefCou
   };
   Run Advance(ULONG count) noexcept;
 
-  const ModuleReference moduleReference_;  // the first, so that it goes as the last
+  const ModuleReference moduleReference_;  // the first member, so that it is released last
   const std::shared_ptr<const Commands> commands_;
   CriticalSection lock_;
   size_t next_;

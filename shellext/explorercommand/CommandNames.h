@@ -1,4 +1,4 @@
-// The commands of Explorer's own menu: their order and what never changes about them.
+// The commands of Explorer's own menu: their order and their canonical names.
 #pragma once
 
 #include <windows.h>
@@ -12,8 +12,8 @@ namespace veskard {
 /// The resource id of the fly-out's picture; those of the children are in kMenuIcons.
 inline constexpr WORD kFlyOutPicture = 111;
 
-/// The canonical names: the same in every version, so that whoever keeps one (a setting, a
-/// policy, the shell) finds the command again.
+/// The canonical names: the same in every version, so that settings, policies and the shell,
+/// which may store them, keep their meaning.
 inline constexpr GUID kFlyOutName = {
     0xFD5B269E, 0xA889, 0x4184, {0xA8, 0x75, 0xDB, 0x13, 0x8F, 0x5A, 0xCD, 0x3C}};
 

@@ -21,7 +21,7 @@ CommandVerb::CommandVerb(const MenuCommand& command, const GUID& canonicalName,
     : ExplorerCommand(FaceOf(command, canonicalName), std::move(snapshot)), command_(command) {}
 
 STDMETHODIMP CommandVerb::Invoke(IShellItemArray* selection, IBindCtx*) noexcept {
-  // The selection's answers may run the host's code, which may let go of both.
+  // Reading the selection may run the host's code, which may release both.
   const UniqueCom<IExplorerCommand> self = HoldCom<IExplorerCommand>(this);
   const UniqueCom<IShellItemArray> held = HoldCom(selection);
   return ComBoundary([&]() -> HRESULT {

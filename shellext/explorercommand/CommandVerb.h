@@ -8,16 +8,17 @@
 
 namespace veskard {
 
-/// Shown, greyed or hidden as the same command in the menu behind IContextMenu is.
+/// Shown, greyed or hidden as the same command is in the classic menu.
 class CommandVerb final : public ExplorerCommand {
  public:
   /// `command` is one of MenuCommands(), with its texts loaded. Nothing throws.
   CommandVerb(const MenuCommand& command, const GUID& canonicalName,
               std::shared_ptr<MenuSnapshot> snapshot) noexcept;
 
-  /// Hands the command for `selection` to a sender thread and returns at once: S_OK, agent or
-  /// not, and whatever the command's state is. Needs no GetState before it. The selection is
-  /// read on this thread and not used after the call. One without paths sends nothing.
+  /// Passes the command for `selection` to a sender thread and returns at once: S_OK with and
+  /// without an agent, whatever the command's state is. Needs no GetState before it. Reads the
+  /// selection on this thread and does not use it after the call. Sends nothing for a selection
+  /// without paths. Fails as SendAgentCommand does (AgentChannel.h).
   STDMETHODIMP Invoke(IShellItemArray* selection, IBindCtx* context) noexcept override;
 
   /// ECF_DEFAULT.

@@ -69,7 +69,7 @@ STDMETHODIMP ExplorerCommand::GetState(IShellItemArray* selection, BOOL okToBeSl
                                        EXPCMDSTATE* state) noexcept {
   if (state == nullptr) return E_POINTER;
   *state = ECS_HIDDEN;
-  // The selection's answers may run the host's code, which may let go of both.
+  // Reading the selection may run the host's code, which may release both.
   const UniqueCom<IExplorerCommand> self = HoldCom<IExplorerCommand>(this);
   const UniqueCom<IShellItemArray> held = HoldCom(selection);
   return ComBoundary([&] {

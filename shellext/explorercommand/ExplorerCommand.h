@@ -1,4 +1,4 @@
-// ExplorerCommand: what the fly-out and its children have in common.
+// ExplorerCommand: the base class of the fly-out and its children.
 #pragma once
 
 #include <windows.h>
@@ -14,17 +14,16 @@
 
 namespace veskard {
 
-/// How a command looks, and the name that it keeps for ever.
+/// A command's title, picture and canonical name.
 struct CommandFace {
   const wchar_t* title;  // outlives the command
   WORD picture;          // the id of an icon of this library
   GUID canonicalName;
 };
 
-/// A command in Explorer's own menu. Several threads may ask it at the same time. No method
-/// lets an exception out; one that runs out of memory answers E_OUTOFMEMORY, and a null
-/// place for the answer is E_POINTER. Strings are the caller's, for CoTaskMemFree. Only
-/// GetState and a child's Invoke look at the selection.
+/// A command in Explorer's own menu. Several threads may call it at the same time. No method
+/// throws: out of memory is E_OUTOFMEMORY, a null output pointer E_POINTER. The caller frees
+/// returned strings with CoTaskMemFree. Only GetState and a child's Invoke read the selection.
 class ExplorerCommand : public IExplorerCommand, public SharedRefCountedObject {
  public:
   // IUnknown
@@ -36,17 +35,17 @@ class ExplorerCommand : public IExplorerCommand, public SharedRefCountedObject {
 
   STDMETHODIMP GetTitle(IShellItemArray* selection, wchar_t** title) noexcept override;
 
-  /// "<full path of this library>,-<id>"; E_FAIL where the system does not name the path.
+  /// "<full path of this library>,-<id>"; E_FAIL when the system does not return the path.
   STDMETHODIMP GetIcon(IShellItemArray* selection, wchar_t** icon) noexcept override;
 
-  /// E_NOTIMPL: the title says it all.
+  /// E_NOTIMPL: the commands have no tool tips.
   STDMETHODIMP GetToolTip(IShellItemArray* selection, wchar_t** tip) noexcept override;
 
   STDMETHODIMP GetCanonicalName(GUID* name) noexcept override;
 
   /// By the snapshot that the fly-out and its children share (MenuSnapshot.h). E_PENDING
-  /// where `okToBeSlow` is false and something slow would have to be asked. Every answer but
-  /// S_OK comes with ECS_HIDDEN.
+  /// when `okToBeSlow` is false and an item may lie on another machine. Every result except
+  /// S_OK sets ECS_HIDDEN.
   STDMETHODIMP GetState(IShellItemArray* selection, BOOL okToBeSlow, EXPCMDSTATE* state) noexcept override;
 
  protected:
@@ -59,7 +58,7 @@ class ExplorerCommand : public IExplorerCommand, public SharedRefCountedObject {
   const std::shared_ptr<MenuSnapshot>& Snapshot() const noexcept { return snapshot_; }
 
  private:
-  const ModuleReference moduleReference_;  // the first, so that it goes as the last
+  const ModuleReference moduleReference_;  // the first member, so that it is released last
   CommandFace face_;
   std::shared_ptr<MenuSnapshot> snapshot_;
 };

@@ -6,14 +6,14 @@
 
 namespace veskard {
 
-/// Shown where one of its children is. The children are always the same four, in the order
-/// of the menu behind IContextMenu, hidden where that menu would not have them.
+/// Shown when at least one of its children is. There are always the same four children, in
+/// the order of the classic menu; those that the classic menu does not have are hidden.
 class FlyOut final : public ExplorerCommand {
  public:
   /// Throws std::bad_alloc only.
   FlyOut();
 
-  /// E_NOTIMPL: there is nothing to do.
+  /// E_NOTIMPL: choosing the fly-out only opens it.
   STDMETHODIMP Invoke(IShellItemArray* selection, IBindCtx* context) noexcept override;
 
   /// ECF_HASSUBCOMMANDS.

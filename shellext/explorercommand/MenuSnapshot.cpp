@@ -30,10 +30,10 @@ MenuItems ItemsOf(const ShellItemPaths& paths) {
 
 }  // namespace
 
-/// The right to inspect a menu; gives it back where that fails.
+/// The right to inspect a menu; returned when the inspection fails.
 class MenuSnapshot::Claim {
  public:
-  /// Waits while another thread has it.
+  /// Waits while another thread has the right.
   Claim(MenuSnapshot& snapshot, Menu& menu) noexcept : snapshot_(snapshot), menu_(menu) {
     const CriticalSectionHold hold(snapshot_.lock_);
     while (menu_.state == State::kInInspection) snapshot_.lock_.WaitFor(snapshot_.inspected_);
@@ -46,7 +46,7 @@ class MenuSnapshot::Claim {
   Claim(const Claim&) = delete;
   Claim& operator=(const Claim&) = delete;
 
-  /// Whether there is anything to do: the menu is known otherwise.
+  /// Whether this thread inspects the menu; otherwise the menu is known.
   bool IsOurs() const noexcept { return isOurs_; }
 
   void Answer(const MenuItems& items) noexcept {
@@ -82,7 +82,7 @@ HRESULT MenuSnapshot::ItemsFor(IShellItemArray* selection, Patience patience, Me
   return S_OK;
 }
 
-// Everything that lets an array go does so behind the lock: that may run foreign code.
+// Arrays are released after the lock: that may run foreign code.
 MenuSnapshot::SharedMenu MenuSnapshot::MenuOf(IShellItemArray* selection) {
   UniqueCom<IUnknown> identity = IdentityOf(selection);
   if (SharedMenu remembered = Remembered(identity.Get())) return remembered;

@@ -1,4 +1,4 @@
-// MenuSnapshot: what one menu shows, found out once.
+// MenuSnapshot: the items of one menu, determined once.
 #pragma once
 
 #include <windows.h>
@@ -14,12 +14,12 @@
 
 namespace veskard {
 
-/// Shared by a fly-out and its children. One menu is one snapshot and one array, by COM
-/// identity: the array is held for as long as it is remembered, so that its address is not
-/// taken for another one's. The array that was asked about last is remembered.
+/// Shared by a fly-out and its children. A menu belongs to one array, by COM identity. The
+/// snapshot keeps the menu of the array that was asked about last, and holds a reference to
+/// that array, so that no other one can get its address.
 ///
-/// Questions may come on any thread, and from the array's items while they are asked. Each
-/// array goes through these states, under the lock:
+/// Calls may come on any thread, and from the array's items while they are read. Each menu
+/// goes through these states, under the lock:
 ///
 ///                     no agent: the paths are not read
 ///          .-----------------------------------------------------.
@@ -30,34 +30,34 @@ namespace veskard {
 ///                                    ^     out of memory         |
 ///                                    `---------------------------'
 ///
-/// - Reading the paths runs foreign code, the array's and its items', and nothing else here
-///   does. No lock is held, and no thread waits for another's reading: one that finds no
-///   paths reads them itself. So an item may ask again on its own thread, or wait for another
-///   thread that asks. The first reading that is complete is the one that counts.
-/// - The inspection is the disk and the log. One thread claims it, and the others wait for
-///   that one, which waits for nobody. So a menu is inspected and logged once.
-/// - A known menu does not change any more, and keeps no paths.
+/// - Reading the paths runs foreign code (the array's and its items'), and nothing else here
+///   does. No lock is held, and no thread waits for another one's reading: a thread that finds
+///   no paths reads them itself. So an item may call again on its own thread, or wait for
+///   another thread that does. The first complete reading counts.
+/// - The inspection reads the disk and writes the log. One thread claims it and waits for no
+///   other; the other threads wait for it. So a menu is inspected and logged once.
+/// - A known menu does not change, and keeps no paths.
 ///
 /// A selection without identity (no array, or one whose QueryInterface fails for IUnknown) is
-/// inspected anew each time and does not replace the one that is remembered.
+/// inspected at each call and does not replace the menu that is kept.
 class MenuSnapshot {
  public:
-  /// Whether an answer may take long.
+  /// Whether the call may take long.
   enum class Patience {
-    kNone,  // no: the disk is asked only where no item lies on a network drive or a share
+    kNone,  // no: the disk is read only when no item may lie on another machine
     kLong,
   };
 
   MenuSnapshot() noexcept = default;
-  /// Lets the remembered array go.
+  /// Releases the array.
   ~MenuSnapshot() = default;
   MenuSnapshot(const MenuSnapshot&) = delete;
   MenuSnapshot& operator=(const MenuSnapshot&) = delete;
 
-  /// The items of the menu for `selection`, which may be null: S_OK, with none where there
-  /// is no agent or nothing to offer. A menu that is not known yet asks for the agent first,
-  /// then for the paths. E_PENDING, and nothing logged, where the answer needs patience.
-  /// Throws std::bad_alloc only, and the next question then tries again.
+  /// Sets `items` to those of the menu for `selection`, which may be null: S_OK, without
+  /// items when no agent runs or no command applies. A menu that is not known yet looks for
+  /// the agent first, then reads the paths. E_PENDING, with nothing logged, when patience is
+  /// needed and not given. Throws std::bad_alloc only; the next call then tries again.
   HRESULT ItemsFor(IShellItemArray* selection, Patience patience, MenuItems& items);
 
  private:

@@ -6,7 +6,7 @@
 namespace veskard {
 namespace {
 
-// What comes with a failure is not owned, and may be no pointer at all.
+// A pointer that comes with a failure is not owned, and may be invalid.
 
 uint32_t CountOf(IShellItemArray* items) noexcept {
   DWORD count = 0;

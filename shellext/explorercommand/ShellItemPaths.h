@@ -1,4 +1,4 @@
-// ShellItemPaths: the paths of what the shell says is selected.
+// ShellItemPaths: the paths of the selected items that the shell passes.
 #pragma once
 
 #include <windows.h>
@@ -13,18 +13,18 @@
 
 namespace veskard {
 
-/// The paths of those items that have one, in order; whole, and as the item gave them.
-/// The array and its items may be anybody's code, and what they say may be wrong:
+/// The paths of the items that have one, in order, uncut and unchanged. The array and its
+/// items may be foreign code, and their answers may be wrong:
 ///
 ///     GetCount fails, or no array     no paths
 ///     GetItemAt fails                 the list ends there, whatever the count says
 ///     GetDisplayName fails, or        the item is skipped; a pointer that came with the
 ///     gives null or no character      failure is not touched
 ///
-/// The memory taken follows the items that are there, never the count.
+/// The memory used depends on the items that exist, never on the reported count.
 class ShellItemPaths final : public PathList {
  public:
-  /// Asks the array on this thread and keeps nothing of it. Throws std::bad_alloc only.
+  /// Reads the array on this thread and keeps no reference to it. Throws std::bad_alloc only.
   explicit ShellItemPaths(IShellItemArray* items);
 
   uint32_t Count() const noexcept override { return static_cast<uint32_t>(paths_.size()); }

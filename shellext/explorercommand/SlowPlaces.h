@@ -1,4 +1,4 @@
-// SlowPlaces: where looking at a file may take long.
+// SlowPlaces: places where reading a file may take long.
 #pragma once
 
 #include <windows.h>
@@ -11,16 +11,16 @@ namespace veskard {
 /// Returns the kind of a drive; a test replaces it.
 using DriveTypeCall = UINT(WINAPI*)(const wchar_t* root);
 
-/// Whether any of the paths lies on a network drive or a share. By the paths alone and
+/// Whether any of the paths may lie on another machine. Decided by the texts of the paths and
 /// the kinds of the drives, each of which is asked for once; no path is opened:
 ///
-///     C:\...            \\?\C:\...            as the drive's kind says
-///     \\server\...     \\?\UNC\server\...    a share
-///     \\?\Volume{...}\...                   a local volume
-///     all else below \\?\ and \\.\          may be anything: counts as slow
-///     all else, which names no place         not slow
+///     C:\...                \\?\C:\...           by the drive's kind; slow: network, unknown
+///     \\server\...          \\?\UNC\server\...   slow: a share
+///     \\?\Volume{...}\...                        not slow: a local volume
+///     other texts below \\?\ and \\.\            slow: may name another machine
+///     all other texts                            not slow: they name no place
 ///
-/// A link or a mount point that leads to another machine is not seen.
+/// Links and mount points that lead to another machine are not detected.
 bool AnyIsSlow(const std::vector<std::wstring>& paths, DriveTypeCall driveType = &::GetDriveTypeW);
 
 }  // namespace veskard

@@ -17,8 +17,8 @@ namespace veskard {
 ///     45L  0S                    the badge of a progress
 ///
 /// Composition holds Lock() from its first look-up until its icon is done, since
-/// it goes on drawing from what the map owns; whoever calls one of the other
-/// functions holds it too.
+/// it draws from bitmaps that the map owns. Callers of the other functions hold it
+/// too.
 class IconCache {
  public:
   CriticalSection& Lock() noexcept { return lock_; }

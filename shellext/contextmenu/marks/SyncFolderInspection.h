@@ -58,7 +58,7 @@ bool LiesInSelectiveFolder(const std::wstring& path);
 PlaceholderState ReadPlaceholderState(std::wstring file);
 
 /// The mark that the two calls above read: the first source that opens, open for
-/// reading; null when none does. For tools that show what stands there.
+/// reading; null when none does. For tools that show its content.
 std::shared_ptr<SyncHandle> OpenFolderMark(const std::wstring& root);
 std::shared_ptr<SyncHandle> OpenPlaceholderMark(const std::wstring& file);
 
