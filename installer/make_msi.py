@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Makes the installation package: make_msi.py ARCHITECTURE RESULT.msi NAME=FILE...
 
-ARCHITECTURE is x64 or arm64. The names are those of FILES in tables.py, each with
-the file to install, Icon, what the list of programs shows, and Steps, the library of
-the package's own steps (tools/installer_steps/); all are needed. The package's version is the library's own, from its version resource. The same files
-always give the same bytes. Needs msibuild and gcab.
+ARCHITECTURE is x64 or arm64. All of these names are needed: those of FILES in tables.py,
+each with the file to install; Icon, the picture in the list of installed programs; Steps,
+the library of the package's own steps (tools/installer_steps/). The package's version is
+that of the library's version resource. The same files always give the same bytes. Needs
+msibuild and gcab.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """

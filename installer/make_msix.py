@@ -160,7 +160,7 @@ if __name__ == "__main__":
         print(__doc__)
         sys.exit(0)
     if len(sys.argv) != 5:
-        print("make_msix.py: LIBRARY SOURCES PICTURE.svg RESULT.msix are needed (see make_msix.py --help)",
+        print("make_msix.py: expected arguments: LIBRARY SOURCES PICTURE.svg RESULT.msix (see make_msix.py --help)",
               file=sys.stderr)
         sys.exit(2)
     try:

@@ -81,7 +81,7 @@ if __name__ == "__main__":
         print(__doc__)
         sys.exit(0)
     if len(sys.argv) != 2:
-        print("publisher.py: PACKAGE.msix is needed (see publisher.py --help)", file=sys.stderr)
+        print("publisher.py: expected arguments: PACKAGE.msix (see publisher.py --help)", file=sys.stderr)
         sys.exit(2)
     try:
         check(sys.argv[1])

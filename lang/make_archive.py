@@ -43,6 +43,6 @@ if __name__ == "__main__":
         print(__doc__)
         sys.exit(0)
     if len(sys.argv) != 4:
-        print("make_archive.py: FOLDER VERSION ZIP are needed (see make_archive.py --help)", file=sys.stderr)
+        print("make_archive.py: expected arguments: FOLDER VERSION ZIP (see make_archive.py --help)", file=sys.stderr)
         sys.exit(2)
     main(*sys.argv[1:])

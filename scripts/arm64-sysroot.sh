@@ -18,10 +18,10 @@ case "${1:-}" in
   "") ;;
   renew) takes_nothing_more "${@:2}" ;;
   step)
-    [[ " ${steps[*]} " == *" ${2:-} "* ]] || wrong_usage "there is no step \"${2:-}\""
+    [[ " ${steps[*]} " == *" ${2:-} "* ]] || wrong_usage "unknown step \"${2:-}\""
     takes_nothing_more "${@:3}"
     ;;
-  *) wrong_usage "cannot use \"$1\" here" ;;
+  *) wrong_usage "unexpected argument \"$1\"" ;;
 esac
 
 sysroot="$build/deps/arm64"

@@ -13,7 +13,7 @@
 # for the PATH of the other scripts.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
-exit_codes="0 done; 1 failed; 2 wrong command line; with \"run\" the program's own"
+exit_codes="0 done; 1 failed; 2 wrong command line; of \"run\" those of the program"
 answer_help "$@"
 
 machine="$build/deps/arm64-root"
@@ -86,9 +86,9 @@ case "${1:-}" in
     touch "$machine.complete"
     ;;
   run)
-    [ $# -ge 2 ] || wrong_usage "which program?"
+    [ $# -ge 2 ] || wrong_usage "expected arguments: PROGRAM [ARGUMENT...]"
     [ -e "$machine.complete" ] || die "the machine is not there: scripts/arm64-wine.sh make makes it"
     run_program "${@:2}"
     ;;
-  *) wrong_usage "make or run, not \"${1:-}\"" ;;
+  *) wrong_usage "expected make or run, not \"${1:-}\"" ;;
 esac

@@ -33,7 +33,7 @@ case "${1:-} ${2:+VALUE}" in
 esac
 benches=(native_bench menu_bench explorer_menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
 for name in "$@"; do
-  [[ " ${benches[*]} " == *" $name "* ]] || wrong_usage "there is no benchmark \"$name\""
+  [[ " ${benches[*]} " == *" $name "* ]] || wrong_usage "unknown benchmark \"$name\""
 done
 [ $# -eq 0 ] || { benches=("$@"); everything=false; }
 windows_benches=()

@@ -18,7 +18,7 @@ flavour_of() {
     "$root/CMakePresets.json"
 }
 for preset in "${presets[@]}"; do
-  [ -n "$(flavour_of "$preset")" ] || wrong_usage "there is no preset \"$preset\""
+  [ -n "$(flavour_of "$preset")" ] || wrong_usage "unknown preset \"$preset\""
 done
 # The packages of the other flavours hold the 32-bit library.
 case "${presets[*]}" in *win64* | *arm64*) presets=(win32-product "${presets[@]}") ;; esac

@@ -16,7 +16,7 @@ if [ "${1:-}" = --windows ]; then
   shift 2
 fi
 refuse_options "$@"
-[ "$#" -gt 0 ] || wrong_usage "which library?"
+[ "$#" -gt 0 ] || wrong_usage "expected arguments: FILE..."
 for file in "$@"; do [ -f "$file" ] || die "$file does not exist"; done
 
 # Imports: of Windows' own libraries and no others, for each library is one file to deploy;

@@ -27,7 +27,7 @@ keep_pictures=false
 case "${1:-}" in
   "") ;;
   --keep-pictures) keep_pictures=true ;;
-  *) wrong_usage "there is no option $1" ;;
+  *) wrong_usage "unknown option $1" ;;
 esac
 takes_nothing_more "${@:2}"
 

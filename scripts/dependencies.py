@@ -262,7 +262,8 @@ def main(words):
     actions = {("check", 1): check, ("check", 2): check, ("draw", 1): draw}
     action = actions.get((words[0], len(words) - 1)) if words else None
     if action is None:
-        print("dependencies.py: check or draw, and which folder? (see dependencies.py --help)", file=sys.stderr)
+        print("dependencies.py: expected check FOLDER [LINKS] or draw FOLDER (see dependencies.py --help)",
+              file=sys.stderr)
         return 2
     return action(*words[1:])
 

@@ -8,7 +8,7 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 refuse_options "$@"
-[ $# -ge 2 ] || wrong_usage "which package, into which folder?"
+[ $# -ge 2 ] || wrong_usage "expected arguments: PACKAGE FOLDER"
 takes_nothing_more "${@:3}"
 package=$1 folder=$(realpath -m "$2")
 

@@ -6,7 +6,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-case "${1:-}" in "" | --check) ;; *) wrong_usage "there is no option $1" ;; esac
+case "${1:-}" in "" | --check) ;; *) wrong_usage "unknown option $1" ;; esac
 takes_nothing_more "${@:2}"
 
 cd "$root"

@@ -10,13 +10,13 @@ answer_help "$@"
 
 known=(parser format path archive lines)
 case "${1:-}" in
-  "") wrong_usage "how many seconds?" ;;
-  *[!0-9]*) wrong_usage "SECONDS is a number, not \"$1\"" ;;
+  "") wrong_usage "expected arguments: SECONDS [TARGET...]" ;;
+  *[!0-9]*) wrong_usage "SECONDS must be a number, not \"$1\"" ;;
 esac
 seconds=$1
 targets=("${@:2}")
 for target in "${targets[@]}"; do
-  case " ${known[*]} " in *" $target "*) ;; *) wrong_usage "there is no target \"$target\"" ;; esac
+  case " ${known[*]} " in *" $target "*) ;; *) wrong_usage "unknown target \"$target\"" ;; esac
 done
 [ "${#targets[@]}" -gt 0 ] || targets=("${known[@]}")
 

@@ -13,7 +13,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
-case "${1:-}" in "" | bench | lint | coverage | win32 | arm64) ;; *) wrong_usage "cannot use \"$1\" here" ;; esac
+case "${1:-}" in "" | bench | lint | coverage | win32 | arm64) ;; *) wrong_usage "unexpected argument \"$1\"" ;; esac
 takes_nothing_more "${@:2}"
 
 packages=(

@@ -14,7 +14,8 @@ def main():
         print(__doc__)
         return
     if not files:
-        print("instructions_table.py: which output? (see instructions_table.py --help)", file=sys.stderr)
+        print("instructions_table.py: expected arguments: OUTPUT... (see instructions_table.py --help)",
+              file=sys.stderr)
         sys.exit(2)
     try:
         rows = [read(name) for name in sorted(files, key=number)]

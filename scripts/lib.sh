@@ -33,12 +33,12 @@ exit_codes="0 done; 1 failed; 2 wrong command line"
 answer_help() {
   case "${1:-}" in -h | --help) ;; *) return 0 ;; esac
   sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
-  printf '\n%s\n' "Exit codes: $exit_codes."
+  printf '\n%s\n' "Exit codes: $exit_codes." | fold -sw 90
   exit 0
 }
 wrong_usage() { printf '%s\n' "error: $* (see ${0##*/} --help)" >&2; exit 2; }
-refuse_options() { case "${1:-}" in -*) wrong_usage "there is no option $1" ;; esac; }
-takes_nothing_more() { [ $# -eq 0 ] || wrong_usage "cannot use \"$1\" here"; }
+refuse_options() { case "${1:-}" in -*) wrong_usage "unknown option $1" ;; esac; }
+takes_nothing_more() { [ $# -eq 0 ] || wrong_usage "unexpected argument \"$1\""; }
 
 # run LOG COMMAND...: runs the command quietly; shows its output only if it fails.
 run() {

@@ -4,9 +4,10 @@
     scripts/library_file.py IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY...
 
 IMPORTS is the list of allowed imports, ROOT the project's root, VERSION and PRODUCT the
-expected values of the version resource. WINDOWS is the oldest Windows that must load it, or
-"-": the oldest one of the file's architecture. One line on standard error for each finding. Started by
-scripts/check-library.sh; needs the package python3-pefile.
+expected values of the version resource. WINDOWS is the oldest Windows that must load the
+library; "-" stands for the oldest one of the file's architecture. Prints each finding as a
+line on standard error. Started by scripts/check-library.sh; needs the package
+python3-pefile.
 
 Exit codes: 0 done; 1 findings; 2 wrong command line.
 """
@@ -199,8 +200,8 @@ def main(words):
         print(__doc__)
         return 0
     if len(words) < 6:
-        print("library_file.py: IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY are needed (see library_file.py --help)",
-              file=sys.stderr)
+        print("library_file.py: expected arguments: IMPORTS ROOT VERSION PRODUCT WINDOWS LIBRARY... "
+              "(see library_file.py --help)", file=sys.stderr)
         return 2
     import_list, root, version, product, windows, *paths = words
     oldest = None if windows == "-" else version_of(windows)

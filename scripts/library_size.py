@@ -78,7 +78,7 @@ def main(words):
         print(__doc__)
         return 0
     if len(words) != 3:
-        print("library_size.py: which library, which map, which folder? (see library_size.py --help)", file=sys.stderr)
+        print("library_size.py: expected arguments: LIBRARY MAP FOLDER (see library_size.py --help)", file=sys.stderr)
         return 2
     library, link_map, root = words
     return print_sizes(read_map(link_map, folders_by_source(root)), os.path.getsize(library))

@@ -40,7 +40,7 @@ def main(words):
         print(__doc__)
         return 0
     if len(words) < 2:
-        print("measured_tables.py: which folder, and which pages? (see measured_tables.py --help)", file=sys.stderr)
+        print("measured_tables.py: expected arguments: FOLDER PAGE... (see measured_tables.py --help)", file=sys.stderr)
         return 2
     try:
         for page in words[1:]:

@@ -20,7 +20,7 @@ while [ $# -gt 0 ]; do
     "--from VALUE") folders+=("$(realpath -m "$2")") ;;
     "--to VALUE") result=$(realpath -m "$2") ;;
     "--from " | "--to ") wrong_usage "$1 needs a folder" ;;
-    *) wrong_usage "there is no option $1" ;;
+    *) wrong_usage "unknown option $1" ;;
   esac
   shift 2
 done

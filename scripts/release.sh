@@ -25,9 +25,9 @@ while [ $# -gt 0 ]; do
       result=$(realpath -m "$2")
       shift
       ;;
-    -*) wrong_usage "there is no option $1" ;;
+    -*) wrong_usage "unknown option $1" ;;
     *)
-      [ -z "$wanted" ] || wrong_usage "cannot use \"$1\" here"
+      [ -z "$wanted" ] || wrong_usage "unexpected argument \"$1\""
       wanted=$1
       ;;
   esac

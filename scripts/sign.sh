@@ -21,11 +21,11 @@ refuse_options "$@"
 
 description="Nimbrel Veskard Agent Explorer Extension"
 
-[ $# -gt 0 ] || wrong_usage "which files?"
+[ $# -gt 0 ] || wrong_usage "expected arguments: FILE..."
 certificate=${VESKARD_SIGN_CERTIFICATE:-}
 [ -n "$certificate" ] || die "VESKARD_SIGN_CERTIFICATE names no certificate to sign with"
 for file in "$certificate" "$@"; do
-  [ -f "$file" ] || die "there is no file $file"
+  [ -f "$file" ] || die "$file does not exist"
 done
 
 case "$certificate" in

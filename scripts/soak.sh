@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Right-clicks and icons of the built library in one process, then menus of Explorer's own:
-# 100,000 of each unless ROUNDS is given (some fifteen minutes). Prints as Markdown tables
-# what the process holds at the start, on the way and at the end. Fails when that grows.
+# Repeats right-clicks and icons of the built library in one process, then menus of Windows
+# 11's own: 100,000 of each unless ROUNDS is given (some fifteen minutes). Prints, as Markdown
+# tables, the memory and the handles of the process at the start, on the way and at the end.
+# Fails when they grow.
 #
 #   scripts/soak.sh [ROUNDS]
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 refuse_options "$@"
-[[ "${1:-1}" =~ ^[1-9][0-9]*$ ]] || wrong_usage "ROUNDS is a number, not \"$1\""
+[[ "${1:-1}" =~ ^[1-9][0-9]*$ ]] || wrong_usage "ROUNDS must be a number, not \"$1\""
 takes_nothing_more "${@:2}"
 
 "$root/scripts/build.sh" win64

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The test suite with heap checks: Wine puts marks behind each block. They are checked when
+# Runs the test suite with heap checks: Wine puts marks behind each block. They are checked when
 # the test program or the library frees the block, and in all heaps after each test.
 # Arguments go to CTest. With VESKARD_HEAP_CHECKS=all Wine also fills free memory; tests
 # with many blocks then take too long:

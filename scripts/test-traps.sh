@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The test suite of the checked flavour: undefined behaviour and misuse of the standard
+# Runs the test suite of the checked flavour: undefined behaviour and misuse of the standard
 # library stop the program where they happen. Arguments go to CTest:
 #
 #   scripts/test-traps.sh -R torture

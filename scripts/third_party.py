@@ -331,7 +331,8 @@ def main(words):
         return 0
     least, command = COMMANDS.get(words[0] if words else "", (0, None))
     if command is None or len(words) <= least:
-        print("third_party.py: notices, check or bill, and of which maps? (see third_party.py --help)", file=sys.stderr)
+        print("third_party.py: expected one of notices, check and bill with its arguments "
+              "(see third_party.py --help)", file=sys.stderr)
         return 2
     try:
         command(*words[1:])

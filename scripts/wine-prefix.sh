@@ -9,8 +9,8 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 
-case "${1:-}" in make | renew | stop) ;; *) wrong_usage "make, renew or stop, not \"${1:-}\"" ;; esac
-[ $# -ge 2 ] || wrong_usage "which folder?"
+case "${1:-}" in make | renew | stop) ;; *) wrong_usage "expected make, renew or stop, not \"${1:-}\"" ;; esac
+[ $# -ge 2 ] || wrong_usage "expected arguments: FOLDER"
 takes_nothing_more "${@:3}"
 export WINEPREFIX
 WINEPREFIX=$(realpath -m "$2")  # Wine takes no other

@@ -6,10 +6,10 @@
 # prefix, because the prefix's server must be without the right too.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
-exit_codes="the program's own; 124 time limit; 70 the program ended before its tests did, or damaged a heap; 2 no program"
+exit_codes="the program's own; 2 wrong command line; 70 its tests did not all run, or a heap is damaged; 124 time limit"
 answer_help "$@"
 refuse_options "$@"
-[ $# -gt 0 ] || wrong_usage "which program?"
+[ $# -gt 0 ] || wrong_usage "expected arguments: PROGRAM [ARGUMENT...]"
 export WINEPREFIX="$wine_prefix-restricted"
 
 if [ "$(id -u)" -eq 0 ] && [ -z "${VESKARD_RESTRICTED:-}" ]; then

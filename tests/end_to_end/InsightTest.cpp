@@ -76,7 +76,7 @@ TEST_F(InsightTest, ExplainNamesWhatIsWrong) {
   const ToolResult without = Explain({inside});
   EXPECT_EQ(without.exitCode, 14u);
   EXPECT_THAT(without.output,
-              HasSubstr("BAD   it is not running: there is no mutex Global\\pipesynccmd_SIT"));
+              HasSubstr("BAD   it is not running: the mutex Global\\pipesynccmd_SIT does not exist"));
 }
 
 TEST_F(InsightTest, ExplainAgreesWithTheMenu) {

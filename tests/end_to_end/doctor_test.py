@@ -120,7 +120,7 @@ class DoctorTest(unittest.TestCase):
 
     def test_a_repair_that_fails(self):
         self.addCleanup(PROGRAMS.register, REFUSING_LIBRARY, "/u")
-        for library, problem in [(REFUSING_LIBRARY, "registration failed (0x80004005): are you an administrator?"),
+        for library, problem in [(REFUSING_LIBRARY, "registration failed (0x80004005); it needs administrator rights"),
                                  ("C:\\gone.dll", "cannot load C:\\gone.dll: "),
                                  ("C:\\windows\\system32\\version.dll", "version.dll has no DllInstall: ")]:
             with self.subTest(library):

@@ -346,8 +346,8 @@ class ExplainTest(unittest.TestCase):
         PROGRAMS.must("reg", "add", ICON_SERVER_KEY, "/ve", "/d", "C:\\gone.dll", "/f")
         with Agent():
             gone = self.explain(TREE + "\\plain.txt")
-        self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class was not activated: its "
-                                                               "library is missing or another one"))
+        self.expect(gone[0], iconHandler=("good",), iconClass=("bad", "the icon handler's class was not activated, because "
+                                                               "its library is missing or is not the expected one"))
         PROGRAMS.must("reg", "delete", ICON_KEY, "/f")
         with Agent():
             missing = self.explain(TREE + "\\plain.txt")

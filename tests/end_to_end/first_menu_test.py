@@ -104,7 +104,7 @@ class FirstMenuTest(unittest.TestCase):
 
     def test_without_an_agent_the_fly_out_is_hidden(self):
         self.assertEqual(self.states(self.answer(TREE + "\\Maps")), ["hidden"] * 5)
-        self.assertTrue(self.menu(TREE + "\\Maps").endswith("the first menu gets no commands\n"))
+        self.assertTrue(self.menu(TREE + "\\Maps").endswith("the first menu shows no commands\n"))
 
     def test_outside_every_folder_the_fly_out_is_hidden(self):
         self.start_agent()
@@ -140,7 +140,7 @@ class FirstMenuTest(unittest.TestCase):
     def test_what_the_shell_and_the_library_do_not_have(self):
         self.refuse(1, "the Shell has no item for C:\\gone (0x80070002)", "--first-level", "C:\\gone")
         self.refuse(1, "cannot load C:\\gone.dll: ", "--first-level", TREE, "--dll", "C:\\gone.dll")
-        self.refuse(10, "the library does not give out the class (0x80040111)", "--first-level", TREE, "--dll", CLASSIC)
+        self.refuse(10, "the library does not provide the class (0x80040111)", "--first-level", TREE, "--dll", CLASSIC)
 
     def test_options_of_the_other_menu(self):
         self.refuse(2, "--choose needs --first-level", TREE, "--choose", "0")
@@ -161,7 +161,7 @@ class FirstMenuTest(unittest.TestCase):
     def test_nothing_to_draw(self):
         result = PROGRAMS.run("shellprobe.exe", "menu", "--first-level", TREE, "--png", TREE + "\\menu.png")
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(result.stderr, "shellprobe: there is nothing to draw: the first menu gets no commands\n")
+        self.assertEqual(result.stderr, "shellprobe: there is nothing to draw: the first menu shows no commands\n")
         self.assertFalse(os.path.exists(on_disk(TREE + "\\menu.png")))
 
 

@@ -148,7 +148,7 @@ class IdentityTest(unittest.TestCase):
         self.keep(ALL_KEY, full_name())
         self.start_agent()
         self.expect_doctor(0, f"  ok    the identity {full_name()} is registered for this user, and for all users",
-                           f"  ok    it is ours: its publisher is {PUBLISHER}", f"  ok    its version is {VERSION}.0",
+                           f"  ok    its publisher is {PUBLISHER}", f"  ok    its version is {VERSION}.0",
                            f"  ok    its library is {INSTALLED}\\VeskardExplorerCommand.dll",
                            "  ok    Explorer's own menu has the commands")
         answer = self.explain(TREE + "\\plain.txt")
@@ -161,7 +161,7 @@ class IdentityTest(unittest.TestCase):
         self.start_agent()
         result = self.probe("doctor")
         self.assertEqual(result.returncode, 0, result.stdout)
-        self.assertRegex(result.stdout, r"        this Windows \(build \d+\) has no such menu: the classic one is its first\n")
+        self.assertRegex(result.stdout, r"        this Windows \(build \d+\) shows the classic menu only\n")
         answer = self.explain(TREE + "\\plain.txt")
         self.assertEqual((self.states(answer["commands"]), answer["firstMenu"]), (["hidden", "hidden", "shown", "shown"], []))
 
@@ -193,7 +193,7 @@ class IdentityTest(unittest.TestCase):
 
     def test_a_foreign_identity(self):
         self.keep(USER_KEY, full_name(publisher="CN=Somebody"))
-        self.expect_doctor(25, f"  BAD   it is not ours: its publisher is not {PUBLISHER}")
+        self.expect_doctor(25, f"  BAD   it is of another publisher, not of {PUBLISHER}")
 
     def test_an_older_identity(self):
         self.keep(USER_KEY, full_name("1.9.0"))
@@ -202,7 +202,7 @@ class IdentityTest(unittest.TestCase):
     def test_a_missing_library(self):
         self.keep(USER_KEY, full_name())
         os.remove(on_disk(INSTALLED + "\\VeskardExplorerCommand.dll"))
-        self.expect_doctor(25, f"  BAD   its library {INSTALLED}\\VeskardExplorerCommand.dll is not there")
+        self.expect_doctor(25, f"  BAD   its library {INSTALLED}\\VeskardExplorerCommand.dll does not exist")
 
     def test_a_blocked_class(self):
         self.keep(USER_KEY, full_name())

@@ -197,7 +197,7 @@ class SigningTest(unittest.TestCase):
         for message, file, environment in [
                 ("VESKARD_SIGN_CERTIFICATE names no certificate", library, {}),
                 ("VESKARD_SIGN_KEY names no private key", library, {"VESKARD_SIGN_CERTIFICATE": self.certificate}),
-                ("there is no file " + missing, missing, self.pem)]:
+                (missing + " does not exist", missing, self.pem)]:
             result = self.sign(file, **environment)
             self.assertEqual(result.returncode, 1)
             self.assertIn(message, result.stderr)

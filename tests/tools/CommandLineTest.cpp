@@ -60,10 +60,10 @@ TEST(CommandLineTest, HelpNeedsNothingElse) {
 }
 
 TEST(CommandLineTest, SaysWhatIsWrong) {
-  EXPECT_EQ(ErrorOf({L"a", L"--colour"}), "there is no option --colour (see tool do --help)");
+  EXPECT_EQ(ErrorOf({L"a", L"--colour"}), "unknown option --colour (see tool do --help)");
   EXPECT_EQ(ErrorOf({L"a", L"--png"}), "--png needs a value (see tool do --help)");
-  EXPECT_EQ(ErrorOf({}), "something is missing: tool do PATH... (see tool do --help)");
-  EXPECT_EQ(ErrorOf({L"a", L"b", L"c"}), "cannot use \"c\" here (see tool do --help)");
+  EXPECT_EQ(ErrorOf({}), "missing argument: tool do PATH... (see tool do --help)");
+  EXPECT_EQ(ErrorOf({L"a", L"b", L"c"}), "unexpected argument \"c\" (see tool do --help)");
 }
 
 TEST(CommandLineTest, NumbersAreWholeAndDecimal) {

@@ -72,15 +72,15 @@ TEST_F(FirstMenuDiagnosisTest, AllIsWell) {
          {"First menu of Windows 11",
           "  ok    the identity " + ToUtf8(FullName(kOwnVersion)) +
               " is registered for this user, and for all users",
-          "  ok    it is ours: its publisher is CN=Nimbrel, C=AT", "  ok    its version is " + kOwnVersion,
+          "  ok    its publisher is CN=Nimbrel, C=AT", "  ok    its version is " + kOwnVersion,
           "  ok    its library is " + ToUtf8(library_), "  ok    Explorer's own menu has the commands"});
   EXPECT_THAT(text_, Not(HasSubstr("BAD")));
 }
 
 TEST_F(FirstMenuDiagnosisTest, AnOlderWindowsHasTheClassicMenuOnly) {
   state_.machine.build = 19045;
-  Expect("this Windows has no menu before the classic one",
-         {"        this Windows (build 19045) has no such menu: the classic one is its first"});
+  Expect("this Windows shows the classic menu only",
+         {"        this Windows (build 19045) shows the classic menu only"});
   EXPECT_FALSE(isBad_);
   state_.machine.build = 21999;
   EXPECT_FALSE(HasFirstMenu(state_.machine));
@@ -122,14 +122,14 @@ TEST_F(FirstMenuDiagnosisTest, AnIdentityOfThisUserOnlyIsEnoughForThisUser) {
 
 TEST_F(FirstMenuDiagnosisTest, AnIdentityOfAllUsersReachesThisOneAtTheNextSignIn) {
   Package().forThisUser = false;
-  ExpectMissing("the identity is not there for this user yet",
+  ExpectMissing("the identity is not registered for this user yet",
                 {"        this user gets it at the next sign-in: sign out and in again"});
 }
 
 TEST_F(FirstMenuDiagnosisTest, AForeignIdentityIsNotOurs) {
   Package().fullName = FullName(kOwnVersion, L"CN=Somebody");
   ExpectMissing("the identity is another publisher's",
-                {"  BAD   it is not ours: its publisher is not CN=Nimbrel, C=AT"});
+                {"  BAD   it is of another publisher, not of CN=Nimbrel, C=AT"});
 }
 
 TEST_F(FirstMenuDiagnosisTest, WithoutThePackageFileThePublisherIsNotKnown) {
@@ -147,7 +147,8 @@ TEST_F(FirstMenuDiagnosisTest, AnIdentityOfAnotherVersion) {
 
 TEST_F(FirstMenuDiagnosisTest, ALibraryThatIsGone) {
   ASSERT_TRUE(::DeleteFileW(library_.c_str()));
-  ExpectMissing("its library cannot be used", {"  BAD   its library " + ToUtf8(library_) + " is not there"});
+  ExpectMissing("its library cannot be used",
+                {"  BAD   its library " + ToUtf8(library_) + " does not exist"});
 }
 
 TEST_F(FirstMenuDiagnosisTest, ALibraryThatExplorerCannotLoad) {
@@ -161,7 +162,7 @@ TEST_F(FirstMenuDiagnosisTest, ALibraryOfAnotherVersion) {
   ASSERT_TRUE(
       ::CopyFileW(BuiltProgram(L"tests\\libraries\\older_library.dll").c_str(), library_.c_str(), FALSE));
   Expect("its library cannot be used", {});
-  EXPECT_THAT(text_, HasSubstr(" is of version "));
+  EXPECT_THAT(text_, HasSubstr(" has version "));
 }
 
 // Where Windows does not say where the package's programs lie.

@@ -47,11 +47,11 @@ TEST(ProgramsTest, TheOverviewNamesTheCommands) {
 }
 
 TEST(ProgramsTest, WrongCommandLinesAreRefused) {
-  ExpectOneLineOfError(RunTool(kProbe, {}), 2, "shellprobe: which command?");
-  ExpectOneLineOfError(RunTool(kProbe, {L"dance"}), 2, "shellprobe: there is no command \"dance\"");
-  ExpectOneLineOfError(RunTool(kProbe, {L"menu"}), 2, "shellprobe: something is missing");
+  ExpectOneLineOfError(RunTool(kProbe, {}), 2, "shellprobe: missing argument: COMMAND");
+  ExpectOneLineOfError(RunTool(kProbe, {L"dance"}), 2, "shellprobe: unknown command \"dance\"");
+  ExpectOneLineOfError(RunTool(kProbe, {L"menu"}), 2, "shellprobe: missing argument");
   ExpectOneLineOfError(RunTool(kProbe, {L"icon", L"a", L"--size", L"huge"}), 2,
-                       "shellprobe: --size is one of: large, small");
+                       "shellprobe: --size must be one of: large, small");
   ExpectOneLineOfError(RunTool(kAgent, {L"--count", L"many"}), 2, "standin-agent: --count needs a number");
 }
 

@@ -72,7 +72,7 @@ void Arguments::Take(std::span<const std::wstring> words) {
     } else {
       const std::string name = ToUtf8(word);
       const OptionSpec* option = FindOption(spec_, name);
-      if (option == nullptr) throw WrongUsage(spec_, "there is no option " + name);
+      if (option == nullptr) throw WrongUsage(spec_, "unknown option " + name);
       const bool takesValue = option->value != nullptr;
       if (takesValue && i + 1 == words.size()) throw WrongUsage(spec_, name + " needs a value");
       values_[name] = takesValue ? words[++i] : std::wstring();
@@ -82,10 +82,10 @@ void Arguments::Take(std::span<const std::wstring> words) {
 
 void Arguments::CheckCount() const {
   if (positional_.size() < spec_.minimumArguments) {
-    throw WrongUsage(spec_, std::string("something is missing: ") + FullName(spec_) + " " + spec_.arguments);
+    throw WrongUsage(spec_, std::string("missing argument: ") + FullName(spec_) + " " + spec_.arguments);
   }
   if (positional_.size() > spec_.maximumArguments) {
-    throw WrongUsage(spec_, "cannot use \"" + ToUtf8(positional_[spec_.maximumArguments]) + "\" here");
+    throw WrongUsage(spec_, "unexpected argument \"" + ToUtf8(positional_[spec_.maximumArguments]) + "\"");
   }
 }
 
@@ -115,7 +115,7 @@ size_t Arguments::Choice(const std::string& option, std::span<const char* const>
   if (found != choices.end()) return static_cast<size_t>(found - choices.begin());
   std::string list;
   for (const char* choice : choices) list += (list.empty() ? "" : ", ") + std::string(choice);
-  throw WrongUsage(spec_, option + " is one of: " + list);
+  throw WrongUsage(spec_, option + " must be one of: " + list);
 }
 
 std::string HelpText(const CommandSpec& spec) {

@@ -23,7 +23,8 @@ std::string Overview(const char* program, const char* summary, std::span<const C
     text += "  " + name + "  " + command.spec.summary + "\n";
   }
   return text + "\n" + program + " COMMAND --help explains one of them,\n" + program +
-         " --version prints the version and the licences of third-party code.\n";
+         " --version prints the version and the licences of third-party code.\n\n"
+         "Exit codes: 0 done; 1 failed; 2 wrong command line; the others are in each command's help.\n";
 }
 
 const Command* FindCommand(std::span<const Command> commands, const std::string& name) {
@@ -55,7 +56,8 @@ int Dispatch(std::span<const std::wstring> words, const char* program, const cha
     Print(Overview(program, summary, commands));
     return static_cast<int>(ExitCode::kDone);
   }
-  const std::string problem = first.empty() ? "which command?" : "there is no command \"" + first + "\"";
+  const std::string problem =
+      first.empty() ? "missing argument: COMMAND" : "unknown command \"" + first + "\"";
   throw ToolError(ExitCode::kWrongUsage, problem + " (see " + program + " --help)");
 }
 

@@ -8,8 +8,6 @@ for each finding:
 
     German!de.txt:17: placeholder: "%s" of the English line is missing
 
-Exit codes: 0 no finding; 1 findings; 2 wrong command line, or a file is missing.
-
 The rules:
 
     encoding      UTF-8, no byte-order mark, line feeds, no control characters
@@ -35,6 +33,8 @@ The rules:
     glossary      every term translated as the glossary says, no forbidden word,
                   "remove" and "delete" kept apart
     built-in      english.txt holds every built-in text and no other
+
+Exit codes: 0 no finding; 1 findings; 2 wrong command line, or a file is missing.
 """
 
 import functools
@@ -500,7 +500,7 @@ def main(arguments):
         print(__doc__)
         return 0
     if len(arguments) not in (1, 2):
-        print("langlint: which folder? (see langlint.py --help)", file=sys.stderr)
+        print("langlint: expected arguments: FOLDER [BUILT_IN_STRINGS_CPP] (see langlint.py --help)", file=sys.stderr)
         return 2
     folder = arguments[0]
     built_in_path = arguments[1] if len(arguments) == 2 else os.path.join(folder, "..", "BuiltInStrings.cpp")

@@ -114,7 +114,7 @@ class TextsOfLibrary {
 void CheckLanguage(Report& report, const std::wstring& library) {
   report.Section("Language");
   const TextsOfLibrary texts(library);
-  if (!texts) return report.Note(kLanguageFact, "no library, no texts");
+  if (!texts) return report.Note(kLanguageFact, "not checked, because no library can be loaded");
   const LanguageStatus status = GetLanguageStatus();
   if (status.archive != DataStatus::kReady)
     return report.Bad(kLanguageFact, "the library's texts cannot be read");

@@ -46,7 +46,8 @@ bool ReportActivation(Report& report, const std::string& fact, const std::string
                       const std::wstring& classId) {
   const std::optional<HRESULT> result = ActivateQuietly(classId);
   if (!result) {
-    report.Bad(fact, whose + " class was not activated: its library is missing or another one");
+    report.Bad(fact,
+               whose + " class was not activated, because its library is missing or is not the expected one");
   } else if (FAILED(*result)) {
     report.Bad(fact, whose + " class cannot be activated", HexCode(*result));
   } else {
@@ -251,7 +252,7 @@ Obstacle ReportNoAgent(Report& report) {
   const bool isForbidden = IsMutexForbidden(kServiceAgent.mutex);
   report.Bad("mutex",
              isForbidden ? "it is running, but this user may not open its mutex " + mutex
-                         : "it is not running: there is no mutex " + mutex,
+                         : "it is not running: the mutex " + mutex + " does not exist",
              mutex);
   report.Note("pipe", "its pipe would be " + ToUtf8(kServiceAgent.pipe), ToUtf8(kServiceAgent.pipe));
   return isForbidden ? kForbiddenAgent : kNoAgent;
@@ -263,7 +264,7 @@ Obstacle ReportAgent(Report& report) {
   const std::wstring pipe = GetAgentPipeName(kScope);
   if (pipe.empty()) return ReportNoAgent(report);
   const std::string mutex = ToUtf8(kServiceAgent.mutex);
-  report.Good("mutex", "it is running: there is the mutex " + mutex, mutex);
+  report.Good("mutex", "it is running: the mutex " + mutex + " exists", mutex);
   ReportPipe(report, pipe);
   return nullptr;
 }

@@ -72,7 +72,7 @@ UniqueCom<IUnknown> ExtensionClasses::FromLibrary(const CLSID& classId) const {
   UniqueCom<IUnknown> object;
   if (SUCCEEDED(result)) result = factory.Get()->CreateInstance(nullptr, IID_IUnknown, OutVoid(object));
   if (FAILED(result)) {
-    throw ToolError(kNotRegistered, "the library does not give out the class (" + HexCode(result) + ")");
+    throw ToolError(kNotRegistered, "the library does not provide the class (" + HexCode(result) + ")");
   }
   return object;
 }

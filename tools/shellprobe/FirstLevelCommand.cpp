@@ -58,7 +58,7 @@ std::string AsText(const FirstLevelMenu& menu) {
   text += RowFor("fly-out", menu.FlyOut());
   for (size_t i = 0; i < menu.Children().size(); ++i)
     text += RowFor("  " + std::to_string(i), menu.Children()[i]);
-  if (menu.FlyOut().IsHidden()) text += "the first menu gets no commands\n";
+  if (menu.FlyOut().IsHidden()) text += "the first menu shows no commands\n";
   return text;
 }
 

@@ -62,7 +62,8 @@ FirstLevelMenu::FirstLevelMenu(const ExtensionClasses& classes, const std::vecto
   const UniqueCom<IUnknown> object = classes.NewExplorerCommand();
   const HRESULT result = object.Get()->QueryInterface(IID_IExplorerCommand, OutVoid(command_));
   if (FAILED(result))
-    throw ToolError(kNotRegistered, "the class is no IExplorerCommand (" + HexCode(result) + ")");
+    throw ToolError(kNotRegistered,
+                    "the class does not implement IExplorerCommand (" + HexCode(result) + ")");
   flyOut_ = Ask(command_.Get(), selection_.Get());
   ReadChildren();
 }
@@ -71,7 +72,7 @@ void FirstLevelMenu::ReadChildren() {
   UniqueCom<IEnumExplorerCommand> list;
   const HRESULT result = command_.Get()->EnumSubCommands(list.Out());
   if (FAILED(result))
-    throw ToolError(ExitCode::kFailed, "the fly-out gives no children (" + HexCode(result) + ")");
+    throw ToolError(ExitCode::kFailed, "the fly-out has no children (" + HexCode(result) + ")");
   UniqueCom<IExplorerCommand> child;
   ULONG fetched = 0;
   while (list.Get()->Next(1, child.Out(), &fetched) == S_OK) {

@@ -56,7 +56,7 @@ Picture LoadCommandIcon(const std::wstring& location) {
 Picture DrawFirstLevelMenu(const FirstLevelMenu& menu, const FirstLevelPictureOptions& options) {
   const std::vector<PanelRow> rows = MenuRows(menu, options.amongOthers);
   if (rows.empty())
-    throw ToolError(ExitCode::kFailed, "there is nothing to draw: the first menu gets no commands");
+    throw ToolError(ExitCode::kFailed, "there is nothing to draw: the first menu shows no commands");
   return DrawPanels(rows, FlyOutRows(menu), options.isDark ? kDarkPanel : kLightPanel);
 }
 

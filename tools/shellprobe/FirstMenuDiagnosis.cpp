@@ -25,10 +25,10 @@ constexpr wchar_t kRecordValue[] = L"FirstLevelMenu";
 constexpr wchar_t kLibraryName[] = L"VeskardExplorerCommand.dll";
 
 // Why the menu has none of the commands.
-constexpr char kOneMenu[] = "this Windows has no menu before the classic one";
+constexpr char kOneMenu[] = "this Windows shows the classic menu only";
 constexpr char kNoIdentity[] = "no identity is registered";
 constexpr char kLeftOut[] = "the installation left it out";
-constexpr char kNotYet[] = "the identity is not there for this user yet";
+constexpr char kNotYet[] = "the identity is not registered for this user yet";
 constexpr char kForeign[] = "the identity is another publisher's";
 constexpr char kOtherVersion[] = "the identity is of another version";
 constexpr char kBadLibrary[] = "its library cannot be used";
@@ -71,7 +71,8 @@ std::wstring BlockingKey() {
 const char* ReportUsers(Report& report, const KnownPackage& package) {
   const std::string name = ToUtf8(package.fullName);
   if (!package.forThisUser) {
-    report.Bad(kIdentityFact, "the identity " + name + " is there for all users, but not for this one yet",
+    report.Bad(kIdentityFact,
+               "the identity " + name + " is provisioned for all users, but not registered for this one yet",
                name);
     report.Note("repair", "this user gets it at the next sign-in: sign out and in again");
     return kNotYet;
@@ -94,10 +95,10 @@ const char* ReportPublisher(Report& report, const FirstMenuState& state, const s
   }
   const std::string publisher = ToUtf8(state.file->publisher);
   if (PublisherIdOf(state.file->publisher) == publisherId) {
-    report.Good(kPublisherFact, "it is ours: its publisher is " + publisher, publisher);
+    report.Good(kPublisherFact, "its publisher is " + publisher, publisher);
     return nullptr;
   }
-  report.Bad(kPublisherFact, "it is not ours: its publisher is not " + publisher, id);
+  report.Bad(kPublisherFact, "it is of another publisher, not of " + publisher, id);
   return kForeign;
 }
 
@@ -118,13 +119,13 @@ const char* ReportMenuLibrary(Report& report, const FirstMenuState& state, const
   const std::string version = FileVersionText(file);
   std::string problem;
   if (!FileExists(file.c_str())) {
-    problem = "is not there";
+    problem = "does not exist";
   } else if (architecture != state.machine.windows) {
     problem = std::string("is for ") + ArchitectureName(architecture) +
               " programs, and Explorer is one of the " + ArchitectureName(state.machine.windows) +
               " programs";
   } else if (version != ToUtf8(kVersionText)) {
-    problem = "is of version " + version + ", this program of " + ToUtf8(kVersionText);
+    problem = "has version " + version + ", this program has " + ToUtf8(kVersionText);
   }
   if (problem.empty()) {
     report.Good(kMenuLibraryFact, "its library is " + path, path);
@@ -174,7 +175,7 @@ void ReportNoIdentity(Report& report, const FirstMenuState& state) {
                "no identity is registered, though " + ToUtf8(kIdentityFileName) + " is installed");
     report.Note("repair",
                 "to register it: repair the installation (msiexec /i PACKAGE.msi REINSTALL=ALL /l*v LOG)");
-    report.Note("repair", "where that does not help, LOG says why Windows refuses the identity");
+    report.Note("repair", "if that does not help, LOG holds the reason why Windows refuses the identity");
   } else {
     report.Note(kIdentityFact,
                 "no identity is registered, and no " + ToUtf8(kIdentityFileName) + " is installed");
@@ -203,7 +204,7 @@ const char* DiagnoseFirstMenu(Report& report, const FirstMenuState& state) {
   report.Section("First menu of Windows 11");
   if (!HasFirstMenu(state.machine)) {
     report.Note(kFirstMenuFact, "this Windows (build " + std::to_string(state.machine.build) +
-                                    ") has no such menu: the classic one is its first");
+                                    ") shows the classic menu only");
     return kOneMenu;
   }
   if (state.packages.empty()) ReportNoIdentity(report, state);

@@ -26,7 +26,7 @@ void RegisterHere(const std::wstring& file) {
   const HRESULT result = reinterpret_cast<Install>(reinterpret_cast<void*>(address))(TRUE, L"S");
   if (FAILED(result)) {
     throw ToolError(ExitCode::kFailed,
-                    "registration failed (" + HexCode(result) + "): are you an administrator?");
+                    "registration failed (" + HexCode(result) + "); it needs administrator rights");
   }
 }
 
@@ -60,7 +60,7 @@ DWORD Run(const std::wstring& program, std::wstring commandLine) {
   DWORD exitCode = STILL_ACTIVE;
   if (::WaitForSingleObject(handle.Get(), kPatience) != WAIT_OBJECT_0 ||
       !::GetExitCodeProcess(handle.Get(), &exitCode)) {
-    throw ToolError(ExitCode::kTimeLimit, ToUtf8(program) + " does not end");
+    throw ToolError(ExitCode::kTimeLimit, ToUtf8(program) + " did not end in time");
   }
   return exitCode;
 }
@@ -70,7 +70,7 @@ void RegisterElsewhere(const std::wstring& file) {
   const DWORD exitCode = Run(program, L"\"" + program + L"\" /s /n /i:S \"" + file + L"\"");
   if (exitCode == 0) return;
   throw ToolError(ExitCode::kFailed, "registration failed (" + ToUtf8(program) + " ended with " +
-                                         std::to_string(exitCode) + "): are you an administrator?");
+                                         std::to_string(exitCode) + "); it needs administrator rights");
 }
 
 // What is to be registered for a view that is not as it should be.

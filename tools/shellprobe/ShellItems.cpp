@@ -40,7 +40,8 @@ UniqueCom<IShellItemArray> MakeShellItems(const std::vector<std::wstring>& paths
   const HRESULT result =
       ::SHCreateShellItemArrayFromIDLists(static_cast<UINT>(lists.size()), lists.data(), items.Out());
   if (FAILED(result))
-    throw ToolError(ExitCode::kFailed, "the Shell makes no selection (" + HexCode(result) + ")");
+    throw ToolError(ExitCode::kFailed,
+                    "the Shell cannot make a selection of the paths (" + HexCode(result) + ")");
   return items;
 }
 

@@ -20,8 +20,7 @@ constexpr ULONGLONG kForever = ~ULONGLONG{0};
 
 constexpr OptionSpec kOptions[] = {
     {"--lines", "N", "begin with the last N lines (10)"},
-    {"--process", "NAME",
-     "only lines of this process: explorer.exe (in any case), 4412 or both with a colon"},
+    {"--process", "NAME", "only lines of this process: explorer.exe, 4412 or explorer.exe:4412"},
     {"--no-follow", nullptr, "print the present lines and end"},
     {"--count", "N", "end after N lines"},
     {"--time-limit", "SECONDS", "end with code 3 after this time"},

@@ -107,7 +107,7 @@ void DiagnoseView(Report& report, const RegistryView& view, bool handlersGood) {
   if (obstacle == nullptr && !handlersGood) obstacle = "a handler's key is wrong";
   if (obstacle == nullptr) return ReportPrograms(report, Finding::kGood, view, "show the menu");
   ReportPrograms(report, Finding::kBad, view, std::string("show no menu: ") + obstacle);
-  report.Note("repair", "to register it anew, as administrator: shellprobe doctor --repair");
+  report.Note("repair", "to register it again, as administrator: shellprobe doctor --repair");
 }
 
 }  // namespace veskard

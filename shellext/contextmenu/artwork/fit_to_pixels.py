@@ -3,11 +3,11 @@
 
     fit_to_pixels.py SOURCE.svg SIZE
 
-The sources are drawn on a grid of 16 by 16 units. At most sizes a unit is no
-whole number of pixels, and every straight edge would blur over two of them. So
-the edges of rectangles and the corners of polygons go to the nearest pixel
-boundary, left and right of the middle alike, so that what is symmetrical stays
-so; no rectangle gets thinner than one pixel. Curves stay as they are.
+The sources are drawn on a grid of 16 by 16 units. At most sizes a unit is not a
+whole number of pixels, so straight edges would blur over two pixels. The edges of
+rectangles and the corners of polygons are therefore moved to the nearest pixel
+boundary, in the same way left and right of the middle, so that symmetrical drawings
+stay symmetrical. No rectangle gets thinner than one pixel. Curves do not change.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
@@ -67,7 +67,7 @@ if __name__ == "__main__":
         print(__doc__)
         sys.exit(0)
     if len(sys.argv) != 3:
-        wrong_usage("SOURCE.svg SIZE are needed")
+        wrong_usage("expected arguments: SOURCE.svg SIZE")
     if not sys.argv[2].isdecimal() or int(sys.argv[2]) == 0:
-        wrong_usage(f'SIZE is a number of pixels, not "{sys.argv[2]}"')
+        wrong_usage(f'SIZE must be a number of pixels, not "{sys.argv[2]}"')
     main(sys.argv[1], int(sys.argv[2]))

@@ -4,14 +4,14 @@
 #   make_icon.sh SOURCE.svg RESULT.ico
 #
 # A menu asks for the size of its check mark, which follows its font and is
-# always an odd number; with a picture for each of them up to 31 nothing is scaled up to 200 percent.
-# The even sizes are those of lists, tool bars and large views.
+# always an odd number. With a picture of each odd size from 11 to 31, nothing is scaled at
+# 100 to 200 percent. The even sizes are those of lists, tool bars and large views.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 . "$here/../../../scripts/lib.sh"
 answer_help "$@"
 refuse_options "$@"
-[ $# -ge 2 ] || wrong_usage "SOURCE.svg and RESULT.ico are needed"
+[ $# -ge 2 ] || wrong_usage "expected arguments: SOURCE.svg RESULT.ico"
 source=$1 result=$2
 shift 2
 takes_nothing_more "$@"
