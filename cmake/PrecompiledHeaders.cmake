@@ -1,5 +1,8 @@
 # Reading Windows' headers is most of what compiling a source costs: they are read
-# once, and veskard_precompiled_headers(TARGET...) lets targets use the result.
+# once, and veskard_precompiled_headers(TARGET...) lets targets use the result. The tools and
+# the tests do, the libraries that ship do not: they have to be the same bytes in every build,
+# and GCC's precompiled header is not. Two builds of the 32-bit library differed once, and
+# nothing else in them was found to change from build to build.
 # Each source includes the headers that it needs, because Clang builds it without these.
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   function(veskard_precompiled_headers)
