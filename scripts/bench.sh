@@ -11,6 +11,9 @@
 #                                   log_bench agent_bench
 #   scripts/bench.sh --clicks 2000 ...    the number of right-clicks while cost_bench
 #                                   watches private memory; otherwise 100,000
+#   scripts/bench.sh --one-processor explorer_menu_bench    Wine's server and the benchmarks
+#                                   of the library share one processor; the tables are left
+#                                   in NAME-one-processor.md
 #
 # The tables are Markdown, with date and machine above them. They are left in
 # build/measured/; scripts/measured_tables.py build/measured docs/benchmarks.md docs/evidence.md
@@ -22,15 +25,20 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 
-clicks=100000
-case "${1:-} ${2:+VALUE}" in
-  "--clicks VALUE")
-    [[ "$2" =~ ^[1-9][0-9]*$ ]] || wrong_usage "--clicks needs a number, not \"$2\""
-    clicks=$2
-    shift 2
-    ;;
-  "--clicks ") wrong_usage "--clicks needs a number" ;;
-esac
+clicks=100000 one_processor=false
+while [ $# -ne 0 ]; do
+  case "$1" in
+    --clicks)
+      [ $# -ge 2 ] || wrong_usage "--clicks needs a number"
+      [[ "$2" =~ ^[1-9][0-9]*$ ]] || wrong_usage "--clicks needs a number, not \"$2\""
+      clicks=$2
+      shift
+      ;;
+    --one-processor) one_processor=true ;;
+    *) break ;;
+  esac
+  shift
+done
 benches=(native_bench menu_bench explorer_menu_bench cost_bench load_bench icon_bench log_bench agent_bench) everything=true
 for name in "$@"; do
   [[ " ${benches[*]} " == *" $name "* ]] || wrong_usage "unknown benchmark \"$name\""
@@ -50,17 +58,24 @@ cd "$root"
 [ -f "$build/win64/build.ninja" ] || run "$build/logs/configure-win64.log" cmake --preset win64
 run "$build/logs/build-bench.log" cmake --build --preset win64 --target "${windows_benches[@]}"
 [[ " ${windows_benches[*]} " != *" cost_bench "* ]] || "$root/scripts/old-library.sh"
+if "$one_processor"; then
+  wine_environment
+  wine_prefix_take
+  wine_stop  # a server that runs already has all processors
+  taskset --cpu-list --pid 0 $$ >/dev/null
+fi
 wine_prefix_ready
 trap wine_stop EXIT
 # On a busy machine cost_bench takes longer than a program may otherwise.
 export VESKARD_TIMEOUT=${VESKARD_TIMEOUT:-3600}
 for bench in "${windows_benches[@]}"; do
-  words=() options=
+  words=() options= table=$bench
+  if "$one_processor"; then options="--one-processor " table="$bench-one-processor"; fi
   if [ "$bench" = cost_bench ]; then
     words=("$clicks")
-    [ "$clicks" = 100000 ] || options="--clicks $clicks "
+    [ "$clicks" = 100000 ] || options+="--clicks $clicks "
   fi
-  measured "$bench" "scripts/bench.sh $options$bench" "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe" "${words[@]}"
+  measured "$table" "scripts/bench.sh $options$bench" "$root/scripts/wine-run.sh" "$build/win64/bench/$bench.exe" "${words[@]}"
 done
 
 "$everything" || exit 0

@@ -54,13 +54,15 @@ run() {
 
 # When, with what and on which machine something is measured: the line above its tables.
 measured_by() {
-  local system processor compiler wine
+  local system processors processor compiler wine
   system=$(. /etc/os-release && printf '%s' "$PRETTY_NAME")
+  processors="$(nproc) processors"
+  [ "$processors" != "1 processors" ] || processors="1 processor"
   processor=$(sed -n 's/^model name[^:]*: *//p' /proc/cpuinfo | sed 1q)
   compiler=$(x86_64-w64-mingw32-g++-posix -dumpversion)
   wine=$(wine --version 2>/dev/null | sed 's/^wine-\([0-9.]*\).*/Wine \1/')
-  printf 'Measured by `%s` on %s: %s processors (%s), load %s before; %s, GCC %s, %s.\n' "$1" "$(date +%F)" \
-    "$(nproc)" "$processor" "$(cut -d ' ' -f 1 /proc/loadavg)" "$system" "${compiler%-*}" "$wine"
+  printf 'Measured by `%s` on %s: %s (%s), load %s before; %s, GCC %s, %s.\n' "$1" "$(date +%F)" \
+    "$processors" "$processor" "$(cut -d ' ' -f 1 /proc/loadavg)" "$system" "${compiler%-*}" "$wine"
 }
 
 # measured NAME SHOWN COMMAND...: runs the command, which prints Markdown tables, and shows

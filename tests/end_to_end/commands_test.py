@@ -72,7 +72,7 @@ TABLE = [
     ("scripts/bench.sh", "Measures everything in one run", {
         "now": 'unknown benchmark "now"', "--clicks": "--clicks needs a number",
         "--clicks many": '--clicks needs a number, not "many"',
-        "--clicks 5 now": 'unknown benchmark "now"'}),
+        "--clicks 5 now": 'unknown benchmark "now"', "--one-processor now": 'unknown benchmark "now"'}),
     ("scripts/bench-instructions.sh", "Counts the instructions", {"all": 'unexpected argument "all"'}),
     ("scripts/build.sh", "Builds a flavour by its preset", {"win16": 'unknown preset "win16"'}),
     ("scripts/check-library.sh", "Checks built libraries", {"": "expected arguments: FILE...", "-x": "unknown option -x"}),
