@@ -14,7 +14,7 @@
 
 namespace veskard::bench {
 
-/// A whole right-click: the switch of the log read as often as objects come and go,
+/// A whole right-click: the log's switch read as often as objects come and go,
 /// the selection's list, the agent's mutex, the marks of the folder and of each item, the
 /// items and their bitmaps, whose pixels are there.
 void BaselineRightClick(IDataObject* selection, HMENU menu);
@@ -26,5 +26,9 @@ void BaselineChoice(HDROP drop, uint32_t count);
 /// The state of the fly-out in Explorer's own menu: the array's identity, the agent's mutex,
 /// the items' names, and the marks of the folder and of each item.
 EXPCMDSTATE BaselineState(IShellItemArray& selection);
+
+/// A whole menu of Explorer's own whose class object lives already: the log's switch read when
+/// the fly-out comes and when it goes, its title, the path of its picture and its state.
+EXPCMDSTATE BaselineFirstMenu(IShellItemArray& selection);
 
 }  // namespace veskard::bench

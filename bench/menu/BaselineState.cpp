@@ -6,7 +6,21 @@
 #include <objbase.h>
 #include <shobjidl.h>
 
+#include <cstring>
+
+#include "core/TaskMemory.h"
+
 namespace veskard::bench {
+namespace {
+
+UniqueTaskString TaskString(const wchar_t* text, size_t length) {
+  const size_t size = (length + 1) * sizeof(wchar_t);
+  UniqueTaskString copy(static_cast<wchar_t*>(::CoTaskMemAlloc(size)));
+  std::memcpy(copy.Get(), text, size);
+  return copy;
+}
+
+}  // namespace
 
 EXPCMDSTATE BaselineState(IShellItemArray& selection) {
   void* identity = nullptr;
@@ -27,6 +41,16 @@ EXPCMDSTATE BaselineState(IShellItemArray& selection) {
   }
   static_cast<IUnknown*>(identity)->Release();
   return look.Found().inFolder ? ECS_ENABLED : ECS_HIDDEN;
+}
+
+EXPCMDSTATE BaselineFirstMenu(IShellItemArray& selection) {
+  BaselineLogSwitch();  // the fly-out comes
+  const UniqueTaskString title = TaskString(L"the product's name", 18);
+  wchar_t library[MAX_PATH] = {};
+  const UniqueTaskString icon = TaskString(library, ::GetModuleFileNameW(nullptr, library, MAX_PATH));
+  const EXPCMDSTATE state = BaselineState(selection);
+  BaselineLogSwitch();  // the fly-out goes
+  return state;
 }
 
 }  // namespace veskard::bench

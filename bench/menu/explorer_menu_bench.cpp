@@ -1,10 +1,11 @@
 // explorer_menu_bench.exe: what the state of the fly-out in Explorer's own menu costs in the
-// built library, as ratios to the plain calls that its rules ask for, and what a menu costs
-// where there is nothing to show.
+// built library, as ratios to the plain calls that its rules ask for, and what a state and a
+// whole menu cost where there is nothing to show, beside a command that does nothing.
 #include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -122,26 +123,65 @@ void BenchState(const Host& host, const std::string& what, const std::vector<std
 }
 
 // What Explorer asks a command that it then does not show.
-void AskAll(IExplorerCommand& command, IShellItemArray* selection) {
+EXPCMDSTATE AskAll(IExplorerCommand& command, IShellItemArray* selection) {
   UniqueTaskString title, icon;
   EXPCMDFLAGS flags = ECF_DEFAULT;
   command.GetTitle(selection, title.Out());
   command.GetIcon(selection, icon.Out());
   command.GetFlags(&flags);
-  ExpectState("outside", StateOf(command, selection), ECS_HIDDEN);
+  return StateOf(command, selection);
 }
 
-void BenchOutside(const Host& host, const std::wstring& path) {
-  BenchArray selection({path});
-  const std::vector<Times> times =
-      TakeTurns({.count = RoundsFor(1)}, {[&](int) { AskAll(*host.NewFlyOut().Get(), &selection); },
-                                          [&](int) {
-                                            FlyOut empty;
-                                            EmptyCommand::Make(empty.Out());
-                                            AskAll(*empty.Get(), &selection);
-                                          }});
-  PrintRow("outside every folder, 1 item", 0, times[0], times[1]);
-  PrintDifference("more than the empty command", (times[0].median - times[1].median) / 1000, kAimOutside);
+using Question = std::function<EXPCMDSTATE(int round)>;
+
+struct Questions {
+  Question ours;
+  Question baseline;
+  Question empty;
+};
+
+void PrintOutsideHeading() {
+  PrintTable("Outside every folder, 1 item: beside a command that does nothing",
+             {"", "fastest, ours", "baseline", "empty command", "median, ours", "baseline", "empty command",
+              "ours more than the empty command", "baseline more than it", "aim of ours", ""});
+}
+
+void BenchOutside(const std::string& what, const Questions& questions) {
+  const auto hidden = [&what](const Question& question) {
+    return [&](int round) { ExpectState(what, question(round), ECS_HIDDEN); };
+  };
+  const std::vector<Times> times = TakeTurns(
+      {.count = RoundsFor(1)}, {hidden(questions.ours), hidden(questions.baseline), hidden(questions.empty)});
+  std::vector<std::string> cells = {what};
+  for (const Times& side : times) cells.push_back(Rounded(side.fastest, 1) + " µs");
+  for (const Times& side : times) cells.push_back(Rounded(side.median, 1) + " µs");
+  const double more = (times[0].median - times[2].median) / 1000;
+  cells.push_back(Rounded(more, 2) + " ms");
+  cells.push_back(Rounded((times[1].median - times[2].median) / 1000, 2) + " ms");
+  cells.push_back(Rounded(kAimOutside, 1) + " ms");
+  cells.push_back(Verdict(more, kAimOutside));
+  PrintCells(cells);
+}
+
+void BenchStateOutside(const Host& host, BenchArray& selection) {
+  std::vector<FlyOut> flyOuts;
+  for (int i = 0; i < RoundsFor(1); ++i) flyOuts.push_back(host.NewFlyOut());
+  FlyOut empty;
+  EmptyCommand::Make(empty.Out());
+  BenchOutside("the state",
+               {[&](int round) { return StateOf(*flyOuts[static_cast<size_t>(round)].Get(), &selection); },
+                [&](int) { return BaselineState(selection); },
+                [&](int) { return StateOf(*empty.Get(), &selection); }});
+}
+
+void BenchMenuOutside(const Host& host, BenchArray& selection) {
+  BenchOutside("a whole menu", {[&](int) { return AskAll(*host.NewFlyOut().Get(), &selection); },
+                                [&](int) { return BaselineFirstMenu(selection); },
+                                [&](int) {
+                                  FlyOut empty;
+                                  EmptyCommand::Make(empty.Out());
+                                  return AskAll(*empty.Get(), &selection);
+                                }});
 }
 
 void BenchExplorerMenu() {
@@ -150,8 +190,10 @@ void BenchExplorerMenu() {
   PrintHeading("The state of the fly-out");
   BenchState(host, "outside every folder, 1 item", {folder.Outside()}, ECS_HIDDEN);
   for (const uint32_t count : kCounts) BenchState(host, Items(count), folder.First(count), ECS_ENABLED);
-  PrintHeading("A whole menu with nothing to show", "ours", "empty command");
-  BenchOutside(host, folder.Outside());
+  PrintOutsideHeading();
+  BenchArray outside({folder.Outside()});
+  BenchStateOutside(host, outside);
+  BenchMenuOutside(host, outside);
 }
 
 }  // namespace

@@ -96,6 +96,17 @@ TEST_F(MenuLogTest, TheSwitchOfTheLogTakesEffectWithTheNextFlyOut) {
   EXPECT_THAT(FirstLines({file}), testing::Contains(L"=== start ==="));
 }
 
+TEST_F(MenuLogTest, SoItDoesWhileAnotherFlyOutLives) {
+  const auto living = library_.NewFlyOut();
+  const std::wstring file = tree_.MakeFile(L"outside.txt");
+  SetLogSwitch(0);
+  EXPECT_EQ(FirstLines({file}), Lines{L"==== end ===="});
+  ASSERT_EQ(::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Nimbrel"), ERROR_SUCCESS);
+  EXPECT_THAT(FirstLines({file}), testing::Contains(L"=== start ==="));
+  SetLogSwitch(0);
+  EXPECT_EQ(FirstLines({file}), Lines{L"==== end ===="});
+}
+
 // ---- The language; run once more where the user's is German
 
 TEST_F(MenuLogTest, TheTextsAreThoseOfTheClassicMenu) {
