@@ -52,15 +52,6 @@ make_sources() {
   unpack zlib '*.c' '*.h'
   unpack llvm-toolchain-19 cmake llvm/cmake runtimes libunwind libcxx libcxxabi compiler-rt/CMakeLists.txt \
     compiler-rt/cmake compiler-rt/lib/builtins
-  enlarge_reserve "$work/llvm-toolchain-19/libcxxabi/src/fallback_malloc.cpp"
-}
-
-# libc++abi ends the process when an exception finds no memory, neither in the heap nor in
-# the reserve that it has for that: 512 bytes, which are two exceptions at once. Out of memory
-# is an exception that the library has to survive; the other flavours have 64 such blocks.
-enlarge_reserve() {
-  grep -q '^static const size_t HEAP_SIZE = 512;' "$1" || die "libc++abi has another reserve than 512 bytes"
-  sed -i 's/^static const size_t HEAP_SIZE = 512;/static const size_t HEAP_SIZE = 64 * 512;/' "$1"
 }
 
 # The compiler and the programs beside it, under the names that GNU's have. What Clang

@@ -1,5 +1,5 @@
-// Needed by: GCC's C++ run-time library, for 64 and 32 bits (win64, win32). LLVM's has spare
-// memory in static data and needs none of this.
+// Needed by: GCC's C++ run-time library, for 64 and 32 bits (win64, win32). LLVM's needs less:
+// ExceptionFallback.cpp.
 //
 // Exceptions when the process is out of memory: the part of the C++ run-time library that
 // allocates for them, replaced by one that needs no heap.
@@ -22,12 +22,12 @@
 #include <windows.h>
 #include <winternl.h>
 
-#include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+
+#include "core/runtime/SpareBlocks.h"
 
 namespace veskard {
 namespace {
@@ -76,57 +76,12 @@ ThreadRecord& RecordOfThisThread() noexcept {
 // always below this. It begins as zeros.
 constexpr size_t kHeaderRoom = 256;
 
-/// Blocks for exceptions that find the heap empty, as large as the exceptions of the
-/// standard library need. Half of them are kept for threads that have an exception in flight
-/// already: threads that wait for a block inside a handler would otherwise keep each other
-/// waiting with those that they hold.
-class SpareBlocks {
- public:
-  static constexpr size_t kSize = 512;
-
-  /// Null when all that this thread may have are taken.
-  void* Take(bool hasExceptionInFlight) noexcept {
-    const size_t count = hasExceptionInFlight ? blocks_.size() : blocks_.size() / 2;
-    for (size_t i = 0; i < count; ++i)
-      if (!blocks_[i].isTaken.exchange(true)) return blocks_[i].bytes;
-    return nullptr;
-  }
-
-  /// False when it is none of these blocks.
-  bool GiveBack(const void* bytes) noexcept {
-    for (Block& block : blocks_) {
-      if (block.bytes != bytes) continue;
-      block.isTaken = false;
-      return true;
-    }
-    return false;
-  }
-
- private:
-  struct Block {
-    alignas(std::max_align_t) unsigned char bytes[kSize];
-    std::atomic<bool> isTaken;
-  };
-  std::array<Block, 64> blocks_ = {};
-};
-
 constinit SpareBlocks spareBlocks;
 
-// Null when there is no memory of either kind.
-void* TryTake(size_t size) noexcept {
-  void* const block = std::malloc(size);
-  if (block != nullptr || size > SpareBlocks::kSize) return block;
-  return spareBlocks.Take(RecordOfThisThread().HasExceptionInFlight());
-}
-
-// A spare block comes back as soon as another thread is done with its exception. Until then
-// the thread waits: a host with a thread that waits for memory is better off than one that
-// is ended.
 void* TakeZeros(size_t size) noexcept {
-  for (;;) {
-    if (void* const block = TryTake(size)) return std::memset(block, 0, size);
-    ::Sleep(1);
-  }
+  void* const block = spareBlocks.TakeAfter([=] { return std::malloc(size); }, size,
+                                            [] { return RecordOfThisThread().HasExceptionInFlight(); });
+  return std::memset(block, 0, size);
 }
 
 void GiveBack(void* block) noexcept {

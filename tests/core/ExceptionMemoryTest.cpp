@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
-#include <cstdlib>
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -18,10 +20,14 @@
 namespace veskard {
 namespace {
 
-std::atomic<bool> outOfMemory = false;
+// The C run-time library's functions take these two, or the first alone.
+using Allocate = void*(size_t size, size_t alignment);
 
-void* RefuseMalloc(size_t size) {
-  return outOfMemory ? nullptr : std::calloc(1, size);
+std::atomic<bool> outOfMemory = false;
+Allocate* original = nullptr;
+
+void* RefuseWhenOutOfMemory(size_t size, size_t alignment) {
+  return outOfMemory ? nullptr : original(size, alignment);
 }
 
 /// No heap at all for as long as it lives.
@@ -33,7 +39,12 @@ class NoMemory {
 
 class ExceptionMemoryTest : public testing::Test {
  protected:
-  const test::ImportPatch malloc_{nullptr, "malloc", reinterpret_cast<void*>(&RefuseMalloc)};
+  ExceptionMemoryTest() { original = reinterpret_cast<Allocate*>(patch_.Original()); }
+
+ private:
+  // What the run-time library asks for an exception's memory: EXCEPTION_ALLOCATOR.
+  const test::ImportPatch patch_{nullptr, EXCEPTION_ALLOCATOR,
+                                 reinterpret_cast<void*>(&RefuseWhenOutOfMemory)};
 };
 
 // Throws and catches inside one another, each level rethrowing once.
@@ -62,13 +73,32 @@ TEST_F(ExceptionMemoryTest, AThreadsFirstExceptionNeedsNoHeap) {
 
 TEST_F(ExceptionMemoryTest, ExceptionsInsideOneAnotherNeedNoHeap) {
   const NoMemory none;
-  EXPECT_EQ(Nest(20), 21);
+  EXPECT_EQ(Nest(49), 50);
   EXPECT_EQ(std::uncaught_exceptions(), 0);
 }
 
 TEST_F(ExceptionMemoryTest, WhatIsGivenBackIsThereAgain) {
   const NoMemory none;
   for (int i = 0; i < 1000; ++i) ASSERT_EQ(Nest(1), 2) << i;
+}
+
+std::exception_ptr Thrown() {
+  try {
+    throw std::bad_alloc();
+  } catch (...) {
+    return std::current_exception();
+  }
+}
+
+TEST_F(ExceptionMemoryTest, SpareMemoryMayBeGivenBackInAnyOrder) {
+  std::array<size_t, 5> order = {0, 1, 2, 3, 4};
+  const NoMemory none;
+  do {
+    std::array<std::exception_ptr, order.size()> held;
+    for (std::exception_ptr& exception : held) exception = Thrown();
+    for (const size_t i : order) held[i] = nullptr;
+  } while (std::next_permutation(order.begin(), order.end()));
+  EXPECT_EQ(Nest(49), 50);
 }
 
 // --- Many threads at once ---
