@@ -12,34 +12,24 @@ refuse_options "$@"
 takes_nothing_more "${@:3}"
 package=$1 folder=$(realpath -m "$2")
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-chmod 755 "$work"
-mkdir -p "$work/sources" "$work/lists/partial" "$work/archives/partial"
-
+make_private_apt
 found=0
 for file in /etc/apt/sources.list.d/*.sources; do
   [ -f "$file" ] || continue
   grep -q '^Types:.*deb' "$file" && grep -qi 'debian-archive-keyring\|Suites:.*bookworm' "$file" || continue
-  sed 's/^Types:.*/Types: deb-src/' "$file" >"$work/sources/$(basename "$file")"
+  sed 's/^Types:.*/Types: deb-src/' "$file" >"$apt/sources/$(basename "$file")"
   found=1
 done
 if [ -f /etc/apt/sources.list ]; then
-  sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$work/sources/main.list"
-  [ -s "$work/sources/main.list" ] && found=1
+  sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$apt/sources/main.list"
+  [ -s "$apt/sources/main.list" ] && found=1
 fi
 [ "$found" = 1 ] || die "apt has no package source on this machine that can serve source packages"
 
-options=(
-  -o Dir::Etc::SourceList=/dev/null
-  -o Dir::Etc::SourceParts="$work/sources"
-  -o Dir::State::Lists="$work/lists"
-  -o Dir::Cache::Archives="$work/archives"
-  -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
-  -o APT::Sandbox::User=root
-)
+mkdir -p "$apt/archives/partial"
+apt_options+=(-o Dir::Cache::Archives="$apt/archives")
 say "fetching the source package of $package"
-run "$build/logs/source-lists.log" apt-get "${options[@]}" update
+run "$build/logs/source-lists.log" apt-get "${apt_options[@]}" update
 mkdir -p "$folder"
 cd "$folder"
-run "$build/logs/source-$package.log" apt-get "${options[@]}" source --download-only "$package"
+run "$build/logs/source-$package.log" apt-get "${apt_options[@]}" source --download-only "$package"

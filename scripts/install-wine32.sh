@@ -15,40 +15,29 @@ is_installed wine32:i386 && exit 0
 
 suite=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
 [ -n "$suite" ] || die "this machine does not name its distribution's suite"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-chmod 755 "$work"
-mkdir -p "$work/sources" "$work/lists/partial"
+make_private_apt
 
 # The stanzas that list the suite, with that suite alone.
 for file in /etc/apt/sources.list.d/*.sources; do
   [ -f "$file" ] || continue
   awk -v RS= -v ORS='\n\n' -v suite="$suite" '
     $0 ~ "(^|\n)Suites:[^\n]* " suite "( |\n|$)" && /(^|\n)Types:[^\n]*deb/' "$file" |
-    sed "s/^Suites:.*/Suites: $suite/; s/^Types:.*/Types: deb/; /^Architectures:/d" >"$work/sources/$(basename "$file")"
+    sed "s/^Suites:.*/Suites: $suite/; s/^Types:.*/Types: deb/; /^Architectures:/d" >"$apt/sources/$(basename "$file")"
 done
 if [ -f /etc/apt/sources.list ]; then
-  grep -E "^deb (\[[^]]*\] )?[^ ]+ $suite " /etc/apt/sources.list >"$work/sources/main.list" || true
+  grep -E "^deb (\[[^]]*\] )?[^ ]+ $suite " /etc/apt/sources.list >"$apt/sources/main.list" || true
 fi
-find "$work/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
+find "$apt/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
 
 # An installed library that is newer than the suite's may be replaced by the suite's.
-printf 'Package: *\nPin: release n=%s\nPin-Priority: 1001\n' "$suite" >"$work/preferences"
-
-options=(
-  -o Dir::Etc::SourceList=/dev/null
-  -o Dir::Etc::SourceParts="$work/sources"
-  -o Dir::Etc::Preferences="$work/preferences"
-  -o Dir::State::Lists="$work/lists"
-  -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
-  -o APT::Sandbox::User=root
-)
+printf 'Package: *\nPin: release n=%s\nPin-Priority: 1001\n' "$suite" >"$apt/preferences"
+apt_options+=(-o Dir::Etc::Preferences="$apt/preferences")
 
 say "installing the 32-bit half of Wine: this adds the package architecture i386 to this machine"
 say "(libraries that both architectures need come from the suite $suite, also where another suite has newer ones)"
 export DEBIAN_FRONTEND=noninteractive
 as_root dpkg --add-architecture i386
-run "$build/logs/wine32-update.log" as_root apt-get "${options[@]}" update
+run "$build/logs/wine32-update.log" as_root apt-get "${apt_options[@]}" update
 # The 64-bit half is named, or it would be removed.
-run "$build/logs/wine32-install.log" as_root apt-get "${options[@]}" install -y --allow-downgrades \
+run "$build/logs/wine32-install.log" as_root apt-get "${apt_options[@]}" install -y --allow-downgrades \
   --no-install-recommends wine wine64 wine32:i386

@@ -40,6 +40,23 @@ wrong_usage() { printf '%s\n' "error: $* (see ${0##*/} --help)" >&2; exit 2; }
 refuse_options() { case "${1:-}" in -*) wrong_usage "unknown option $1" ;; esac; }
 takes_nothing_more() { [ $# -eq 0 ] || wrong_usage "unexpected argument \"$1\""; }
 
+# make_private_apt: a configuration of apt that leaves the machine's own unchanged, in the
+# folder $apt until the script ends. apt-get gets "${apt_options[@]}"; its package sources are
+# the files in $apt/sources.
+make_private_apt() {
+  apt=$(mktemp -d)
+  trap 'rm -rf "$apt"' EXIT
+  chmod 755 "$apt"
+  mkdir -p "$apt/sources" "$apt/lists/partial"
+  apt_options=(
+    -o Dir::Etc::SourceList=/dev/null
+    -o Dir::Etc::SourceParts="$apt/sources"
+    -o Dir::State::Lists="$apt/lists"
+    -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+    -o APT::Sandbox::User=root
+  )
+}
+
 # run LOG COMMAND...: runs the command quietly; shows its output only if it fails.
 run() {
   local log=$1 rc=0
