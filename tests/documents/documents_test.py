@@ -189,6 +189,39 @@ class DocumentsTest(unittest.TestCase):
                 with self.subTest(document):
                     self.assertTrue(name in words or name in NAMES_OF_WINDOWS, name)
 
+    def test_the_first_menu_s_names_and_pictures_are_those_of_the_code(self):
+        source = "".join(read(f"shellext/{name}") for name in (
+            "explorercommand/CommandNames.h", "contextmenu/MenuCommands.h", "contextmenu/MenuCommands.cpp"))
+        guids = re.findall(r"0x([0-9A-F]{8}), 0x([0-9A-F]{4}), 0x([0-9A-F]{4}), \{(0x.+?)\}", source)
+        names = ["{%s-%s-%s-%s-%s}" % (*first, rest[:4], rest[4:]) for *first, rest in (
+            (*guid[:3], re.sub(r"0x|, ", "", guid[3])) for guid in guids)]
+        rows = re.findall(r"^\| (.+?) \| `(\{.+?\})` \| (\d+) \|$", read("docs/first-menu.md"), re.MULTILINE)
+        self.assertEqual([name for _, name, _ in rows], names)
+        self.assertEqual(len(rows), 5)
+        pictures = {*re.findall(r"kFlyOutPicture = (\d+)", source), *re.findall(r'_\w+\.ico", +(\d+)', source)}
+        self.assertLessEqual({picture for *_, picture in rows}, pictures)
+
+    def test_every_exit_code_of_the_probe_is_in_its_help_and_the_checks_are_explained(self):
+        codes = dict(re.findall(r"int k(\w+) = (\d+);", read("tools/shellprobe/ProbeExit.h")))
+        self.assertGreaterEqual(len(codes), 11)
+        rows = dict(re.findall(r"^\| `(explain|doctor|tail|menu --first-level)` \| (\d.+) \|$",
+                               read("docs/support.md"), re.MULTILINE))
+        faults = {code for name, code in codes.items() if name.endswith("Bad")}
+        self.assertEqual(set(re.findall(r"\b(\d\d) ", rows["doctor"])), faults)
+        self.assertIn(codes["NoCommands"] + " ", rows["explain"])
+        helps = "".join(read(f"tools/shellprobe/{name}") for name in os.listdir(os.path.join(ROOT, "tools/shellprobe"))
+                        if name.endswith("Command.cpp"))
+        for code in codes.values():
+            with self.subTest(code=code):
+                self.assertRegex(helps, rf"[ \"\n]{code} ")
+
+    def test_every_installed_file_is_listed(self):
+        tables = read("installer/tables.py").partition("\nFILES = {\n")[2].partition("\n}\n")[0]
+        installed = set(re.findall(r'", "([\w-]+\.[a-z]+)"', tables))
+        self.assertGreaterEqual(len(installed), 5)
+        rows = re.findall(r"^\| `(?:x86\\)?([\w-]+\.\w+)` \|", read("docs/administrators.md"), re.MULTILINE)
+        self.assertEqual(set(rows), installed)
+
     def test_the_samples_of_the_probe_are_its_texts(self):
         """Of each line that is shown, three words in a row are in the sources, or the first two."""
         sources = " ".join("".join(read(f"tools/shellprobe/{name}") for name in sorted(
