@@ -4,7 +4,6 @@ msix_test.py MAKE_MSIX SIGN PROGRAMS_FOLDER SOURCES_FOLDER VERSION"""
 import os
 import shutil
 import struct
-import subprocess
 import sys
 import tempfile
 import unittest
@@ -16,6 +15,7 @@ sys.path.insert(0, os.path.dirname(MAKE_MSIX))
 
 import identity  # noqa: E402
 import make_msix  # noqa: E402
+from certificates import make_certificate, must, read, run, write  # noqa: E402
 from identity_package_checker import (  # noqa: E402
     BLOCK_MAP, CONTENT_TYPES, MANIFEST, SIGNATURE, problems, read_archive)
 
@@ -28,29 +28,6 @@ SUBJECT = '/C=DE/ST=Bavaria/L=Munich/O=Example, Inc./CN=Example/emailAddress=a@e
 PUBLISHER = 'E=a@example.com, CN=Example, O="Example, Inc.", L=Munich, S=Bavaria, C=DE'
 
 
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write(path, contents):
-    with open(path, "wb") as file:
-        file.write(contents)
-    return path
-
-
-def run(*command, **environment):
-    clean = {name: value for name, value in os.environ.items() if not name.startswith("VESKARD_SIGN_")}
-    return subprocess.run(command, capture_output=True, text=True, env={**clean, **environment})
-
-
-def must(*command, **environment):
-    result = run(*command, **environment)
-    if result.returncode != 0:
-        raise AssertionError(f"{command}:\n{result.stdout}{result.stderr}")
-    return result.stdout
-
-
 def manifest_of(data):
     return next(entry for entry in read_archive(data) if entry.name == MANIFEST).contents.decode()
 
@@ -60,16 +37,13 @@ class IdentityPackageTest(unittest.TestCase):
     def setUpClass(cls):
         cls.certificates = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.certificates.cleanup)
-        cls.ours = cls.make_certificate("ours", SUBJECT)
+        cls.ours = cls.signing_settings("ours", SUBJECT)
         cls.signed = cls.make_signed()
 
     @classmethod
-    def make_certificate(cls, name, subject):
-        base = os.path.join(cls.certificates.name, name)
-        must("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-utf8", "-keyout", base + ".key", "-out",
-             base + ".pem", "-days", "2", "-subj", subject, "-addext", "extendedKeyUsage=critical,codeSigning",
-             "-addext", "keyUsage=critical,digitalSignature")
-        return {"VESKARD_SIGN_CERTIFICATE": base + ".pem", "VESKARD_SIGN_KEY": base + ".key"}
+    def signing_settings(cls, name, subject):
+        certificate, key = make_certificate(cls.certificates.name, name, subject)
+        return {"VESKARD_SIGN_CERTIFICATE": certificate, "VESKARD_SIGN_KEY": key}
 
     @classmethod
     def make(cls, path, library=LIBRARY, **environment):
@@ -91,7 +65,7 @@ class IdentityPackageTest(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def publisher_for(self, subject):
-        package = self.make(self.path("made.msix"), **self.make_certificate("other", subject))
+        package = self.make(self.path("made.msix"), **self.signing_settings("other", subject))
         self.assertEqual(problems(read(package)), [])
         return read(package)
 

@@ -9,6 +9,8 @@ import tempfile
 import threading
 import unittest
 
+from certificates import make_certificate, must, read, run, write
+
 SCRIPTS, PROGRAMS = sys.argv[1:3]
 del sys.argv[1:3]
 
@@ -34,44 +36,13 @@ digests = sha256
 """
 
 
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write(path, contents):
-    with open(path, "wb") as file:
-        file.write(contents)
-    return path
-
-
-def run(*command, **environment):
-    clean = {name: value for name, value in os.environ.items() if not name.startswith("VESKARD_SIGN_")}
-    return subprocess.run(command, capture_output=True, text=True, env={**clean, **environment})
-
-
-def must(*command):
-    result = run(*command)
-    if result.returncode != 0:
-        raise AssertionError(f"{command}:\n{result.stdout}{result.stderr}")
-    return result.stdout
-
-
 class SigningTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.certificates = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.certificates.cleanup)
-        cls.certificate, cls.key = cls.make_certificate("ours", "codeSigning")
+        cls.certificate, cls.key = make_certificate(cls.certificates.name, "ours")
         cls.pem = {"VESKARD_SIGN_CERTIFICATE": cls.certificate, "VESKARD_SIGN_KEY": cls.key}
-
-    @classmethod
-    def make_certificate(cls, name, purpose):
-        base = os.path.join(cls.certificates.name, name)
-        must("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", base + ".key", "-out",
-             base + ".pem", "-days", "2", "-subj", f"/CN={name}", "-addext", f"extendedKeyUsage=critical,{purpose}",
-             "-addext", "keyUsage=critical,digitalSignature")
-        return base + ".pem", base + ".key"
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -149,7 +120,7 @@ class SigningTest(unittest.TestCase):
         self.assertEqual(read(self.built("VeskardShellExt.dll")), before)
 
     def test_another_certificate_does_not_vouch_for_it(self):
-        other, _ = self.make_certificate("other", "codeSigning")
+        other, _ = make_certificate(self.certificates.name, "other")
         library = self.library()
         self.must_sign(library, **self.pem)
         self.assertNotEqual(self.verify(library, other).returncode, 0)
@@ -204,7 +175,7 @@ class SigningTest(unittest.TestCase):
         self.assertEqual(read(library), read(self.built("VeskardShellExt.dll")))
 
     def test_a_timestamp_when_there_is_a_service(self):
-        authority, key = self.make_certificate("time", "timeStamping")
+        authority, key = make_certificate(self.certificates.name, "time", purpose="timeStamping")
         settings = write(os.path.join(self.folder, "tsa.cnf"),
                          TIMESTAMP_SETTINGS.format(folder=self.folder).encode())
         write(os.path.join(self.folder, "serial"), b"01\n")
