@@ -13,7 +13,7 @@ void BaselineLogSwitch();
 /// The service agent's mutex.
 void BaselineAgentLookUp();
 
-/// The wide names of a list, locked for as long as it lives; an empty one ends them.
+/// The wide names of a list, locked for its lifetime; an empty one ends them.
 class BaselineDropList {
  public:
   explicit BaselineDropList(HDROP drop);

@@ -27,8 +27,8 @@ struct UnloadedWhenUnused {
 
 /// Makes objects of class `T`: default constructible, with a public destructor
 /// and a QueryInterface that brings a new object's count from 0 to 1. A factory
-/// itself starts at 0 too and counts as a user of the module for as long as it
-/// lives. `Lifetime` is the library's.
+/// itself starts at 0 too and counts as a user of the module until it is destroyed. `Lifetime` is the
+/// library's.
 template <class T, class Lifetime = LoadedForGood>
 class ClassFactory final : public IClassFactory, private Lifetime::CountedObject {
  public:

@@ -30,7 +30,7 @@ void* RefuseWhenOutOfMemory(size_t size, size_t alignment) {
   return outOfMemory ? nullptr : original(size, alignment);
 }
 
-/// No heap at all for as long as it lives.
+/// Denies all heap memory during its lifetime.
 class NoMemory {
  public:
   NoMemory() { outOfMemory = true; }

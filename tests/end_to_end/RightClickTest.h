@@ -1,4 +1,4 @@
-// What every test of the right-click road stands on: the registered library,
+// The fixture of the end-to-end tests of a right-click: the registered library,
 // COM, a tree on the disk, and the stand-in for the service agent.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Selections as the shell hands them over.
+// Selections as the shell passes them.
 #pragma once
 
 #include <windows.h>
@@ -32,9 +32,9 @@ class DropListForTest {
   HGLOBAL memory_;
 };
 
-/// A data object with a real drop list, on the stack of a test, that counts who
-/// holds it and what it handed out. Every list it gives is its own to free, so it
-/// also knows how many are still in use; a list may outlive it.
+/// A data object with a real drop list, on the stack of a test. It counts its references
+/// and the lists that it returned. It frees each list itself, and so counts those that are
+/// still in use; a list may outlive it.
 class FakeDataObject final : public IDataObject {
  public:
   explicit FakeDataObject(std::vector<std::wstring> paths) : paths_(std::move(paths)) {}
@@ -46,18 +46,18 @@ class FakeDataObject final : public IDataObject {
   int ListsInUse() const noexcept { return *inUse_; }
   const FORMATETC& LastFormat() const noexcept { return lastFormat_; }
 
-  /// Done once, at the beginning of the next GetData: what a host does while it answers.
+  /// Called once, at the beginning of the next GetData: the host's code inside that call.
   void BeforeTheNextAnswer(std::function<void()> action) { beforeAnswer_ = std::move(action); }
-  /// Done in the Release that gives back the last reference.
+  /// Called in the Release of the last reference.
   void AtTheLastRelease(std::function<void()> action) { atLastRelease_ = std::move(action); }
 
-  /// What GetData answers instead of a list.
+  /// Makes GetData return this instead of a list.
   void AnswerWith(HRESULT result, const STGMEDIUM& medium) {
     answersInstead_ = true;
     result_ = result;
     medium_ = medium;
   }
-  /// Back to lists.
+  /// Makes GetData return lists again.
   void AnswerWithLists() { answersInstead_ = false; }
 
   STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;

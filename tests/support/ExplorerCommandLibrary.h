@@ -25,10 +25,10 @@ class ExplorerCommandLibrary {
   explicit ExplorerCommandLibrary(const std::wstring& path);
 
   HMODULE Module() const noexcept { return module_.Get(); }
-  /// Gives back the one reference; nothing may be called afterwards.
+  /// Releases the one reference; nothing may be called afterwards.
   void Unload() noexcept { module_.Reset(); }
-  /// The same, and waits until it is gone, which a sender may delay: the next one to load it
-  /// gets it afresh. The test fails where it is still there after ten seconds.
+  /// The same, and waits until the library is unloaded, which a sender may delay: the next load
+  /// then begins from scratch. The test fails when it is still loaded after ten seconds.
   void UnloadWhole();
 
   HRESULT DllGetClassObject(REFCLSID classId, REFIID riid, void** ppv) const {
@@ -50,7 +50,7 @@ class ExplorerCommandLibrary {
 /// The children, as a new enumerator gives them one by one.
 std::vector<ExplorerCommandPointer> ChildrenOf(IExplorerCommand& flyOut);
 
-/// What GetState says with patience; ECS_CHECKED, which no command of ours is, and a failed
+/// The state from GetState with `okToBeSlow` set; ECS_CHECKED, which no command has, and a failed
 /// test for an answer that is not S_OK.
 EXPCMDSTATE StateOf(IExplorerCommand& command, IShellItemArray* selection);
 

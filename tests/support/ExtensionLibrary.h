@@ -28,11 +28,11 @@ class ExtensionLibrary {
   explicit ExtensionLibrary(const std::wstring& path, GUID (*classIds)(unsigned) = &ClassId);
 
   HMODULE Module() const noexcept { return module_.Get(); }
-  /// Gives back the one reference; nothing may be called afterwards.
+  /// Releases the one reference; nothing may be called afterwards.
   void Unload() noexcept { module_.Reset(); }
 
   /// An object of the class of that index, made as a host makes it, by the class factory.
-  /// The test fails when an answer does not fit what is handed out.
+  /// The test fails when a result does not match the object returned.
   template <class Pointer>
   HRESULT Create(unsigned classIndex, REFIID riid, Pointer& object) const {
     return CreateObject(classIndex, riid, reinterpret_cast<void**>(object.Out()));

@@ -27,7 +27,7 @@ class FakeAgentMutex {
   UniqueHandle mutex_;
 };
 
-/// What came through the pipe between one client's coming and its going.
+/// The messages of one client, from connecting to disconnecting.
 using PipeMessages = std::vector<std::string>;
 
 /// A running agent: takes clients and keeps each one's messages.
@@ -44,11 +44,11 @@ class FakeAgent {
   FakeAgent(const FakeAgent&) = delete;
   FakeAgent& operator=(const FakeAgent&) = delete;
 
-  /// The messages of the client that went next; nothing when none did in that
-  /// time. By then the agent is ready for another one.
+  /// The messages of the next client that disconnects; nothing when none does within that
+  /// time. The agent is then ready for another client.
   std::optional<PipeMessages> NextBatch(std::chrono::milliseconds patience = std::chrono::seconds(10));
 
-  /// Whether a client has come within that time.
+  /// Whether a client connects within that time.
   bool WaitForClient(std::chrono::milliseconds patience = std::chrono::seconds(10));
 
  private:

@@ -14,7 +14,7 @@ namespace veskard::test {
 
 enum class FaultKind { kAllocation, kSystemCall };
 enum class FaultSpan {
-  kOnce,      // that request alone: what swallows the failure goes on with a sound system
+  kOnce,      // that request alone; later ones succeed
   kFromThen,  // that request and every later one, as when memory has run out
 };
 enum class Threads { kThisOne, kAll };
@@ -38,8 +38,8 @@ struct FailedCall {
 };
 std::ostream& operator<<(std::ostream& out, const FailedCall& failed);
 
-/// What is taken and given back. Kernel handles and drawing objects are not among
-/// them: the system has tables of those.
+/// Kinds of resources that are acquired and released. Kernel handles and drawing objects are
+/// not among them: the system has tables of those.
 enum class Held {
   kNothing,
   kBlock,  // of the C heap
@@ -64,7 +64,7 @@ class Faults {
   static void Arm(const Fault& fault) noexcept;
   static void Disarm() noexcept;
 
-  /// Asked by each watched request: must it fail, with `error`?
+  /// Called by each watched request: whether it must fail, with `error`.
   static bool Strikes(FaultKind kind, const char* function, uint32_t error = 0) noexcept;
 
   /// Since the last Arm.
@@ -72,13 +72,13 @@ class Faults {
   static FailedCall FirstFailed() noexcept;
 
   static void Take(Held what, ptrdiff_t count) noexcept;
-  /// What is taken less what is given back, by all threads; only differences mean
-  /// anything. Counted from the first question on, so that a benchmark, which asks
-  /// nothing, pays nothing.
+  /// The number acquired less the number released, by all threads; only differences have a
+  /// meaning. Counted from the first call of this function on, so that benchmarks, which do
+  /// not call it, are not slowed down.
   static ptrdiff_t Taken(Held what) noexcept;
 };
 
-/// Carries out a plan for as long as it lives.
+/// Carries out a plan for its lifetime.
 class ArmedFault {
  public:
   explicit ArmedFault(const Fault& fault) noexcept { Faults::Arm(fault); }

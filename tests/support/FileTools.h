@@ -1,5 +1,5 @@
-// Making and reading files in tests, straight through the system. A failure ends
-// the test program: nothing could be tested then.
+// Makes and reads files in tests, by direct calls of the system. A failure ends the test
+// program.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,4 @@
-// HeapChecks: a test program that has its heap checked, where VESKARD_HEAP_CHECKS asks
-// for it.
+// HeapChecks: checks a test program's heap when VESKARD_HEAP_CHECKS is set.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,10 +7,9 @@
 
 namespace veskard::test {
 
-/// Has the system check each block that this program or the built library gives back,
-/// before it is gone, and all heaps of the process after each test; the test in which a
-/// damaged one is found fails. Wine finds damage only when it puts marks
-/// behind blocks (scripts/lib.sh). One at a time, to the end of the program.
+/// Lets the system check each block before this program or the built library frees it, and
+/// all heaps of the process after each test. A test in which a damaged one is found fails. Wine finds damage
+/// only when it puts marks behind blocks (scripts/lib.sh). One at a time, to the end of the program.
 class HeapChecks final : public testing::EmptyTestEventListener {
  public:
   static bool AreWanted();

@@ -1,12 +1,12 @@
 // ImportPatch: replaces a function that a loaded module imports, for that module
-// alone, so that a test stands between a shipped binary and the system.
+// alone, so that a test can intercept the system calls of a shipped binary.
 #pragma once
 
 #include <windows.h>
 
 namespace veskard::test {
 
-/// Replaces the import for as long as it lives. The test fails when the module
+/// Replaces the import for its lifetime. The test fails when the module
 /// does not import the function; a null module is the test itself. Not while
 /// another thread is calling it.
 class ImportPatch {
@@ -16,7 +16,7 @@ class ImportPatch {
   ImportPatch(const ImportPatch&) = delete;
   ImportPatch& operator=(const ImportPatch&) = delete;
 
-  /// What the module called before.
+  /// The function that the module called before.
   void* Original() const noexcept { return original_; }
 
  private:

@@ -1,5 +1,5 @@
-// KnownCalls: the table of the system's functions that tests stand in front of, each
-// with how it fails and what a call of it takes or gives back. It has every function
+// KnownCalls: the table of the system's functions that tests intercept, each with its
+// failure and with the resource that a call acquires or releases. It has every function
 // of the system that the built library imports, except those that cannot fail and cost
 // almost nothing, and those that only the compiler's run-time library calls;
 // tests/torture/TortureTest.cpp lists these and checks that none is missing.
@@ -15,8 +15,8 @@
 
 namespace veskard::test {
 
-/// One row. The upper half is fixed; the lower half is of the watch that stands in
-/// front of the function at the moment (tests/support/WatchedCalls.h).
+/// One row. The upper half is fixed; the lower half is of the watch that
+/// intercepts the function at the moment (tests/support/WatchedCalls.h).
 struct KnownCall {
   const char* name;
   void* replacement = nullptr;  // counts, fails when it has to, and goes on to Target()

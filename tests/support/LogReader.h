@@ -17,7 +17,7 @@ std::vector<std::wstring> ReadLogMessages(const std::wstring& path);
 /// Whether a line is "TIME (PROCESS:ID) message".
 bool IsLogLine(const std::wstring& line);
 
-/// What stands behind "TIME (PROCESS) "; a failure for a line of another layout.
+/// The text after "TIME (PROCESS) "; a failure for a line of another layout.
 std::wstring MessageOf(const std::wstring& line);
 
 /// The log below one folder of application data, read as it grows.

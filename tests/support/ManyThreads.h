@@ -1,4 +1,4 @@
-// How many threads a test of a crowd starts.
+// The number of threads in a test with many of them.
 #pragma once
 
 #include <windows.h>
@@ -8,8 +8,8 @@
 
 namespace veskard::test {
 
-/// Two thousand; fewer, some five hundred, where the address space has no room for so many
-/// stacks and what the system keeps beside each.
+/// Two thousand; some five hundred where the address space has no room for more stacks and
+/// the system's data of each thread.
 inline int ManyThreads() noexcept {
   constexpr uintptr_t kMost = 2000, kRoomForEach = 4 * 1024 * 1024;
   SYSTEM_INFO system = {};

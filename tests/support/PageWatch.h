@@ -1,5 +1,5 @@
-// PageWatch: bytes of which two pages at a time can be read, and how often another page
-// was come to: what a pass over them costs, on a machine of any speed.
+// PageWatch: bytes of which only two pages at a time are readable, with a count of page
+// changes. The count is the cost of a pass over them, on a machine of any speed.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@ class PageWatch {
 
   std::string_view View() const noexcept { return {pages_, size_}; }
 
-  /// How often a page was read that was none of the last two.
+  /// How often a page was read that was not one of the last two.
   size_t Arrivals() const noexcept;
 
  private:

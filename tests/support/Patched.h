@@ -1,4 +1,4 @@
-// Patched: a function of the system answered by a test.
+// Patched: replaces a function of the system by a test's own.
 //
 //     std::vector<std::wstring> deleted;
 //     const Patched<&::DeleteFileW> remove("DeleteFileW", [&](auto original, LPCWSTR path) {
@@ -27,7 +27,7 @@ namespace veskard::test {
 template <auto kFunction>
 class Patched;
 
-/// The function that stands in the import table, and the type of what it calls.
+/// The function in the import table, and the type of the function that it calls.
 template <auto kFunction, class Type = decltype(kFunction)>
 struct Replacement;
 
@@ -45,7 +45,7 @@ requires(!std::is_same_v<Result(WINAPI*)(Args...), Result(__cdecl*)(Args...)>) s
   static Result __cdecl Call(Args... args) { return Patched<kFunction>::current_->answer_(args...); }
 };
 
-/// Replaces the import for as long as it lives. `answer` takes the original function
+/// Replaces the import for its lifetime. `answer` takes the original function
 /// and then the call's arguments, and runs on the thread that calls. The test fails when
 /// the module does not import the function, or when the function, of whatever module, is
 /// patched already. Made and destroyed while no other thread calls the function.
@@ -75,7 +75,7 @@ class Patched {
   Patched(const Patched&) = delete;
   Patched& operator=(const Patched&) = delete;
 
-  /// What the module called before; null when nothing is patched.
+  /// The function that the module called before; null when nothing is patched.
   decltype(kFunction) Original() const noexcept {
     return patch_ ? reinterpret_cast<decltype(kFunction)>(patch_->Original()) : nullptr;
   }

@@ -7,7 +7,7 @@
 
 namespace veskard::test {
 
-/// An empty picture when there is no such file or it is none.
+/// An empty picture when the file does not exist or is not a picture.
 Picture LoadPng(const std::wstring& file);
 
 }  // namespace veskard::test

@@ -1,4 +1,4 @@
-// ProcessResources: what a process holds of the system, to compare before and after.
+// ProcessResources: counts of the system's resources that a process holds, for comparison.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@ struct ProcessResources {
 
 ProcessResources CountProcessResources();
 
-/// The test fails where `rounds` rounds of something have left anything behind.
+/// The test fails when `rounds` rounds of an operation have leaked a resource.
 void ExpectNoGrowth(const ProcessResources& before, const ProcessResources& after, size_t rounds);
 
 /// The memory that the system keeps for this process alone, in bytes; moves by pages.

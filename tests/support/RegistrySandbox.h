@@ -10,8 +10,8 @@
 
 namespace veskard::test {
 
-/// While one lives, both predefined keys of this process stand for two empty
-/// keys of its own, which vanish with it. One at a time.
+/// During its lifetime both predefined keys of this process are two empty keys of its own,
+/// which it removes at the end. One at a time.
 class RegistrySandbox {
  public:
   /// A new sandbox.

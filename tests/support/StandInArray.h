@@ -68,7 +68,7 @@ class StandInArray final : public IShellItemArray {
   void FailItemAt(size_t index, HRESULT result) { firstRefused_ = index, itemResult_ = result; }
   void BeforeCount(std::function<void()> action) { beforeCount_ = std::move(action); }
   void BeforeIdentity(std::function<void()> action) { beforeIdentity_ = std::move(action); }
-  /// Done once, in the Release that gives back the last reference.
+  /// Called once, in the Release of the last reference.
   void AtTheLastRelease(std::function<void()> action) { atLastRelease_ = std::move(action); }
   void RefuseIdentity() { refusesIdentity_ = true; }
   IShellItemArray* OtherFace() noexcept { return &otherFace_; }

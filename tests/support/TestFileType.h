@@ -8,7 +8,7 @@
 
 namespace veskard::test {
 
-/// Registers files named "*.EXTENSION" for as long as it lives, with an icon file of
+/// Registers files named "*.EXTENSION" for its lifetime, with an icon file of
 /// these pictures in the temporary folder. The Shell remembers the icons it has
 /// loaded, so an extension is used for one icon in a process.
 class TestFileType {

@@ -42,7 +42,7 @@ struct Watch {
 /// Calls by the function's name.
 using CallNumbers = std::map<std::string, long>;
 
-/// Watches for as long as it lives; no function is watched by two at a time. Made and
+/// Watches for its lifetime; no function is watched by two at a time. Made and
 /// destroyed while no other thread of the module runs. The test fails where a function
 /// that is named is not imported.
 class WatchedCalls {

@@ -9,8 +9,8 @@ namespace veskard {
 /// Makes a console behind the streams show UTF-8; call once, at the start.
 void PrepareConsole() noexcept;
 
-/// Writes UTF-8 text at once, unbuffered, so that whoever waits for a line sees
-/// it. Failures are ignored: there is no reader left.
+/// Writes UTF-8 text at once, unbuffered, so that a reader that waits for a
+/// line gets it. Failures are ignored: there is no reader left.
 void Print(std::string_view text) noexcept;
 void PrintError(std::string_view text) noexcept;
 

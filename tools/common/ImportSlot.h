@@ -13,7 +13,7 @@ namespace veskard {
 void ForEachImport(HMODULE module, const std::function<void(const char* name, void** slot)>& visit);
 
 /// The place of the function's address; null when the module does not import it by name.
-/// Whoever writes there stands between this one module and the system. Where the function
+/// Writing another address there replaces the function for this one module. Where the function
 /// is imported late, that place, and the address is looked up now.
 void** FindImport(HMODULE module, const char* function) noexcept;
 

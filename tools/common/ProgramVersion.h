@@ -1,4 +1,4 @@
-// What a tool answers to --version.
+// A tool's output for --version.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// ToolError: how a tool's command ends when it cannot do what was asked.
+// ToolError: ends a tool's command with a message and an exit code.
 #pragma once
 
 #include <windows.h>
@@ -14,7 +14,7 @@ enum class ExitCode : int {
   kDone = 0,
   kFailed = 1,      // the system refused something; the message says what
   kWrongUsage = 2,  // the command line cannot be understood
-  kTimeLimit = 3,   // what was waited for did not come in time
+  kTimeLimit = 3,   // the time limit passed
 };
 
 /// Ends a command: one line for standard error, and the exit code. The message

@@ -41,10 +41,10 @@ struct PlaceholderRecord {
 /// Marks `root` as a synchronised folder: `.sync\ID`, and nothing about it.
 void LayRoot(const std::wstring& root);
 
-/// Lays a folder's record; the folder is marked as a root too.
+/// Writes a folder's record; the folder is marked as a root too.
 void LayFolderRecord(const std::wstring& root, const FolderRecord& record, FolderRecordSource source);
 
-/// Lays a placeholder: the file itself when it is missing, empty, and its state.
+/// Makes a placeholder: an empty file when it is missing, and its state.
 void LayPlaceholder(const std::wstring& file, const PlaceholderRecord& record, PlaceholderSource source);
 
 /// Writes a whole file, or a stream of one ("C:\f:name").

@@ -1,4 +1,4 @@
-// Why the menu has a command, or has not.
+// The reasons why the menu has a command or lacks it.
 #pragma once
 
 #include <string>

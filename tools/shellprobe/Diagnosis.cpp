@@ -119,7 +119,7 @@ void CheckLanguage(Report& report, const std::wstring& library) {
   if (status.archive != DataStatus::kReady)
     return report.Bad(kLanguageFact, "the library's texts cannot be read");
   for (const std::string& line : status.diagnostics) report.Bad(kLanguageFact, line);
-  // English is as it should be unless another language was meant to be there.
+  // English is correct unless a file of another language could not be read.
   report.Add(status.diagnostics.empty() ? Finding::kGood : Finding::kNote, kLanguageFact,
              status.member.empty() ? "texts are English" : "texts come from " + status.member);
   report.Note("sample", "for example \"" + ToUtf8(GetString(StringId::kSyncToThisDevice)) + "\"");

@@ -1,4 +1,4 @@
-// shellprobe doctor: whether the extension is installed as it should be.
+// shellprobe doctor: whether the extension is installed correctly.
 #include "tools/common/Console.h"
 #include "tools/common/FullPath.h"
 #include "tools/common/ToolError.h"

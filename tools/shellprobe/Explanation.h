@@ -11,8 +11,8 @@
 namespace veskard {
 
 struct Explanation {
-  Report report;                         // the chain, step by step
-  std::vector<CommandVerdict> commands;  // and what comes of it, in the classic menu
+  Report report;                         // the findings, from registration to agent
+  std::vector<CommandVerdict> commands;  // the result in the classic menu
   /// In the first menu of Windows 11; empty where Windows has none.
   std::vector<CommandVerdict> firstMenu;
 
@@ -20,9 +20,8 @@ struct Explanation {
   bool HasMenu() const;
 };
 
-/// Follows the chain from the registration to the commands with the library's own
-/// code. Reads only: nothing is written anywhere, no log is opened and no check file
-/// tried. COM must be there. Throws std::bad_alloc only.
+/// Checks registration, folder, items, agent and commands with the library's own code.
+/// Writes nothing, opens no log and reads no check file. COM must be initialised. Throws std::bad_alloc only.
 Explanation ExplainSelection(const std::vector<std::wstring>& paths, const Machine& machine = ReadMachine());
 
 }  // namespace veskard

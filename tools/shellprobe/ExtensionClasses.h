@@ -12,9 +12,9 @@
 
 namespace veskard {
 
-/// Gives out the extension's objects, activated through COM by the identifiers
-/// that the registry holds for them, as Explorer does; or, for trying out a
-/// library that is not registered, taken from that library's own class objects.
+/// Creates the extension's objects, through COM by the identifiers in the registry, as
+/// Explorer does; or, for a library that is not registered, through that library's own class
+/// objects.
 class ExtensionClasses {
  public:
   /// Through the registry.
@@ -39,11 +39,11 @@ class ExtensionClasses {
   UniqueModule library_;
 };
 
-/// The file of the library that an object's code lies in: what was loaded, whatever the
-/// registry names by now. Empty when the system does not say.
+/// The file of the library that holds an object's code: the loaded one, whatever the
+/// registry names by now. Empty when the system does not return it.
 std::wstring LibraryOfObject(IUnknown* object);
 
-// The registry's part of it, for reports:
+// The same values from the registry, for reports:
 
 /// "*", "Directory" or "lnkfile": the file class whose handlers a path gets.
 std::wstring FileClassOf(const std::wstring& path);

@@ -6,7 +6,7 @@
 namespace veskard {
 
 /// The rest of shellprobe menu, for Explorer's own menu; the exit code. Throws ToolError.
-/// COM must be there.
+/// COM must be initialised.
 int RunFirstLevelMenu(const Arguments& arguments);
 
 }  // namespace veskard

@@ -13,13 +13,13 @@
 
 namespace veskard {
 
-/// What a command answers about itself.
+/// The answers of one command.
 struct FirstLevelItem {
   std::wstring title;
   std::wstring icon;  // "file,-number"; empty without one
   std::wstring canonicalName;
-  bool askedTwice = false;  // the first answer, without patience, was E_PENDING
-  HRESULT answer = E_FAIL;  // of the last question for its state
+  bool askedTwice = false;  // the first answer, with okToBeSlow false, was E_PENDING
+  HRESULT answer = E_FAIL;  // of the last GetState
   EXPCMDSTATE state = ECS_HIDDEN;
 
   bool IsHidden() const noexcept { return (state & ECS_HIDDEN) != 0; }
@@ -33,8 +33,8 @@ const char* FirstLevelStateName(const FirstLevelItem& item) noexcept;
 /// one thread, which has COM.
 class FirstLevelMenu {
  public:
-  /// Asks as Explorer does: the fly-out's state without patience and, when that answers
-  /// E_PENDING, with patience; its title and picture; then the same of each child. A command
+  /// Calls as Explorer does: GetState of the fly-out with okToBeSlow false and, after
+  /// E_PENDING, with true; its title and picture; then the same for each child. A command
   /// that fails to answer is hidden. Throws ToolError when the library does not have the
   /// class or the Shell has no item for a path.
   FirstLevelMenu(const ExtensionClasses& classes, const std::vector<std::wstring>& paths);

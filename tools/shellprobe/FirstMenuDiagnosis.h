@@ -12,12 +12,12 @@
 
 namespace veskard {
 
-/// What decides about it.
+/// The facts that decide this.
 struct FirstMenuState {
   Machine machine;
   std::wstring folder;                  // of the installation
   bool hasFile = false;                 // an identity package lies in it
-  std::optional<PackageIdentity> file;  // what that says of itself; none when it cannot be read
+  std::optional<PackageIdentity> file;  // its content; none when it cannot be read
   std::vector<KnownPackage> packages;   // those with our name
   bool isLeftOut = false;               // by a property of the installation
   std::wstring blockedAt;               // the key that blocks the class; empty when none does
@@ -27,11 +27,11 @@ struct FirstMenuState {
 /// no identity package lies there, of the registered library.
 FirstMenuState ReadFirstMenuState(const Machine& machine = ReadMachine());
 
-/// Whether that Windows has a menu of its own before the classic one.
+/// Whether that Windows has this menu.
 bool HasFirstMenu(const Machine& machine);
 
-/// Adds a section about it. Why the menu has none of the commands: "no identity is
-/// registered"; null when nothing stands in the way.
+/// Adds a section about it. Returns the reason why the menu has none of the commands, such as
+/// "no identity is registered"; null when it has them.
 const char* DiagnoseFirstMenu(Report& report, const FirstMenuState& state);
 
 }  // namespace veskard

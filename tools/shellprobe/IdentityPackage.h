@@ -10,17 +10,17 @@ namespace veskard {
 inline constexpr wchar_t kIdentityName[] = L"Nimbrel.VeskardAgent";
 inline constexpr wchar_t kIdentityFileName[] = L"VeskardExplorerCommand.msix";
 
-/// What the manifest in a package file says of it.
+/// The identity in the manifest of a package file.
 struct PackageIdentity {
   std::wstring publisher;  // "CN=Nimbrel, C=AT"
   std::string version;     // four numbers: "1.2.3.0"
 };
 
-/// None when the file is not there or holds no manifest with an identity. Throws
+/// None when the file does not exist or holds no manifest with an identity. Throws
 /// std::bad_alloc only.
 std::optional<PackageIdentity> ReadPackageIdentity(const std::wstring& file);
 
-/// What Windows puts for the publisher into the names of packages: the first 64 bits of the
+/// The publisher's id in the names of packages: the first 64 bits of the
 /// SHA-256 of its UTF-16 text, as 13 letters and digits. Empty when the system has no SHA-256.
 std::wstring PublisherIdOf(const std::wstring& publisher);
 

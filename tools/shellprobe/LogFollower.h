@@ -1,4 +1,4 @@
-// LogFollower: the diagnostic log as it grows.
+// LogFollower: reads the diagnostic log while it grows.
 #pragma once
 
 #include <string>
@@ -18,11 +18,11 @@ class LogFollower {
   /// while there is no file. A line that is still being written comes when it is
   /// complete. A file that took the place of another is read from its start; the
   /// other one is read on, because a process that did not rotate the log goes on
-  /// writing there. A deleted file is let go.
+  /// writing there. A deleted file is closed.
   std::vector<std::wstring> ReadNewLines();
 
  private:
-  /// An open file, and what was read of it that is not yet a whole line.
+  /// An open file, and the part of it that is not a whole line yet.
   struct Source {
     UniqueFile file;
     std::string bytes;
@@ -34,7 +34,7 @@ class LogFollower {
 
   std::wstring path_;
   Source current_;
-  Source previous_;  // what was at the path before
+  Source previous_;  // the file that was at the path before
 };
 
 /// Whether a line comes from a process: "explorer.exe:4412", "explorer.exe" or

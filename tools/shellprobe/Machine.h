@@ -1,4 +1,4 @@
-// Machine: what kind of Windows this is.
+// Machine: the version and the architectures of this Windows.
 #pragma once
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// What stands in one of the agent's marks.
+// The content of one of the agent's marks.
 #pragma once
 
 #include <cstddef>
@@ -9,14 +9,14 @@ namespace veskard {
 
 class SyncHandle;
 
-/// What the library takes a mark for.
+/// The kinds of content that the library distinguishes.
 enum class MarkKind {
   kDictionary,  // the agent's record
   kOtherValue,  // well formed, but no dictionary: its values count as unset
   kDamaged,     // so do these
   kTooLarge,    // and these, which are not read at all
   kProgress,    // plain bytes that hold a placeholder's progress
-  kTooShort,    // the same, too few of them: they say nothing
+  kTooShort,    // the same, too few of them: not being received
 };
 
 struct MarkContent {

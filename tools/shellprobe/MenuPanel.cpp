@@ -35,7 +35,7 @@ UniqueFont MakeMenuFont() {
   return UniqueFont(::CreateFontIndirectW(&metrics.lfMenuFont));
 }
 
-/// Selects an object into a context for as long as it lives.
+/// Selects an object into a context for its lifetime.
 class Selected {
  public:
   Selected(HDC context, HGDIOBJ object) : context_(context), before_(::SelectObject(context, object)) {}

@@ -1,4 +1,4 @@
-// MenuPanel: a menu as Windows 11 draws it, painted by ourselves.
+// MenuPanel: draws a menu in the manner of Windows 11.
 #pragma once
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// PackageStore: the packages that Windows knows.
+// PackageStore: the packages that are registered in Windows.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ struct KnownPackage {
   std::wstring fullName;
   bool forThisUser = false;
   bool forAllUsers = false;  // others get it when they sign in
-  /// The folder outside the package where its programs lie; empty when Windows does not say.
+  /// The folder outside the package where its programs lie; empty when Windows does not return it.
   std::wstring location;
 };
 

@@ -7,9 +7,9 @@ inline constexpr int kNotRegistered = 10;  // no handler is registered, or its c
 inline constexpr int kMenuRefused = 11;    // the handler adds no menu to this selection
 inline constexpr int kNoSuchCommand = 12;  // the menu does not have the command, or has it greyed
 inline constexpr int kNoIcon = 13;         // the handler has no icon for this file
-inline constexpr int kNoCommands = 14;     // explained: the menu gets no commands
+inline constexpr int kNoCommands = 14;     // explain: no menu has commands
 
-// doctor's: what is not as it should be.
+// doctor's: the kind of the first fault.
 inline constexpr int kRegistrationBad = 20;
 inline constexpr int kLibraryBad = 21;
 inline constexpr int kFileTypeBad = 22;

@@ -1,4 +1,4 @@
-// The library that the registry names, looked at without starting it up.
+// The library that the registry names, examined without using its classes.
 #pragma once
 
 #include <string>
@@ -19,9 +19,9 @@ std::string FileVersionText(const std::wstring& file);
 
 /// Adds facts "library", "architecture", "version" and "exports" about the library of
 /// programs of that architecture. Where this program is one of them, the file is loaded
-/// and let go; none of its classes is asked for, so that it opens no log. Why those
-/// programs cannot use it, whatever its version: "their library does not exist"; null when
-/// they can.
+/// and unloaded; none of its classes is requested, so that it opens no log. Returns the
+/// reason why those programs cannot use it, whatever its version, such as "their library
+/// does not exist"; null when they can.
 const char* ReportLibraryFile(Report& report, const std::wstring& file, Architecture programs);
 
 }  // namespace veskard

@@ -73,7 +73,7 @@ void RegisterElsewhere(const std::wstring& file) {
                                          std::to_string(exitCode) + "); it needs administrator rights");
 }
 
-// What is to be registered for a view that is not as it should be.
+// The library to register for a view that has a fault.
 std::wstring LibraryFor(const RegistryView& view) {
   std::wstring library = RegisteredLibraryPath(view.flag);
   if (!FitsView(library, view)) library = UsualLibraryFor(view);

@@ -1,4 +1,4 @@
-// Repair: registering the extension anew for the programs that miss it.
+// Repair: registers the extension again for the programs that lack it.
 #pragma once
 
 #include <string>
@@ -12,9 +12,9 @@ namespace veskard {
 /// kind. Throws ToolError when it cannot be loaded or refuses.
 void RegisterLibrary(const std::wstring& file);
 
-/// Does that for each view that is expected and not as it should be, and for no other: with
-/// the library that it names, or with the usual one when that does not fit. Goes on after a
-/// failure and then throws ToolError with the first one. COM must be there.
+/// Does that for each view that needs a library and has a fault, and for no other: with the
+/// library that the view names, or with the usual one when that cannot be used. Goes on after
+/// a failure, and throws the first one as a ToolError at the end. COM must be initialised.
 void RepairRegistration(const Machine& machine);
 
 }  // namespace veskard

@@ -9,9 +9,9 @@
 namespace veskard {
 
 enum class Finding {
-  kGood,  // as it should be
-  kNote,  // worth knowing, neither good nor bad
-  kBad,   // the reason for trouble
+  kGood,  // correct
+  kNote,  // information
+  kBad,   // a fault
 };
 
 /// Sections of facts, in the order in which they were found.

@@ -1,4 +1,4 @@
-// The selection of files that the Shell hands to its extensions.
+// The selection of files that the Shell passes to its extensions.
 #pragma once
 
 #include <objidl.h>
@@ -11,7 +11,7 @@
 namespace veskard {
 
 /// A data object that offers the paths, in order, as CF_HDROP in global memory:
-/// what a window of Explorer gives for its selected items. Every GetData makes a
+/// as a window of Explorer does for its selected items. Every GetData makes a
 /// new block, which the receiver frees. Throws std::bad_alloc.
 UniqueCom<IDataObject> MakeSelectionData(std::vector<std::wstring> paths);
 

@@ -12,8 +12,8 @@
 
 namespace veskard {
 
-/// The array that Explorer hands to a command of its first menu. Throws ToolError for a
-/// path that names nothing: the Shell has no item for it. COM must be there.
+/// The array that Explorer passes to a command of its first menu. Throws ToolError for a
+/// path that names nothing: the Shell has no item for it. COM must be initialised.
 UniqueCom<IShellItemArray> MakeShellItems(const std::vector<std::wstring>& paths);
 
 }  // namespace veskard

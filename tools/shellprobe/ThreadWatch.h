@@ -8,9 +8,9 @@
 
 namespace veskard {
 
-/// Remembers this process's threads when it is made, and waits for those that
-/// have come since. Explorer lives on while a command's sender thread talks to
-/// the agent; a program that is about to end has to wait for it.
+/// Records this process's threads when it is constructed, and waits for those that were
+/// started since. Explorer keeps running while a command's sender thread writes to the agent;
+/// a program that is about to end has to wait for that thread.
 class ThreadWatch {
  public:
   ThreadWatch();

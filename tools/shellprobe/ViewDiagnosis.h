@@ -14,7 +14,7 @@ bool DiagnoseHandlers(Report& report);
 /// the library that they name, and whether the classes can be activated, where this program
 /// can try. Its last fact says whether those programs show the menu. What the installation
 /// does not have at all, for programs of another kind than this one, is a note and not bad.
-/// `handlersGood` is what DiagnoseHandlers answered. COM must be there.
+/// `handlersGood` is what DiagnoseHandlers answered. COM must be initialised.
 void DiagnoseView(Report& report, const RegistryView& view, bool handlersGood);
 
 }  // namespace veskard

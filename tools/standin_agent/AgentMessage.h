@@ -1,4 +1,4 @@
-// What a message on the command pipe says.
+// The content of a message on the command pipe.
 #pragma once
 
 #include <cstdint>

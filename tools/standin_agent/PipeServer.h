@@ -33,7 +33,7 @@ struct PipeServerOptions {
 
 /// Serves a message-mode pipe to any number of clients at once, each instance of
 /// it on a thread of its own. There are always several instances waiting, since
-/// a client that finds none goes away. The callbacks come from those threads,
+/// a client that finds none gives up. The callbacks come from those threads,
 /// several at a time.
 class PipeServer {
  public:

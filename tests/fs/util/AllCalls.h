@@ -6,7 +6,7 @@
 namespace veskard::test {
 
 // clang-format off
-/// Watches them for as long as it lives.
+/// Watches them for its lifetime.
 struct AllCalls {
   WatchedCalls calls{
       "CreateFileW", "ReadFile", "WriteFile", "SetFilePointerEx", "SetFileInformationByHandle",

@@ -596,7 +596,7 @@ NTSTATUS NTAPI RefuseQuestion(HANDLE, IO_STATUS_BLOCK*, void*, ULONG, ULONG) {
   return static_cast<NTSTATUS>(0xC0000002);  // not implemented
 }
 
-// Another function answers, or none, for as long as it lives.
+// Replaces the function by another one, or by none, for its lifetime.
 class AnsweredQuestions {
  public:
   explicit AnsweredQuestions(NtQueryInformationFileFunction answer) {
