@@ -29,7 +29,9 @@ export CCACHE_DISABLE=1
 run "$build/logs/reproducible-configure.log" cmake --preset "$flavour" -DVESKARD_BUILD_TESTS=OFF
 run "$build/logs/reproducible-build.log" cmake --build --preset "$flavour" --target "${targets[@]}"
 for library in "${libraries[@]}"; do
-  for file in "$library" "$library.debug"; do
+  files=("$library" "$library.debug")
+  [ ! -f "${library%.dll}.pdb" ] || files+=("${library%.dll}.pdb")
+  for file in "${files[@]}"; do
     cmp "$file" "build/$flavour/$(basename "$file")" || die "two builds in two folders differ"
   done
 done

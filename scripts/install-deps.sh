@@ -20,6 +20,8 @@ packages=(
   # Compilers: the library for 64 and 32 bits, the native sanitizer flavour.
   cmake ninja-build g++ g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
   clang clang-format libclang-rt-14-dev llvm
+  # Writes the PDB.
+  lld
   # Linked into the library: zlib for each flavour; minizip comes as source, below.
   libz-mingw-w64-dev zlib1g-dev dpkg-dev
   # Tests: GoogleTest ships as source and is built for each flavour.

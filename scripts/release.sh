@@ -99,6 +99,8 @@ for flavour in "${flavours[@]}"; do
   mkdir -p "$folder"
   for library in "${libraries[@]}"; do
     cp "$build/$flavour/$library.dll" "$build/$flavour/$library.dll.debug" "$folder/"
+    # Clang's libraries have no PDB.
+    [ "$flavour" = arm64 ] || cp "$build/$flavour/$library.pdb" "$folder/"
     shipped+=("$build/$flavour/$library.dll=$build/$flavour/$library.map")
   done
   [ "$flavour" = win32 ] || for program in shellprobe.exe InstallerSteps.dll; do

@@ -10,6 +10,8 @@ import sys
 import tempfile
 import unittest
 
+from files import line_of, read, write
+
 ROOT, PROGRAMS = map(os.path.abspath, sys.argv[1:3])
 del sys.argv[1:3]
 READER = os.path.join(ROOT, "scripts/read_dump.py")
@@ -18,34 +20,15 @@ DUMPED = 7
 MENU = "shellext/contextmenu/ShellContextMenu.cpp"
 
 
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write(path, data):
-    with open(path, "wb") as file:
-        file.write(data)
-
-
-def line_of(source, text):
-    """The number of the one line of a source that holds the text."""
-    with open(os.path.join(ROOT, source), encoding="utf-8") as file:
-        found = [number for number, line in enumerate(file, 1) if text in line]
-    if len(found) != 1:
-        raise AssertionError(f"{source} has {len(found)} lines with {text}")
-    return found[0]
-
-
 class DumpsTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.work.cleanup)
-        # The symbols lie apart from the build folder.
+        # The symbols lie apart from the build folder, with the PDB, as in a release.
         cls.symbols = os.path.join(cls.work.name, "symbols")
         os.mkdir(cls.symbols)
-        for name in (LIBRARY, LIBRARY + ".debug"):
+        for name in (LIBRARY, LIBRARY + ".debug", "VeskardShellExt.pdb"):
             shutil.copy(os.path.join(PROGRAMS, name), cls.symbols)
         cls.dumps = {kind: cls.dump(kind) for kind in ("command", "selection", "hang")}
 
@@ -99,7 +82,7 @@ class DumpsTest(unittest.TestCase):
 
     def test_a_crash_inside_the_library_is_shown_with_its_line(self):
         frames = self.frames(self.dumps["command"])
-        expected = line_of(MENU, "info->lpVerb")
+        expected = line_of(os.path.join(ROOT, MENU), "info->lpVerb")
         self.assertIn((True, "operator()", MENU, expected), frames[:1])
         self.assertEqual([function for _, function, _, _ in frames][-1],
                          "veskard::ShellContextMenu::InvokeCommand(_CMINVOKECOMMANDINFO*)")

@@ -105,6 +105,8 @@ TABLE = [
     ("scripts/library_size.py", "Prints the size of the library's parts", {
         "": "expected arguments: LIBRARY MAP FOLDER"}),
     ("scripts/lint.sh", "clang-tidy", {"--fix": "unknown option --fix"}),
+    ("scripts/make_pdb.py", "Makes a PDB", {
+        "": "expected arguments: LIBRARY PDB", "a.dll": "expected arguments: LIBRARY PDB"}),
     ("scripts/old-library.sh", "Builds the library of an older commit", {"again": 'unexpected argument "again"'}),
     ("scripts/package.sh", "Makes the installation package", {
         "--from": "--from needs a folder", "--into x": "unknown option --into"}),

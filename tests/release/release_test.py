@@ -115,8 +115,8 @@ class ReleaseTest(unittest.TestCase):
             files = {member.name.split("/", 1)[1]: symbols.extractfile(member).read()
                      for member in symbols if member.isfile()}
         for flavour, architecture in (("win64", "x64"), ("win32", "x86")):
-            for name in ("VeskardShellExt.dll", "VeskardExplorerCommand.dll"):
-                for kind in ("", ".debug"):
+            for name in ("VeskardShellExt", "VeskardExplorerCommand"):
+                for kind in (".dll", ".dll.debug", ".pdb"):
                     with self.subTest(flavour, name=name + kind):
                         self.assertEqual(files.pop(f"{architecture}/{name}{kind}"),
                                          read(os.path.join(ROOT, "build", flavour, name + kind), "rb"))
@@ -179,7 +179,7 @@ class ReleaseTest(unittest.TestCase):
         os.remove(flavour)
         os.mkdir(flavour)
         for name in ("VeskardShellExt", "VeskardExplorerCommand"):
-            for kind in (".dll", ".dll.debug", ".map"):
+            for kind in (".dll", ".dll.debug", ".pdb", ".map"):
                 shutil.copy(os.path.join(ROOT, "build/win32", name + kind), flavour)
         path = os.path.join(flavour, "VeskardShellExt.dll")
         damaged = read(path, "rb").replace(b"RSDS", b"XXXX")
