@@ -28,10 +28,22 @@ cd "$copy"
 export CCACHE_DISABLE=1
 run "$build/logs/reproducible-configure.log" cmake --preset "$flavour" -DVESKARD_BUILD_TESTS=OFF
 run "$build/logs/reproducible-build.log" cmake --build --preset "$flavour" --target "${targets[@]}"
+
+# Which of the two builds' intermediate files differ, so that a failure says where to look.
+say_what_differs() {
+  local file
+  while read -r file; do
+    cmp -s "$file" "$build/$flavour/$file" ||
+      say "differs: $file ($(cmp -l "$file" "$build/$flavour/$file" 2>/dev/null | wc -l) bytes)" >&2
+  done < <(cd "build/$flavour" && find . -name '*.obj' -o -name '*.res' -o -name '*.ico' -o -name '*.dll*' -o -name '*.pdb')
+}
+
 for library in "${libraries[@]}"; do
   files=("$library" "$library.debug")
   [ ! -f "${library%.dll}.pdb" ] || files+=("${library%.dll}.pdb")
   for file in "${files[@]}"; do
-    cmp "$file" "build/$flavour/$(basename "$file")" || die "two builds in two folders differ"
+    cmp "$file" "build/$flavour/$(basename "$file")" && continue
+    say_what_differs
+    die "two builds in two folders differ"
   done
 done
