@@ -30,8 +30,8 @@ packages=(
   librsvg2-bin icoutils xvfb xauth imagemagick fonts-liberation2 fonts-dejavu-core fonts-open-sans
   fonts-wqy-microhei
   python3 python3-pefile
-  # The installation package, and its signature.
-  msitools gcab osslsigncode openssl
+  # The installation package, and its signature; install-osslsigncode.sh installs the rest.
+  msitools gcab openssl
   # The picture of the dependencies.
   graphviz
 )
@@ -53,6 +53,7 @@ if [ "${#missing[@]}" -gt 0 ]; then
   run "$build/logs/apt-install.log" as_root apt-get install -y --no-install-recommends "${missing[@]}"
 fi
 
+"$root/scripts/install-osslsigncode.sh"
 "$root/scripts/fetch-minizip.sh"
 [ "${1:-}" != arm64 ] || "$root/scripts/arm64-sysroot.sh"
 [ "${1:-}" != win32 ] || "$root/scripts/install-wine32.sh"

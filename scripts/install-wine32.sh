@@ -13,21 +13,9 @@ takes_nothing_more "$@"
 
 is_installed wine32:i386 && exit 0
 
-suite=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
-[ -n "$suite" ] || die "this machine does not name its distribution's suite"
+suite=$(distribution_suite)
 make_private_apt
-
-# The stanzas that list the suite, with that suite alone.
-for file in /etc/apt/sources.list.d/*.sources; do
-  [ -f "$file" ] || continue
-  awk -v RS= -v ORS='\n\n' -v suite="$suite" '
-    $0 ~ "(^|\n)Suites:[^\n]* " suite "( |\n|$)" && /(^|\n)Types:[^\n]*deb/' "$file" |
-    sed "s/^Suites:.*/Suites: $suite/; s/^Types:.*/Types: deb/; /^Architectures:/d" >"$apt/sources/$(basename "$file")"
-done
-if [ -f /etc/apt/sources.list ]; then
-  grep -E "^deb (\[[^]]*\] )?[^ ]+ $suite " /etc/apt/sources.list >"$apt/sources/main.list" || true
-fi
-find "$apt/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
+use_suites "$suite"
 
 # An installed library that is newer than the suite's may be replaced by the suite's.
 printf 'Package: *\nPin: release n=%s\nPin-Priority: 1001\n' "$suite" >"$apt/preferences"

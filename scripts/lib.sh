@@ -57,6 +57,33 @@ make_private_apt() {
   )
 }
 
+# The name of the distribution's main suite.
+distribution_suite() {
+  local suite
+  suite=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}")
+  [ -n "$suite" ] || die "this machine does not name its distribution's suite"
+  printf '%s\n' "$suite"
+}
+
+# use_suites "SUITE...": after make_private_apt; the machine's own entries that list the main
+# suite become the package sources, with these suites in its place.
+use_suites() {
+  local suite file word
+  suite=$(distribution_suite)
+  for file in /etc/apt/sources.list.d/*.sources; do
+    [ -f "$file" ] || continue
+    awk -v RS= -v ORS='\n\n' -v suite="$suite" '
+      $0 ~ "(^|\n)Suites:[^\n]* " suite "( |\n|$)" && /(^|\n)Types:[^\n]*deb/' "$file" |
+      sed "s/^Suites:.*/Suites: $1/; s/^Types:.*/Types: deb/; /^Architectures:/d" >"$apt/sources/$(basename "$file")"
+  done
+  if [ -f /etc/apt/sources.list ]; then
+    for word in $1; do
+      sed -nE "s/^(deb (\[[^]]*\] )?[^ ]+) $suite /\1 $word /p" /etc/apt/sources.list
+    done >"$apt/sources/main.list"
+  fi
+  find "$apt/sources" -size +0 | grep -q . || die "no package source of this machine lists the suite $suite"
+}
+
 # run LOG COMMAND...: runs the command quietly; shows its output only if it fails.
 run() {
   local log=$1 rc=0

@@ -98,6 +98,7 @@ TABLE = [
         "1 nothing": 'unknown target "nothing"'}),
     ("scripts/install-deps.sh", "Installs what building, testing and the demo need", {
         "all": 'unexpected argument "all"', "bench all": 'unexpected argument "all"'}),
+    ("scripts/install-osslsigncode.sh", "Installs an osslsigncode", {"now": 'unexpected argument "now"'}),
     ("scripts/install-wine32.sh", "Installs the 32-bit half of Wine", {"now": 'unexpected argument "now"'}),
     ("scripts/library_file.py", "Checks built libraries", {
         "": "expected arguments: IMPORTS ROOT VERSION PRODUCT"}),
