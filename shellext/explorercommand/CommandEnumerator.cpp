@@ -41,6 +41,7 @@ STDMETHODIMP CommandEnumerator::Clone(IEnumExplorerCommand** clone) noexcept {
   *clone = nullptr;
   return ComBoundary([&] {
     const CriticalSectionHold hold(lock_);
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): ComBoundary handles it
     *clone = HoldCom<IEnumExplorerCommand>(new CommandEnumerator(commands_, next_)).Release();
     return S_OK;
   });

@@ -45,6 +45,7 @@ STDMETHODIMP ExplorerCommand::GetTitle(IShellItemArray*, wchar_t** title) noexce
 STDMETHODIMP ExplorerCommand::GetIcon(IShellItemArray*, wchar_t** icon) noexcept {
   if (icon == nullptr) return E_POINTER;
   *icon = nullptr;
+  // cppcheck-suppress throwInNoexceptFunction ; ComBoundary handles it
   return ComBoundary([&] {
     const std::wstring library = ReadWholeModulePath(ModuleHandle());
     if (library.empty()) return E_FAIL;

@@ -32,6 +32,7 @@ STDMETHODIMP FlyOut::EnumSubCommands(IEnumExplorerCommand** children) noexcept {
   *children = nullptr;
   return ComBoundary([&] {
     auto commands = std::make_shared<const CommandEnumerator::Commands>(NewChildren());
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): ComBoundary handles it
     *children = HoldCom<IEnumExplorerCommand>(new CommandEnumerator(std::move(commands))).Release();
     return S_OK;
   });

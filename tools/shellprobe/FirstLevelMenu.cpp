@@ -73,9 +73,10 @@ void FirstLevelMenu::ReadChildren() {
   const HRESULT result = command_.Get()->EnumSubCommands(list.Out());
   if (FAILED(result))
     throw ToolError(ExitCode::kFailed, "the fly-out has no children (" + HexCode(result) + ")");
-  UniqueCom<IExplorerCommand> child;
-  ULONG fetched = 0;
-  while (list.Get()->Next(1, child.Out(), &fetched) == S_OK) {
+  for (;;) {
+    UniqueCom<IExplorerCommand> child;
+    ULONG fetched = 0;
+    if (list.Get()->Next(1, child.Out(), &fetched) != S_OK) return;
     children_.push_back(Ask(child.Get(), selection_.Get()));
     childCommands_.push_back(std::move(child));
   }

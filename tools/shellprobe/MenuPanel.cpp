@@ -201,7 +201,8 @@ class PanelPainter {
     const double share = row.isGreyed ? 0.4 : 1.0;
     for (int y = 0; y < row.icon.height; ++y) {
       for (int x = 0; x < row.icon.width; ++x) {
-        const uint32_t over = row.icon.pixels[static_cast<size_t>(y * row.icon.width + x)];
+        const uint32_t over = row.icon.pixels[static_cast<size_t>(y) * static_cast<size_t>(row.icon.width) +
+                                              static_cast<size_t>(x)];
         uint32_t& pixel = canvas_->Pixels()[Index(left + x, top + y)];
         pixel = Mix(pixel, over, share * (over >> 24) / 255.0);
       }

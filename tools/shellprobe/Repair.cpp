@@ -114,7 +114,7 @@ void RepairRegistration(const Machine& machine) {
       if (!failure) failure = error;
     }
   }
-  if (failure) throw *failure;
+  if (failure) throw ToolError(*failure);
 }
 
 }  // namespace veskard
