@@ -34,8 +34,9 @@ bool HasExceptionInFlight() noexcept {
 namespace __cxxabiv1 {
 
 void* __aligned_malloc_with_fallback(size_t size) {
-  return veskard::spareBlocks.TakeAfter([=] { return ::_aligned_malloc(size, alignof(std::max_align_t)); },
-                                        size, &veskard::HasExceptionInFlight);
+  return veskard::spareBlocks.TakeAfter(
+      [=] { return ::_aligned_malloc(size, veskard::SpareBlocks::kAlignment); }, size,
+      &veskard::HasExceptionInFlight);
 }
 
 void __aligned_free_with_fallback(void* block) {

@@ -17,6 +17,8 @@ namespace veskard {
 class SpareBlocks {
  public:
   static constexpr size_t kSize = 512;
+  /// What the records of exceptions are declared with; on ARM64 more than std::max_align_t has.
+  static constexpr size_t kAlignment = 16;
 
   /// Memory from the heap, by a function that returns null when there is none, or one of
   /// these blocks. Without either the thread waits until another one is done with its
@@ -45,7 +47,7 @@ class SpareBlocks {
 
  private:
   struct Block {
-    alignas(std::max_align_t) unsigned char bytes[kSize];
+    alignas(kAlignment) unsigned char bytes[kSize];
     std::atomic<bool> isTaken;
   };
 

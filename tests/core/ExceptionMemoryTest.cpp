@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -99,6 +100,20 @@ TEST_F(ExceptionMemoryTest, SpareMemoryMayBeGivenBackInAnyOrder) {
     for (const size_t i : order) held[i] = nullptr;
   } while (std::next_permutation(order.begin(), order.end()));
   EXPECT_EQ(Nest(49), 50);
+}
+
+TEST_F(ExceptionMemoryTest, SpareMemoryIsAlignedForAnException) {
+  constexpr uintptr_t kAlignment = 16;
+  const NoMemory none;
+  std::array<std::exception_ptr, 5> held;
+  for (std::exception_ptr& exception : held) {
+    exception = Thrown();
+    try {
+      std::rethrow_exception(exception);
+    } catch (const std::bad_alloc& error) {
+      EXPECT_EQ(reinterpret_cast<uintptr_t>(&error) % kAlignment, 0u);
+    }
+  }
 }
 
 // --- Many threads at once ---
