@@ -7,16 +7,18 @@
 #include <shobjidl.h>
 
 #include <cstring>
+#include <string_view>
 
 #include "core/TaskMemory.h"
 
 namespace veskard::bench {
 namespace {
 
-UniqueTaskString TaskString(const wchar_t* text, size_t length) {
-  const size_t size = (length + 1) * sizeof(wchar_t);
-  UniqueTaskString copy(static_cast<wchar_t*>(::CoTaskMemAlloc(size)));
-  std::memcpy(copy.Get(), text, size);
+UniqueTaskString TaskString(std::wstring_view text) {
+  const size_t size = text.size() * sizeof(wchar_t);
+  UniqueTaskString copy(static_cast<wchar_t*>(::CoTaskMemAlloc(size + sizeof(wchar_t))));
+  std::memcpy(copy.Get(), text.data(), size);
+  copy.Get()[text.size()] = L'\0';
   return copy;
 }
 
@@ -45,9 +47,9 @@ EXPCMDSTATE BaselineState(IShellItemArray& selection) {
 
 EXPCMDSTATE BaselineFirstMenu(IShellItemArray& selection) {
   BaselineLogSwitch();  // the fly-out comes
-  const UniqueTaskString title = TaskString(L"the product's name", 18);
+  const UniqueTaskString title = TaskString(L"the product's name");
   wchar_t library[MAX_PATH] = {};
-  const UniqueTaskString icon = TaskString(library, ::GetModuleFileNameW(nullptr, library, MAX_PATH));
+  const UniqueTaskString icon = TaskString({library, ::GetModuleFileNameW(nullptr, library, MAX_PATH)});
   const EXPCMDSTATE state = BaselineState(selection);
   BaselineLogSwitch();  // the fly-out goes
   return state;
