@@ -9,8 +9,9 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from pathlib import Path
 
-from files import line_of, read, write
+from sources import line_of
 
 ROOT, PROGRAMS = map(os.path.abspath, sys.argv[1:3])
 del sys.argv[1:3]
@@ -56,7 +57,7 @@ class DumpsTest(unittest.TestCase):
 
     def patched(self, change):
         """A copy of a dump; change gets its bytes and the place of the library's row."""
-        data = bytearray(read(self.dumps["command"]))
+        data = bytearray(Path(self.dumps["command"]).read_bytes())
         name = LIBRARY.encode("utf-16-le")
         count, rows = struct.unpack_from("<II", data, 8)
         modules = next(place for kind, _, place in struct.iter_unpack("<III", data[rows:rows + 12 * count]) if kind == 4)
@@ -66,7 +67,7 @@ class DumpsTest(unittest.TestCase):
             if data[text + 4:text + 4 + struct.unpack_from("<I", data, text)[0]].endswith(name):
                 change(data, at)
         path = os.path.join(self.work.name, "patched.dmp")
-        write(path, data)
+        Path(path).write_bytes(data)
         return path
 
     def with_identifier(self, identifier):
@@ -77,7 +78,7 @@ class DumpsTest(unittest.TestCase):
         return self.patched(change)
 
     def identifier(self):
-        library = read(os.path.join(PROGRAMS, LIBRARY))
+        library = Path(PROGRAMS, LIBRARY).read_bytes()
         return library[library.index(b"RSDS") + 4:][:16]
 
     def test_a_crash_inside_the_library_is_shown_with_its_line(self):
@@ -129,10 +130,10 @@ class DumpsTest(unittest.TestCase):
             self.assertNotIn(LIBRARY + "!", result.stdout)
 
     def test_a_dump_that_breaks_off_is_refused(self):
-        data = read(self.dumps["command"])
+        data = Path(self.dumps["command"]).read_bytes()
         for size in (0, 3, 20, 100, 2000):
             path = os.path.join(self.work.name, "short.dmp")
-            write(path, data[:size])
+            Path(path).write_bytes(data[:size])
             with self.subTest(size):
                 result = self.read_dump(path)
                 self.assertEqual(result.returncode, 1)

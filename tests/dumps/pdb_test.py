@@ -10,8 +10,9 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from pathlib import Path
 
-from files import line_of, read, write
+from sources import line_of
 
 ROOT, PROGRAMS = map(os.path.abspath, sys.argv[1:3])
 del sys.argv[1:3]
@@ -32,7 +33,7 @@ class Library:
         self.name = name
         self.dll = os.path.join(PROGRAMS, name + ".dll")
         self.pdb = os.path.join(PROGRAMS, name + ".pdb")
-        self.data = read(self.dll)
+        self.data = Path(self.dll).read_bytes()
         self.header, = struct.unpack_from("<I", self.data, 0x3C)
         word, place = ("<Q", 48) if self.is_64() else ("<I", 52)
         self.base, = struct.unpack_from(word, self.data, self.header + place)
@@ -106,7 +107,7 @@ class PdbTest(unittest.TestCase):
         """What Windows' way of reading symbols finds where only this PDB is; None when it refuses it."""
         folder = tempfile.mkdtemp(dir=self.work.name)
         shutil.copy(library.dll, folder)
-        write(os.path.join(folder, library.name + ".pdb"), pdb_data)
+        Path(folder, library.name + ".pdb").write_bytes(pdb_data)
         windows = "Z:" + folder.replace("/", "\\")
         result = subprocess.run(
             [os.path.join(ROOT, "scripts/wine-run.sh"), os.path.join(PROGRAMS, "tests/pdb_reader.exe"),
@@ -133,7 +134,7 @@ class PdbTest(unittest.TestCase):
     def test_a_debugger_finds_functions_and_their_lines(self):
         library = self.libraries[0]
         rvas = [library.function_rva(name) for name in ("InvokeCommand", "FetchSelection")]
-        found = self.debugger(library, read(library.pdb), [*rvas, rvas[0] + 3])
+        found = self.debugger(library, Path(library.pdb).read_bytes(), [*rvas, rvas[0] + 3])
         source = SOURCES + MENU.replace("/", "\\")
         invoke = INVOKE, source, line_of(os.path.join(ROOT, MENU), "ShellContextMenu::InvokeCommand(")
         fetch = FETCH, source, line_of(os.path.join(ROOT, MENU), "ShellContextMenu::FetchSelection(")
@@ -166,7 +167,7 @@ class PdbTest(unittest.TestCase):
 
     def test_the_pdb_of_another_build_is_refused(self):
         library = self.libraries[0]
-        other = read(library.pdb).replace(library.record()[0], bytes(16))
+        other = Path(library.pdb).read_bytes().replace(library.record()[0], bytes(16))
         self.assertIsNone(self.debugger(library, other, [0x1000]))
 
     def test_it_is_the_same_wherever_it_is_made(self):
@@ -175,10 +176,10 @@ class PdbTest(unittest.TestCase):
                 for name in (library.dll, library.dll + ".debug"):
                     shutil.copy(name, folder)
                 run(MAKER, os.path.join(folder, library.name + ".dll"), os.path.join(folder, "result.pdb"))
-                self.assertEqual(read(os.path.join(folder, "result.pdb")), read(library.pdb))
+                self.assertEqual(Path(folder, "result.pdb").read_bytes(), Path(library.pdb).read_bytes())
                 # They have been changed by the build already.
                 for name in (library.dll, library.dll + ".debug"):
-                    self.assertEqual(read(os.path.join(folder, os.path.basename(name))), read(name))
+                    self.assertEqual(Path(folder, os.path.basename(name)).read_bytes(), Path(name).read_bytes())
 
     def test_the_libraries_checksum_is_right(self):
         for library in self.libraries:
@@ -191,7 +192,7 @@ class PdbTest(unittest.TestCase):
 
     def test_it_names_no_folder_of_this_machine(self):
         for library in self.libraries:
-            data = read(library.pdb)
+            data = Path(library.pdb).read_bytes()
             for name in (ROOT, PROGRAMS, tempfile.gettempdir() + "/"):
                 self.assertNotIn(os.fsencode(name), data)
 
@@ -201,7 +202,7 @@ class PdbTest(unittest.TestCase):
         shutil.copy(self.libraries[0].dll, path)
         for symbols in (None, b"", b"MZ" + bytes(200)):
             if symbols is not None:
-                write(path + ".debug", symbols)
+                Path(path + ".debug").write_bytes(symbols)
             result = subprocess.run([MAKER, path, os.path.join(folder, "x.pdb")], capture_output=True, text=True)
             self.assertEqual(result.returncode, 1)
             self.assertRegex(result.stderr, r"\Amake_pdb\.py: .+\n\Z")

@@ -15,7 +15,7 @@ sys.path.insert(0, os.path.dirname(MAKE_MSIX))
 
 import identity  # noqa: E402
 import make_msix  # noqa: E402
-from certificates import make_certificate, must, read, run, write  # noqa: E402
+from package_tools import make_certificate, must, read, run, write  # noqa: E402
 from identity_package_checker import (  # noqa: E402
     BLOCK_MAP, CONTENT_TYPES, MANIFEST, SIGNATURE, problems, read_archive)
 

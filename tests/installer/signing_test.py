@@ -9,7 +9,7 @@ import tempfile
 import threading
 import unittest
 
-from certificates import make_certificate, must, read, run, write
+from package_tools import make_certificate, must, read, run, write
 
 SCRIPTS, PROGRAMS = sys.argv[1:3]
 del sys.argv[1:3]

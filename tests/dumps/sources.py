@@ -1,14 +1,4 @@
-"""What the tests of dumps and symbols share: whole files, and lines of the sources."""
-
-
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write(path, data):
-    with open(path, "wb") as file:
-        file.write(data)
+"""What the tests of dumps and symbols expect of the sources."""
 
 
 def line_of(path, text):
