@@ -5,8 +5,10 @@
 #include "tests/installer/MachineState.h"
 #include "tests/installer/Packages.h"
 #include "tests/support/AgentFolder.h"
+#include "tests/support/FileTools.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ToolRun.h"
+#include "tools/common/Architecture.h"
 #include "tools/common/Utf8.h"
 #include "tools/shellprobe/ExtensionClasses.h"
 
@@ -79,6 +81,17 @@ TEST_F(InstallerTest, WritesWhatTheAdministratorsDocumentLists) {
   EXPECT_THAT(AddedByShippedPackage(), UnorderedElementsAreArray(expected));
 }
 
+TEST_F(InstallerTest, TheFilesAreTheBuiltOnes) {
+  ASSERT_EQ(Install(ShippedPackage()), 0u);
+  for (const wchar_t* name :
+       {L"VeskardShellExt.dll", L"VeskardExplorerCommand.dll", L"VeskardExplorerCommand.msix",
+        L"shellprobe.exe", L"THIRD-PARTY-NOTICES.txt"}) {
+    const std::wstring file = VersionFolder(kVersionText) + L"\\" + name;
+    ASSERT_TRUE(Exists(file)) << ToUtf8(name);
+    EXPECT_TRUE(ReadBytes(file) == ReadBytes(BuiltProgram(name))) << ToUtf8(name);
+  }
+}
+
 TEST_F(InstallerTest, TheLogSaysWhenTheLibraryFor32BitsIsLeftOut) {
   const std::string log = InstallForLog(ShippedPackage());
   EXPECT_EQ(log.find(kLeftOut) == std::string::npos, HasHalfOf32Bits());
@@ -113,12 +126,14 @@ TEST_F(InstallerTest, TheInstalledDoctorFindsTheInstallationGood) {
   EXPECT_EQ(result.exitCode, 0u);
   EXPECT_EQ(result.errors, "");
   const std::string version = ToUtf8(kVersionText);
+  const std::string programs = std::string(ArchitectureName(OwnArchitecture())) + " programs";
   std::vector<std::string> lines = {"the four values that all programs share exist",
                                     "the six values of the classes exist",
                                     "the library is " + ToUtf8(LibraryOf(kVersionText)),
                                     "its version is " + version,
                                     "both classes can be activated",
-                                    "64-bit programs show the menu",
+                                    "it is for " + programs,
+                                    programs + " show the menu",
                                     "\".ghpl\" files have the type that the icons are for",
                                     "the type gives each file its own icon",
                                     "texts are English"};

@@ -16,18 +16,23 @@ namespace {
 constexpr wchar_t kUpgradeCode[] = L"{7BA104CB-0C92-4640-B881-80CEB60898B6}";
 constexpr size_t kProductCodeSize = sizeof("{00000000-0000-0000-0000-000000000000}");
 
+/// The build says where a package lies, with slashes.
+std::wstring BuiltPackage(const std::wstring& place) {
+  return BuiltProgram(std::filesystem::path(place).make_preferred().wstring());
+}
+
 }  // namespace
 
 std::wstring OlderPackage() {
-  return BuiltProgram(L"tests\\packages\\older.msi");
+  return BuiltPackage(OLDER_PACKAGE);
 }
 
 std::wstring ShippedPackage() {
-  return BuiltProgram(SHIPPED_PACKAGE);
+  return BuiltPackage(SHIPPED_PACKAGE);
 }
 
 std::wstring RefusingPackage() {
-  return BuiltProgram(L"tests\\packages\\refusing.msi");
+  return BuiltPackage(REFUSING_PACKAGE);
 }
 
 std::wstring VersionFolder(const std::wstring& version) {
