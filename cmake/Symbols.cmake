@@ -1,7 +1,7 @@
 # Symbols of the shipped libraries. The library is linked with its debug information and
 # then split: LIBRARY.dll ships, LIBRARY.dll.debug stays with whoever reads crash dumps
 # (scripts/read_dump.py). From that, LIBRARY.pdb is made for the debuggers of Windows. All
-# carry the same build identifier, which ld computes from the file's contents and which a
+# carry the same build identifier, which is computed from the file's contents and which a
 # minidump holds too.
 
 # veskard_debug_information(ON|OFF): whether the targets that follow in this folder, and
@@ -22,7 +22,7 @@ function(veskard_debug_information wanted)
 endfunction()
 
 # veskard_keep_symbols(TARGET): splits what TARGET links into TARGET.dll and
-# TARGET.dll.debug, in the same folder; with GCC also TARGET.pdb.
+# TARGET.dll.debug, in the same folder; also TARGET.pdb, with GCC and for ARM64.
 function(veskard_keep_symbols target)
   target_link_options(${target} PRIVATE -Wl,--build-id)
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
@@ -39,12 +39,17 @@ function(veskard_keep_symbols target)
       COMMAND ${CMAKE_OBJCOPY} ${keep_dates} --strip-all ${short_names} $<TARGET_FILE:${target}>
       BYPRODUCTS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}.dll.debug
       VERBATIM)
-    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_HOST_WIN32)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+      # lld would write the PDB's folder beside its name, and leave out the functions' names
+      # that our PDB is made from.
+      set(lld_options -Wl,-Xlink=-pdbaltpath:${target}.pdb -Wl,-Xlink=-debug:dwarf)
+    endif()
+    if((lld_options OR CMAKE_CXX_COMPILER_ID STREQUAL "GNU") AND NOT CMAKE_HOST_WIN32)
       find_package(Python3 REQUIRED COMPONENTS Interpreter)
       set(pdb ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}.pdb)
-      # ld writes the file's name into the library. Its PDB, which is replaced, has no lines,
-      # and the time and folder of its making.
-      target_link_options(${target} PRIVATE -Wl,--pdb=${pdb})
+      # The linker writes the file's name into the library. Its own PDB, which is replaced, has
+      # no lines, and the folder of its making.
+      target_link_options(${target} PRIVATE -Wl,--pdb=${pdb} ${lld_options})
       add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/make_pdb.py $<TARGET_FILE:${target}> ${pdb}
         BYPRODUCTS ${pdb}

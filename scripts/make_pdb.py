@@ -5,21 +5,24 @@ and Visual Studio, which do not read DWARF.
     scripts/make_pdb.py LIBRARY PDB
 
 LIBRARY is NAME.dll as it ships, with NAME.dll.debug beside it, linked with --pdb=PDB, so that it
-names the file. The PDB gets the library's build identifier. Two bits are changed beside it:
+names the file. The PDB gets the library's build identifier. Both files are changed:
 
-    NAME.dll          loses the mark of symbols in a file of the kind before PDB, which the linker
-                      sets when it strips; debuggers would look for such a file only
-    NAME.dll.debug    loses the name of the PDB, or LLVM's tools would read that in its place
+    NAME.dll          loses the mark of symbols in a file of the kind before PDB, which ld sets
+                      when it strips; debuggers would look for such a file only. For ARM64 it gets
+                      an identifier of its contents: lld's depends on the folder of linking
+    NAME.dll.debug    gets that identifier too, and loses the name of the PDB, or LLVM's tools
+                      would read that in its place
 
 LLVM's linker writes the PDB: from an object whose code is as long as the library's and empty, with
-functions and lines at the library's places. Needs lld-link, llvm-cxxfilt, llvm-dwarfdump,
-llvm-mc, llvm-nm and llvm-symbolizer.
+functions and lines at the library's places. Needs lld-link, llvm-cxxfilt, llvm-dwarfdump, llvm-mc,
+llvm-nm and llvm-symbolizer; for ARM64 those of LLVM 19, whose compiler made the library.
 
 Exit codes: 0 done; 1 failed; 2 wrong command line.
 """
 
 import bisect
 import dataclasses
+import hashlib
 import os
 import posixpath
 import re
@@ -30,6 +33,8 @@ import tempfile
 
 # The folder of our sources, by the PDB. In a debugger a source path stands in for it.
 SOURCES = "C:\\VeskardShellExt\\"
+# Within it, the headers of the compiler's library that scripts/arm64-sysroot.sh builds.
+COMPILERS_SOURCES = SOURCES + "build\\deps\\arm64\\"
 CODE_START = 0x1000
 
 
@@ -45,11 +50,15 @@ class Architecture:
     word: str
     directories: int  # how far these are from the beginning of the optional header
     prefix: str  # of every C name
+    compiler: str
+    llvm: str = ""  # what the names of LLVM's programs end in
+    links_with_lld: bool = False
 
 
 # By the number of the machine in a library's header.
-ARCHITECTURES = {0x8664: Architecture("x86_64", "x64", 0xD0, "Q", 112, ""),
-                 0x014C: Architecture("i686", "x86", 0x07, "I", 96, "_")}
+ARCHITECTURES = {0x8664: Architecture("x86_64", "x64", 0xD0, "Q", 112, "", "GCC"),
+                 0x014C: Architecture("i686", "x86", 0x07, "I", 96, "_", "GCC"),
+                 0xAA64: Architecture("aarch64", "arm64", 0xF6, "Q", 112, "", "Clang", "-19", True)}
 
 
 def run(*command, text=None, folder=None):
@@ -69,7 +78,7 @@ class Image:
         self.header, = self.unpack("I", 0x3C)
         machine, sections = self.unpack("HH", self.header + 4)
         if self.data[self.header:self.header + 4] != b"PE\0\0" or machine not in ARCHITECTURES:
-            raise PdbError(f"{path} is no library for x64 or x86")
+            raise PdbError(f"{path} is no library for x64, x86 or ARM64")
         self.architecture = ARCHITECTURES[machine]
         self.options = self.header + 24
         first = self.options + self.unpack("H", self.header + 20)[0]
@@ -103,6 +112,16 @@ class Image:
     def identifier(self):
         place = self.identifier_place()
         return bytes(self.data[place:place + 16])
+
+    def set_identifier(self, identifier):
+        place = self.identifier_place()
+        self.data[place:place + 16] = identifier
+
+    def identifier_of_contents(self):
+        """Whatever the identifier and the checksum are."""
+        self.set_identifier(bytes(16))
+        self.checksum()  # clears it
+        return hashlib.sha256(self.data).digest()[:16]
 
     def clear_pdb_name(self):
         self.data[self.identifier_place() + 20] = 0
@@ -138,10 +157,10 @@ class Function:
     name: str = ""
 
 
-def functions_of(symbols, start, end, prefix):
+def functions_of(symbols, start, end, architecture):
     """The functions in the order of their addresses. Where one has several names, the first counts."""
     found = {}
-    for line in run("llvm-nm", "--numeric-sort", "--defined-only", symbols).splitlines():
+    for line in run("llvm-nm" + architecture.llvm, "--numeric-sort", "--defined-only", symbols).splitlines():
         address, kind, name = line.split(maxsplit=2)
         if kind in "Tt" and not name.startswith(".") and start <= (address := int(address, 16)) < end:
             if address not in found or (kind == "T" and not found[address].is_public):
@@ -150,8 +169,10 @@ def functions_of(symbols, start, end, prefix):
     for function, following in zip(functions, functions[1:]):
         function.end = following.start
     # Without what marks the calling convention and the object format.
-    plain = [re.sub(r"@\d+(?=$|\.)", "", function.linkage_name).removeprefix(prefix) for function in functions]
-    for function, name in zip(functions, run("llvm-cxxfilt", text="\n".join(plain) + "\n").splitlines(), strict=True):
+    plain = [re.sub(r"@\d+(?=$|\.)", "", function.linkage_name).removeprefix(architecture.prefix)
+             for function in functions]
+    names = run("llvm-cxxfilt" + architecture.llvm, text="\n".join(plain) + "\n").splitlines()
+    for function, name in zip(functions, names, strict=True):
         function.name = name
     return functions
 
@@ -170,14 +191,18 @@ def source_path(path):
     return SOURCES + posixpath.normpath(path.split("/./")[-1]).replace("/", "\\")
 
 
+def is_ours(source):
+    return source.startswith(SOURCES) and not source.startswith(COMPILERS_SOURCES)
+
+
 class Lines:
     """Where each line begins: its place in the function, followed by that in the function inlined
     there, and so on. The compiler's libraries count as part of what calls them."""
 
-    def __init__(self, symbols):
-        rows = run("llvm-dwarfdump", "--debug-line", symbols).splitlines()
+    def __init__(self, symbols, architecture):
+        rows = run("llvm-dwarfdump" + architecture.llvm, "--debug-line", symbols).splitlines()
         self.addresses = sorted({int(row.split(maxsplit=1)[0], 16) for row in rows if row.startswith("0x")})
-        answers = run("llvm-symbolizer", "--demangle", "--obj=" + symbols,
+        answers = run("llvm-symbolizer" + architecture.llvm, "--demangle", "--obj=" + symbols,
                       text="".join(f"{address:#x}\n" for address in self.addresses))
         self.places = [self.read(answer) for answer in answers.split("\n\n")[:len(self.addresses)]]
 
@@ -188,10 +213,12 @@ class Lines:
         for function, position in zip(lines[::2], lines[1::2]):
             source, line, _ = position.rsplit(":", 2)
             places.append(Place(function, source_path(source), int(line)))
-        # Line 0 is code that belongs to no line.
-        if not all(place.line for place in places):
-            return []
-        while len(places) > 1 and not places[0].source.startswith(SOURCES):
+        # Line 0 is code that belongs to no line of its function.
+        numbered = len(places)
+        while numbered > 0 and places[numbered - 1].line:
+            numbered -= 1
+        del places[:numbered]
+        while len(places) > 1 and not is_ours(places[0].source):
             del places[0]
         return places[::-1]
 
@@ -333,7 +360,7 @@ class Assembly:
         version = "0, 0, 0, 0"
         return [*record(S_OBJNAME, ".long 0", f".asciz {quoted(os.path.basename(self.library.path))}"),
                 *record(S_COMPILE3, ".long 1", f".short {self.library.architecture.codeview:#x}, {version}, {version}",
-                        '.asciz "GCC"')]
+                        f".asciz {quoted(self.library.architecture.compiler)}")]
 
     def types(self):
         """One type for all functions: void f(). Then the functions that are inlined."""
@@ -350,27 +377,32 @@ def link(library, text):
     architecture = library.architecture
     name = os.path.basename(library.path)
     with tempfile.TemporaryDirectory() as folder:
-        run("llvm-mc", "--filetype=obj", f"--triple={architecture.name}-pc-windows-msvc", "-o", "symbols.obj", "-",
-            text=text, folder=folder)
-        run("lld-link", "/dll", "/noentry", "/nodefaultlib", "/debug", "/opt:noref", "/timestamp:0", "/safeseh:no",
-            f"/machine:{architecture.machine}", f"/base:{library.base:#x}", f"/out:{name}", "/pdb:symbols.pdb",
-            "/pdbaltpath:symbols.pdb", "/pdbsourcepath:" + SOURCES.rstrip("\\"), "symbols.obj", folder=folder)
+        run("llvm-mc" + architecture.llvm, "--filetype=obj", f"--triple={architecture.name}-pc-windows-msvc",
+            "-o", "symbols.obj", "-", text=text, folder=folder)
+        run("lld-link" + architecture.llvm, "/dll", "/noentry", "/nodefaultlib", "/debug", "/opt:noref", "/timestamp:0",
+            "/safeseh:no", f"/machine:{architecture.machine}", f"/base:{library.base:#x}", f"/out:{name}",
+            "/pdb:symbols.pdb", "/pdbaltpath:symbols.pdb", "/pdbsourcepath:" + SOURCES.rstrip("\\"), "symbols.obj",
+            folder=folder)
         with open(os.path.join(folder, "symbols.pdb"), "rb") as file:
             return file.read(), Image(os.path.join(folder, name)).identifier()
 
 
 def make_pdb(path, result):
     library, dwarf = Image(path), Image(path + ".debug")
+    architecture = library.architecture
+    library.clear_mark()
     dwarf.clear_pdb_name()
+    if architecture.links_with_lld:
+        library.set_identifier(library.identifier_of_contents())
+        dwarf.set_identifier(library.identifier())
     dwarf.save()
     start = library.base + CODE_START
-    functions = functions_of(dwarf.path, start, start + library.code_size(), library.architecture.prefix)
-    pdb, identifier = link(library, Assembly(library, functions, Lines(dwarf.path)).text())
+    functions = functions_of(dwarf.path, start, start + library.code_size(), architecture)
+    pdb, identifier = link(library, Assembly(library, functions, Lines(dwarf.path, architecture)).text())
     if pdb.count(identifier) != 1:
         raise PdbError("the PDB does not have its identifier once")
     with open(result, "wb") as file:
         file.write(pdb.replace(identifier, library.identifier()))
-    library.clear_mark()
     library.save()
 
 

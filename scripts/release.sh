@@ -98,9 +98,7 @@ for flavour in "${flavours[@]}"; do
   folder="$work/$symbols/$(architecture_of "$flavour")"
   mkdir -p "$folder"
   for library in "${libraries[@]}"; do
-    cp "$build/$flavour/$library.dll" "$build/$flavour/$library.dll.debug" "$folder/"
-    # Clang's libraries have no PDB.
-    [ "$flavour" = arm64 ] || cp "$build/$flavour/$library.pdb" "$folder/"
+    cp "$build/$flavour/$library.dll" "$build/$flavour/$library.dll.debug" "$build/$flavour/$library.pdb" "$folder/"
     shipped+=("$build/$flavour/$library.dll=$build/$flavour/$library.map")
   done
   [ "$flavour" = win32 ] || for program in shellprobe.exe InstallerSteps.dll; do
