@@ -5,21 +5,24 @@
 #   scripts/release.sh [VERSION]           refuses another VERSION than that of CMakeLists.txt
 #   scripts/release.sh --skip-tests ...    without scripts/test.sh, for a commit that passed it
 #   scripts/release.sh --built ...         takes what lies in build/ and does not build
+#   scripts/release.sh --without-arm64 ... only for x64 and x86; ARM64's first build takes
+#                                          15 to 40 minutes more
 #   scripts/release.sh --to FOLDER ...     puts the release there
 #
 # It refuses changes that are not committed, a version without a section in CHANGELOG.md,
 # and programs that fail a check. The packages are signed as scripts/package.sh signs them;
-# otherwise "unsigned" is part of their names. ARM64 is included where build/arm64 is there.
-# The same commit gives the same bytes in every folder, except for signatures.
+# otherwise "unsigned" is part of their names. The same commit gives the same bytes in every
+# folder, except for signatures.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 answer_help "$@"
 
-result="$build/release" wanted='' tests=true built=false
+result="$build/release" wanted='' tests=true built=false arm64=true
 while [ $# -gt 0 ]; do
   case "$1" in
     --skip-tests) tests=false ;;
     --built) built=true ;;
+    --without-arm64) arm64=false ;;
     --to)
       [ -n "${2:-}" ] || wrong_usage "--to needs a folder"
       result=$(realpath -m "$2")
@@ -47,18 +50,22 @@ notes=$(awk -v title="## [$version] - " \
 libraries=(VeskardShellExt VeskardExplorerCommand)
 architecture_of() { case "$1" in win64) echo x64 ;; win32) echo x86 ;; *) echo "$1" ;; esac; }
 
-# The architectures: for 64 and 32 bits always, ARM64 where its build folder is there.
-flavours=(win64 win32)
-[ ! -f "$build/arm64/build.ninja" ] || flavours+=(arm64)
+# The packages of the other flavours hold the 32-bit library, so that one is built first.
+flavours=(win32 win64)
+! "$arm64" || flavours+=(arm64)
 if ! "$built"; then
   "$root/scripts/install-deps.sh"
-  for flavour in win32 win64 "${flavours[@]:2}"; do
+  ! "$arm64" || "$root/scripts/install-deps.sh" arm64
+  for flavour in "${flavours[@]}"; do
     say "building $flavour"
     [ -f "$build/$flavour/build.ninja" ] || run "$build/logs/configure-$flavour.log" cmake --preset "$flavour"
     run "$build/logs/release-$flavour.log" cmake --build --preset "$flavour" \
       --target "${libraries[@]}" shellprobe $([ "$flavour" = win32 ] || echo library_for_32_bits InstallerSteps)
   done
 fi
+for flavour in "${flavours[@]}"; do
+  [ -f "$build/$flavour/${libraries[0]}.dll" ] || die "build/$flavour is not built"
+done
 
 say "checking"
 run "$build/logs/release-format.log" scripts/format.sh --check
@@ -86,7 +93,7 @@ say "packing"
 suffix=-unsigned
 [ -z "${VESKARD_SIGN_CERTIFICATE:-}" ] || suffix=
 run "$build/logs/release-package.log" scripts/package.sh --from "$build/win64" \
-  $([ ! -f "$build/arm64/build.ninja" ] || echo --from "$build/arm64") --to "$work/packages"
+  $(! "$arm64" || echo --from build/arm64) --to "$work/packages"
 for package in "$work/packages"/*; do
   name=$(basename "$package")
   cp "$package" "$release/${name%.*}$suffix.${name##*.}"
@@ -119,5 +126,6 @@ mv "$work/SHA256SUMS" "$release/"
 rm -rf "$result"
 mkdir -p "$(dirname "$result")"
 mv "$release" "$result"
+"$arm64" || say "without ARM64"
 say "${result#"$root"/}, from commit $(git rev-parse --short HEAD)"
 cat "$result/SHA256SUMS"

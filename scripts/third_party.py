@@ -108,6 +108,12 @@ def linked_files(map_path, root):
     return sorted({os.path.normpath(os.path.join(folder, name)) for name in found})
 
 
+def in_present_sysroot(path, root):
+    """A file of the sysroot by its present name, whatever the folder was when it was linked."""
+    _, found, below = path.partition(f"/{SYSROOT}/")
+    return os.path.join(root, SYSROOT, below) if found else path
+
+
 def linked_by_lld(text, folder, root):
     """LLVM's linker names the members without their archives: every archive of the sysroot
     counts, and minizip's, that has a member of such a name."""
@@ -115,7 +121,7 @@ def linked_by_lld(text, folder, root):
     members = {os.path.basename(name) for name in names if not os.path.isabs(name)}
     archives = [os.path.join(folder, "libminizip.a"),
                 *(str(path) for path in pathlib.Path(root, SYSROOT).rglob("*.a"))]
-    return [name for name in names if os.path.isabs(name)] + [
+    return [in_present_sysroot(name, root) for name in names if os.path.isabs(name)] + [
         path for path in archives if members & set(output_of("ar", "t", path).split())]
 
 

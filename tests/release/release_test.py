@@ -1,4 +1,5 @@
-"""scripts/release.sh, with the programs that are built: release_test.py ROOT VERSION
+"""scripts/release.sh, with the programs that are built:
+release_test.py ROOT VERSION x64 x86 [arm64]
 
 Each release is made in a repository of its own: the tree's files as they are, committed, and
 links to what is built."""
@@ -15,8 +16,11 @@ import tempfile
 import unittest
 
 ROOT, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
-del sys.argv[1:3]
-FLAVOURS = [name for name in ("win64", "win32") if os.path.isdir(os.path.join(ROOT, "build", name))]
+ARCHITECTURES = sys.argv[3:]
+del sys.argv[1:]
+FLAVOURS = {"x64": "win64", "x86": "win32", "arm64": "arm64"}
+WITHOUT = [] if "arm64" in ARCHITECTURES else ["--without-arm64"]
+LIBRARIES = ["VeskardShellExt", "VeskardExplorerCommand"]
 GIT = ["git", "-c", "user.name=tests", "-c", "user.email=tests@example.com", "-c", "init.defaultBranch=main"]
 MOMENT = "2026-01-31T12:00:00Z"
 UNSIGNED = {name: value for name, value in os.environ.items() if not name.startswith("VESKARD_SIGN_")}
@@ -34,7 +38,7 @@ class Repository:
                        check=True)
         build = os.path.join(folder, "build")
         os.mkdir(build)
-        for name in [*FLAVOURS, "deps"]:
+        for name in [*(FLAVOURS[architecture] for architecture in ARCHITECTURES), "deps"]:
             os.symlink(os.path.join(ROOT, "build", name), os.path.join(build, name))
         self.git("init", "--quiet")
         self.commit()
@@ -57,8 +61,11 @@ class Repository:
             file.write(text.replace(old, new))
 
     def release(self, *words, **environment):
-        return subprocess.run([self.path("scripts/release.sh"), "--built", "--skip-tests", *words], cwd="/",
-                              capture_output=True, text=True, timeout=300, env={**UNSIGNED, **environment})
+        return self.run_script("--built", "--skip-tests", *WITHOUT, *words, **environment)
+
+    def run_script(self, *words, **environment):
+        return subprocess.run([self.path("scripts/release.sh"), *words], cwd="/", capture_output=True, text=True,
+                              timeout=300, env={**UNSIGNED, **environment})
 
     def released(self):
         folder = self.path("build/release")
@@ -91,14 +98,12 @@ class ReleaseTest(unittest.TestCase):
 
     def test_a_release_has_everything_and_its_hashes(self):
         files = self.files
-        # The packages may be more than this one.
-        self.assertLessEqual({f"VeskardShellExt-{VERSION}-x64-unsigned.msi",
-                              f"VeskardShellExt-{VERSION}-symbols.tar.gz", f"VeskardShellExt-{VERSION}.spdx.json",
-                              "THIRD-PARTY-NOTICES.txt", "RELEASE-NOTES.md", "SHA256SUMS"}, set(files))
-        for name in files:
-            if name.endswith((".msi", ".msix")):
-                self.assertTrue(os.path.splitext(name)[0].endswith("-unsigned"), name)
-                self.assertIn(VERSION, name)
+        expected = {f"VeskardShellExt-{VERSION}-x64-unsigned.msi", f"VeskardExplorerCommand-{VERSION}-unsigned.msix",
+                    f"VeskardShellExt-{VERSION}-symbols.tar.gz", f"VeskardShellExt-{VERSION}.spdx.json",
+                    "THIRD-PARTY-NOTICES.txt", "RELEASE-NOTES.md", "SHA256SUMS"}
+        if "arm64" in ARCHITECTURES:
+            expected |= {f"VeskardShellExt-{VERSION}-arm64-unsigned.msi", "THIRD-PARTY-NOTICES-arm64.txt"}
+        self.assertEqual(set(files), expected)
         sums = dict(reversed(line.split("  ", 1)) for line in files["SHA256SUMS"].decode().splitlines())
         self.assertEqual(sums, {name: hashlib.sha256(data).hexdigest() for name, data in files.items()
                                 if name != "SHA256SUMS"})
@@ -114,21 +119,22 @@ class ReleaseTest(unittest.TestCase):
         with tarfile.open(archive) as symbols:
             files = {member.name.split("/", 1)[1]: symbols.extractfile(member).read()
                      for member in symbols if member.isfile()}
-        for flavour, architecture in (("win64", "x64"), ("win32", "x86")):
-            for name in ("VeskardShellExt", "VeskardExplorerCommand"):
+        for architecture in ARCHITECTURES:
+            for name in LIBRARIES:
                 for kind in (".dll", ".dll.debug", ".pdb"):
-                    with self.subTest(flavour, name=name + kind):
+                    with self.subTest(architecture, name=name + kind):
                         self.assertEqual(files.pop(f"{architecture}/{name}{kind}"),
-                                         read(os.path.join(ROOT, "build", flavour, name + kind), "rb"))
+                                         read(os.path.join(ROOT, "build", FLAVOURS[architecture], name + kind), "rb"))
         self.assertEqual(files, {})
 
     def test_the_bill_is_of_this_commit_and_names_what_ships(self):
         bill = json.loads(self.files[f"VeskardShellExt-{VERSION}.spdx.json"])
         self.assertEqual(bill["creationInfo"]["created"], MOMENT)
         shipped = {file["fileName"] for file in bill["files"] if file["SPDXID"].startswith("SPDXRef-Shipped")}
-        self.assertEqual(shipped, {f"./{flavour}/{name}" for flavour, names in (
-            ("win64", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll", "shellprobe.exe", "InstallerSteps.dll"]),
-            ("win32", ["VeskardShellExt.dll", "VeskardExplorerCommand.dll"])) for name in names})
+        programs = ["shellprobe.exe", "InstallerSteps.dll"]
+        self.assertEqual(shipped, {f"./{FLAVOURS[architecture]}/{name}" for architecture in ARCHITECTURES
+                                   for name in [*(library + ".dll" for library in LIBRARIES),
+                                                *(programs if architecture != "x86" else [])]})
 
     def test_a_signed_release_is_not_called_unsigned(self):
         repository = self.repository()
@@ -173,12 +179,22 @@ class ReleaseTest(unittest.TestCase):
         repository.commit()
         self.assertIn(f"CHANGELOG.md has no section of {VERSION}", self.refused(repository))
 
+    def test_an_architecture_that_is_not_built_is_refused(self):
+        repository = self.repository()
+        for flavour, words in (("arm64", []), ("win32", ["--without-arm64"])):
+            if os.path.lexists(repository.path(f"build/{flavour}")):
+                os.remove(repository.path(f"build/{flavour}"))
+            result = repository.run_script("--built", "--skip-tests", *words)
+            self.assertEqual(result.returncode, 1, result.stdout)
+            self.assertIn(f"build/{flavour} is not built", result.stderr)
+            self.assertFalse(os.path.exists(repository.path("build/release")))
+
     def test_a_library_that_fails_its_check_is_refused(self):
         repository = self.repository()
         flavour = repository.path("build/win32")
         os.remove(flavour)
         os.mkdir(flavour)
-        for name in ("VeskardShellExt", "VeskardExplorerCommand"):
+        for name in LIBRARIES:
             for kind in (".dll", ".dll.debug", ".pdb", ".map"):
                 shutil.copy(os.path.join(ROOT, "build/win32", name + kind), flavour)
         path = os.path.join(flavour, "VeskardShellExt.dll")
