@@ -96,16 +96,18 @@ TEST_F(DiagnosisTest, OnArmX64ProgramsSeeNoMenu) {
   EXPECT_THAT(DiagnoseInstallation({Architecture::k64Bit, true, 22631}).AsText(), Not(HasSubstr("x64")));
 }
 
-TEST_F(DiagnosisTest, OnArmALibraryForX64IsTheWrongOne) {
-  // This program stands for any file that is not for ARM64.
+TEST_F(DiagnosisTest, ALibraryForAnotherProcessorIsTheWrongOne) {
+  // This program stands for the library, on a Windows for another processor than its own.
+  const bool isArm = OwnArchitecture() == Architecture::kArm64;
+  const Architecture windows = isArm ? Architecture::k64Bit : Architecture::kArm64;
+  const std::string programs = std::string(ArchitectureName(windows)) + " programs";
   const std::wstring library = ReadModulePath(nullptr);
   WriteRegistryText(HKEY_LOCAL_MACHINE, kMenuClass + L"\\InprocServer32", L"", library);
-  const Report report = DiagnoseInstallation({Architecture::kArm64, false, 22631});
+  const Report report = DiagnoseInstallation({windows, false, 22631});
   EXPECT_TRUE(report.HasBad(kArchitectureFact));
-  EXPECT_THAT(report.AsText(), HasSubstr("ARM64 programs cannot load it\n"));
-  EXPECT_THAT(
-      report.AsText(),
-      HasSubstr("BAD   ARM64 programs show no menu: they cannot load the library that is registered\n"));
+  EXPECT_THAT(report.AsText(), HasSubstr(programs + " cannot load it\n"));
+  EXPECT_THAT(report.AsText(), HasSubstr("BAD   " + programs +
+                                         " show no menu: they cannot load the library that is registered\n"));
 }
 
 TEST_F(DiagnosisTest, AWindowsWithout32BitProgramsMissesNothing) {

@@ -152,10 +152,12 @@ TEST_F(FirstMenuDiagnosisTest, ALibraryThatIsGone) {
 }
 
 TEST_F(FirstMenuDiagnosisTest, ALibraryThatExplorerCannotLoad) {
-  state_.machine.windows = Architecture::kArm64;
-  ExpectMissing("its library cannot be used", {"  BAD   its library " + ToUtf8(library_) + " is for " +
-                                               ArchitectureName(OwnArchitecture()) +
-                                               " programs, and Explorer is one of the ARM64 programs"});
+  const bool isArm = OwnArchitecture() == Architecture::kArm64;
+  state_.machine.windows = isArm ? Architecture::k64Bit : Architecture::kArm64;
+  ExpectMissing(
+      "its library cannot be used",
+      {"  BAD   its library " + ToUtf8(library_) + " is for " + ArchitectureName(OwnArchitecture()) +
+       " programs, and Explorer is one of the " + ArchitectureName(state_.machine.windows) + " programs"});
 }
 
 TEST_F(FirstMenuDiagnosisTest, ALibraryOfAnotherVersion) {

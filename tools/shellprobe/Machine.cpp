@@ -29,8 +29,14 @@ Architecture NativeArchitecture() {
     return ArchitectureOfMachine(machine);
   SYSTEM_INFO info = {};
   ::GetNativeSystemInfo(&info);
-  return info.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL ? Architecture::k32Bit
-                                                                     : Architecture::k64Bit;
+  switch (info.wProcessorArchitecture) {
+    case PROCESSOR_ARCHITECTURE_INTEL:
+      return Architecture::k32Bit;
+    case PROCESSOR_ARCHITECTURE_ARM64:
+      return Architecture::kArm64;
+    default:
+      return Architecture::k64Bit;
+  }
 }
 
 // The half of Windows that runs them can be left out.
