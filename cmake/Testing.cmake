@@ -28,6 +28,16 @@ if(WIN32 AND NOT CMAKE_HOST_WIN32 AND CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
   set(test_patience 10)
 endif()
 
+# leave_out_where_the_library_throws(TEST PATTERN...): tests that cannot pass there, because an
+# exception inside the library ends the process under the emulated machine's Wine
+# (tools/common/ThreadRegister.cpp). On Windows for ARM64 they can.
+function(leave_out_where_the_library_throws test)
+  if(NOT CMAKE_HOST_WIN32 AND CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+    string(JOIN ":" patterns ${ARGN})
+    set_property(TEST ${test} APPEND PROPERTY ENVIRONMENT GTEST_FILTER=-${patterns})
+  endif()
+endfunction()
+
 # GoogleTest's headers, too, are read once (see PrecompiledHeaders.cmake), and every
 # test program reuses the result.
 add_library(test_headers OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled_headers.cpp)

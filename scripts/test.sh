@@ -27,9 +27,11 @@ if [ "${presets[*]}" = win32 ]; then
   builds=(win64-beside-win32 win32)
 fi
 
-# What lib.sh says of Wine depends on it.
-if [ "${presets[*]}" = arm64 ] && [ "${VESKARD_WINE:-}" != arm64 ]; then
-  VESKARD_WINE=arm64 exec "$0" arm64 "$@"
+if [ "${presets[*]}" = arm64 ]; then
+  # What lib.sh says of Wine depends on it.
+  [ "${VESKARD_WINE:-}" = arm64 ] || VESKARD_WINE=arm64 exec "$0" arm64 "$@"
+  # The tests of a release pack all architectures.
+  builds=(win64-product arm64)
 fi
 
 "$root/scripts/build.sh" "${builds[@]}"

@@ -39,6 +39,7 @@
 #include "tests/support/ImportPatch.h"
 #include "tests/support/Patched.h"
 #include "tests/support/RegistrySandbox.h"
+#include "tests/support/WatchedCalls.h"
 
 namespace veskard {
 namespace {
@@ -210,8 +211,9 @@ void* TooLate() {
 
 /// Not undone: the process ends by it.
 void ForbidHeap(const Run& run) {
-  for (const char* name : {"malloc", "calloc", "realloc", "free"})
-    static_cast<void>(new test::ImportPatch(run.probe.Module(), name, reinterpret_cast<void*>(&TooLate)));
+  for (const test::Watch& call : test::kHeapCalls)
+    static_cast<void>(
+        new test::ImportPatch(run.probe.Module(), call.name, reinterpret_cast<void*>(&TooLate)));
 }
 
 void ExitInsideHeap(const Run& run) {
