@@ -271,11 +271,13 @@ TEST_F(FakeSystemTest, AClockThatIsSetBackDoesNotMakeItWaitForEver) {
 
 // --- All of it, with a real program ---
 
+/// The program that renames the file may still have it open.
 std::string WaitForFile(const std::wstring& path) {
-  for (int i = 0; i < 1000 && ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES; ++i) {
+  std::ifstream file;
+  for (int i = 0; i < 1000 && !file.is_open(); ++i) {
     std::this_thread::sleep_for(20ms);
+    file.open(std::filesystem::path(path), std::ios::binary);
   }
-  std::ifstream file(std::filesystem::path(path), std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
