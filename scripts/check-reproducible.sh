@@ -24,6 +24,9 @@ tar -C "$root" -c --exclude=./build --exclude=./.git . | tar -C "$copy" -x
 cp -r "$build/deps/minizip" "$copy/build/deps/"
 
 flavour=$(basename "$(dirname "${libraries[0]}")")
+# Building its run-time libraries again would take a quarter of an hour.
+[ "$flavour" != arm64 ] || ln -s "$build/deps/arm64" "$copy/build/deps/"
+
 cd "$copy"
 export CCACHE_DISABLE=1
 run "$build/logs/reproducible-configure.log" cmake --preset "$flavour" -DVESKARD_BUILD_TESTS=OFF
