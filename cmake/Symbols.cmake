@@ -50,8 +50,11 @@ function(veskard_keep_symbols target)
       # The linker writes the file's name into the library. Its own PDB, which is replaced, has
       # no lines, and the folder of its making.
       target_link_options(${target} PRIVATE -Wl,--pdb=${pdb} ${lld_options})
+      # The script changes the library: when it is edited, the library has to be linked again.
+      set(maker ${PROJECT_SOURCE_DIR}/scripts/make_pdb.py)
+      set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${maker})
       add_custom_command(TARGET ${target} POST_BUILD
-        COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/make_pdb.py $<TARGET_FILE:${target}> ${pdb}
+        COMMAND ${Python3_EXECUTABLE} -B ${maker} $<TARGET_FILE:${target}> ${pdb}
         BYPRODUCTS ${pdb}
         VERBATIM)
     endif()
